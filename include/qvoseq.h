@@ -1,0 +1,507 @@
+/*
+ * qvoseq: vectorised operators over sequences.
+ *
+ * A sequence is an ordered column of values of one element type. Every operator is an iterator: a
+ * record that the caller owns and that a constructor fills in. Nothing is computed until the
+ * iterator's `next` is called; each call produces one tile of values, run-length encoded. Operators
+ * are chained by naming one iterator as an operand of another; pulling the last one pulls the rest.
+ *
+ * This header holds the records, codes and callback types, then one documented block per family, in
+ * the order of the source folders: core, transform, aggregate, order. Every function has C linkage.
+ * The services that a host may supply itself are in qvohost.h.
+ *
+ * How to read a block:
+ *   Elements    operand and result types
+ *   Runs        what becomes of run lengths, and how positions are counted
+ *   Ends        what ends the result
+ *   Parameters  ranges
+ *   Errors      result codes of the constructor (in the order of the checks), then those of `next`
+ *   Lifetime    what must stay alive, and who releases it
+ * What holds for every family is said once, under "Constructors" and "Pulling" below.
+ */
+#ifndef QVOSEQ_H
+#define QVOSEQ_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#if defined(__GNUC__) && !defined(QVO_API)
+#define QVO_API __attribute__((visibility("default")))
+#elif !defined(QVO_API)
+#define QVO_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Types ------------------------------------------------------------------------------------ */
+
+typedef int8_t qvo_int1;
+typedef int16_t qvo_int2;
+typedef int32_t qvo_int4;
+typedef int64_t qvo_int8;
+typedef uint8_t qvo_uint1;
+typedef uint16_t qvo_uint2;
+typedef uint32_t qvo_uint4;
+typedef uint64_t qvo_uint8;
+typedef float qvo_float;
+typedef double qvo_double;
+typedef uint64_t qvo_datetime; /* time stamp in the host's unit; ordered as an unsigned number */
+typedef uint32_t qvo_date;
+typedef uint32_t qvo_time;
+typedef uint8_t qvo_seq_bool; /* element of a boolean sequence: 0 false, any other value true */
+typedef int qvo_bool;         /* a flag in a record or an argument */
+
+typedef uint64_t qvo_size_t;
+typedef uint64_t qvo_seq_no_t;      /* a position in a sequence, counted with runs expanded, from 0 */
+typedef uint64_t qvo_seq_count_t;   /* a number of positions */
+typedef uint64_t qvo_bitmap_word_t; /* 64 null flags; bit 0 is the least significant */
+
+typedef enum { QVO_SEQ_NO_ORDER = 0, QVO_SEQ_ASC_ORDER = 1, QVO_SEQ_DESC_ORDER = 2 } qvo_seq_order_t;
+
+/* Type codes of elements, in `elem_type`. Boolean sequences carry QVO_DD_UINT1. */
+enum {
+    QVO_DD_UINT1 = 0,
+    QVO_DD_UINT2 = 1,
+    QVO_DD_UINT4 = 2,
+    QVO_DD_UINT8 = 3,
+    QVO_DD_INT1 = 4,
+    QVO_DD_INT2 = 5,
+    QVO_DD_INT4 = 6,
+    QVO_DD_INT8 = 7,
+    QVO_DD_FLOAT = 8,
+    QVO_DD_DOUBLE = 9,
+    QVO_DD_DATETIME = 12,
+    QVO_DD_CHAR = 13 /* fixed-width byte strings; the width is the sequence's elem_size */
+};
+
+/* Result codes. Codes of a host's own iterators pass through the operators unchanged, so QVO_RET is
+   an int and not an enumeration. */
+typedef int QVO_RET;
+enum {
+    QVO_S_OK = 0,
+    QVO_S_CURSOR_END = 11,   /* the sequence is exhausted; for an aggregate also: no input, no result */
+    QVO_E_NOMEM = 52,        /* the allocation hook returned null */
+    QVO_E_UNSUPPORTED = 57,  /* the member exists but has no meaning for its type */
+    QVO_E_ILLEGAL_TYPE = 61, /* an operand has the wrong element type (or width) */
+    QVO_E_ILLEGAL_PARAM = 62,
+    QVO_E_SEQ_OUT_OF_ORDER = 700, /* a position sequence goes backwards where it must ascend */
+    QVO_E_SEQ_BOUNDED = 701,      /* the binding check is on and the iterator already feeds a consumer */
+
+    /* Codes of the host's enumeration that this library never returns. */
+    QVO_E_SEQ_LENGTH_MISMATCH = 702,
+    QVO_E_SEQ_NULL_VALUE = 703,
+    QVO_E_SEQ_NOT_ORDERED = 704,
+
+    QVO_ERR_SEQ = 1060000 /* handed to qvo_stop__ when an invariant is broken */
+};
+
+/* ---- Tiles and iterators ---------------------------------------------------------------------- */
+
+/*
+ * The values of a tile from the front; their run bytes from the back. Element i lies at index i of
+ * the array of its type (char: at byte i * elem_size) and its run, 1 to 255, at byte 4095 - i: it
+ * stands for that many equal consecutive positions. A tile holds at most 4096 / (elem_size + 1)
+ * elements: 2048, 1365, 819 and 455 for widths 1, 2, 4 and 8. The array lengths below are the extent
+ * of the union, not that capacity.
+ */
+typedef union {
+    qvo_seq_bool arr_qvo_seq_bool[4096];
+    char arr_char[4096];
+    qvo_int1 arr_int1[4096];
+    qvo_int2 arr_int2[2048];
+    qvo_int4 arr_int4[1024];
+    qvo_int8 arr_int8[512];
+    qvo_uint1 arr_uint1[4096];
+    qvo_uint2 arr_uint2[2048];
+    qvo_uint4 arr_uint4[1024];
+    qvo_uint8 arr_uint8[512];
+    qvo_time arr_qvo_time[1024];
+    qvo_date arr_qvo_date[1024];
+    qvo_datetime arr_datetime[512];
+    qvo_float arr_float[1024];
+    qvo_double arr_double[512];
+} qvo_seq_payload_t;
+
+typedef struct {
+    qvo_bitmap_word_t null_bitmap[2]; /* bit i set: element i is null; only the first 128 can be */
+    qvo_seq_payload_t u;
+} qvo_seq_tile_t;
+
+typedef struct qvo_seq_iterator qvo_seq_iterator_t;
+typedef qvo_seq_iterator_t* qvo_seq_iterator_h;
+
+typedef QVO_RET (*qvo_seq_iterator_next_t)(qvo_seq_iterator_h iterator);
+typedef QVO_RET (*qvo_seq_iterator_reset_t)(qvo_seq_iterator_h iterator);
+typedef QVO_RET (*qvo_seq_iterator_prepare_t)(qvo_seq_iterator_h iterator);
+typedef QVO_RET (*qvo_seq_iterator_merge_t)(qvo_seq_iterator_h iterator, qvo_seq_iterator_h other);
+
+/*
+ * One operator. The caller owns the record and keeps it alive while any iterator that names it as an
+ * operand is in use; the library never allocates or frees one. It may hold anything before it is
+ * constructed, except where a block asks for empty operand slots.
+ */
+struct qvo_seq_iterator {
+    qvo_seq_iterator_next_t next;       /* produce the next tile */
+    qvo_seq_iterator_reset_t reset;     /* rewind, operands included */
+    qvo_seq_iterator_prepare_t prepare; /* aggregates: compute ahead of the first next; else null */
+    qvo_seq_iterator_merge_t merge;     /* aggregates: fold in a partial result; else null */
+    uint16_t elem_size;                 /* width of an element in bytes */
+    uint16_t tile_size;                 /* elements in the tile; 0: none produced yet */
+    uint16_t tile_offs;                 /* the consumer's current element; >= tile_size: used up */
+    uint8_t rle_offs;                   /* positions of that element that the consumer has taken */
+    uint8_t prepared;                   /* 1: prepare has run, the next next hands the result out */
+    qvo_seq_no_t first_seq_no;          /* first position delivered */
+    qvo_seq_no_t next_seq_no;           /* positions produced so far; aggregates: 1 once delivered */
+    qvo_seq_no_t last_seq_no;           /* last position, inclusive; all ones: not bounded */
+    qvo_seq_iterator_h opd[3];          /* operands; unused slots are left alone */
+    void* buf;                          /* work area or the caller's array */
+    uint64_t buf_size;                  /* bytes at buf */
+    uint8_t elem_type;                  /* QVO_DD_... */
+    uint8_t bounded;                    /* 1: feeds a consumer */
+    uint8_t createdBySql;               /* the host's; never read or written here */
+    uint8_t owned_buf;                  /* 1: buf is to be released with qvo_seq_free_buffer */
+    uint64_t context[35];               /* parameters and state of the operator */
+    qvo_seq_tile_t tile;                /* the current tile */
+};
+
+/*
+ * A series of sequences, supplied by the host. `first` positions on the first sequence without
+ * loading a tile. `next` moves on and leaves `iterator` holding the first tile of that sequence with
+ * tile_offs 0, or an empty tile; QVO_S_CURSOR_END when there is none.
+ */
+typedef struct qvo_seq_meta_iterator qvo_seq_meta_iterator_t;
+typedef qvo_seq_meta_iterator_t* qvo_seq_meta_iterator_h;
+typedef QVO_RET (*qvo_seq_meta_iterator_next_t)(qvo_seq_meta_iterator_h iterator);
+typedef QVO_RET (*qvo_seq_meta_iterator_first_t)(qvo_seq_meta_iterator_h iterator);
+
+struct qvo_seq_meta_iterator {
+    qvo_seq_meta_iterator_next_t next;
+    qvo_seq_meta_iterator_first_t first;
+    qvo_seq_iterator_t iterator;
+    void* user_data;
+};
+
+/* A value of any element type, and the sums of the statistics, in the same 32 bytes. */
+typedef union {
+    qvo_int1 val_int1;
+    qvo_int2 val_int2;
+    qvo_int4 val_int4;
+    qvo_int8 val_int8;
+    qvo_uint1 val_uint1;
+    qvo_uint2 val_uint2;
+    qvo_uint4 val_uint4;
+    qvo_uint8 val_uint8;
+    qvo_float val_float;
+    qvo_double val_double;
+    qvo_datetime val_datetime;
+    char val_char[32];
+    double sx, sy, sxx, sxy, syy;
+    qvo_seq_count_t count;
+} qvo_seq_value_t;
+
+/* The context of the window, cumulative, group and grid aggregates, and of some shaping operators. */
+typedef struct {
+    qvo_size_t interval;         /* length of a window, or of a grid cell */
+    qvo_size_t count;            /* positions in the open group or cell */
+    qvo_seq_value_t accumulator; /* running sum, extreme or smoothed value; the last value or key */
+    double norm;                 /* running sum of squares; group wavg: the weighted sum */
+    union {
+        qvo_int1 trend;
+        char arr_char[32];
+        qvo_int1 arr_int1[208];
+        qvo_int2 arr_int2[104];
+        qvo_int4 arr_int4[52];
+        qvo_int8 arr_int8[26];
+        qvo_uint1 arr_uint1[208];
+        qvo_uint2 arr_uint2[104];
+        qvo_uint4 arr_uint4[52];
+        qvo_uint8 arr_uint8[26];
+        qvo_float arr_float[52];
+        qvo_double arr_double[26];
+        qvo_datetime arr_datetime[26];
+    } history; /* the last `interval` values of a window; the last key of a group */
+} qvo_seq_agg_context_t;
+
+/*
+ * Constructors. Every constructor takes the result first, then the operands, then the parameters, and
+ * checks in this order: operand types (QVO_E_ILLEGAL_TYPE); with the binding check on, whether an
+ * operand already feeds a consumer (QVO_E_SEQ_BOUNDED); then it marks the operands bound; then it
+ * checks the parameters (QVO_E_ILLEGAL_PARAM, which therefore leaves the operands marked). A refused
+ * constructor leaves the result as it was. Constructors never pull. Operands are distinct iterators
+ * that feed nothing else, whether the check is on or not.
+ *
+ * Pulling. `next` returns QVO_S_OK with 1 to capacity elements in the tile, QVO_S_CURSOR_END when there
+ * is nothing more (the tile stays as it was), or an operand's error. An error drops the elements
+ * produced in that call; next_seq_no and the operands' read positions keep what was consumed. A
+ * consumer sets tile_offs of an iterator to 0 after each of its successful `next` calls. An operand that
+ * returns QVO_S_OK with an empty tile breaks the protocol: the process is stopped (qvo_stop__).
+ *
+ * Resetting. `reset` rewinds the iterator and its operands, so that the same elements come again.
+ *
+ * Threads. An iterator and the tree below it belong to one thread at a time. Different trees may run
+ * in different threads.
+ */
+
+/* The element types of fixed width, and the list again for families with two types per member: the
+   second form hands its first argument through. */
+#define QVO_SEQ_FOR_FIXED_TYPES(M) \
+    M(int1) M(int2) M(int4) M(int8) M(uint1) M(uint2) M(uint4) M(uint8) M(float) M(double) M(datetime)
+#define QVO_SEQ_FOR_FIXED_TYPES_WITH(M, first)                                                                    \
+    M(first, int1)                                                                                                \
+    M(first, int2)                                                                                                \
+    M(first, int4) M(first, int8) M(first, uint1) M(first, uint2) M(first, uint4) M(first, uint8) M(first, float) \
+        M(first, double) M(first, datetime)
+
+/* ==== qvofseq: settings, memory, protocol helpers ============================================== */
+
+typedef void* (*qvo_seq_malloc_t)(qvo_seq_iterator_h iterator, qvo_size_t size);
+typedef void (*qvo_seq_free_t)(qvo_seq_iterator_h iterator, void* ptr, qvo_size_t size);
+
+/*
+ * The allocation hooks. All memory that the library takes comes from qvo_seq_malloc and goes back to
+ * qvo_seq_free, with the iterator on whose behalf it is taken and with the size that was asked for.
+ * The release hook must accept a null pointer. Set them once at start-up: a block must go back
+ * through the hook that matches the one it came from. Initially the process heap.
+ */
+extern QVO_API qvo_seq_malloc_t qvo_seq_malloc;
+extern QVO_API qvo_seq_free_t qvo_seq_free;
+
+/* The process heap, as hooks; both ignore the iterator, the second the size as well. */
+QVO_API void* qvo_seq_sys_malloc(qvo_seq_iterator_h iterator, qvo_size_t size);
+QVO_API void qvo_seq_sys_free(qvo_seq_iterator_h iterator, void* ptr, qvo_size_t size);
+
+/* Replaces both hooks. Neither may be null; nothing is checked. */
+QVO_API void qvo_seq_redefine_allocator(qvo_seq_malloc_t malloc_hook, qvo_seq_free_t free_hook);
+
+/*
+ * Takes a work buffer of `size` bytes for the iterator and returns it, or null. buf_size and owned_buf
+ * are set before the allocation: after a failure buf is null and owned_buf is 1, and
+ * qvo_seq_free_buffer hands the null pointer to the release hook.
+ */
+QVO_API void* qvo_seq_alloc_buffer(qvo_seq_iterator_h iterator, qvo_size_t size);
+
+/* Releases the iterator's buffer if owned_buf is 1, and clears owned_buf and buf. Call it on every
+   iterator whose block says that it holds a buffer, when the plan is discarded. */
+QVO_API void qvo_seq_free_buffer(qvo_seq_iterator_h iterator);
+
+/* Switches the binding check on (non-zero) or off; returns the previous setting. */
+QVO_API int qvo_seq_enable_check_bindings(int flag);
+
+/* The `prepare` of the aggregates: calls next, then marks the iterator prepared whatever came of it,
+   so that the following next hands the result out. Returns the code of next. */
+QVO_API QVO_RET qvo_seq_prepare_aggregate(qvo_seq_iterator_h iterator);
+
+/* 1 if any element of the current tile is marked null, else 0. */
+QVO_API int qvo_seq_contains_nulls(qvo_seq_iterator_h iterator);
+
+/* Clears the null marks of the current tile. */
+QVO_API void qvo_seq_reset_null_bitmap(qvo_seq_iterator_h iterator);
+
+/* The smaller of two counts. */
+QVO_API qvo_seq_count_t min_count(qvo_seq_count_t a, qvo_seq_count_t b);
+
+/*
+ * The resets of operators that keep a running count in the second word of their context: the word is
+ * set to 0, then the iterator and its one, two or three operands are rewound. The ternary one skips
+ * empty operand slots and stops at the first operand that fails, leaving the iterator as it is.
+ */
+QVO_API QVO_RET qvo_seq_reset_unary_agg_iterator(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_reset_binary_agg_iterator(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_reset_ternary_agg_iterator(qvo_seq_iterator_h iterator);
+
+/* ==== core/access ============================================================================== */
+
+/* ==== core/source ============================================================================== */
+
+/* ==== core/slice =============================================================================== */
+
+/* ==== core/count =============================================================================== */
+
+/* ==== transform/arithmetic ===================================================================== */
+
+/*
+ * qvo_seq_add_<type>, qvo_seq_sub_<type>, qvo_seq_mul_<type>, qvo_seq_div_<type>,
+ * qvo_seq_mod_<type> (result, left, right)
+ *
+ * Element-wise left + right, left - right, left * right, left / right and the remainder of left / right.
+ * Elements  The 11 fixed types; the result has the same type. Integers wrap at their width (-128 / -1
+ *           in int1 is -128); division truncates towards zero and the remainder has the sign of the
+ *           dividend. datetime follows the unsigned rules. Floating types follow IEEE 754; the
+ *           floating remainder is fmod, for float taken in double and narrowed.
+ * Runs      One result element per overlap of the operands' runs; equal neighbours stay apart.
+ * Ends      With the shorter operand; a difference in length is not an error.
+ * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed. Integer
+ *           division by zero, and the most negative int4 or int8 divided by -1, end the process with
+ *           the divide fault (SIGFPE), in div and mod alike: divisors are the caller's to check.
+ */
+#define QVO_SEQ_DECLARE(type)                                                                                         \
+    QVO_API QVO_RET qvo_seq_add_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right); \
+    QVO_API QVO_RET qvo_seq_sub_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right); \
+    QVO_API QVO_RET qvo_seq_mul_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right); \
+    QVO_API QVO_RET qvo_seq_div_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right); \
+    QVO_API QVO_RET qvo_seq_mod_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right); \
+    QVO_API QVO_RET qvo_seq_add_##type##_next(qvo_seq_iterator_h iterator);                                           \
+    QVO_API QVO_RET qvo_seq_sub_##type##_next(qvo_seq_iterator_h iterator);                                           \
+    QVO_API QVO_RET qvo_seq_mul_##type##_next(qvo_seq_iterator_h iterator);                                           \
+    QVO_API QVO_RET qvo_seq_div_##type##_next(qvo_seq_iterator_h iterator);                                           \
+    QVO_API QVO_RET qvo_seq_mod_##type##_next(qvo_seq_iterator_h iterator);
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+#undef QVO_SEQ_DECLARE
+
+/*
+ * qvo_seq_max_<type>, qvo_seq_min_<type> (result, left, right)
+ *
+ * Element-wise larger and smaller value.
+ * Elements  The 11 fixed types; the result has the same type. max is left if left > right, else right.
+ *           min of integers is right if right < left, else left; of float and double left if
+ *           right > left, else right. So with a NaN on either side both deliver right.
+ * Runs, Ends, Errors  As for add.
+ */
+#define QVO_SEQ_DECLARE(type)                                                                                         \
+    QVO_API QVO_RET qvo_seq_max_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right); \
+    QVO_API QVO_RET qvo_seq_min_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right); \
+    QVO_API QVO_RET qvo_seq_max_##type##_next(qvo_seq_iterator_h iterator);                                           \
+    QVO_API QVO_RET qvo_seq_min_##type##_next(qvo_seq_iterator_h iterator);
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+#undef QVO_SEQ_DECLARE
+
+/* ==== transform/compare ======================================================================== */
+
+/*
+ * qvo_seq_eq_<type>, qvo_seq_ne_<type>, qvo_seq_ge_<type>, qvo_seq_le_<type>, qvo_seq_gt_<type>,
+ * qvo_seq_lt_<type> (result, left, right)
+ *
+ * Element-wise comparison: 1 where the relation left ? right holds, else 0.
+ * Elements  The 11 fixed types and char; the result is boolean (QVO_DD_UINT1). Floating values follow
+ *           IEEE 754: with a NaN every relation is false but ne, which is true. Char operands have equal
+ *           widths and are compared over the whole width, as unsigned bytes: strings that differ only
+ *           behind a zero byte are different.
+ * Runs      One result element per overlap of the operands' runs; equal neighbours stay apart.
+ * Ends      With the shorter operand.
+ * Errors    QVO_E_ILLEGAL_TYPE (char: also for unequal widths), then QVO_E_SEQ_BOUNDED; in both cases
+ *           nothing has changed.
+ */
+#define QVO_SEQ_DECLARE(type)                                                                                        \
+    QVO_API QVO_RET qvo_seq_eq_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right); \
+    QVO_API QVO_RET qvo_seq_ne_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right); \
+    QVO_API QVO_RET qvo_seq_ge_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right); \
+    QVO_API QVO_RET qvo_seq_le_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right); \
+    QVO_API QVO_RET qvo_seq_gt_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right); \
+    QVO_API QVO_RET qvo_seq_lt_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right); \
+    QVO_API QVO_RET qvo_seq_eq_##type##_next(qvo_seq_iterator_h iterator);                                           \
+    QVO_API QVO_RET qvo_seq_ne_##type##_next(qvo_seq_iterator_h iterator);                                           \
+    QVO_API QVO_RET qvo_seq_ge_##type##_next(qvo_seq_iterator_h iterator);                                           \
+    QVO_API QVO_RET qvo_seq_le_##type##_next(qvo_seq_iterator_h iterator);                                           \
+    QVO_API QVO_RET qvo_seq_gt_##type##_next(qvo_seq_iterator_h iterator);                                           \
+    QVO_API QVO_RET qvo_seq_lt_##type##_next(qvo_seq_iterator_h iterator);
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+QVO_SEQ_DECLARE(char)
+#undef QVO_SEQ_DECLARE
+
+/* ==== transform/logic ========================================================================== */
+
+/*
+ * qvo_seq_and, qvo_seq_or, qvo_seq_xor (result, left, right)
+ *
+ * left & right, left | right, left ^ right on the bytes of two boolean sequences.
+ * Elements  Boolean (QVO_DD_UINT1).
+ * Runs, Ends  As for add.
+ * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed.
+ *
+ * qvo_seq_not (result, operand)
+ *
+ * 1 where the operand is 0, else 0. Each element keeps its run byte and is taken whole, whatever the
+ * operand's rle_offs.
+ */
+QVO_API QVO_RET qvo_seq_and(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right);
+QVO_API QVO_RET qvo_seq_or(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right);
+QVO_API QVO_RET qvo_seq_xor(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right);
+QVO_API QVO_RET qvo_seq_not(qvo_seq_iterator_h result, qvo_seq_iterator_h operand);
+QVO_API QVO_RET qvo_seq_and_qvo_seq_bool_next(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_or_qvo_seq_bool_next(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_xor_qvo_seq_bool_next(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_not_qvo_seq_bool_next(qvo_seq_iterator_h iterator);
+
+/* ==== transform/text =========================================================================== */
+
+/* ==== transform/unary ========================================================================== */
+
+/* ==== transform/convert ======================================================================== */
+
+/* ==== transform/parse ========================================================================== */
+
+/* ==== transform/print ========================================================================== */
+
+/* ==== transform/callback ======================================================================= */
+
+/* ==== transform/match ========================================================================== */
+
+/* ==== transform/choose ========================================================================= */
+
+/* ==== transform/filter ========================================================================= */
+
+/* ==== transform/norm =========================================================================== */
+
+/* ==== transform/thin =========================================================================== */
+
+/* ==== transform/repeat ========================================================================= */
+
+/* ==== transform/reverse ======================================================================== */
+
+/* ==== transform/trend ========================================================================== */
+
+/* ==== transform/concat ========================================================================= */
+
+/* ==== transform/join =========================================================================== */
+
+/* ==== transform/map ============================================================================ */
+
+/* ==== transform/unique ========================================================================= */
+
+/* ==== transform/union ========================================================================== */
+
+/* ==== transform/cross ========================================================================== */
+
+/* ==== transform/skip_nan ======================================================================= */
+
+/* ==== transform/histogram ====================================================================== */
+
+/* ==== transform/extrema ======================================================================== */
+
+/* ==== transform/progression ==================================================================== */
+
+/* ==== aggregate/whole ========================================================================== */
+
+/* ==== aggregate/pair =========================================================================== */
+
+/* ==== aggregate/window ========================================================================= */
+
+/* ==== aggregate/cumulative ===================================================================== */
+
+/* ==== aggregate/group ========================================================================== */
+
+/* ==== aggregate/grid =========================================================================== */
+
+/* ==== aggregate/top ============================================================================ */
+
+/* ==== aggregate/distinct ======================================================================= */
+
+/* ==== aggregate/hash =========================================================================== */
+
+/* ==== aggregate/hash_distinct ================================================================== */
+
+/* ==== order/sort =============================================================================== */
+
+/* ==== order/order_by =========================================================================== */
+
+/* ==== order/stretch ============================================================================ */
+
+/* ==== order/asof_join ========================================================================== */
+
+#ifdef __cplusplus
+} /* extern "C" */
+#endif
+
+#endif /* QVOSEQ_H */

@@ -1,0 +1,53 @@
+// Moving values without looking at them. Operators that only pick, copy or reorder elements work on widths, not on
+// types: one loop serves every type of a width, and char sequences of any width have one of their own.
+#pragma once
+
+#include "core/tile.h"
+
+namespace qvo {
+
+/// Moves single elements of one of the fixed widths. Bits is bits1 .. bits8.
+template <class Bits> struct FixedMover {
+    QVO_INLINE static size_t width() { return sizeof(Bits); }
+    QVO_INLINE static void move(void* to, size_t i, const void* from, size_t k) {
+        static_cast<Bits*>(to)[i] = static_cast<const Bits*>(from)[k];
+    }
+};
+
+/// Moves single elements of any width.
+class ByteMover {
+ public:
+    explicit ByteMover(size_t width) : width_(width) {}
+    size_t width() const { return width_; }
+    void move(void* to, size_t i, const void* from, size_t k) const {
+        std::memcpy(static_cast<uint8_t*>(to) + i * width_, static_cast<const uint8_t*>(from) + k * width_, width_);
+    }
+
+ private:
+    size_t width_;
+};
+
+/// Calls f with the mover for elements of the given width.
+template <class F> QVO_INLINE auto with_mover(size_t width, F f) {
+    switch (width) {
+        case 1:
+            return f(FixedMover<bits1>{});
+        case 2:
+            return f(FixedMover<bits2>{});
+        case 4:
+            return f(FixedMover<bits4>{});
+        case 8:
+            return f(FixedMover<bits8>{});
+        default:
+            return f(ByteMover(width));
+    }
+}
+
+/// Copies the values of `n` neighbouring elements between tiles of the same width; the tiles are different ones.
+QVO_INLINE void copy_values(qvo_seq_iterator_h to, size_t to_index, qvo_seq_iterator_h from, size_t from_index,
+                            size_t n) {
+    const size_t width = from->elem_size;
+    std::memcpy(values_of<uint8_t>(to) + to_index * width, values_of<uint8_t>(from) + from_index * width, n * width);
+}
+
+}  // namespace qvo

@@ -1,0 +1,98 @@
+// Arithmetic with results that are the same on every machine: wrapping integers, guarded division, conversions
+// from floating values. Nothing here relies on overflow or on what a processor does out of range.
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <type_traits>
+
+#include "qvowseq.h"
+
+namespace qvo {
+
+/// The unsigned type in which integers of type V are computed: their width, but at least 32 bits, since narrower
+/// types would be promoted to a signed one.
+template <class V> using modular = std::conditional_t<sizeof(V) < sizeof(uint32_t), uint32_t, std::make_unsigned_t<V>>;
+
+template <class V> QVO_INLINE V wrapping_add(V a, V b) {
+    if constexpr (std::is_integral_v<V>)
+        return static_cast<V>(static_cast<modular<V>>(a) + static_cast<modular<V>>(b));
+    else
+        return a + b;
+}
+
+template <class V> QVO_INLINE V wrapping_sub(V a, V b) {
+    if constexpr (std::is_integral_v<V>)
+        return static_cast<V>(static_cast<modular<V>>(a) - static_cast<modular<V>>(b));
+    else
+        return a - b;
+}
+
+template <class V> QVO_INLINE V wrapping_mul(V a, V b) {
+    if constexpr (std::is_integral_v<V>)
+        return static_cast<V>(static_cast<modular<V>>(a) * static_cast<modular<V>>(b));
+    else
+        return a * b;
+}
+
+/// Ends the process as the processor's divide fault does, also on processors that have none.
+[[noreturn, gnu::cold]] void divide_fault();
+
+/// Integer division faults on a zero divisor, and where the quotient does not fit an integer of 32 bits or more.
+/// (Narrower operands are divided as 32-bit numbers, where it always fits.)
+template <class V> QVO_INLINE void check_divisor(V a, V b) {
+    if (b == 0) [[unlikely]]
+        divide_fault();
+    if constexpr (std::is_signed_v<V> && sizeof(V) >= sizeof(int32_t))
+        if (b == -1 && a == std::numeric_limits<V>::min()) [[unlikely]]
+            divide_fault();
+}
+
+template <class V> QVO_INLINE V divide(V a, V b) {
+    if constexpr (std::is_integral_v<V>) check_divisor(a, b);
+    return static_cast<V>(a / b);
+}
+
+template <class V> QVO_INLINE V remainder(V a, V b) {
+    if constexpr (std::is_integral_v<V>) {
+        check_divisor(a, b);
+        return static_cast<V>(a % b);
+    } else {
+        return static_cast<V>(std::fmod(static_cast<double>(a), static_cast<double>(b)));
+    }
+}
+
+/// Truncates a floating value towards zero to a signed integer; out of range, and for NaN, the most negative one.
+template <class Int, class F> QVO_INLINE Int truncate(F value) {
+    static_assert(std::is_signed_v<Int> && sizeof(Int) >= sizeof(int32_t));
+    constexpr F limit = static_cast<F>(uint64_t{1} << (8 * sizeof(Int) - 1));  // 2^31 or 2^63: exact in either type
+    // A value that does not fit is replaced before the conversion, not after it, so that the conversion is always
+    // defined and a loop of them stays free of branches. (Values just below -2^31 truncate to it in any case.)
+    return static_cast<Int>(value >= -limit && value < limit ? value : -limit);
+}
+
+/// The value of one element type as another. Integers keep their low bits; integers become floating values and
+/// doubles become floats rounded to nearest. Floating values are truncated towards zero: to 64 bits unsigned from
+/// 2^63 on after subtracting 2^63, with the top bit set in the result; to uint4 by way of 64 bits signed; to 1- and
+/// 2-byte integers by way of 32 bits signed.
+template <class To, class From> QVO_INLINE To convert(From value) {
+    if constexpr (std::is_floating_point_v<From> && std::is_integral_v<To>) {
+        if constexpr (std::is_same_v<To, uint64_t>) {
+            constexpr From half = static_cast<From>(uint64_t{1} << 63);
+            constexpr uint64_t top_bit = uint64_t{1} << 63;
+            return value >= half ? static_cast<uint64_t>(truncate<int64_t>(value - half)) | top_bit
+                                 : static_cast<uint64_t>(truncate<int64_t>(value));
+        } else if constexpr (std::is_same_v<To, uint32_t>) {
+            return static_cast<uint32_t>(truncate<int64_t>(value));
+        } else if constexpr (sizeof(To) < sizeof(int32_t)) {
+            return static_cast<To>(truncate<int32_t>(value));
+        } else {
+            return truncate<To>(value);
+        }
+    } else {
+        return static_cast<To>(value);
+    }
+}
+
+}  // namespace qvo

@@ -1,0 +1,104 @@
+// Walking two operands overlap by overlap.
+//
+// Two run-length sequences are combined run by run: each step takes the shorter of the two remaining runs.
+// Stretches in which many steps have the same shape are handed to the sink as a whole:
+//   lockstep       n elements of either side, with the same runs;
+//   many_left      n elements of the left side, all inside one run of the right (a column against a constant);
+//   many_right     the same with the sides exchanged;
+//   one            a single overlap, where runs cross; several of them in a row are followed by end_singles.
+// What the sink sees, when the operands' `next` is called and where they are left are those of single steps.
+#pragma once
+
+#include "core/operand.h"
+
+namespace qvo {
+
+// A stretch shorter than this is not worth a loop of its own.
+inline constexpr size_t shortest_stretch = 6;
+
+// Single steps between two looks for a stretch: few after a stretch was found, more each time none was.
+inline constexpr size_t fewest_single_steps = 8;
+inline constexpr size_t most_single_steps = 128;
+
+/// At most `n` single steps, without looking for stretches. Runs are tracked by where they end, counted from the
+/// start of the call: the shorter run decides, and no branch depends on which one it is.
+template <class Sink> QVO_INLINE void single_steps(Operand& a, Operand& b, size_t n, Sink& sink) {
+    size_t ia = a.index(), ib = b.index();
+    const uint8_t *runs_a = a.runs() + ia, *runs_b = b.runs() + ib;
+    // A step moves on by at most one element, so as many steps need no test for the end of a tile.
+    n = std::min({n, a.elements_left() - 1, b.elements_left() - 1});
+    if (n == 0) {
+        const unsigned run = std::min(a.run_left(), b.run_left());
+        sink.one(ia, ib, run);
+        a.take(run);
+        b.take(run);
+        return;
+    }
+    unsigned end_a = a.run_left(), end_b = b.run_left(), at = 0;
+    // The runs that come after the current ones are read a step ahead, off the chain from one end to the next. (Behind
+    // the last element of a full tile that reads a byte of a value, and does not use it.)
+    unsigned after_a = get_run(runs_a, ia + 1), after_b = get_run(runs_b, ib + 1);
+    for (; n != 0; --n) {
+        const unsigned end = std::min(end_a, end_b);
+        sink.one(ia, ib, end - at);
+        const unsigned next_a = end_a == end, next_b = end_b == end;
+        end_a += after_a & -next_a;
+        end_b += after_b & -next_b;
+        ia += next_a;
+        ib += next_b;
+        after_a = get_run(runs_a, ia + 1);
+        after_b = get_run(runs_b, ib + 1);
+        at = end;
+    }
+    a.move_to(ia, get_run(runs_a, ia) - (end_a - at));
+    b.move_to(ib, get_run(runs_b, ib) - (end_b - at));
+}
+
+/// Walks until sink.room(), the number of overlaps that the sink can take, is 0 (QVO_S_OK) or an operand stops (its
+/// code). Either way the operands' positions are in their records.
+template <class Sink> QVO_INLINE QVO_RET walk_overlaps(Operand& a, Operand& b, Sink& sink, Where where) {
+    QVO_RET rc = QVO_S_OK;
+    size_t single = fewest_single_steps;
+    for (size_t room; (room = sink.room()) != 0;) {
+        if (rc = refill_both(a, b, where); rc != QVO_S_OK) break;
+        const unsigned left_a = a.run_left(), left_b = b.run_left();
+        const bool fresh_a = a.taken() == 0, fresh_b = b.taken() == 0;
+        if (left_a == left_b) {
+            const size_t n = std::min({room, a.elements_left(), b.elements_left()});
+            const size_t equal = fresh_a && fresh_b ? leading_equal_runs(a.runs(), b.runs(), n) : 0;
+            if (equal == n || equal >= shortest_stretch) {
+                sink.lockstep(a.index(), b.index(), equal);
+                a.skip(equal);
+                b.skip(equal);
+                single = fewest_single_steps;
+                continue;
+            }
+        } else if (left_a < left_b && fresh_a) {
+            const RunSpan span = elements_within(a.runs(), std::min(room, a.elements_left()), left_b);
+            if (span.elements >= shortest_stretch) {
+                sink.many_left(a.index(), b.index(), span.elements);
+                a.skip(span.elements);
+                b.take(span.positions);
+                single = fewest_single_steps;
+                continue;
+            }
+        } else if (left_b < left_a && fresh_b) {
+            const RunSpan span = elements_within(b.runs(), std::min(room, b.elements_left()), left_a);
+            if (span.elements >= shortest_stretch) {
+                sink.many_right(a.index(), b.index(), span.elements);
+                a.take(span.positions);
+                b.skip(span.elements);
+                single = fewest_single_steps;
+                continue;
+            }
+        }
+        single_steps(a, b, std::min(room, single), sink);
+        sink.end_singles();
+        single = std::min(single * 2, most_single_steps);
+    }
+    a.store();
+    b.store();
+    return rc;
+}
+
+}  // namespace qvo

@@ -1,0 +1,117 @@
+// Run bytes, many at a time.
+//
+// Run bytes grow downwards in memory: those of elements i .. i+n-1 form the block that ends at the byte of
+// element i. The functions take the address of the first element's byte and count towards lower addresses.
+// They may look at up to 63 bytes below the block, which still lie in the tile.
+#pragma once
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "qvowseq.h"
+
+namespace qvo {
+
+// Run bytes examined at once: any tile has as many payload bytes below its first run byte.
+inline constexpr size_t run_block = 64;
+inline constexpr size_t run_word = sizeof(uint64_t);
+inline constexpr uint64_t ones_word = 0x0101010101010101U;
+
+/// Eight bytes from the given address on, and eight run bytes as a number with the first one on top.
+QVO_INLINE uint64_t load_word(const uint8_t* lowest) {
+    uint64_t word;
+    std::memcpy(&word, lowest, run_word);
+    return word;
+}
+QVO_INLINE uint64_t load_runs(const uint8_t* first) {
+    const uint64_t word = load_word(first - (run_word - 1));
+    return std::endian::native == std::endian::big ? __builtin_bswap64(word) : word;
+}
+
+/// The number of leading elements, of `n` at most, whose run bytes are equal to what they are compared with.
+/// difference(below) is the exclusive or of both for the eight bytes that start `below` bytes under the first one.
+template <class Difference> QVO_INLINE size_t leading_equal(size_t n, Difference difference) {
+    size_t i = 0;
+    for (; i < n; i += run_block) {
+        uint64_t any = 0;
+        for (size_t k = 0; k < run_block; k += run_word) any |= difference(i + run_block - 1 - k);
+        if (any != 0) break;
+    }
+    for (; i < n; i += run_word) {
+        uint64_t word = difference(i + run_word - 1);
+        if constexpr (std::endian::native == std::endian::big) word = __builtin_bswap64(word);
+        if (word != 0) {
+            i += static_cast<size_t>(std::countl_zero(word)) / 8;
+            break;
+        }
+    }
+    return std::min(i, n);
+}
+
+/// Leading elements whose runs are the same on both sides.
+QVO_INLINE size_t leading_equal_runs(const uint8_t* a, const uint8_t* b, size_t n) {
+    return leading_equal(n, [a, b](size_t below) { return load_word(a - below) ^ load_word(b - below); });
+}
+
+/// Leading elements of run 1.
+QVO_INLINE size_t leading_single_runs(const uint8_t* runs, size_t n) {
+    return leading_equal(n, [runs](size_t below) { return load_word(runs - below) ^ ones_word; });
+}
+
+/// Sums of neighbouring run bytes in four 16-bit lanes.
+QVO_INLINE uint64_t pair_sums(uint64_t word) {
+    constexpr uint64_t even_bytes = 0x00ff00ff00ff00ffU;
+    return (word & even_bytes) + ((word >> 8) & even_bytes);
+}
+
+/// The sum of four 16-bit lanes; it must be below 2^16.
+QVO_INLINE unsigned lane_sum(uint64_t lanes) { return static_cast<unsigned>((lanes * 0x0001000100010001U) >> 48); }
+
+/// The positions covered by `n` elements of one tile.
+QVO_INLINE uint64_t sum_runs(const uint8_t* runs, size_t n) {
+    const uint8_t* byte = runs - n + 1;  // the order does not matter: from the lowest address up
+    const uint8_t* const end = runs + 1;
+    constexpr size_t words = run_block / run_word;
+    constexpr uint64_t even_lanes = 0x0000ffff0000ffffU;
+    // A tile has at most 32 blocks, each of which adds at most 2 * 255 to a lane of 16 bits.
+    static_assert(capacity_of(1) / run_block * 2 * max_run < 65536);
+    uint64_t lanes[words] = {};
+    for (; static_cast<size_t>(end - byte) >= run_block; byte += run_block)
+        for (size_t k = 0; k < words; ++k) lanes[k] += pair_sums(load_word(byte + k * run_word));
+    uint64_t total = 0;
+    for (const uint64_t lane : lanes) total += (lane & even_lanes) + ((lane >> 16) & even_lanes);
+    total = (total & 0xffffffffU) + (total >> 32);
+    for (; static_cast<size_t>(end - byte) >= run_word; byte += run_word) total += lane_sum(pair_sums(load_word(byte)));
+    for (; byte != end; ++byte) total += *byte;
+    return total;
+}
+
+struct RunSpan {
+    size_t elements;
+    unsigned positions;
+};
+
+/// The leading elements, of `n` at most, that one run of `budget` positions covers: an element belongs to the
+/// span if positions of the budget are left before it and it fits into them.
+QVO_INLINE RunSpan elements_within(const uint8_t* runs, size_t n, unsigned budget) {
+    const size_t singles = leading_single_runs(runs, std::min<size_t>(n, budget));
+    RunSpan span{singles, static_cast<unsigned>(singles)};
+    while (span.elements + run_word <= n) {
+        const unsigned sum = lane_sum(pair_sums(load_runs(runs - span.elements)));
+        if (span.positions + sum >= budget) break;  // the budget ends in these eight: go one by one
+        span.positions += sum;
+        span.elements += run_word;
+    }
+    while (span.elements < n && span.positions < budget) {
+        const unsigned run = runs[-static_cast<ptrdiff_t>(span.elements)];
+        if (span.positions + run > budget) break;
+        span.positions += run;
+        ++span.elements;
+    }
+    return span;
+}
+
+}  // namespace qvo

@@ -1,0 +1,45 @@
+// Sum, difference, product, quotient, remainder, maximum and minimum of two sequences, element by element.
+#include "core/elementwise.h"
+#include "core/number.h"
+
+namespace qvo {
+namespace {
+
+struct Add {
+    template <class V> QVO_INLINE static V apply(V a, V b) { return wrapping_add(a, b); }
+};
+struct Sub {
+    template <class V> QVO_INLINE static V apply(V a, V b) { return wrapping_sub(a, b); }
+};
+struct Mul {
+    template <class V> QVO_INLINE static V apply(V a, V b) { return wrapping_mul(a, b); }
+};
+struct Div {
+    template <class V> QVO_INLINE static V apply(V a, V b) { return divide(a, b); }
+};
+struct Mod {
+    template <class V> QVO_INLINE static V apply(V a, V b) { return remainder(a, b); }
+};
+struct Max {
+    template <class V> QVO_INLINE static V apply(V a, V b) { return a > b ? a : b; }
+};
+// With a NaN on either side the floating minimum is the right value, like the maximum. For integers the two forms
+// say the same.
+struct Min {
+    template <class V> QVO_INLINE static V apply(V a, V b) { return b > a ? a : b; }
+};
+
+}  // namespace
+
+#define STAMP(type)                                                      \
+    QVO_DEFINE_BINARY(qvo_seq_add_##type, elem_##type, elem_##type, Add) \
+    QVO_DEFINE_BINARY(qvo_seq_sub_##type, elem_##type, elem_##type, Sub) \
+    QVO_DEFINE_BINARY(qvo_seq_mul_##type, elem_##type, elem_##type, Mul) \
+    QVO_DEFINE_BINARY(qvo_seq_div_##type, elem_##type, elem_##type, Div) \
+    QVO_DEFINE_BINARY(qvo_seq_mod_##type, elem_##type, elem_##type, Mod) \
+    QVO_DEFINE_BINARY(qvo_seq_max_##type, elem_##type, elem_##type, Max) \
+    QVO_DEFINE_BINARY(qvo_seq_min_##type, elem_##type, elem_##type, Min)
+QVO_SEQ_FOR_FIXED_TYPES(STAMP)
+#undef STAMP
+
+}  // namespace qvo

@@ -1,0 +1,247 @@
+#include "support/protocol.h"
+
+namespace test {
+namespace {
+
+bool flag(const std::vector<bool>& flags, size_t i) { return flags.empty() || flags[i]; }
+
+bool same_bytes(const qvo_seq_iterator_t& a, const qvo_seq_iterator_t& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+
+/// A member and its operands, constructed.
+struct Bench {
+    std::vector<std::unique_ptr<Source>> sources;
+    Member::Operands handles;
+    Record result;
+
+    explicit Bench(const Member& member, const std::vector<Script>& scripts = {}) {
+        for (size_t i = 0; i < member.operands.size(); ++i) {
+            sources.push_back(member.operands[i](i < scripts.size() ? scripts[i] : Script{}));
+            handles.push_back(sources.back()->get());
+        }
+    }
+};
+
+/// All tiles of an iterator, as bytes.
+std::vector<std::string> tiles_of(qvo_seq_iterator_h it, size_t most = SIZE_MAX) {
+    std::vector<std::string> tiles;
+    while (tiles.size() < most) {
+        const QVO_RET rc = it->next(it);
+        if (rc != QVO_S_OK) {
+            EXPECT_EQ(rc, QVO_S_CURSOR_END);
+            break;
+        }
+        const char* payload = it->tile.u.arr_char;
+        const size_t n = it->tile_size;
+        EXPECT_TRUE(n >= 1 && n <= capacity_of(it->elem_size));
+        tiles.push_back(std::string(payload, n * it->elem_size) +
+                        std::string(payload + sizeof(qvo_seq_payload_t) - n, n));
+        it->tile_offs = 0;
+    }
+    return tiles;
+}
+
+void check_refusals(const Member& member) {
+    for (size_t i = 0; i < member.operands.size(); ++i) {
+        if (flag(member.type_checked, i)) {
+            Bench bench(member);
+            const BindingCheck check;
+            bench.handles[i]->elem_type = 99;
+            for (qvo_seq_iterator_h o : bench.handles) o->bounded = 1;  // the type comes first
+            const qvo_seq_iterator_t before = bench.result.it;
+            EXPECT_EQ(member.construct(bench.result.get(), bench.handles), QVO_E_ILLEGAL_TYPE) << "operand " << i;
+            EXPECT_TRUE(same_bytes(before, bench.result.it)) << "a refused constructor leaves the result alone";
+        }
+        if (flag(member.bound, i)) {
+            Bench bench(member);
+            bench.handles[i]->bounded = 1;
+            {
+                const BindingCheck check;
+                const qvo_seq_iterator_t before = bench.result.it;
+                EXPECT_EQ(member.construct(bench.result.get(), bench.handles), QVO_E_SEQ_BOUNDED) << "operand " << i;
+                EXPECT_TRUE(same_bytes(before, bench.result.it)) << "a refused constructor leaves the result alone";
+                for (size_t k = 0; k < bench.handles.size(); ++k)
+                    EXPECT_EQ(bench.handles[k]->bounded, k == i) << "a refused constructor binds nothing";
+            }
+            EXPECT_EQ(member.construct(bench.result.get(), bench.handles), QVO_S_OK) << "with the check off";
+        }
+    }
+}
+
+void check_fields(const Member& member) {
+    Bench bench(member);
+    const qvo_seq_iterator_t before = bench.result.it;
+    const qvo_seq_iterator_t& it = bench.result.it;
+    ASSERT_EQ(member.construct(bench.result.get(), bench.handles), QVO_S_OK);
+    for (size_t i = 0; i < bench.handles.size(); ++i) {
+        EXPECT_EQ(it.opd[i], bench.handles[i]);
+        EXPECT_EQ(bench.handles[i]->bounded, flag(member.bound, i));
+        EXPECT_EQ(bench.sources[i]->n_next(), 0U) << "constructors do not pull";
+    }
+    for (size_t i = bench.handles.size(); i < 3; ++i) EXPECT_EQ(it.opd[i], nullptr) << "unused slots stay";
+    EXPECT_EQ(it.elem_type, member.type);
+    EXPECT_EQ(it.elem_size, member.width);
+    EXPECT_TRUE(it.bounded == 0 && it.tile_size == 0 && it.tile_offs == 0 && it.rle_offs == 0);
+    EXPECT_TRUE(it.first_seq_no == 0 && it.next_seq_no == 0);
+    EXPECT_EQ(it.prepared, member.aggregate ? 0 : before.prepared);
+    EXPECT_EQ(it.createdBySql, before.createdBySql);
+    EXPECT_EQ(it.next, member.next);
+    EXPECT_EQ(it.reset, member.reset);
+    EXPECT_EQ(it.prepare, member.prepare);
+    EXPECT_EQ(it.merge, member.merge);
+}
+
+void check_end_and_reset(const Member& member) {
+    Bench bench(member);
+    ASSERT_EQ(member.construct(bench.result.get(), bench.handles), QVO_S_OK);
+    const qvo_seq_iterator_h it = bench.result.get();
+    const auto tiles = tiles_of(it);
+    EXPECT_FALSE(tiles.empty());
+    const std::string tile(it->tile.u.arr_char, sizeof it->tile.u);
+    const uint16_t tile_size = it->tile_size;
+    EXPECT_EQ(it->next(it), QVO_S_CURSOR_END) << "the end must last";
+    EXPECT_EQ(tile, std::string(it->tile.u.arr_char, sizeof it->tile.u)) << "the end must not touch the tile";
+    EXPECT_EQ(it->tile_size, tile_size);
+
+    ASSERT_EQ(it->reset(it), QVO_S_OK);
+    for (const auto& source : bench.sources) EXPECT_EQ(source->n_reset(), 1U);
+    EXPECT_TRUE(it->tile_size == 0 && it->tile_offs == 0 && it->rle_offs == 0 && it->next_seq_no == 0);
+    EXPECT_EQ(tiles_of(it, 1).size(), 1U);
+    ASSERT_EQ(it->reset(it), QVO_S_OK);
+    EXPECT_EQ(tiles_of(it), tiles) << "after a reset in mid-stream";
+    for (size_t i = 0; i < bench.sources.size(); ++i) {
+        ASSERT_EQ(it->reset(it), QVO_S_OK);
+        bench.sources[i]->set_script({{}, SIZE_MAX, QVO_S_OK, 4712});
+        EXPECT_EQ(it->reset(it), 4712) << "the reset of operand " << i << " fails";
+        bench.sources[i]->set_script({});
+    }
+}
+
+void check_stops(const Member& member) {
+    for (size_t i = 0; i < member.operands.size(); ++i) {
+        std::vector<Script> scripts(member.operands.size());
+        scripts[i] = {{}, 0, 4711, QVO_S_OK};
+        Bench failing(member, scripts);
+        ASSERT_EQ(member.construct(failing.result.get(), failing.handles), QVO_S_OK);
+        EXPECT_EQ(failing.result->next(failing.result.get()), 4711) << "the error of operand " << i;
+
+        if (!flag(member.stops_on_empty, i)) continue;
+        for (const bool tracing : {false, true}) {
+            scripts[i] = {{}, 0, QVO_S_OK, QVO_S_OK};
+            Bench empty(member, scripts);
+            ASSERT_EQ(member.construct(empty.result.get(), empty.handles), QVO_S_OK);
+            const Stop stop = catch_stop([&] { empty.result->next(empty.result.get()); }, tracing);
+            EXPECT_TRUE(stop.stopped) << "an empty tile of operand " << i;
+            EXPECT_EQ(stop.code, QVO_ERR_SEQ);
+            EXPECT_GT(stop.line, 0);
+            EXPECT_NE(stop.file.find("qvoseqrle/"), std::string::npos) << stop.file;
+            EXPECT_EQ(stop.traces, tracing);
+        }
+    }
+}
+
+}  // namespace
+
+void check_protocol(const Member& member) {
+    SCOPED_TRACE(member.name);
+    check_refusals(member);
+    check_fields(member);
+    check_end_and_reset(member);
+    check_stops(member);
+}
+
+void expect_same_record(const qvo_seq_iterator_t& actual, const qvo_seq_iterator_t& expected, const std::string& what) {
+    EXPECT_EQ(actual.tile_size, expected.tile_size) << what;
+    EXPECT_EQ(actual.tile_offs, expected.tile_offs) << what;
+    EXPECT_EQ(actual.rle_offs, expected.rle_offs) << what;
+    EXPECT_EQ(actual.prepared, expected.prepared) << what;
+    EXPECT_EQ(actual.first_seq_no, expected.first_seq_no) << what;
+    EXPECT_EQ(actual.next_seq_no, expected.next_seq_no) << what;
+    EXPECT_EQ(actual.last_seq_no, expected.last_seq_no) << what;
+    EXPECT_EQ(actual.elem_type, expected.elem_type) << what;
+    EXPECT_EQ(actual.elem_size, expected.elem_size) << what;
+    if (std::memcmp(&actual.tile, &expected.tile, sizeof actual.tile) == 0) return;
+    // NaN results may differ in their bits: compare floating elements by value, and everything else exactly.
+    const size_t n = actual.tile_size;
+    if (actual.elem_type == QVO_DD_DOUBLE)
+        check_items(tile_items<t_double>(actual), tile_items<t_double>(expected));
+    else if (actual.elem_type == QVO_DD_FLOAT)
+        check_items(tile_items<t_float>(actual), tile_items<t_float>(expected));
+    else {
+        size_t i = 0;
+        while (actual.tile.u.arr_uint1[i] == expected.tile.u.arr_uint1[i] && i + 1 < sizeof(qvo_seq_payload_t)) ++i;
+        ADD_FAILURE() << what << ": the tiles differ at byte " << i << " of the payload; " << n << " elements";
+    }
+}
+
+void check_steps(const Member& member, const std::function<QVO_RET(qvo_seq_iterator_h)>& literal,
+                 const std::vector<Script>& scripts) {
+    SCOPED_TRACE(member.name);
+    Bench actual(member, scripts), expected(member, scripts);
+    ASSERT_EQ(member.construct(actual.result.get(), actual.handles), QVO_S_OK);
+    expected.result.it = actual.result.it;
+    for (size_t i = 0; i < expected.handles.size(); ++i) expected.result->opd[i] = expected.handles[i];
+    for (unsigned call = 0, ends = 0; ends < 2 && call < 10000; ++call) {
+        const std::string what = member.name + ", call " + std::to_string(call);
+        const QVO_RET rc = actual.result->next(actual.result.get());
+        ASSERT_EQ(rc, literal(expected.result.get())) << what;
+        expect_same_record(actual.result.it, expected.result.it, what);
+        for (size_t i = 0; i < actual.handles.size(); ++i) {
+            const std::string operand_text = what + ", operand " + std::to_string(i);
+            EXPECT_EQ(actual.handles[i]->tile_offs, expected.handles[i]->tile_offs) << operand_text;
+            EXPECT_EQ(actual.handles[i]->rle_offs, expected.handles[i]->rle_offs) << operand_text;
+            EXPECT_EQ(actual.sources[i]->n_next(), expected.sources[i]->n_next()) << operand_text;
+        }
+        if (testing::Test::HasFailure()) return;
+        ends += rc != QVO_S_OK;
+    }
+}
+
+bool literal_refill(qvo_seq_iterator_h operand, size_t produced, QVO_RET* rc) {
+    if (operand->tile_offs < operand->tile_size) return true;
+    *rc = operand->next(operand);
+    if (*rc == QVO_S_CURSOR_END && produced != 0)
+        *rc = QVO_S_OK;
+    else if (*rc == QVO_S_OK) {
+        operand->tile_offs = 0;
+        return true;
+    }
+    return false;
+}
+
+unsigned literal_run(const qvo_seq_iterator_t* it, size_t i) { return it->tile.u.arr_uint1[4095 - i]; }
+
+void literal_put_run(qvo_seq_iterator_h it, size_t i, unsigned run) {
+    it->tile.u.arr_uint1[4095 - i] = static_cast<uint8_t>(run);
+}
+
+unsigned literal_run_left(const qvo_seq_iterator_t* it) { return literal_run(it, it->tile_offs) - it->rle_offs; }
+
+void literal_take(qvo_seq_iterator_h it, unsigned positions) {
+    it->rle_offs = static_cast<uint8_t>(it->rle_offs + positions);
+    if (it->rle_offs == literal_run(it, it->tile_offs)) {
+        it->rle_offs = 0;
+        ++it->tile_offs;
+    }
+}
+
+QVO_RET literal_overlap_next(qvo_seq_iterator_h it, const std::function<void(size_t i)>& element) {
+    const size_t capacity = capacity_of(it->elem_size);
+    size_t i = 0;
+    QVO_RET rc = QVO_S_OK;
+    for (; i < capacity; ++i) {
+        if (!literal_refill(it->opd[0], i, &rc)) break;
+        if (!literal_refill(it->opd[1], i, &rc)) break;
+        element(i);
+        const unsigned a = literal_run_left(it->opd[0]), b = literal_run_left(it->opd[1]);
+        const unsigned run = b < a ? b : a;
+        literal_put_run(it, i, run);
+        it->next_seq_no += run;
+        literal_take(it->opd[0], run);
+        literal_take(it->opd[1], run);
+    }
+    if (rc != QVO_S_OK) return rc;
+    it->tile_size = static_cast<uint16_t>(i);
+    return QVO_S_OK;
+}
+
+}  // namespace test
