@@ -1,10 +1,16 @@
-// Sources for benchmarks: tiles in cache, filled once and handed out again and again, and columns of many tiles.
+// What the benchmarks share: run-length columns, sources over them, and the counters that the table is made from.
+//
+// A case is named family/type/shape. Cases of the same family and type are compared with their case "flat": a plain
+// loop over arrays with the same values, in the same run of the program (see main.cpp). A case checks its result
+// against the plain computation once before it is timed, and fails with `fail` if they differ.
 #pragma once
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstring>
 #include <random>
+#include <string>
 #include <type_traits>
 #include <vector>
 
@@ -31,9 +37,10 @@ template <class V> constexpr size_t capacity() { return sizeof(qvo_seq_payload_t
 template <class V> struct Column {
     std::vector<V> values;
     std::vector<uint8_t> runs;
+
     size_t positions() const {
         size_t n = 0;
-        for (uint8_t run : runs) n += run;
+        for (const uint8_t run : runs) n += run;
         return n;
     }
     /// The values, one per position.
@@ -45,11 +52,17 @@ template <class V> struct Column {
     }
 };
 
-/// `n` elements with small values other than 0 and runs drawn from [shortest, longest].
-template <class V> Column<V> random_column(size_t n, unsigned shortest, unsigned longest, unsigned seed) {
+/// The runs of a column: drawn evenly from shortest to longest.
+struct Runs {
+    unsigned shortest, longest;
+};
+inline constexpr Runs single_runs{1, 1}, short_runs{1, 8}, long_runs{50, 150}, full_runs{255, 255};
+
+/// `n` elements with values from 1 to 100.
+template <class V> Column<V> random_column(size_t n, Runs runs, unsigned seed) {
     std::mt19937 random(seed);
     std::uniform_int_distribution<int> value(1, 100);
-    std::uniform_int_distribution<unsigned> run(shortest, longest);
+    std::uniform_int_distribution<unsigned> run(runs.shortest, runs.longest);
     Column<V> column;
     for (size_t i = 0; i < n; ++i) {
         column.values.push_back(static_cast<V>(value(random)));
@@ -58,7 +71,7 @@ template <class V> Column<V> random_column(size_t n, unsigned shortest, unsigned
     return column;
 }
 
-/// An iterator over a column, a full tile at a time; ends after `rounds` rounds through it.
+/// An iterator over a column, a full tile at a time.
 template <class V> class Source {
  public:
     explicit Source(const Column<V>& column) : column_(column) {
@@ -66,21 +79,28 @@ template <class V> class Source {
         it_.reset = [](qvo_seq_iterator_h it) { return static_cast<Source*>(it->buf)->reset(); };
         it_.elem_type = type_code<V>();
         it_.elem_size = sizeof(V);
+        it_.last_seq_no = ~qvo_seq_no_t{0};
         it_.buf = this;
+        // Run bytes lie in reverse order in a tile: reversed once, each tile takes a block.
+        reversed_.assign(column.runs.rbegin(), column.runs.rend());
+        for (size_t at = 0; at < column.runs.size(); at += capacity<V>()) {
+            uint64_t positions = 0;
+            for (size_t i = at; i < std::min(at + capacity<V>(), column.runs.size()); ++i) positions += column.runs[i];
+            tile_positions_.push_back(positions);
+        }
     }
     Source(const Source&) = delete;
+    Source& operator=(const Source&) = delete;
     qvo_seq_iterator_h get() { return &it_; }
 
  private:
     QVO_RET next() {
         const size_t n = std::min(capacity<V>(), column_.values.size() - at_);
         if (n == 0) return QVO_S_CURSOR_END;
-        std::memcpy(it_.tile.u.arr_uint1, &column_.values[at_], n * sizeof(V));
-        uint8_t* last_run = it_.tile.u.arr_uint1 + sizeof(qvo_seq_payload_t) - 1;
-        for (size_t i = 0; i < n; ++i) {
-            last_run[-static_cast<ptrdiff_t>(i)] = column_.runs[at_ + i];
-            it_.next_seq_no += column_.runs[at_ + i];
-        }
+        uint8_t* payload = it_.tile.u.arr_uint1;
+        std::memcpy(payload, &column_.values[at_], n * sizeof(V));
+        std::memcpy(payload + sizeof(qvo_seq_payload_t) - n, &reversed_[reversed_.size() - at_ - n], n);
+        it_.next_seq_no += tile_positions_[at_ / capacity<V>()];
         at_ += n;
         it_.tile_size = static_cast<uint16_t>(n);
         return QVO_S_OK;
@@ -94,11 +114,13 @@ template <class V> class Source {
     }
 
     const Column<V>& column_;
+    std::vector<uint8_t> reversed_;
+    std::vector<uint64_t> tile_positions_;
     size_t at_ = 0;
     qvo_seq_iterator_t it_{};
 };
 
-/// An iterator that hands out one and the same full tile for ever.
+/// An iterator that hands out one and the same tile, which stays in cache, for ever.
 template <class V> class TileSource {
  public:
     explicit TileSource(const Column<V>& column) : source_(column) {
@@ -112,5 +134,28 @@ template <class V> class TileSource {
  private:
     Source<V> source_;
 };
+
+/// Counts what a case has handled in all its iterations: elements of the input, and positions.
+inline void count(benchmark::State& state, double elements, double positions) {
+    state.counters["elements"] = benchmark::Counter(elements, benchmark::Counter::kIsRate);
+    state.counters["positions"] = benchmark::Counter(positions, benchmark::Counter::kIsRate);
+}
+
+inline void fail(benchmark::State& state) { state.SkipWithError("the result differs from the plain computation"); }
+
+/// Registers a case. `body` takes the state.
+template <class Body>
+void add_case(const std::string& family, const std::string& type, const std::string& shape, Body body) {
+    benchmark::RegisterBenchmark((family + "/" + type + "/" + shape).c_str(), body);
+}
+
+/// Runs a registration before main.
+#define QVO_BENCH_FAMILIES(name)               \
+    static void register_##name();             \
+    static const bool registered_##name = [] { \
+        register_##name();                     \
+        return true;                           \
+    }();                                       \
+    static void register_##name()
 
 }  // namespace qvo::bench

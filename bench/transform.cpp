@@ -1,59 +1,118 @@
+// Element-wise operators over two sequences, on tiles that are in cache.
+#include <cmath>
 #include <functional>
+
 #include "support.h"
+
 namespace qvo::bench {
 namespace {
+
 using Constructor = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_seq_iterator_h);
 
-template <class V>
-void tiles(benchmark::State& state, Constructor make, unsigned a0, unsigned a1, unsigned b0, unsigned b1) {
-    const auto ca = random_column<V>(capacity<V>(), a0, a1, 1), cb = random_column<V>(capacity<V>(), b0, b1, 2);
-    TileSource<V> a(ca), b(cb);
+/// The result tile against the operation on the expanded operands; `a` and `b` repeat for ever.
+template <class V, class R, class Op>
+bool tile_is_right(const qvo_seq_iterator_t& it, const Column<V>& a, const Column<V>& b, Op op) {
+    const std::vector<V> left = a.flat(), right = b.flat();
+    R result[capacity<R>()];
+    std::memcpy(result, it.tile.u.arr_uint1, sizeof result);
+    size_t at = 0;
+    for (size_t i = 0; i < it.tile_size; ++i) {
+        const R expected = static_cast<R>(op(left[at % left.size()], right[at % right.size()]));
+        if (std::memcmp(&expected, &result[i], sizeof expected) != 0) return false;
+        at += it.tile.u.arr_uint1[sizeof(qvo_seq_payload_t) - 1 - i];
+    }
+    return it.tile_size == capacity<R>() && at == it.next_seq_no;
+}
+
+template <class V, class R, class Op>
+void run_tiles(benchmark::State& state, Constructor construct, Op op, Runs left, Runs right) {
+    const auto a = random_column<V>(capacity<V>(), left, 1), b = random_column<V>(capacity<V>(), right, 2);
+    TileSource<V> sa(a), sb(b);
     qvo_seq_iterator_t it{};
-    make(&it, a.get(), b.get());
-    size_t n = 0;
+    if (construct(&it, sa.get(), sb.get()) != QVO_S_OK || it.next(&it) != QVO_S_OK ||
+        !tile_is_right<V, R>(it, a, b, op))
+        return fail(state);
+    const uint64_t before = it.next_seq_no;
+    double elements = 0;
     for (auto _ : state) {
         it.next(&it);
-        n += it.tile_size;
-        benchmark::DoNotOptimize(it.tile);
+        elements += it.tile_size;
+        benchmark::ClobberMemory();
     }
-    state.counters["elems/s"] = benchmark::Counter(static_cast<double>(n), benchmark::Counter::kIsRate);
-    state.counters["pos/s"] = benchmark::Counter(static_cast<double>(it.next_seq_no), benchmark::Counter::kIsRate);
+    count(state, elements, static_cast<double>(it.next_seq_no - before));
 }
-template <class V, class R, class Op> void flat(benchmark::State& state, Op op) {
-    const auto a = random_column<V>(capacity<V>(), 1, 1, 1), b = random_column<V>(capacity<V>(), 1, 1, 2);
-    std::vector<R> out(a.values.size());
-    size_t n = 0;
-    const V* __restrict pa = a.values.data();
-    const V* __restrict pb = b.values.data();
+
+template <class V, class R, class Op> void run_flat(benchmark::State& state, Op op) {
+    const auto a = random_column<V>(capacity<V>(), single_runs, 1), b = random_column<V>(capacity<V>(), single_runs, 2);
+    std::vector<R> out(capacity<V>());
+    double elements = 0;
     for (auto _ : state) {
-        R* __restrict o = out.data();
-        for (size_t i = 0; i < out.size(); ++i) o[i] = static_cast<R>(op(pa[i], pb[i]));
+        const V* __restrict left = a.values.data();
+        const V* __restrict right = b.values.data();
+        R* __restrict result = out.data();
+        for (size_t i = 0; i < capacity<V>(); ++i) result[i] = static_cast<R>(op(left[i], right[i]));
         benchmark::DoNotOptimize(out.data());
         benchmark::ClobberMemory();
-        n += out.size();
+        elements += static_cast<double>(capacity<V>());
     }
-    state.counters["elems/s"] = benchmark::Counter(static_cast<double>(n), benchmark::Counter::kIsRate);
+    count(state, elements, elements);
 }
-template <class V, class R, class Op> void family(const char* name, Constructor make, Op op) {
-    auto reg = [&](const char* c, auto f) { benchmark::RegisterBenchmark((std::string(name) + "/" + c).c_str(), f); };
-    reg("flat", [=](benchmark::State& s) { flat<V, R>(s, op); });
-    reg("ones", [=](benchmark::State& s) { tiles<V>(s, make, 1, 1, 1, 1); });
-    reg("const", [=](benchmark::State& s) { tiles<V>(s, make, 1, 1, 255, 255); });
-    reg("const_l", [=](benchmark::State& s) { tiles<V>(s, make, 255, 255, 1, 1); });
-    reg("same255", [=](benchmark::State& s) { tiles<V>(s, make, 255, 255, 255, 255); });
-    reg("short_const", [=](benchmark::State& s) { tiles<V>(s, make, 1, 8, 255, 255); });
-    reg("short", [=](benchmark::State& s) { tiles<V>(s, make, 1, 8, 1, 8); });
-    reg("cross", [=](benchmark::State& s) { tiles<V>(s, make, 3, 3, 4, 4); });
-    reg("mean100", [=](benchmark::State& s) { tiles<V>(s, make, 50, 150, 50, 150); });
+
+template <class V, class R, class Op>
+void add_member(const char* family, const char* type, Constructor construct, Op op) {
+    struct Shape {
+        const char* name;
+        Runs left, right;
+    };
+    static constexpr Shape shapes[] = {
+        {"single", single_runs, single_runs}, {"const", single_runs, full_runs}, {"const_left", full_runs, single_runs},
+        {"full", full_runs, full_runs},       {"short", short_runs, short_runs}, {"short_const", short_runs, full_runs},
+        {"long", long_runs, long_runs},       {"cross", {3, 3}, {4, 4}},
+    };
+    add_case(family, type, "flat", [op](benchmark::State& state) { run_flat<V, R>(state, op); });
+    for (const Shape& shape : shapes)
+        add_case(family, type, shape.name,
+                 [=](benchmark::State& state) { run_tiles<V, R>(state, construct, op, shape.left, shape.right); });
 }
-const bool registered = [] {
-    family<int8_t, int8_t>("add_int1", qvo_seq_add_int1, std::plus<>{});
-    family<int32_t, int32_t>("add_int4", qvo_seq_add_int4, std::plus<>{});
-    family<double, double>("add_double", qvo_seq_add_double, std::plus<>{});
-    family<int8_t, uint8_t>("gt_int1", qvo_seq_gt_int1, std::greater<>{});
-    family<int32_t, uint8_t>("gt_int4", qvo_seq_gt_int4, std::greater<>{});
-    family<double, uint8_t>("gt_double", qvo_seq_gt_double, std::greater<>{});
-    return true;
-}();
+
+struct Mod {
+    template <class V> V operator()(V a, V b) const {
+        if constexpr (std::is_floating_point_v<V>)
+            return std::fmod(a, b);
+        else
+            return static_cast<V>(a % b);
+    }
+};
+struct Max {
+    template <class V> V operator()(V a, V b) const { return a > b ? a : b; }
+};
+struct Min {
+    template <class V> V operator()(V a, V b) const { return b > a ? a : b; }
+};
+
+#define FAMILY(type)                                                                              \
+    add_member<qvo_##type, qvo_##type>("add", #type, qvo_seq_add_##type, std::plus<>{});          \
+    add_member<qvo_##type, qvo_##type>("sub", #type, qvo_seq_sub_##type, std::minus<>{});         \
+    add_member<qvo_##type, qvo_##type>("mul", #type, qvo_seq_mul_##type, std::multiplies<>{});    \
+    add_member<qvo_##type, qvo_##type>("div", #type, qvo_seq_div_##type, std::divides<>{});       \
+    add_member<qvo_##type, qvo_##type>("mod", #type, qvo_seq_mod_##type, Mod{});                  \
+    add_member<qvo_##type, qvo_##type>("max", #type, qvo_seq_max_##type, Max{});                  \
+    add_member<qvo_##type, qvo_##type>("min", #type, qvo_seq_min_##type, Min{});                  \
+    add_member<qvo_##type, qvo_seq_bool>("eq", #type, qvo_seq_eq_##type, std::equal_to<>{});      \
+    add_member<qvo_##type, qvo_seq_bool>("ne", #type, qvo_seq_ne_##type, std::not_equal_to<>{});  \
+    add_member<qvo_##type, qvo_seq_bool>("ge", #type, qvo_seq_ge_##type, std::greater_equal<>{}); \
+    add_member<qvo_##type, qvo_seq_bool>("le", #type, qvo_seq_le_##type, std::less_equal<>{});    \
+    add_member<qvo_##type, qvo_seq_bool>("gt", #type, qvo_seq_gt_##type, std::greater<>{});       \
+    add_member<qvo_##type, qvo_seq_bool>("lt", #type, qvo_seq_lt_##type, std::less<>{});
+
+QVO_BENCH_FAMILIES(elementwise) {
+    FAMILY(int1)
+    FAMILY(int4)
+    FAMILY(double)
+    add_member<qvo_seq_bool, qvo_seq_bool>("and", "bool", qvo_seq_and, std::bit_and<>{});
+    add_member<qvo_seq_bool, qvo_seq_bool>("or", "bool", qvo_seq_or, std::bit_or<>{});
+    add_member<qvo_seq_bool, qvo_seq_bool>("xor", "bool", qvo_seq_xor, std::bit_xor<>{});
+}
+
 }  // namespace
 }  // namespace qvo::bench

@@ -24,17 +24,17 @@ class LoopSink {
           right_runs_(runs_of(it->opd[1])) {}
 
     QVO_INLINE size_t room() const { return out_.room(); }
-    QVO_INLINE void lockstep(size_t left, size_t right, size_t n) {
-        loops_.arrays(it_, out_.size(), left, right, n);
-        out_.put_runs(left_runs_ - left, n);
+    QVO_INLINE void lockstep(size_t left, size_t right, RunSpan span) {
+        loops_.arrays(it_, out_.size(), left, right, span.elements);
+        out_.put_runs(left_runs_ - left, span);
     }
-    QVO_INLINE void many_left(size_t left, size_t right, size_t n) {
-        loops_.many_left(it_, out_.size(), left, right, n);
-        out_.put_runs(left_runs_ - left, n);
+    QVO_INLINE void many_left(size_t left, size_t right, RunSpan span) {
+        loops_.many_left(it_, out_.size(), left, right, span.elements);
+        out_.put_runs(left_runs_ - left, span);
     }
-    QVO_INLINE void many_right(size_t left, size_t right, size_t n) {
-        loops_.many_right(it_, out_.size(), left, right, n);
-        out_.put_runs(right_runs_ - right, n);
+    QVO_INLINE void many_right(size_t left, size_t right, RunSpan span) {
+        loops_.many_right(it_, out_.size(), left, right, span.elements);
+        out_.put_runs(right_runs_ - right, span);
     }
     QVO_INLINE void one(size_t left, size_t right, unsigned run) {
         pairs_.left[n_pairs_] = static_cast<uint16_t>(left);

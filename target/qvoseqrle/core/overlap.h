@@ -1,11 +1,12 @@
 // Walking two operands overlap by overlap.
 //
 // Two run-length sequences are combined run by run: each step takes the shorter of the two remaining runs.
-// Stretches in which many steps have the same shape are handed to the sink as a whole:
-//   lockstep       n elements of either side, with the same runs;
-//   many_left      n elements of the left side, all inside one run of the right (a column against a constant);
-//   many_right     the same with the sides exchanged;
-//   one            a single overlap, where runs cross; several of them in a row are followed by end_singles.
+// Stretches in which many steps have the same shape are handed to the sink as a whole, with the positions they cover:
+//   lockstep(left, right, span)    span.elements elements of either side from there on, with the same runs;
+//   many_left(left, right, span)   elements of the left side, all inside one run of the right (a column against a
+//                                  constant);
+//   many_right(left, right, span)  the same with the sides exchanged;
+//   one(left, right, run)          a single overlap, where runs cross; several in a row are followed by end_singles.
 // What the sink sees, when the operands' `next` is called and where they are left are those of single steps.
 #pragma once
 
@@ -63,20 +64,20 @@ template <class Sink> QVO_INLINE QVO_RET walk_overlaps(Operand& a, Operand& b, S
         if (rc = refill_both(a, b, where); rc != QVO_S_OK) break;
         const unsigned left_a = a.run_left(), left_b = b.run_left();
         const bool fresh_a = a.taken() == 0, fresh_b = b.taken() == 0;
-        if (left_a == left_b) {
+        if (left_a == left_b && fresh_a && fresh_b) {
             const size_t n = std::min({room, a.elements_left(), b.elements_left()});
-            const size_t equal = fresh_a && fresh_b ? leading_equal_runs(a.runs(), b.runs(), n) : 0;
-            if (equal == n || equal >= shortest_stretch) {
-                sink.lockstep(a.index(), b.index(), equal);
-                a.skip(equal);
-                b.skip(equal);
+            const RunSpan span = equal_runs(a.runs(), b.runs(), n);
+            if (span.elements == n || span.elements >= shortest_stretch) {
+                sink.lockstep(a.index(), b.index(), span);
+                a.skip(span.elements);
+                b.skip(span.elements);
                 single = fewest_single_steps;
                 continue;
             }
         } else if (left_a < left_b && fresh_a) {
             const RunSpan span = elements_within(a.runs(), std::min(room, a.elements_left()), left_b);
             if (span.elements >= shortest_stretch) {
-                sink.many_left(a.index(), b.index(), span.elements);
+                sink.many_left(a.index(), b.index(), span);
                 a.skip(span.elements);
                 b.take(span.positions);
                 single = fewest_single_steps;
@@ -85,7 +86,7 @@ template <class Sink> QVO_INLINE QVO_RET walk_overlaps(Operand& a, Operand& b, S
         } else if (left_b < left_a && fresh_b) {
             const RunSpan span = elements_within(b.runs(), std::min(room, b.elements_left()), left_a);
             if (span.elements >= shortest_stretch) {
-                sink.many_right(a.index(), b.index(), span.elements);
+                sink.many_right(a.index(), b.index(), span);
                 a.take(span.positions);
                 b.skip(span.elements);
                 single = fewest_single_steps;

@@ -51,11 +51,6 @@ template <class Difference> QVO_INLINE size_t leading_equal(size_t n, Difference
     return std::min(i, n);
 }
 
-/// Leading elements whose runs are the same on both sides.
-QVO_INLINE size_t leading_equal_runs(const uint8_t* a, const uint8_t* b, size_t n) {
-    return leading_equal(n, [a, b](size_t below) { return load_word(a - below) ^ load_word(b - below); });
-}
-
 /// Leading elements of run 1.
 QVO_INLINE size_t leading_single_runs(const uint8_t* runs, size_t n) {
     return leading_equal(n, [runs](size_t below) { return load_word(runs - below) ^ ones_word; });
@@ -70,29 +65,59 @@ QVO_INLINE uint64_t pair_sums(uint64_t word) {
 /// The sum of four 16-bit lanes; it must be below 2^16.
 QVO_INLINE unsigned lane_sum(uint64_t lanes) { return static_cast<unsigned>((lanes * 0x0001000100010001U) >> 48); }
 
+/// Adds up run bytes a block at a time, in lanes of 16 bits.
+class BlockSum {
+ public:
+    /// Adds the 64 run bytes from the lowest address up.
+    QVO_INLINE void add(const uint8_t* lowest) {
+        for (size_t k = 0; k < words; ++k) lanes_[k] += pair_sums(load_word(lowest + k * run_word));
+    }
+    QVO_INLINE unsigned total() const {
+        uint64_t sums = 0;
+        for (const uint64_t lane : lanes_) sums += (lane & even_lanes) + ((lane >> 16) & even_lanes);
+        return static_cast<unsigned>(sums + (sums >> 32));
+    }
+
+ private:
+    static constexpr size_t words = run_block / run_word;
+    static constexpr uint64_t even_lanes = 0x0000ffff0000ffffU;
+    // A tile has at most 32 blocks, each of which adds at most 2 * 255 to a lane.
+    static_assert(capacity_of(1) / run_block * 2 * max_run < 65536);
+    uint64_t lanes_[words] = {};
+};
+
 /// The positions covered by `n` elements of one tile.
-QVO_INLINE uint64_t sum_runs(const uint8_t* runs, size_t n) {
+QVO_INLINE unsigned sum_runs(const uint8_t* runs, size_t n) {
     const uint8_t* byte = runs - n + 1;  // the order does not matter: from the lowest address up
     const uint8_t* const end = runs + 1;
-    constexpr size_t words = run_block / run_word;
-    constexpr uint64_t even_lanes = 0x0000ffff0000ffffU;
-    // A tile has at most 32 blocks, each of which adds at most 2 * 255 to a lane of 16 bits.
-    static_assert(capacity_of(1) / run_block * 2 * max_run < 65536);
-    uint64_t lanes[words] = {};
-    for (; static_cast<size_t>(end - byte) >= run_block; byte += run_block)
-        for (size_t k = 0; k < words; ++k) lanes[k] += pair_sums(load_word(byte + k * run_word));
-    uint64_t total = 0;
-    for (const uint64_t lane : lanes) total += (lane & even_lanes) + ((lane >> 16) & even_lanes);
-    total = (total & 0xffffffffU) + (total >> 32);
+    BlockSum blocks;
+    for (; static_cast<size_t>(end - byte) >= run_block; byte += run_block) blocks.add(byte);
+    unsigned total = blocks.total();
     for (; static_cast<size_t>(end - byte) >= run_word; byte += run_word) total += lane_sum(pair_sums(load_word(byte)));
     for (; byte != end; ++byte) total += *byte;
     return total;
 }
 
+/// Neighbouring elements of one tile, and the positions that they cover.
 struct RunSpan {
     size_t elements;
     unsigned positions;
 };
+
+/// The leading elements, of `n` at most, whose runs are the same on both sides.
+QVO_INLINE RunSpan equal_runs(const uint8_t* a, const uint8_t* b, size_t n) {
+    const auto difference = [a, b](size_t below) { return load_word(a - below) ^ load_word(b - below); };
+    BlockSum blocks;
+    size_t i = 0;
+    for (; i + run_block <= n; i += run_block) {
+        uint64_t any = 0;
+        for (size_t k = 0; k < run_block; k += run_word) any |= difference(i + run_block - 1 - k);
+        if (any != 0) break;
+        blocks.add(a - (i + run_block - 1));
+    }
+    const size_t rest = leading_equal(n - i, [=](size_t below) { return difference(i + below); });
+    return {i + rest, blocks.total() + sum_runs(a - i, rest)};
+}
 
 /// The leading elements, of `n` at most, that one run of `budget` positions covers: an element belongs to the
 /// span if positions of the budget are left before it and it fits into them.

@@ -42,12 +42,15 @@ class TileWriter {
         positions_ += run;
     }
 
-    /// Accounts for `n` elements with the given runs, or with the same run each.
-    QVO_INLINE void put_runs(const uint8_t* from, size_t n) {
-        copy_runs(runs_ - size_, from, n);
-        positions_ += sum_runs(from, n);
-        size_ += n;
+    /// Accounts for a span of elements with the given runs.
+    QVO_INLINE void put_runs(const uint8_t* from, RunSpan span) {
+        copy_runs(runs_ - size_, from, span.elements);
+        positions_ += span.positions;
+        size_ += span.elements;
     }
+    QVO_INLINE void put_runs(const uint8_t* from, size_t n) { put_runs(from, {n, sum_runs(from, n)}); }
+
+    /// Accounts for `n` elements with the same run each.
     QVO_INLINE void put_equal_runs(size_t n, unsigned run) {
         fill_runs(runs_ - size_, n, run);
         positions_ += n * run;
