@@ -36,15 +36,14 @@ class LoopSink {
         loops_.many_right(it_, out_.size(), left, right, span.elements);
         out_.put_runs(right_runs_ - right, span);
     }
-    QVO_INLINE void one(size_t left, size_t right, unsigned run) {
-        pairs_.left[n_pairs_] = static_cast<uint16_t>(left);
-        pairs_.right[n_pairs_] = static_cast<uint16_t>(right);
-        ++n_pairs_;
-        out_.put_run(run);
+    QVO_INLINE void one(size_t k, size_t left, size_t right, unsigned run) {
+        pairs_.left[k] = static_cast<uint16_t>(left);
+        pairs_.right[k] = static_cast<uint16_t>(right);
+        out_.set_run_ahead(k, run);
     }
-    QVO_INLINE void end_singles() {
-        loops_.pairs(it_, out_.size() - n_pairs_, pairs_.left, pairs_.right, n_pairs_);
-        n_pairs_ = 0;
+    QVO_INLINE void end_singles(RunSpan span) {
+        loops_.pairs(it_, out_.size(), pairs_.left, pairs_.right, span.elements);
+        out_.advance(span);
     }
 
  private:
@@ -52,7 +51,6 @@ class LoopSink {
     TileWriter& out_;
     const BinaryLoops& loops_;
     Pairs& pairs_;
-    size_t n_pairs_ = 0;
     const uint8_t* left_runs_;
     const uint8_t* right_runs_;
 };

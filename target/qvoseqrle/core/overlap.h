@@ -6,7 +6,8 @@
 //   many_left(left, right, span)   elements of the left side, all inside one run of the right (a column against a
 //                                  constant);
 //   many_right(left, right, span)  the same with the sides exchanged;
-//   one(left, right, run)          a single overlap, where runs cross; several in a row are followed by end_singles.
+//   one(k, left, right, run)       the k-th of a row of single overlaps, where runs cross; end_singles(span) closes
+//                                  the row.
 // What the sink sees, when the operands' `next` is called and where they are left are those of single steps.
 #pragma once
 
@@ -24,35 +25,38 @@ inline constexpr size_t most_single_steps = 128;
 /// At most `n` single steps, without looking for stretches. Runs are tracked by where they end, counted from the
 /// start of the call: the shorter run decides, and no branch depends on which one it is.
 template <class Sink> QVO_INLINE void single_steps(Operand& a, Operand& b, size_t n, Sink& sink) {
-    size_t ia = a.index(), ib = b.index();
-    const uint8_t *runs_a = a.runs() + ia, *runs_b = b.runs() + ib;
     // A step moves on by at most one element, so as many steps need no test for the end of a tile.
     n = std::min({n, a.elements_left() - 1, b.elements_left() - 1});
     if (n == 0) {
         const unsigned run = std::min(a.run_left(), b.run_left());
-        sink.one(ia, ib, run);
+        sink.one(0, a.index(), b.index(), run);
+        sink.end_singles({1, run});
         a.take(run);
         b.take(run);
         return;
     }
-    unsigned end_a = a.run_left(), end_b = b.run_left(), at = 0;
+    const uint8_t *runs_a = a.runs(), *runs_b = b.runs();  // of the current elements
+    const uint8_t *const first_a = runs_a + a.index(), *const first_b = runs_b + b.index();
+    uint64_t end_a = a.run_left(), end_b = b.run_left(), at = 0;
     // The runs that come after the current ones are read a step ahead, off the chain from one end to the next. (Behind
     // the last element of a full tile that reads a byte of a value, and does not use it.)
-    unsigned after_a = get_run(runs_a, ia + 1), after_b = get_run(runs_b, ib + 1);
-    for (; n != 0; --n) {
-        const unsigned end = std::min(end_a, end_b);
-        sink.one(ia, ib, end - at);
-        const unsigned next_a = end_a == end, next_b = end_b == end;
-        end_a += after_a & -next_a;
-        end_b += after_b & -next_b;
-        ia += next_a;
-        ib += next_b;
-        after_a = get_run(runs_a, ia + 1);
-        after_b = get_run(runs_b, ib + 1);
+    uint64_t after_a = get_run(runs_a, 1), after_b = get_run(runs_b, 1);
+    for (size_t k = 0; k < n; ++k) {
+        const uint64_t end = std::min(end_a, end_b);
+        sink.one(k, static_cast<size_t>(first_a - runs_a), static_cast<size_t>(first_b - runs_b),
+                 static_cast<unsigned>(end - at));
+        const uint64_t next_a = -uint64_t{end_a == end}, next_b = -uint64_t{end_b == end};  // all ones if it ends here
+        end_a += after_a & next_a;
+        end_b += after_b & next_b;
+        runs_a += static_cast<int64_t>(next_a);
+        runs_b += static_cast<int64_t>(next_b);
+        after_a = get_run(runs_a, 1);
+        after_b = get_run(runs_b, 1);
         at = end;
     }
-    a.move_to(ia, get_run(runs_a, ia) - (end_a - at));
-    b.move_to(ib, get_run(runs_b, ib) - (end_b - at));
+    sink.end_singles({n, static_cast<unsigned>(at)});
+    a.move_to(static_cast<size_t>(first_a - runs_a), *runs_a - static_cast<unsigned>(end_a - at));
+    b.move_to(static_cast<size_t>(first_b - runs_b), *runs_b - static_cast<unsigned>(end_b - at));
 }
 
 /// Walks until sink.room(), the number of overlaps that the sink can take, is 0 (QVO_S_OK) or an operand stops (its
@@ -94,7 +98,6 @@ template <class Sink> QVO_INLINE QVO_RET walk_overlaps(Operand& a, Operand& b, S
             }
         }
         single_steps(a, b, std::min(room, single), sink);
-        sink.end_singles();
         single = std::min(single * 2, most_single_steps);
     }
     a.store();

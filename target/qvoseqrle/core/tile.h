@@ -42,11 +42,17 @@ class TileWriter {
         positions_ += run;
     }
 
+    /// Writes the run of the k-th element behind size(); `advance` then accounts for the elements written so.
+    QVO_INLINE void set_run_ahead(size_t k, unsigned run) { set_run(runs_ - size_, k, run); }
+    QVO_INLINE void advance(RunSpan span) {
+        size_ += span.elements;
+        positions_ += span.positions;
+    }
+
     /// Accounts for a span of elements with the given runs.
     QVO_INLINE void put_runs(const uint8_t* from, RunSpan span) {
         copy_runs(runs_ - size_, from, span.elements);
-        positions_ += span.positions;
-        size_ += span.elements;
+        advance(span);
     }
     QVO_INLINE void put_runs(const uint8_t* from, size_t n) { put_runs(from, {n, sum_runs(from, n)}); }
 
