@@ -248,11 +248,12 @@ typedef struct {
    second form hands its first argument through. */
 #define QVO_SEQ_FOR_FIXED_TYPES(M) \
     M(int1) M(int2) M(int4) M(int8) M(uint1) M(uint2) M(uint4) M(uint8) M(float) M(double) M(datetime)
-#define QVO_SEQ_FOR_FIXED_TYPES_WITH(M, first)                                                                    \
-    M(first, int1)                                                                                                \
-    M(first, int2)                                                                                                \
-    M(first, int4) M(first, int8) M(first, uint1) M(first, uint2) M(first, uint4) M(first, uint8) M(first, float) \
-        M(first, double) M(first, datetime)
+#define QVO_SEQ_FOR_FIXED_TYPES_WITH(M, first)                                                                      \
+    M(first, int1)                                                                                                  \
+    M(first, int2)                                                                                                  \
+    M(first, int4)                                                                                                  \
+    M(first, int8) M(first, uint1) M(first, uint2) M(first, uint4) M(first, uint8) M(first, float) M(first, double) \
+        M(first, datetime)
 
 /* ==== qvofseq: settings, memory, protocol helpers ============================================== */
 
@@ -313,7 +314,84 @@ QVO_API QVO_RET qvo_seq_reset_ternary_agg_iterator(qvo_seq_iterator_h iterator);
 
 /* ==== core/access ============================================================================== */
 
+/*
+ * qvo_seq_next_<type> (iterator, value)
+ *
+ * Reads one position, pulling the iterator when its tile is used up.
+ * Elements  The 11 fixed types, and char: elem_size bytes go to value.
+ * Runs      Expanded: an element with run 3 is read three times. tile_offs and rle_offs are the read
+ *           position; the three readers of one iterator share it.
+ * Errors    QVO_E_ILLEGAL_TYPE; QVO_E_SEQ_BOUNDED if the binding check is on and the iterator feeds an
+ *           operator; then what its `next` returns, QVO_S_CURSOR_END at the end. Value is then as it was.
+ *
+ * qvo_seq_get_<type> (iterator, values, count)
+ *
+ * Reads up to *count positions into an array and sets *count to their number; fewer mean that the end
+ * was reached. Like as many calls of qvo_seq_next_<type>, at the speed of copying.
+ * Errors    The same. An error, or the end before the first position, leaves *count as it was; positions
+ *           that were read before an error are lost.
+ *
+ * qvo_seq_get_nullable_<type> (iterator, values, count, null_bitmap)
+ *
+ * Reads up to *count elements, and their null marks: bit i of null_bitmap, which has (*count + 63) / 64
+ * words, is 1 if values[i] is null. For sources whose runs are 1, such as the text parsers.
+ * Runs      Deliberately not expanded, unlike in the other readers: an element with run 5 is read once,
+ *           and rle_offs is left alone. Only the first 128 elements of a tile can be null.
+ * Errors    The same, but *count is always set to the number of elements read: with an error after
+ *           some elements these are valid, and at the end it is 0.
+ */
+#define QVO_SEQ_DECLARE_READERS(type, value_type)                                                                   \
+    QVO_API QVO_RET qvo_seq_next_##type(qvo_seq_iterator_h iterator, value_type* value);                            \
+    QVO_API QVO_RET qvo_seq_get_##type(qvo_seq_iterator_h iterator, value_type* values, qvo_size_t* count);         \
+    QVO_API QVO_RET qvo_seq_get_nullable_##type(qvo_seq_iterator_h iterator, value_type* values, qvo_size_t* count, \
+                                                qvo_bitmap_word_t* null_bitmap);
+#define QVO_SEQ_DECLARE(type) QVO_SEQ_DECLARE_READERS(type, qvo_##type)
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+QVO_SEQ_DECLARE_READERS(char, char)
+#undef QVO_SEQ_DECLARE
+#undef QVO_SEQ_DECLARE_READERS
+
 /* ==== core/source ============================================================================== */
+
+/*
+ * qvo_seq_unget_<type> (result, values, count), qvo_seq_unget_char (result, values, count, width)
+ *
+ * The caller's array as a sequence.
+ * Elements  The 11 fixed types; char with strings of `width` bytes, one behind the other.
+ * Runs      All 1: an int4 array of 1000 comes as tiles of 819 and 181 elements.
+ * Ends      After `count` elements. last_seq_no is count - 1, for an empty array all ones.
+ * Errors    QVO_E_ILLEGAL_PARAM for char wider than 4095, of which no tile holds one. Else none.
+ * Lifetime  The array is not copied; it stays in place while the iterator is used. owned_buf is 1:
+ *           qvo_seq_free_buffer hands the array to the release hook. So either take the array from
+ *           qvo_seq_malloc, or do not call qvo_seq_free_buffer on this iterator.
+ */
+#define QVO_SEQ_DECLARE(type)                                                                              \
+    QVO_API QVO_RET qvo_seq_unget_##type(qvo_seq_iterator_h result, qvo_##type* values, qvo_size_t count); \
+    QVO_API QVO_RET qvo_seq_unget_##type##_next(qvo_seq_iterator_h iterator);
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+#undef QVO_SEQ_DECLARE
+QVO_API QVO_RET qvo_seq_unget_char(qvo_seq_iterator_h result, char* values, qvo_size_t count, qvo_size_t width);
+QVO_API QVO_RET qvo_seq_unget_char_next(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_unget_reset(qvo_seq_iterator_h iterator);
+
+/*
+ * qvo_seq_const_<type> (result, value), qvo_seq_const_char (result, value, width)
+ *
+ * The same value at every position.
+ * Elements  The 11 fixed types; char of the given width. The value is copied.
+ * Runs      Full tiles of runs of 255, filled by the first call and then handed out again: each call adds
+ *           255 * capacity to next_seq_no, 208845 for 4-byte types. Two-operand operators take it in long
+ *           strides and keep the runs of their other operand.
+ * Ends      Never: use it beside an operand that ends, or cut it with qvo_seq_limit.
+ * Errors    QVO_E_ILLEGAL_PARAM for char wider than 280. Else none.
+ */
+#define QVO_SEQ_DECLARE(type)                                                          \
+    QVO_API QVO_RET qvo_seq_const_##type(qvo_seq_iterator_h result, qvo_##type value); \
+    QVO_API QVO_RET qvo_seq_const_##type##_next(qvo_seq_iterator_h iterator);
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+#undef QVO_SEQ_DECLARE
+QVO_API QVO_RET qvo_seq_const_char(qvo_seq_iterator_h result, const char* value, qvo_size_t width);
+QVO_API QVO_RET qvo_seq_const_next_char(qvo_seq_iterator_h iterator);
 
 /* ==== core/slice =============================================================================== */
 

@@ -6,11 +6,20 @@
 
 namespace qvo {
 
-/// Moves single elements of one of the fixed widths. Bits is bits1 .. bits8.
-template <class Bits> struct FixedMover {
-    QVO_INLINE static size_t width() { return sizeof(Bits); }
+/// Moves single elements of a fixed width: by memcpy, which the compiler turns into moves of one register and which
+/// cares neither for the type that the value was written with nor for alignment. (The leave to alias of bits1 .. bits8
+/// does not survive as a template argument.)
+template <size_t Width> struct FixedMover {
+    QVO_INLINE static size_t width() { return Width; }
     QVO_INLINE static void move(void* to, size_t i, const void* from, size_t k) {
-        static_cast<Bits*>(to)[i] = static_cast<const Bits*>(from)[k];
+        std::memcpy(static_cast<uint8_t*>(to) + i * Width, static_cast<const uint8_t*>(from) + k * Width, Width);
+    }
+    /// Element k of `from` as elements i .. i+n-1 of `to`.
+    QVO_INLINE static void fill(void* to, size_t i, const void* from, size_t k, size_t n) {
+        uint8_t value[Width];
+        std::memcpy(value, static_cast<const uint8_t*>(from) + k * Width, Width);
+        uint8_t* const out = static_cast<uint8_t*>(to) + i * Width;
+        for (size_t j = 0; j < n; ++j) std::memcpy(out + j * Width, value, Width);
     }
 };
 
@@ -22,6 +31,9 @@ class ByteMover {
     void move(void* to, size_t i, const void* from, size_t k) const {
         std::memcpy(static_cast<uint8_t*>(to) + i * width_, static_cast<const uint8_t*>(from) + k * width_, width_);
     }
+    void fill(void* to, size_t i, const void* from, size_t k, size_t n) const {
+        for (const size_t end = i + n; i != end; ++i) move(to, i, from, k);
+    }
 
  private:
     size_t width_;
@@ -31,13 +43,13 @@ class ByteMover {
 template <class F> QVO_INLINE auto with_mover(size_t width, F f) {
     switch (width) {
         case 1:
-            return f(FixedMover<bits1>{});
+            return f(FixedMover<1>{});
         case 2:
-            return f(FixedMover<bits2>{});
+            return f(FixedMover<2>{});
         case 4:
-            return f(FixedMover<bits4>{});
+            return f(FixedMover<4>{});
         case 8:
-            return f(FixedMover<bits8>{});
+            return f(FixedMover<8>{});
         default:
             return f(ByteMover(width));
     }

@@ -1,0 +1,213 @@
+// The readers: every type against readers that go position by position, and element by element.
+#include "support/protocol.h"
+
+namespace test {
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+/// The readers of one type, over untyped arrays, and a source of random elements of it.
+struct Readers {
+    const char* name;
+    std::function<QVO_RET(qvo_seq_iterator_h, void*)> next;
+    std::function<QVO_RET(qvo_seq_iterator_h, void*, qvo_size_t*)> get;
+    std::function<QVO_RET(qvo_seq_iterator_h, void*, qvo_size_t*, qvo_bitmap_word_t*)> get_nullable;
+    std::function<std::unique_ptr<Source>(Random, size_t, Script)> source;
+};
+
+template <class T> std::unique_ptr<Source> random_source(Random random, size_t n, Script script) {
+    size_t width = Source::width_of<T>();
+    Items<T> items;
+    if constexpr (std::is_same_v<T, t_char>) {
+        width = random.between(1, 12);
+        items = random_items<T>(random, n, [](Random& r) { return std::string(r.below(13), char('a' + r.below(26))); });
+    } else {
+        items = random_items<T>(random, n);
+    }
+    for (Item<T>& item : items)
+        if (random.chance(1)) item.run = 256;  // an unwritten run byte, 0
+    return std::make_unique<Source>(T{}, items, std::move(script), width);
+}
+
+template <class V> V* cast(void* p) { return static_cast<V*>(p); }
+
+#define READERS(type, value)                                                                                  \
+    Readers {                                                                                                 \
+#type, [](qvo_seq_iterator_h it, void* v) { return qvo_seq_next_##type(it, cast<value>(v)); },              \
+            [](qvo_seq_iterator_h it, void* v, qvo_size_t* n) { return qvo_seq_get_##type(it, cast<value>(v), n); }, \
+            [](qvo_seq_iterator_h it, void* v, qvo_size_t* n, qvo_bitmap_word_t* nulls) {                           \
+                return qvo_seq_get_nullable_##type(it, cast<value>(v), n, nulls);                                   \
+            },                                                                                                      \
+            random_source<t_##type> \
+    }
+std::vector<Readers> all_readers() {
+#define FIXED(type) READERS(type, qvo_##type),
+    return {QVO_SEQ_FOR_FIXED_TYPES(FIXED) READERS(char, char)};
+}
+
+/// One position, or one element, step by step.
+QVO_RET literal_next(qvo_seq_iterator_h it, uint8_t* value, bool whole_element) {
+    if (it->tile_offs >= it->tile_size) {
+        if (const QVO_RET rc = it->next(it); rc != QVO_S_OK) return rc;
+        it->tile_offs = 0;
+    }
+    std::memcpy(value, it->tile.u.arr_uint1 + size_t{it->tile_offs} * it->elem_size, it->elem_size);
+    if (whole_element)
+        ++it->tile_offs;
+    else
+        literal_take(it, 1);
+    return QVO_S_OK;
+}
+
+bool null_bit(const qvo_bitmap_word_t* words, size_t i) { return (words[i / 64] >> (i % 64) & 1) != 0; }
+
+/// `get` and `get_nullable` as so many single steps.
+QVO_RET literal_get(qvo_seq_iterator_h it, uint8_t* values, qvo_size_t* count) {
+    for (size_t i = 0; i < *count; ++i) {
+        const QVO_RET rc = literal_next(it, values + i * it->elem_size, false);
+        if (rc == QVO_S_OK) continue;
+        if (rc != QVO_S_CURSOR_END || i == 0) return rc;
+        *count = i;
+    }
+    return QVO_S_OK;
+}
+
+QVO_RET literal_get_nullable(qvo_seq_iterator_h it, uint8_t* values, qvo_size_t* count, qvo_bitmap_word_t* nulls) {
+    std::memset(nulls, 0, (*count + 63) / 64 * 8);
+    QVO_RET rc = QVO_S_OK;
+    size_t i = 0;
+    for (; i < *count; ++i) {
+        if (rc = literal_next(it, values + i * it->elem_size, true); rc != QVO_S_OK) break;
+        const unsigned element = it->tile_offs - 1U;
+        if (element < 128 && null_bit(it->tile.null_bitmap, element)) nulls[i / 64] |= qvo_bitmap_word_t{1} << (i % 64);
+    }
+    *count = i;
+    return rc == QVO_S_CURSOR_END && i != 0 ? QVO_S_OK : rc;
+}
+
+/// Reads random amounts until the end, one reader or a mix of them, and compares after every call.
+void check_readers(const Readers& readers, unsigned seed) {
+    SCOPED_TRACE(std::string(readers.name) + ", seed " + std::to_string(seed));
+    Random random(seed);
+    const size_t n = random.between(1, 2500);
+    Script script{random_tile_sizes(random)};
+    if (seed % 3 == 2) script.stop_at = random.below(1000), script.stop_code = 4711;
+    const auto actual = readers.source(Random(seed), n, script), expected = readers.source(Random(seed), n, script);
+    const qvo_seq_iterator_h a = actual->get(), e = expected->get();
+    for (size_t i = 0; i < 2; ++i)
+        a->tile.null_bitmap[i] = e->tile.null_bitmap[i] = random.value<uint64_t>() * 0x9e3779b97f4a7c15U;
+    const unsigned most = random.chance(50) ? 3000 : 40;
+    for (unsigned call = 0, ends = 0; ends < 2; ++call) {
+        const size_t wanted = random.below(most);
+        const Bytes fresh((wanted + 1) * 16, 0x5a);
+        Bytes values = fresh, expected_values = fresh;
+        std::vector<qvo_bitmap_word_t> nulls(wanted / 64 + 2, 0x5a5a), expected_nulls = nulls;
+        qvo_size_t count = wanted, expected_count = wanted;
+        QVO_RET rc, expected_rc;
+        switch (random.below(seed % 2 == 0 ? 2 : 3)) {
+            case 0:
+                rc = readers.next(a, values.data());
+                expected_rc = literal_next(e, expected_values.data(), false);
+                break;
+            case 1:
+                rc = readers.get(a, values.data(), &count);
+                expected_rc = literal_get(e, expected_values.data(), &expected_count);
+                break;
+            default:
+                rc = readers.get_nullable(a, values.data(), &count, nulls.data());
+                expected_rc = literal_get_nullable(e, expected_values.data(), &expected_count, expected_nulls.data());
+        }
+        ASSERT_EQ(rc, expected_rc) << "call " << call;
+        ASSERT_EQ(count, expected_count) << "call " << call;
+        ASSERT_TRUE(values == expected_values) << "call " << call << ", values or what lies behind them";
+        ASSERT_TRUE(nulls == expected_nulls) << "call " << call;
+        ASSERT_EQ(a->tile_offs, e->tile_offs) << "call " << call;
+        ASSERT_EQ(a->rle_offs, e->rle_offs) << "call " << call;
+        ASSERT_EQ(actual->n_next(), expected->n_next()) << "call " << call;
+        ends += rc != QVO_S_OK;
+    }
+}
+
+TEST(Access, ReadsLikeSingleSteps) {
+    for (const Readers& readers : all_readers())
+        for (unsigned seed = 0; seed < 30 && !HasFailure(); ++seed) check_readers(readers, seed);
+}
+
+TEST(Access, RefusesOtherTypesAndBoundIteratorsAndStopsOnEmptyTiles) {
+    for (const Readers& readers : all_readers()) {
+        SCOPED_TRACE(readers.name);
+        const auto source = readers.source(Random(1), 10, {});
+        const qvo_seq_iterator_h it = source->get();
+        Bytes value(100);
+        qvo_bitmap_word_t nulls[1] = {};
+        qvo_size_t count = 2;
+        const std::function<QVO_RET()> calls[] = {
+            [&] { return readers.next(it, value.data()); },
+            [&] { return readers.get(it, value.data(), &count); },
+            [&] { return readers.get_nullable(it, value.data(), &count, nulls); },
+        };
+        for (const auto& call : calls) {
+            ASSERT_EQ(it->reset(it), QVO_S_OK);
+            source->set_script({});
+            it->bounded = 1;
+            {
+                const BindingCheck check;
+                EXPECT_EQ(call(), QVO_E_SEQ_BOUNDED);
+                const uint8_t code = it->elem_type;
+                it->elem_type = 99;  // the type comes first
+                EXPECT_EQ(call(), QVO_E_ILLEGAL_TYPE);
+                it->elem_type = code;
+                it->bounded = 0;
+                EXPECT_EQ(call(), QVO_S_OK);
+                it->bounded = 1;
+            }
+            EXPECT_EQ(call(), QVO_S_OK) << "with the check off";
+            ASSERT_EQ(it->reset(it), QVO_S_OK);
+            source->set_script({{}, 0, QVO_S_OK});
+            EXPECT_TRUE(catch_stop(call).stopped);
+        }
+    }
+}
+
+TEST(Access, RunsAreExpanded) {
+    Source source(t_int4{}, {{7, 3}, {8, 1}});
+    qvo_int4 value = 0;
+    for (const qvo_int4 expected : {7, 7, 7, 8}) {
+        EXPECT_EQ(qvo_seq_next_int4(source.get(), &value), QVO_S_OK);
+        EXPECT_EQ(value, expected);
+        EXPECT_EQ(source.n_next(), 1U);
+    }
+    EXPECT_EQ(qvo_seq_next_int4(source.get(), &value), QVO_S_CURSOR_END);
+    EXPECT_EQ(value, 8);
+}
+
+TEST(Access, AShortCountMeansTheEnd) {
+    Source source(t_int4{}, {{7, 3}, {8, 1}});
+    qvo_int4 values[10];
+    qvo_size_t count = 10;
+    EXPECT_EQ(qvo_seq_get_int4(source.get(), values, &count), QVO_S_OK);
+    EXPECT_EQ(count, 4U);
+    EXPECT_EQ(qvo_seq_get_int4(source.get(), values, &count), QVO_S_CURSOR_END);
+    EXPECT_EQ(count, 4U) << "the end leaves the count alone";
+    count = 10;
+    qvo_bitmap_word_t nulls = 0;
+    EXPECT_EQ(qvo_seq_get_nullable_int4(source.get(), values, &count, &nulls), QVO_S_CURSOR_END);
+    EXPECT_EQ(count, 0U) << "the nullable reader always sets it";
+}
+
+TEST(Access, TheNullableReaderDeliversARunOnce_deliberate) {
+    Source source(t_double{}, {{1.5, 5}, {2.5, 255}, {3.5, 1}}, {{}, 2, 4711});
+    source->tile.null_bitmap[0] = 2;
+    source->rle_offs = 3;
+    double values[3];
+    qvo_size_t count = 3;
+    qvo_bitmap_word_t nulls = ~qvo_bitmap_word_t{0};
+    EXPECT_EQ(qvo_seq_get_nullable_double(source.get(), values, &count, &nulls), 4711);
+    EXPECT_EQ(count, 2U) << "elements before an error are valid";
+    EXPECT_TRUE(values[0] == 1.5 && values[1] == 2.5);
+    EXPECT_EQ(nulls, 2U);
+    EXPECT_EQ(source->rle_offs, 3);
+}
+
+}  // namespace
+}  // namespace test
