@@ -14,6 +14,8 @@
 extern "C" {
 #endif
 
+/* ==== core/host ================================================================================ */
+
 /* Trace severities and modules; the library uses QVO_TRACE_FATAL and QVO_TRACE_SEQ. */
 enum {
     QVO_TRACE_FATAL = 1,
