@@ -504,6 +504,33 @@ QVO_API QVO_RET qvo_seq_not_qvo_seq_bool_next(qvo_seq_iterator_h iterator);
 
 /* ==== transform/text =========================================================================== */
 
+/*
+ * qvo_seq_add_char (result, left, right)
+ *
+ * Element-wise concatenation of strings: left up to its first zero byte, then right up to its first zero
+ * byte, then zero bytes up to the width of the result. "ab" in width 4 and "cd" in width 3 give "abcd"
+ * and three zero bytes.
+ * Elements  Char; the width of the result is the sum of the operands' widths, at most 32.
+ * Runs      One result element per overlap of the operands' runs; equal neighbours stay apart.
+ * Ends      With the shorter operand.
+ * Errors    QVO_E_ILLEGAL_TYPE, also for a joint width above 32; then QVO_E_SEQ_BOUNDED; in both cases
+ *           nothing has changed.
+ *
+ * qvo_seq_cat (result, left, right)
+ *
+ * The bytes of both elements one after the other, as they lie in memory: an int4 and an int2 give char
+ * elements of width 6. Zero bytes are bytes like any other.
+ * Elements  Any types, the same or different ones; the result is char, at most 32 wide.
+ * Runs, Ends, Errors  As for qvo_seq_add_char; types are not checked.
+ *
+ * The width of the result is that of the operands at construction. If an operand's elements turn out to
+ * be wider later (qvo_seq_parse_char without a width), they are cut off where the result's end.
+ */
+QVO_API QVO_RET qvo_seq_add_char(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right);
+QVO_API QVO_RET qvo_seq_cat(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right);
+QVO_API QVO_RET qvo_seq_add_char_next(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_cat_next(qvo_seq_iterator_h iterator);
+
 /* ==== transform/unary ========================================================================== */
 
 /* ==== transform/convert ======================================================================== */
