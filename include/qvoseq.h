@@ -593,7 +593,105 @@ QVO_API QVO_RET qvo_seq_cat_next(qvo_seq_iterator_h iterator);
 
 /* ==== aggregate/distinct ======================================================================= */
 
+/* MurmurHash3, x86, 32 bits, of `len` bytes. The library hashes with the seed 377307. */
+QVO_API qvo_uint4 murmur_hash3_32(const void* key, qvo_size_t len, qvo_uint4 seed);
+
+/* A sketch of the distinct values seen: register j is the largest rank among the hashes whose top seven
+   bits are j, or 0. The rank is the number of trailing zero bits and 1, at most 26. */
+typedef struct {
+    qvo_uint1 max_zero_bits[128];
+} qvo_seq_agg_approxdc_context_t;
+
+/* Enters one hash into a sketch (128 registers); one value of `size` bytes; the registers of another sketch. */
+QVO_API void calculate_zero_bits(qvo_uint4 h, qvo_uint1* max_zero_bits);
+QVO_API void calculate_hash_functions(const void* val, qvo_size_t size, qvo_uint1* max_zero_bits);
+QVO_API void merge_zero_bits(qvo_uint1* dst_max_zero_bits, const qvo_uint1* src_max_zero_bits);
+
+/* The estimate that a sketch gives; 0 for an empty sketch, and where the formula gives no number. */
+QVO_API qvo_uint4 approximate_distinct_count(const qvo_uint1* max_zero_bits);
+
+/*
+ * qvo_seq_agg_approxdc (result, input), qvo_seq_agg_approxdc_hash (result, input)
+ *
+ * Estimate of the number of distinct values of a sequence, from a HyperLogLog sketch of 128 registers. The first
+ * hashes the elements (murmur_hash3_32 with 377307); the second takes the elements as such hashes, as
+ * qvo_seq_hash delivers them, and gives the same estimate.
+ * Elements  approxdc: input of any type and width, which is not checked. approxdc_hash: uint4. Result uint4.
+ * Runs      Ignored: a repeated value counts once.
+ * Ends      After one element, which comes for an empty input too: 0. Reset and pull again to count again.
+ * Errors    approxdc_hash: QVO_E_ILLEGAL_TYPE; both: QVO_E_SEQ_BOUNDED. An operand's error drops the sketch. An
+ *           empty tile is not checked for.
+ * Parts     approxdc has prepare and merge: merging gives the estimate of the union. approxdc_hash has neither.
+ */
+QVO_API QVO_RET qvo_seq_agg_approxdc(qvo_seq_iterator_h result, qvo_seq_iterator_h input);
+QVO_API QVO_RET qvo_seq_agg_approxdc_next(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_agg_approxdc_merge(qvo_seq_iterator_h dst, qvo_seq_iterator_h src);
+QVO_API QVO_RET qvo_seq_agg_approxdc_hash(qvo_seq_iterator_h result, qvo_seq_iterator_h input);
+QVO_API QVO_RET qvo_seq_agg_approxdc_hash_next(qvo_seq_iterator_h iterator);
+
 /* ==== aggregate/hash =========================================================================== */
+
+/*
+ * The tables of the hash aggregates. Every chain is in ascending order of keys: keys of up to 8 bytes
+ * as unsigned 64-bit numbers (their bytes in a zeroed word), longer ones by their bytes. Elements and
+ * long keys are carved out of buckets of 40968 bytes.
+ */
+typedef union {
+    qvo_uint8 val;   /* a key of up to 8 bytes; in `agg`: the bytes of a value of the aggregate's type */
+    const void* ptr; /* a longer key; in `agg`: a sketch */
+} qvo_seq_key_t;
+
+typedef struct qvo_seq_hash_elem {
+    qvo_seq_key_t grp;                   /* the key of the group */
+    qvo_seq_key_t agg;                   /* its running aggregate */
+    struct qvo_seq_hash_elem* collision; /* next in the chain */
+    qvo_seq_count_t count;               /* input positions folded into the group */
+    qvo_uint4 grp_hash;                  /* the hash of the key */
+    qvo_uint4 agg_hash;                  /* pairs of the duplicate counts: the hash of key and value */
+} qvo_seq_hash_elem_t;
+
+typedef struct qvo_seq_hash_bucket {
+    struct qvo_seq_hash_bucket* next; /* the bucket taken before this one */
+    union {
+        qvo_seq_hash_elem_t elems[1024];
+        char keys[40960];
+    } u;
+} qvo_seq_hash_bucket_t;
+
+typedef struct {
+    qvo_size_t table_size;              /* chains */
+    qvo_size_t table_used;              /* groups */
+    qvo_seq_hash_bucket_t* buckets;     /* newest first */
+    qvo_seq_hash_bucket_t* last_bucket; /* the first one taken */
+    qvo_seq_hash_elem_t** table;        /* heads of the chains */
+} qvo_seq_hash_t;
+
+struct qvo_seq_hash_iterator_context;
+typedef struct {
+    qvo_seq_hash_t* hash;                          /* null until it is built */
+    struct qvo_seq_hash_iterator_context* refs[2]; /* contexts of the two results: aggregate, group */
+} qvo_seq_shared_hash_t;
+
+/* The context of either result. */
+typedef struct qvo_seq_hash_iterator_context {
+    qvo_size_t n_groups;            /* initial number of chains */
+    qvo_size_t chain_no;            /* the next chain to read */
+    qvo_seq_hash_elem_t* curr_elem; /* the element to deliver next; null: the head of that chain */
+    qvo_seq_shared_hash_t* shared;
+    qvo_seq_hash_t* private_hash; /* the table that this iterator has built */
+} qvo_seq_hash_iterator_context_t;
+
+/* Groups per chain at which a table grows to the next prime, and the number of chains for n_groups 0. The host
+   may set them: 1.0 and 1361 initially. */
+extern QVO_API double qvo_seq_hash_table_load_factor;
+extern QVO_API qvo_size_t qvo_seq_hash_table_init_size;
+
+/* The `reset` of every hash aggregate: both results are read from the start again, from the same table. The
+   operands are left alone. */
+QVO_API QVO_RET qvo_seq_hash_agg_reset(qvo_seq_iterator_h iterator);
+
+/* 1 if the iterator is a result of a hash aggregate, else 0. (The name is spelled like this.) */
+QVO_API qvo_bool qvo_seq_is_hash_aggreate(qvo_seq_iterator_h iterator);
 
 /* ==== aggregate/hash_distinct ================================================================== */
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <initializer_list>
+#include <new>
 
 #include "qvowseq.h"
 
@@ -62,8 +63,7 @@ inline void fill_aggregate(qvo_seq_iterator_h result, qvo_seq_iterator_merge_t m
 template <class State> State& state(qvo_seq_iterator_h it) {
     static_assert(sizeof(State) <= sizeof(it->context), "a family's state must fit the context");
     static_assert(alignof(State) <= alignof(uint64_t) && std::is_trivially_copyable_v<State>);
-    typedef State aliasing_state __attribute__((may_alias));
-    return *reinterpret_cast<aliasing_state*>(it->context);
+    return *std::launder(reinterpret_cast<State*>(it->context));
 }
 
 // The constructors of the element-wise families: one operand type, one result type, no parameters.

@@ -1,0 +1,128 @@
+// Estimates of distinct counts: the sketch, and the operators over whole sequences.
+#include <cmath>
+
+#include "aggregate/murmur3.h"
+#include "aggregate/sketch.h"
+#include "core/construct.h"
+#include "core/number.h"
+#include "core/tile.h"
+
+namespace qvo {
+namespace {
+
+using Sketch = qvo_seq_agg_approxdc_context_t;
+
+/// 2^-rank, by its bits.
+double inverse_power(uint8_t rank) { return std::bit_cast<double>((uint64_t{1023} - rank) << 52); }
+
+/// Pulls the input to its end and hands each tile to add(tile, n); delivers the estimate of the sketch.
+template <class Add> QVO_RET deliver_estimate(qvo_seq_iterator_h it, uint8_t* registers, Add add) {
+    const qvo_seq_iterator_h input = it->opd[0];
+    QVO_RET rc;
+    while ((rc = input->next(input)) == QVO_S_OK) add(input, input->tile_size);
+    if (rc != QVO_S_CURSOR_END) return rc;
+    it->next_seq_no = 1;
+    it->tile_size = 1;
+    *values_of<qvo_uint4>(it) = approximate_distinct_count(registers);
+    set_run(runs_of(it), 0, 1);
+    return QVO_S_OK;
+}
+
+void add_tile(qvo_seq_iterator_h input, size_t n, uint8_t* registers) {
+    add_values(values_of<uint8_t>(input), input->elem_size, n, registers);
+}
+
+}  // namespace
+
+void add_hashes(const uint32_t* hashes, size_t n, uint8_t* registers) {
+    for (size_t i = 0; i < n; ++i) add_hash(hashes[i], registers);
+}
+
+void add_values(const uint8_t* values, size_t width, size_t n, uint8_t* registers) {
+    constexpr size_t most = 256;
+    uint32_t hashes[most];
+    for (size_t at = 0; at < n; at += most) {
+        const size_t some = std::min(most, n - at);
+        hash_values(values + at * width, width, some, hash_seed, hashes);
+        add_hashes(hashes, some, registers);
+    }
+}
+
+}  // namespace qvo
+
+extern "C" {
+
+void calculate_zero_bits(qvo_uint4 h, qvo_uint1* max_zero_bits) { qvo::add_hash(h, max_zero_bits); }
+
+void calculate_hash_functions(const void* val, qvo_size_t size, qvo_uint1* max_zero_bits) {
+    qvo::add_hash(murmur_hash3_32(val, size, qvo::hash_seed), max_zero_bits);
+}
+
+void merge_zero_bits(qvo_uint1* dst_max_zero_bits, const qvo_uint1* src_max_zero_bits) {
+    for (size_t j = 0; j < qvo::sketch_registers; ++j)
+        if (src_max_zero_bits[j] > dst_max_zero_bits[j]) dst_max_zero_bits[j] = src_max_zero_bits[j];
+}
+
+qvo_uint4 approximate_distinct_count(const qvo_uint1* max_zero_bits) {
+    constexpr double m = qvo::sketch_registers, largest = 4294967295.0;
+    constexpr double alpha = 0.7213 / (1 + 1.079 / m);  // the constant is used as it stands, not in full length
+    double sum = 0;
+    unsigned unseen = 0;
+    for (size_t j = 0; j < qvo::sketch_registers; ++j) {
+        sum += qvo::inverse_power(max_zero_bits[j]);
+        unseen += max_zero_bits[j] == 0;
+    }
+    double estimate = m * (m * alpha) / sum;
+    if (estimate <= 2.5 * m) {
+        if (unseen > 0) estimate = m * std::log(m / unseen);
+    } else if (estimate > largest * 0.03333333333333333) {
+        estimate = -largest * std::log(1 - estimate / largest);
+    }
+    // A logarithm of 0 or less has no number for the estimate: its low 32 bits are 0.
+    return static_cast<qvo_uint4>(qvo::truncate<int64_t>(estimate));
+}
+
+// Unlike most aggregates this one delivers an element for an empty input too: 0.
+QVO_RET qvo_seq_agg_approxdc_next(qvo_seq_iterator_h iterator) {
+    if (iterator->prepared != 0) {
+        if (iterator->next_seq_no == 0) return QVO_S_CURSOR_END;
+        iterator->prepared = 0;
+        return QVO_S_OK;
+    }
+    if (iterator->next_seq_no != 0) return QVO_S_CURSOR_END;
+    qvo::Sketch sketch{};
+    const QVO_RET rc = qvo::deliver_estimate(
+        iterator, sketch.max_zero_bits,
+        [&sketch](qvo_seq_iterator_h input, size_t n) { qvo::add_tile(input, n, sketch.max_zero_bits); });
+    if (rc == QVO_S_OK) qvo::state<qvo::Sketch>(iterator) = sketch;
+    return rc;
+}
+
+QVO_RET qvo_seq_agg_approxdc_merge(qvo_seq_iterator_h dst, qvo_seq_iterator_h src) {
+    uint8_t* registers = qvo::state<qvo::Sketch>(dst).max_zero_bits;
+    merge_zero_bits(registers, qvo::state<qvo::Sketch>(src).max_zero_bits);
+    *qvo::values_of<qvo_uint4>(dst) = approximate_distinct_count(registers);
+    return QVO_S_OK;
+}
+
+QVO_RET qvo_seq_agg_approxdc_hash_next(qvo_seq_iterator_h iterator) {
+    if (iterator->next_seq_no != 0) return QVO_S_CURSOR_END;
+    qvo::Sketch sketch{};
+    return qvo::deliver_estimate(iterator, sketch.max_zero_bits, [&sketch](qvo_seq_iterator_h input, size_t n) {
+        qvo::add_hashes(qvo::values_of<qvo_uint4>(input), n, sketch.max_zero_bits);
+    });
+}
+
+QVO_RET qvo_seq_agg_approxdc(qvo_seq_iterator_h result, qvo_seq_iterator_h input) {
+    if (const QVO_RET rc = qvo::bind({input}); rc != QVO_S_OK) return rc;
+    qvo::fill_result(result, qvo::layout_of<qvo::elem_uint4>, {input}, qvo_seq_agg_approxdc_next,
+                     qvo_seq_reset_unary_iterator);
+    qvo::fill_aggregate(result, qvo_seq_agg_approxdc_merge);
+    return QVO_S_OK;
+}
+
+QVO_RET qvo_seq_agg_approxdc_hash(qvo_seq_iterator_h result, qvo_seq_iterator_h input) {
+    return qvo::construct_unary<qvo::elem_uint4, qvo::elem_uint4>(result, input, qvo_seq_agg_approxdc_hash_next);
+}
+
+}  // extern "C"
