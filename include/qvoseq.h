@@ -248,12 +248,12 @@ typedef struct {
    second form hands its first argument through. */
 #define QVO_SEQ_FOR_FIXED_TYPES(M) \
     M(int1) M(int2) M(int4) M(int8) M(uint1) M(uint2) M(uint4) M(uint8) M(float) M(double) M(datetime)
-#define QVO_SEQ_FOR_FIXED_TYPES_WITH(M, first) \
-    M(first, int1)                             \
-    M(first, int2)                             \
-    M(first, int4)                             \
-    M(first, int8)                             \
-    M(first, uint1) M(first, uint2) M(first, uint4) M(first, uint8) M(first, float) M(first, double) M(first, datetime)
+#define QVO_SEQ_FOR_FIXED_TYPES_WITH(M, first)                                                                      \
+    M(first, int1)                                                                                                  \
+    M(first, int2)                                                                                                  \
+    M(first, int4)                                                                                                  \
+    M(first, int8) M(first, uint1) M(first, uint2) M(first, uint4) M(first, uint8) M(first, float) M(first, double) \
+        M(first, datetime)
 
 /* ==== qvofseq: settings, memory, protocol helpers ============================================== */
 
@@ -395,72 +395,7 @@ QVO_API QVO_RET qvo_seq_const_next_char(qvo_seq_iterator_h iterator);
 
 /* ==== core/slice =============================================================================== */
 
-/*
- * qvo_seq_limit (result, operand, first, last)
- *
- * The positions first .. last of the operand, both inclusive, counted from its first_seq_no.
- * Elements  Any type and width; the result has the operand's.
- * Runs      Elements are taken whole, whatever the operand's rle_offs; the first and the last one are cut
- *           to the range: 5 .. 9 of a constant is one element with run 5. The result's first_seq_no and
- *           last_seq_no are the range, and its next_seq_no counts in the operand's positions.
- * Ends      After `last`, or with the operand. A last below first is the empty sequence.
- * Errors    QVO_E_SEQ_BOUNDED. The process is stopped if the operand has counted more positions than its
- *           tile holds where the range begins.
- */
-QVO_API QVO_RET qvo_seq_limit(qvo_seq_iterator_h result, qvo_seq_iterator_h operand, qvo_seq_no_t first,
-                              qvo_seq_no_t last);
-QVO_API QVO_RET qvo_seq_limit_next(qvo_seq_iterator_h iterator);
-
-/*
- * qvo_seq_tee (first, second, source)
- *
- * Two readers of one source, each of which delivers the whole of it, tile by tile.
- * Elements  Any type and width; the results have the source's.
- * Runs      Tiles are copied; null marks are not.
- * Errors    QVO_E_SEQ_BOUNDED for the source. The process is stopped when the readers are more than one
- *           tile apart. That check deliberately takes elements for positions: a reader that lags also stops
- *           at its second tile or later if that tile has a run above 1. So the source is one with runs of 1,
- *           such as an array or qvo_seq_rle_decode, or one of a single tile.
- * Lifetime  Both results and the source live as long as either is used. Resetting one result resets the
- *           source and the other result.
- */
-QVO_API QVO_RET qvo_seq_tee(qvo_seq_iterator_h first, qvo_seq_iterator_h second, qvo_seq_iterator_h source);
-QVO_API QVO_RET qvo_seq_tee_next(qvo_seq_iterator_h iterator);
-QVO_API QVO_RET qvo_seq_reset_tee_iterator(qvo_seq_iterator_h iterator);
-
-/*
- * qvo_seq_rle_decode (result, operand)
- *
- * One element per position, at most 128 in a tile, as many as a tile has null marks.
- * Elements  Any type and width; the result has the operand's.
- * Runs      Deliberately not written: the result's run bytes keep what the record held. It is for
- *           consumers that take elements, such as qvo_seq_get_nullable_<type>; set the record's payload to
- *           ones beforehand for any other. last_seq_no is the operand's.
- * Errors    QVO_E_SEQ_BOUNDED; the result then already has the operand's type and width, deliberately.
- */
-QVO_API QVO_RET qvo_seq_rle_decode(qvo_seq_iterator_h result, qvo_seq_iterator_h operand);
-QVO_API QVO_RET qvo_seq_rle_decode_next(qvo_seq_iterator_h iterator);
-
 /* ==== core/count =============================================================================== */
-
-/*
- * qvo_seq_agg_count, qvo_seq_agg_count_not_null (result, operand)
- *
- * The number of positions of the operand; the number of its elements that are not null.
- * Elements  Any operand; the result is one uint8.
- * Runs      agg_count adds up runs. agg_count_not_null deliberately counts elements, an element with run
- *           5 once, and does not write the result's run byte: read it from the tile.
- * Ends      After the one element. An empty operand counts 0, unlike in other aggregates. The length of an
- *           array (qvo_seq_unget_<type>) is taken without pulling, and of a hash aggregate the groups are
- *           counted; over these two `prepare` and `merge` are null.
- * Errors    None. Deliberately, the operand's type and binding are not checked and it is not marked bound;
- *           its `next` failing ends the count without being reported.
- */
-QVO_API QVO_RET qvo_seq_agg_count(qvo_seq_iterator_h result, qvo_seq_iterator_h operand);
-QVO_API QVO_RET qvo_seq_agg_count_not_null(qvo_seq_iterator_h result, qvo_seq_iterator_h operand);
-QVO_API QVO_RET qvo_seq_count_next(qvo_seq_iterator_h iterator);
-QVO_API QVO_RET qvo_seq_count_not_null_next(qvo_seq_iterator_h iterator);
-QVO_API QVO_RET qvo_seq_count_merge(qvo_seq_iterator_h iterator, qvo_seq_iterator_h other);
 
 /* ==== transform/arithmetic ===================================================================== */
 
@@ -601,6 +536,79 @@ QVO_API QVO_RET qvo_seq_cat_next(qvo_seq_iterator_h iterator);
 /* ==== transform/convert ======================================================================== */
 
 /* ==== transform/parse ========================================================================== */
+
+/*
+ * A text literal is an optional "{", values separated by single commas, and "}" or the end of the text.
+ * It is read in place, never copied: the caller keeps it alive and unchanged while the iterator is used.
+ * Parsers are sources; nothing is bound. A call that fails saves no position: the next one fails again.
+ *
+ * qvo_seq_parse_<type> (result, text)
+ *
+ * The numbers of a text literal.
+ * Elements  The 11 fixed types. Numbers are read by the C library's scanner in the current locale (its
+ *           white space and decimal point): int1, int2, int4 as "%i" and int8 as "%lli", so decimal, 0x10
+ *           (16) or 010 (8); uint1, uint2, uint4 as "%u", uint8 and datetime as "%llu"; float and double
+ *           as "%lf". Narrower types keep the low bits; float is rounded from double. White space is
+ *           accepted before a number, not between a number and the comma: "1 ,2" does not scan.
+ * Runs      Equal neighbours (after narrowing) become one element with a run of at most 255, but only the
+ *           run byte of a tile's last element is written: {1,1,1,2} is a tile of the elements 1 and 2 in
+ *           which the run byte of 2 is 1 and that of 1 is what the tile held before. So a text without
+ *           equal neighbours is read correctly from a record whose run bytes the caller set to 1; for one
+ *           with them use the elements, not the runs. next_seq_no grows by elements, not positions.
+ * Ends      At "}" or the end of the text.
+ * Errors    QVO_S_OK always; next: QVO_E_ILLEGAL_PARAM for text that does not scan, also when it is the
+ *           value right behind a full tile's last one that does not: that tile is then not delivered.
+ *
+ * qvo_seq_parse_char (result, text, width)
+ *
+ * The strings of a text literal: 'ab', "c, d", e or null. A quoted string ends at the same quote; one
+ * without quotes at the next comma or the end of the text, and takes a "}" as a character: the last value of
+ * {a,b} is "b}". In both a backslash takes the next character literally, but \0 is a zero byte, \n a
+ * newline and \t a tab. Spaces and tabs before a string are skipped. The word null, right behind a comma
+ * or at the start, marks the element null in the tile's null bitmap and leaves its bytes as they are.
+ * What follows a closing quote or a null without a comma is the next value: 'ab' ,c has three of them.
+ * Elements  Char, padded with zero bytes to the width.
+ * Runs      No run bytes are written: they are what the tile held before. A tile holds at most 128 elements,
+ *           each with a null bit; next_seq_no grows by elements.
+ * Ends      As above; tile_size is then 0.
+ * Parameters  width: 1 to 4095, or 0 to take that of the first string that is not empty. In that case
+ *           elem_size is 0 until the first tile: pull it before an operator is built on it.
+ * Errors    QVO_E_ILLEGAL_PARAM for a width out of range; next: QVO_E_ILLEGAL_PARAM for a string that does
+ *           not end, that is longer than the width, or for a null while the width is unknown.
+ *
+ * qvo_seq_custom_parse (result, text, elem_type, elem_size, parser)
+ *
+ * Elements that the caller's function reads. It is called with each token as a zero-terminated string,
+ * the result's tile and the index of the element, stores the element there (and may set its null bit), and
+ * returns non-zero for success. Tokens end at the next comma or, when there is none, at the next "}"; what
+ * follows that is read on, and a token without either is the last.
+ * Elements  elem_type and elem_size, taken as they are given.
+ * Runs      1 each.
+ * Ends      As above; tile_size is then 0.
+ * Parameters  elem_size: at most 4095. text must be writable: the character behind a token is a zero byte
+ *           while the function runs.
+ * Errors    QVO_E_ILLEGAL_PARAM for a width out of range; next: QVO_E_ILLEGAL_PARAM when the function
+ *           returns 0.
+ *
+ * qvo_seq_reset_parse_iterator, qvo_seq_reset_custom_parse_iterator
+ *
+ * The resets of the parsers: back to the start of the text, then qvo_seq_reset_iterator. A width taken
+ * from the first string stays.
+ */
+typedef int (*qvo_seq_custom_parser_t)(const char* token, qvo_seq_tile_t* tile, int index);
+
+#define QVO_SEQ_DECLARE(type)                                                          \
+    QVO_API QVO_RET qvo_seq_parse_##type(qvo_seq_iterator_h result, const char* text); \
+    QVO_API QVO_RET qvo_seq_parse_##type##_next(qvo_seq_iterator_h iterator);
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+#undef QVO_SEQ_DECLARE
+QVO_API QVO_RET qvo_seq_parse_char(qvo_seq_iterator_h result, const char* text, int width);
+QVO_API QVO_RET qvo_seq_parse_char_next(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_custom_parse(qvo_seq_iterator_h result, char* text, uint8_t elem_type, uint16_t elem_size,
+                                     qvo_seq_custom_parser_t parser);
+QVO_API QVO_RET qvo_seq_custom_parse_next(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_reset_parse_iterator(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_reset_custom_parse_iterator(qvo_seq_iterator_h iterator);
 
 /* ==== transform/print ========================================================================== */
 

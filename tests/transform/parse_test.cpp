@@ -1,0 +1,358 @@
+// Text literals read as sequences.
+#include <cstdlib>
+#include <memory>
+
+#include "support/protocol.h"
+
+namespace test {
+namespace {
+
+/// A copy of a text in a block of just its size, so that reading past its end is noticed.
+class Text {
+ public:
+    explicit Text(const std::string& text) : text_(new char[text.size() + 1]) {
+        std::memcpy(text_.get(), text.c_str(), text.size() + 1);
+    }
+    char* get() const { return text_.get(); }
+
+ private:
+    std::unique_ptr<char[]> text_;
+};
+
+template <class Construct> Member parser_member(const char* name, Construct construct, qvo_seq_iterator_next_t next) {
+    Member member;
+    member.name = name;
+    member.construct = [=](qvo_seq_iterator_h it, const Member::Operands&) { return construct(it); };
+    member.next = next;
+    member.reset = qvo_seq_reset_parse_iterator;
+    return member;
+}
+
+// ---- Numbers ----------------------------------------------------------------------------------------------------
+
+using ParseNumbers = QVO_RET (*)(qvo_seq_iterator_h, const char*);
+
+template <class V> std::string number_text(Random& random, V v) {
+    std::string text(random.chance(20) ? random.below(90) : 0, random.chance(50) ? ' ' : '\n');
+    if (std::is_integral_v<V> && std::is_signed_v<V> && v >= 0 && random.chance(30)) {
+        char digits[32];
+        std::snprintf(digits, sizeof digits, random.chance(50) ? "0x%llX" : "0%llo",
+                      static_cast<unsigned long long>(v));
+        return text + digits;
+    }
+    return text + to_text(v);
+}
+
+/// The rules of a call, from the values and not from the text: `at` values have been delivered so far.
+template <class V> QVO_RET literal_parse(qvo_seq_iterator_h it, const std::vector<V>& values, size_t* at) {
+    const size_t capacity = capacity_of(sizeof(V));
+    size_t count = 0, k = *at;
+    unsigned run = 0;
+    for (; k < values.size(); ++k) {
+        if (count == 0 || values[k] != values[k - 1] || run == 255) {
+            if (count == capacity) break;
+            literal_put(it, count++, values[k]);
+            run = 0;
+        }
+        ++run;
+    }
+    if (count == 0) return QVO_S_CURSOR_END;
+    *at = k;
+    it->tile_size = static_cast<uint16_t>(count);
+    it->next_seq_no += count;
+    literal_put_run(it, count - 1, run);
+    return QVO_S_OK;
+}
+
+template <class T> void check_parse(const char* name, ParseNumbers construct, qvo_seq_iterator_next_t next) {
+    using V = typename T::value;
+    for (unsigned seed = 0; seed < 6; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        std::vector<V> values;
+        std::string literal = random.chance(50) ? "{" : "";
+        // The first text fits a tile: only the last run byte of each is written, so that no more can be compared.
+        for (size_t n = seed == 0 ? 9 : random.between(1, 3000); n != 0;) {
+            const V v = random.template value<V>();
+            for (size_t repeat = random.chance(10) ? random.below(600) + 1 : 1; repeat != 0 && n != 0; --repeat, --n) {
+                literal += (values.empty() ? "" : ",") + number_text(random, v);
+                values.push_back(v);
+            }
+        }
+        if (random.chance(50)) literal += random.chance(50) ? "}" : ",} ignored";
+        const Text text(literal);
+        Member member = parser_member(
+            name, [&](qvo_seq_iterator_h it) { return construct(it, text.get()); }, next);
+        member.type = T::code;
+        member.width = T::width;
+        if (seed == 0) check_protocol(member);
+        size_t at = 0;
+        check_steps(member, [&](qvo_seq_iterator_h it) { return literal_parse(it, values, &at); }, {});
+        if (testing::Test::HasFailure()) return;
+    }
+}
+
+#define TEST_MEMBER(type) check_parse<t_##type>(MEMBER(qvo_seq_parse_##type));
+
+TEST(Parse, FollowsTheModel) { QVO_SEQ_FOR_FIXED_TYPES(TEST_MEMBER) }
+
+/// The values of the first tile, and then the code of the call that ends the text or fails.
+template <class T>
+std::pair<std::vector<typename T::value>, QVO_RET> values_of(ParseNumbers construct, const std::string& literal) {
+    const Text text(literal);
+    Record it;
+    EXPECT_EQ(construct(it.get(), text.get()), QVO_S_OK);
+    std::vector<typename T::value> values;
+    for (;;) {
+        const QVO_RET rc = it->next(it.get());
+        if (rc != QVO_S_OK) return {values, rc};
+        for (const auto& item : tile_items<T>(it.it)) values.push_back(item.value);
+    }
+}
+
+TEST(Parse, WorkedCases) {
+    using Ints = std::pair<std::vector<qvo_int4>, QVO_RET>;
+    const std::pair<const char*, Ints> cases[] = {
+        {"", {{}, QVO_S_CURSOR_END}},         {"{}", {{}, QVO_S_CURSOR_END}},
+        {"{1,x}", {{}, QVO_E_ILLEGAL_PARAM}}, {"{1,,2}", {{}, QVO_E_ILLEGAL_PARAM}},
+        {"{1, }", {{}, QVO_E_ILLEGAL_PARAM}}, {"{1 ,2}", {{}, QVO_E_ILLEGAL_PARAM}},
+        {"{{1}", {{}, QVO_E_ILLEGAL_PARAM}},  {"{ 1,\n-2,}3", {{1, -2}, QVO_S_CURSOR_END}},
+        {"1 2", {{1, 2}, QVO_S_CURSOR_END}},  {"0x10,010,-0x10", {{16, 8, -16}, QVO_S_CURSOR_END}},
+    };
+    for (const auto& [text, expected] : cases) EXPECT_EQ(values_of<t_int4>(qvo_seq_parse_int4, text), expected) << text;
+    EXPECT_EQ(values_of<t_uint1>(qvo_seq_parse_uint1, "{300,-1}").first, (std::vector<qvo_uint1>{44, 255}));
+    EXPECT_EQ(values_of<t_int1>(qvo_seq_parse_int1, "{1,257,-255}").first, std::vector<qvo_int1>{1})
+        << "after narrowing";
+    EXPECT_EQ(values_of<t_float>(qvo_seq_parse_float, "{0x1p-2,1e300,.1}").first,
+              (std::vector<qvo_float>{0.25F, HUGE_VALF, 0.1F}));
+}
+
+TEST(Parse, OnlyTheLastRunByteIsWritten_deliberate) {
+    Record it;
+    std::memset(&it->tile, 9, sizeof it->tile);
+    ASSERT_EQ(qvo_seq_parse_int4(it.get(), "{1,1,1,2,2}"), QVO_S_OK);
+    ASSERT_EQ(it->next(it.get()), QVO_S_OK);
+    check_items<t_int4>(tile_items<t_int4>(it.it), {{1, 9}, {2, 2}});
+    EXPECT_EQ(it->next_seq_no, 2U) << "elements, not positions";
+}
+
+TEST(Parse, ABadTokenBehindAFullTileFailsTheCall_deliberate) {
+    std::string literal;
+    for (int i = 0; i < 455; ++i) literal += std::to_string(i) + ",";
+    EXPECT_EQ(values_of<t_int8>(qvo_seq_parse_int8, literal + "y"),
+              (std::pair<std::vector<qvo_int8>, QVO_RET>{{}, QVO_E_ILLEGAL_PARAM}));
+    const Text text(literal + "455,z");
+    Record it;
+    ASSERT_EQ(qvo_seq_parse_int8(it.get(), text.get()), QVO_S_OK);
+    EXPECT_EQ(it->next(it.get()), QVO_S_OK);
+    const qvo_seq_iterator_t before = it.it;
+    for (int call = 0; call < 3; ++call) EXPECT_EQ(it->next(it.get()), QVO_E_ILLEGAL_PARAM);
+    EXPECT_TRUE(it->tile_size == 455 && it->next_seq_no == 455);
+    EXPECT_EQ(std::memcmp(before.context, it->context, sizeof before.context), 0) << "the position stays";
+}
+
+TEST(Parse, NumbersOfAnyLength) {
+    // Longer than any piece that might be looked at alone; the exponent at the end decides the value.
+    const std::string rest = ",7" + std::string(9000, ' ') + "8";
+    static constexpr size_t lengths[] = {20, 45, 46,   47,   48,   49,   50,   60,   63,  64,
+                                         65, 70, 4070, 4079, 4080, 4081, 4095, 4096, 8000};
+    for (const size_t length : lengths) {
+        const std::string number = std::string(length - 9, '0') + "12.5e+03" + "9";
+        const auto [values, rc] = values_of<t_double>(qvo_seq_parse_double, number + rest);
+        EXPECT_EQ(rc, QVO_S_CURSOR_END);
+        EXPECT_EQ(values, (std::vector<double>{12.5e39, 7, 8})) << length;
+        const std::string blank(length, '\t');
+        EXPECT_EQ(values_of<t_int4>(qvo_seq_parse_int4, blank + "0x7ffffffe" + rest).first,
+                  (std::vector<qvo_int4>{0x7ffffffe, 7, 8}));
+        EXPECT_EQ(values_of<t_int4>(qvo_seq_parse_int4, blank + "x" + rest).second, QVO_E_ILLEGAL_PARAM);
+    }
+}
+
+// ---- Strings ----------------------------------------------------------------------------------------------------
+
+struct String {
+    std::string value;
+    bool null = false;
+    bool operator==(const String& other) const { return null == other.null && (null || value == other.value); }
+};
+[[maybe_unused]] void PrintTo(const String& s, std::ostream* out) {
+    *out << (s.null ? "null" : testing::PrintToString(s.value));
+}
+
+struct Strings {
+    std::vector<String> strings;
+    QVO_RET rc;
+    std::vector<size_t> tile_sizes;
+};
+
+Strings strings_of(const std::string& literal, int width) {
+    const Text text(literal);
+    Record it;
+    EXPECT_EQ(qvo_seq_parse_char(it.get(), text.get(), width), QVO_S_OK);
+    EXPECT_EQ(it->elem_size, width);
+    Strings all;
+    uint64_t elements = 0;
+    while ((all.rc = it->next(it.get())) == QVO_S_OK) {
+        all.tile_sizes.push_back(it->tile_size);
+        elements += it->tile_size;
+        for (size_t i = 0; i < it->tile_size; ++i)
+            all.strings.push_back({std::string(it->tile.u.arr_char + i * it->elem_size, it->elem_size),
+                                   (it->tile.null_bitmap[i / 64] >> i % 64 & 1) != 0});
+        EXPECT_EQ(it->next_seq_no, elements);
+    }
+    EXPECT_TRUE(all.rc != QVO_S_CURSOR_END || (it->tile_size == 0 && !qvo_seq_contains_nulls(it.get())));
+    return all;
+}
+
+TEST(ParseChar, WorkedCases) {
+    const String null{"", true};
+    const std::string zero(1, '\0');
+    EXPECT_EQ(strings_of("{'ab',null,'c\\td'}", 3).strings, (std::vector<String>{{"ab" + zero}, null, {"c\td"}}));
+    EXPECT_EQ(strings_of("{a,b}", 2).strings, (std::vector<String>{{"a" + zero}, {"b}"}})) << "a brace is a character";
+    EXPECT_EQ(strings_of("'a' ,\"b\"c\\,\\0,d", 3).strings,
+              (std::vector<String>{
+                  {"a" + zero + zero}, {zero + zero + zero}, {"b" + zero + zero}, {"c," + zero}, {"d" + zero + zero}}))
+        << "what follows a quote is the next value";
+    EXPECT_EQ(strings_of("nullx, null", 4).strings, (std::vector<String>{null, {"x" + zero + zero + zero}, {"null"}}));
+    EXPECT_EQ(strings_of("{\t'\\'\\n\\\\',}'z'", 3).strings, std::vector<String>{{"'\n\\"}});
+    EXPECT_EQ(strings_of("{'','','abc',d}", 0).strings,
+              (std::vector<String>{{zero + zero + zero}, {zero + zero + zero}, {"abc"}, {"d}" + zero}}))
+        << "the first string that is not empty gives the width";
+    for (const char* bad : {"{abc}", "'abc'", "'ab", "\"ab'", "'a\\", "a\\", "a,'\\'"}) {
+        EXPECT_EQ(strings_of(bad, 2).rc, QVO_E_ILLEGAL_PARAM) << bad;
+        EXPECT_TRUE(strings_of(bad, 2).strings.empty()) << bad;
+    }
+    EXPECT_EQ(strings_of("{null}", 0).rc, QVO_E_ILLEGAL_PARAM);
+    EXPECT_EQ(strings_of("{'',null,'a'}", 0).rc, QVO_E_ILLEGAL_PARAM);
+    EXPECT_EQ(strings_of("{'a','bc'}", 0).rc, QVO_E_ILLEGAL_PARAM);
+    EXPECT_EQ(strings_of("", 5).rc, QVO_S_CURSOR_END);
+}
+
+TEST(ParseChar, WidthsAndTileSizes) {
+    std::string literal;
+    for (int i = 0; i < 300; ++i) literal += i % 3 == 0 ? "null," : "'x',";
+    EXPECT_EQ(strings_of(literal, 1).tile_sizes, (std::vector<size_t>{128, 128, 44}));
+    EXPECT_EQ(strings_of(literal, 200).tile_sizes.front(), 20U);
+    EXPECT_EQ(strings_of("a,b", 4095).tile_sizes, (std::vector<size_t>{1, 1}));
+    EXPECT_EQ(strings_of("'','','','" + std::string(2000, 'x') + "','y'", 0).tile_sizes, (std::vector<size_t>{3, 2}))
+        << "a width that the tile's empty strings cannot take starts the next tile";
+    EXPECT_EQ(strings_of(std::string(4095, 'x'), 0).strings[0].value, std::string(4095, 'x'));
+    EXPECT_EQ(strings_of(std::string(4096, 'x'), 0).rc, QVO_E_ILLEGAL_PARAM);
+    Record it;
+    const qvo_seq_iterator_t before = it.it;
+    for (const int width : {-1, 4096}) EXPECT_EQ(qvo_seq_parse_char(it.get(), "{a}", width), QVO_E_ILLEGAL_PARAM);
+    EXPECT_EQ(std::memcmp(&before, &it.it, sizeof before), 0);
+}
+
+TEST(ParseChar, RandomStrings) {
+    for (unsigned seed = 0; seed < 20; ++seed) {
+        Random random(seed);
+        const size_t width = random.between(1, 60);
+        std::string literal = "{";
+        std::vector<String> expected;
+        for (unsigned n = random.below(400); n != 0; --n) {
+            String s{"", random.chance(15)};
+            const char* const quote = random.chance(50) ? "'" : "\"";
+            literal += s.null ? "null" : quote;
+            for (size_t k = random.below(static_cast<unsigned>(width) + 1); !s.null && k != 0; --k) {
+                const char c = "ab,{}\"'\\ \n\t\0"[random.below(12)];
+                s.value += c;
+                const char* const at = std::strchr("\n\t", c);
+                if (c == '\0' || c == *quote || c == '\\' || at != nullptr) literal += '\\';
+                literal += c == '\0' ? '0' : c == '\n' ? 'n' : c == '\t' ? 't' : c;
+            }
+            if (!s.null) literal += quote;
+            literal += ",";
+            s.value.resize(width);
+            expected.push_back(s);
+        }
+        EXPECT_EQ(strings_of(literal + "}", static_cast<int>(width)).strings, expected) << "seed " << seed;
+    }
+}
+
+TEST(ParseChar, Protocol) {
+    Member member = parser_member(
+        "qvo_seq_parse_char", [](qvo_seq_iterator_h it) { return qvo_seq_parse_char(it, "{a,b", 2); },
+        qvo_seq_parse_char_next);
+    member.type = QVO_DD_CHAR;
+    member.width = 2;
+    check_protocol(member);
+}
+
+// ---- Custom elements --------------------------------------------------------------------------------------------
+
+std::vector<std::string> tokens;
+
+int parse_length(const char* token, qvo_seq_tile_t* tile, int index) {
+    tokens.push_back(token);
+    tile->u.arr_int2[index] = static_cast<qvo_int2>(std::strlen(token));
+    return std::strcmp(token, "bad") != 0;
+}
+
+TEST(CustomParse, WorkedCases) {
+    const struct {
+        const char* text;
+        std::vector<std::string> tokens;
+        QVO_RET rc;
+    } cases[] = {
+        {"{a,bc,def}", {"a", "bc", "def"}, QVO_S_CURSOR_END},
+        {"a,bc", {"a", "bc"}, QVO_S_CURSOR_END},
+        {"", {}, QVO_S_CURSOR_END},
+        {"{}", {}, QVO_S_CURSOR_END},
+        {"{a,}b,c", {"a"}, QVO_S_CURSOR_END},
+        {"{a}b", {"a", "b"}, QVO_S_CURSOR_END},
+        {",,a", {"", "", "a"}, QVO_S_CURSOR_END},
+        {"{a,bad,c}", {"a", "bad"}, QVO_E_ILLEGAL_PARAM},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.text);
+        const Text text(c.text);
+        Record it;
+        ASSERT_EQ(qvo_seq_custom_parse(it.get(), text.get(), QVO_DD_INT2, 2, parse_length), QVO_S_OK);
+        const qvo_seq_iterator_t before = it.it;
+        for (int repeat = 0; repeat < 2; ++repeat) {
+            tokens.clear();
+            Items<t_int2> expected;
+            for (const std::string& token : c.tokens) expected.push_back({static_cast<qvo_int2>(token.size()), 1});
+            QVO_RET rc = it->next(it.get());
+            if (rc == QVO_S_OK) {
+                check_items<t_int2>(tile_items<t_int2>(it.it), expected);
+                EXPECT_EQ(it->next_seq_no, expected.size());
+                rc = it->next(it.get());
+                EXPECT_EQ(it->tile_size, 0);
+            }
+            EXPECT_EQ(rc, c.rc);
+            EXPECT_EQ(tokens, c.tokens);
+            EXPECT_STREQ(text.get(), c.text) << "the text is put back";
+            ASSERT_EQ(it->reset(it.get()), QVO_S_OK);
+            EXPECT_EQ(std::memcmp(before.context, it->context, sizeof before.context), 0);
+        }
+    }
+}
+
+TEST(CustomParse, TilesAndProtocol) {
+    static char text[] = "{abc,d,ef}";
+    Member member = parser_member(
+        "qvo_seq_custom_parse",
+        [](qvo_seq_iterator_h it) { return qvo_seq_custom_parse(it, text, QVO_DD_INT2, 2, parse_length); },
+        qvo_seq_custom_parse_next);
+    member.type = QVO_DD_INT2;
+    member.width = 2;
+    member.reset = qvo_seq_reset_custom_parse_iterator;
+    check_protocol(member);
+
+    std::string literal;
+    for (int i = 0; i < 1400; ++i) literal += "x,";
+    const Text many(literal);
+    Record it;
+    ASSERT_EQ(qvo_seq_custom_parse(it.get(), many.get(), QVO_DD_INT2, 2, parse_length), QVO_S_OK);
+    for (const size_t n : {size_t{1365}, size_t{35}}) {
+        ASSERT_EQ(it->next(it.get()), QVO_S_OK);
+        check_items<t_int2>(tile_items<t_int2>(it.it), Items<t_int2>(n, {1, 1}));
+    }
+    EXPECT_EQ(it->next(it.get()), QVO_S_CURSOR_END);
+    EXPECT_EQ(qvo_seq_custom_parse(it.get(), many.get(), 99, 4096, parse_length), QVO_E_ILLEGAL_PARAM);
+}
+
+}  // namespace
+}  // namespace test
