@@ -248,12 +248,12 @@ typedef struct {
    second form hands its first argument through. */
 #define QVO_SEQ_FOR_FIXED_TYPES(M) \
     M(int1) M(int2) M(int4) M(int8) M(uint1) M(uint2) M(uint4) M(uint8) M(float) M(double) M(datetime)
-#define QVO_SEQ_FOR_FIXED_TYPES_WITH(M, first)                                                                      \
-    M(first, int1)                                                                                                  \
-    M(first, int2)                                                                                                  \
-    M(first, int4)                                                                                                  \
-    M(first, int8) M(first, uint1) M(first, uint2) M(first, uint4) M(first, uint8) M(first, float) M(first, double) \
-        M(first, datetime)
+#define QVO_SEQ_FOR_FIXED_TYPES_WITH(M, first) \
+    M(first, int1)                             \
+    M(first, int2)                             \
+    M(first, int4)                             \
+    M(first, int8)                             \
+    M(first, uint1) M(first, uint2) M(first, uint4) M(first, uint8) M(first, float) M(first, double) M(first, datetime)
 
 /* ==== qvofseq: settings, memory, protocol helpers ============================================== */
 
@@ -395,7 +395,72 @@ QVO_API QVO_RET qvo_seq_const_next_char(qvo_seq_iterator_h iterator);
 
 /* ==== core/slice =============================================================================== */
 
+/*
+ * qvo_seq_limit (result, operand, first, last)
+ *
+ * The positions first .. last of the operand, both inclusive, counted from its first_seq_no.
+ * Elements  Any type and width; the result has the operand's.
+ * Runs      Elements are taken whole, whatever the operand's rle_offs; the first and the last one are cut
+ *           to the range: 5 .. 9 of a constant is one element with run 5. The result's first_seq_no and
+ *           last_seq_no are the range, and its next_seq_no counts in the operand's positions.
+ * Ends      After `last`, or with the operand. A last below first is the empty sequence.
+ * Errors    QVO_E_SEQ_BOUNDED. The process is stopped if the operand has counted more positions than its
+ *           tile holds where the range begins.
+ */
+QVO_API QVO_RET qvo_seq_limit(qvo_seq_iterator_h result, qvo_seq_iterator_h operand, qvo_seq_no_t first,
+                              qvo_seq_no_t last);
+QVO_API QVO_RET qvo_seq_limit_next(qvo_seq_iterator_h iterator);
+
+/*
+ * qvo_seq_tee (first, second, source)
+ *
+ * Two readers of one source, each of which delivers the whole of it, tile by tile.
+ * Elements  Any type and width; the results have the source's.
+ * Runs      Tiles are copied; null marks are not.
+ * Errors    QVO_E_SEQ_BOUNDED for the source. The process is stopped when the readers are more than one
+ *           tile apart. That check deliberately takes elements for positions: a reader that lags also stops
+ *           at its second tile or later if that tile has a run above 1. So the source is one with runs of 1,
+ *           such as an array or qvo_seq_rle_decode, or one of a single tile.
+ * Lifetime  Both results and the source live as long as either is used. Resetting one result resets the
+ *           source and the other result.
+ */
+QVO_API QVO_RET qvo_seq_tee(qvo_seq_iterator_h first, qvo_seq_iterator_h second, qvo_seq_iterator_h source);
+QVO_API QVO_RET qvo_seq_tee_next(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_reset_tee_iterator(qvo_seq_iterator_h iterator);
+
+/*
+ * qvo_seq_rle_decode (result, operand)
+ *
+ * One element per position, at most 128 in a tile, as many as a tile has null marks.
+ * Elements  Any type and width; the result has the operand's.
+ * Runs      Deliberately not written: the result's run bytes keep what the record held. It is for
+ *           consumers that take elements, such as qvo_seq_get_nullable_<type>; set the record's payload to
+ *           ones beforehand for any other. last_seq_no is the operand's.
+ * Errors    QVO_E_SEQ_BOUNDED; the result then already has the operand's type and width, deliberately.
+ */
+QVO_API QVO_RET qvo_seq_rle_decode(qvo_seq_iterator_h result, qvo_seq_iterator_h operand);
+QVO_API QVO_RET qvo_seq_rle_decode_next(qvo_seq_iterator_h iterator);
+
 /* ==== core/count =============================================================================== */
+
+/*
+ * qvo_seq_agg_count, qvo_seq_agg_count_not_null (result, operand)
+ *
+ * The number of positions of the operand; the number of its elements that are not null.
+ * Elements  Any operand; the result is one uint8.
+ * Runs      agg_count adds up runs. agg_count_not_null deliberately counts elements, an element with run
+ *           5 once, and does not write the result's run byte: read it from the tile.
+ * Ends      After the one element. An empty operand counts 0, unlike in other aggregates. The length of an
+ *           array (qvo_seq_unget_<type>) is taken without pulling, and of a hash aggregate the groups are
+ *           counted; over these two `prepare` and `merge` are null.
+ * Errors    None. Deliberately, the operand's type and binding are not checked and it is not marked bound;
+ *           its `next` failing ends the count without being reported.
+ */
+QVO_API QVO_RET qvo_seq_agg_count(qvo_seq_iterator_h result, qvo_seq_iterator_h operand);
+QVO_API QVO_RET qvo_seq_agg_count_not_null(qvo_seq_iterator_h result, qvo_seq_iterator_h operand);
+QVO_API QVO_RET qvo_seq_count_next(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_count_not_null_next(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_count_merge(qvo_seq_iterator_h iterator, qvo_seq_iterator_h other);
 
 /* ==== transform/arithmetic ===================================================================== */
 

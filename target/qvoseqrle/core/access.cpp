@@ -4,8 +4,8 @@
 // The readers are consumers like any operator: they pull the iterator when its tile is used up, and tile_offs and
 // rle_offs are their read position. The first two deliver positions, the third elements.
 #include "core/construct.h"
+#include "core/expand.h"
 #include "core/move.h"
-#include "core/operand.h"
 
 namespace qvo {
 namespace {
@@ -13,12 +13,6 @@ namespace {
 QVO_INLINE QVO_RET check_reader(qvo_seq_iterator_h it, uint8_t code) {
     if (!has_type(it, code)) return QVO_E_ILLEGAL_TYPE;
     return is_bound(it) ? QVO_E_SEQ_BOUNDED : QVO_S_OK;
-}
-
-// What is left of a run is counted in a byte, as the position is: a run byte of 0, which stands in the tiles of
-// operators that do not write run bytes (rle_decode), is a run of 256.
-QVO_INLINE size_t positions_left(const Operand& input) {
-    return static_cast<uint8_t>(input.run_left() - 1) + size_t{1};
 }
 
 template <class Mover>
@@ -38,46 +32,10 @@ QVO_INLINE QVO_RET next_position(Mover mover, qvo_seq_iterator_h it, uint8_t cod
     return QVO_S_OK;
 }
 
-// Elements that are written at once where a run is expanded.
-constexpr size_t run_step = 8;
-
-template <class Mover>
-QVO_RET get_positions(Mover mover, qvo_seq_iterator_h it, uint8_t code, void* values, qvo_size_t* count, Where where) {
+QVO_RET get_positions(qvo_seq_iterator_h it, uint8_t code, void* values, qvo_size_t* count, Where where) {
     if (const QVO_RET rc = check_reader(it, code); rc != QVO_S_OK) return rc;
-    const qvo_size_t wanted = *count;
-    const size_t width = mover.width();
-    uint8_t* const to = static_cast<uint8_t*>(values);
-    const uint8_t* const from = values_of<uint8_t>(it);
-    Operand input(it);
-    QVO_RET rc = QVO_S_OK;
-    qvo_size_t got = 0;
-    while (got < wanted) {
-        if (rc = input.refill(where); rc != QVO_S_OK) break;
-        const size_t elements = input.elements_left();
-        if (elements >= run_word && input.taken() == 0 && load_runs(input.runs()) == ones_word) {
-            const size_t n = leading_single_runs(input.runs(), std::min<qvo_size_t>(elements, wanted - got));
-            std::memcpy(to + got * width, from + input.index() * width, n * width);
-            input.skip(n);
-            got += n;
-            continue;
-        }
-        const size_t left = positions_left(input);
-        // Whole steps may reach beyond the run as long as later elements of the tile overwrite what they wrote.
-        if (elements > run_step && wanted - got >= left + run_step) {
-            for (size_t k = 0; k < left; k += run_step) mover.fill(to, got + k, from, input.index(), run_step);
-            input.move_to(input.index() + 1, 0);
-            got += left;
-            continue;
-        }
-        const size_t n = std::min<qvo_size_t>(left, wanted - got);
-        mover.fill(to, got, from, input.index(), n);
-        got += n;
-        if (n == left)
-            input.move_to(input.index() + 1, 0);
-        else
-            input.move_to(input.index(), input.taken() + static_cast<unsigned>(n));
-    }
-    input.store();
+    uint64_t got;
+    const QVO_RET rc = read_positions(it, it->elem_size, static_cast<uint8_t*>(values), *count, &got, where);
     if (rc != QVO_S_OK && (rc != QVO_S_CURSOR_END || got == 0)) return rc;
     *count = got;
     return QVO_S_OK;
@@ -121,7 +79,7 @@ QVO_RET get_nullable(qvo_seq_iterator_h it, uint8_t code, void* values, qvo_size
     }                                                                                                           \
     extern "C" QVO_API QVO_RET qvo_seq_get_##type(qvo_seq_iterator_h iterator, value_type* values,              \
                                                   qvo_size_t* count) {                                          \
-        return get_positions(mover, iterator, code, values, count, Where::here());                              \
+        return get_positions(iterator, code, values, count, Where::here());                                     \
     }                                                                                                           \
     extern "C" QVO_API QVO_RET qvo_seq_get_nullable_##type(qvo_seq_iterator_h iterator, value_type* values,     \
                                                            qvo_size_t* count, qvo_bitmap_word_t* null_bitmap) { \

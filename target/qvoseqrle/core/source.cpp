@@ -71,26 +71,26 @@ QVO_RET constant_next(qvo_seq_iterator_h it) {
 QVO_SEQ_FOR_FIXED_TYPES(STAMP)
 #undef STAMP
 
-}  // namespace qvo
-
 extern "C" {
 
-QVO_RET qvo_seq_unget_reset(qvo_seq_iterator_h iterator) { return qvo_seq_reset_iterator(iterator); }
+QVO_API QVO_RET qvo_seq_unget_reset(qvo_seq_iterator_h iterator) { return qvo_seq_reset_iterator(iterator); }
 
-QVO_RET qvo_seq_unget_char_next(qvo_seq_iterator_h iterator) { return qvo::array_next(iterator); }
+QVO_API QVO_RET qvo_seq_unget_char_next(qvo_seq_iterator_h iterator) { return array_next(iterator); }
 
-QVO_RET qvo_seq_unget_char(qvo_seq_iterator_h result, char* values, qvo_size_t count, qvo_size_t width) {
-    if (width > qvo::max_width) return QVO_E_ILLEGAL_PARAM;
-    qvo::construct_array(result, {QVO_DD_CHAR, static_cast<uint16_t>(width)}, values, count, qvo_seq_unget_char_next);
+QVO_API QVO_RET qvo_seq_unget_char(qvo_seq_iterator_h result, char* values, qvo_size_t count, qvo_size_t width) {
+    if (width > max_width) return QVO_E_ILLEGAL_PARAM;
+    construct_array(result, {QVO_DD_CHAR, static_cast<uint16_t>(width)}, values, count, qvo_seq_unget_char_next);
     return QVO_S_OK;
 }
 
-QVO_RET qvo_seq_const_next_char(qvo_seq_iterator_h iterator) { return qvo::constant_next(iterator); }
+QVO_API QVO_RET qvo_seq_const_next_char(qvo_seq_iterator_h iterator) { return constant_next(iterator); }
 
-QVO_RET qvo_seq_const_char(qvo_seq_iterator_h result, const char* value, qvo_size_t width) {
+QVO_API QVO_RET qvo_seq_const_char(qvo_seq_iterator_h result, const char* value, qvo_size_t width) {
     if (width > sizeof result->context) return QVO_E_ILLEGAL_PARAM;
-    qvo::construct_constant(result, {QVO_DD_CHAR, static_cast<uint16_t>(width)}, value, qvo_seq_const_next_char);
+    construct_constant(result, {QVO_DD_CHAR, static_cast<uint16_t>(width)}, value, qvo_seq_const_next_char);
     return QVO_S_OK;
 }
 
 }  // extern "C"
+
+}  // namespace qvo

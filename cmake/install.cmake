@@ -1,0 +1,32 @@
+# What is installed: headers, both libraries, the CMake package and the pkg-config file. The tree may be moved.
+include(CMakePackageConfigHelpers)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/qvoseq)
+install(TARGETS qvoseq qvoseq_static EXPORT qvoseqTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Runtime NAMELINK_COMPONENT Development
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Development)
+install(FILES include/qvoseq.h include/qvohost.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT Development)
+
+install(EXPORT qvoseqTargets NAMESPACE qvoseq:: DESTINATION ${package_dir} COMPONENT Development)
+configure_package_config_file(cmake/qvoseqConfig.cmake.in qvoseqConfig.cmake INSTALL_DESTINATION ${package_dir}
+  NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(qvoseqConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/qvoseqConfig.cmake ${PROJECT_BINARY_DIR}/qvoseqConfigVersion.cmake
+  DESTINATION ${package_dir} COMPONENT Development)
+
+# The pkg-config file names its places from where it lies itself, but for those that are given as absolute paths.
+set(QVOSEQ_PC_PREFIX ${CMAKE_INSTALL_PREFIX})
+if(NOT IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR})
+  file(RELATIVE_PATH up /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+  string(REGEX REPLACE "/$" "" up ${up})
+  set(QVOSEQ_PC_PREFIX "\${pcfiledir}/${up}")
+endif()
+foreach(dir INCLUDEDIR LIBDIR)
+  if(IS_ABSOLUTE ${CMAKE_INSTALL_${dir}})
+    set(QVOSEQ_PC_${dir} ${CMAKE_INSTALL_${dir}})
+  else()
+    set(QVOSEQ_PC_${dir} "\${prefix}/${CMAKE_INSTALL_${dir}}")
+  endif()
+endforeach()
+configure_file(cmake/qvoseq.pc.in qvoseq.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/qvoseq.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT Development)

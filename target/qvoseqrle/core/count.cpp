@@ -1,0 +1,101 @@
+// Counting positions, or elements that are not null.
+//
+// Unlike other aggregates, and deliberately: operands are neither checked nor marked as bound, an empty operand counts
+// 0, and an operand's error ends the counting without being reported.
+#include <bit>
+
+#include "core/construct.h"
+#include "core/fatal.h"
+#include "core/tile.h"
+
+namespace qvo {
+namespace {
+
+// An array source knows its length.
+bool is_array(qvo_seq_iterator_h operand) { return operand->reset == qvo_seq_unget_reset; }
+
+QVO_RET construct_count(qvo_seq_iterator_h result, qvo_seq_iterator_h operand, qvo_seq_iterator_next_t next) {
+    fill_result(result, layout_of<elem_uint8>, {operand}, next, qvo_seq_reset_unary_iterator);
+    fill_aggregate(result, qvo_seq_count_merge);
+    if (is_array(operand)) {
+        result->prepare = nullptr;
+        result->merge = nullptr;
+    }
+    return QVO_S_OK;
+}
+
+struct Positions {
+    static qvo_seq_count_t of_tile(qvo_seq_iterator_h operand) {
+        return sum_runs(runs_of(operand), operand->tile_size);
+    }
+    static void finish(qvo_seq_iterator_h it) { set_run(runs_of(it), 0, 1); }
+};
+
+// Elements and not positions, deliberately, and the result gets no run byte. Elements behind the bitmap are not null.
+struct NotNullElements {
+    static qvo_seq_count_t of_tile(qvo_seq_iterator_h operand) {
+        constexpr size_t word_bits = 8 * sizeof(qvo_bitmap_word_t);
+        const size_t n = operand->tile_size;
+        size_t nulls = 0, begin = 0;
+        for (const qvo_bitmap_word_t word : operand->tile.null_bitmap) {
+            if (n <= begin) break;
+            const size_t bits = std::min(n - begin, word_bits);
+            nulls += static_cast<size_t>(std::popcount(word << (word_bits - bits)));
+            begin += word_bits;
+        }
+        return n - nulls;
+    }
+    static void finish(qvo_seq_iterator_h it) { qvo_seq_reset_null_bitmap(it); }
+};
+
+template <class Counted> qvo_seq_count_t count_tiles(qvo_seq_iterator_h operand, Where where) {
+    qvo_seq_count_t total = 0;
+    while (operand->next(operand) == QVO_S_OK) {
+        if (operand->tile_size == 0) fatal_stop(where);
+        operand->tile_offs = 0;
+        total += Counted::of_tile(operand);
+    }
+    return total;
+}
+
+template <class Counted> QVO_RET count_next(qvo_seq_iterator_h it, Where where = Where::here()) {
+    if (it->prepared == 1) {
+        if (it->next_seq_no == 0) return QVO_S_CURSOR_END;
+        it->prepared = 0;
+        return QVO_S_OK;
+    }
+    if (it->next_seq_no != 0) return QVO_S_CURSOR_END;
+    const qvo_seq_iterator_h operand = it->opd[0];
+    *values_of<qvo_uint8>(it) = is_array(operand) ? operand->last_seq_no + 1 : count_tiles<Counted>(operand, where);
+    Counted::finish(it);
+    it->tile_size = 1;
+    it->next_seq_no = 1;
+    return QVO_S_OK;
+}
+
+}  // namespace
+
+extern "C" {
+
+QVO_API QVO_RET qvo_seq_count_next(qvo_seq_iterator_h iterator) { return count_next<Positions>(iterator); }
+
+QVO_API QVO_RET qvo_seq_count_not_null_next(qvo_seq_iterator_h iterator) {
+    return count_next<NotNullElements>(iterator);
+}
+
+QVO_API QVO_RET qvo_seq_count_merge(qvo_seq_iterator_h iterator, qvo_seq_iterator_h other) {
+    *values_of<qvo_uint8>(iterator) += *values_of<qvo_uint8>(other);
+    return QVO_S_OK;
+}
+
+QVO_API QVO_RET qvo_seq_agg_count(qvo_seq_iterator_h result, qvo_seq_iterator_h operand) {
+    return construct_count(result, operand, qvo_seq_count_next);
+}
+
+QVO_API QVO_RET qvo_seq_agg_count_not_null(qvo_seq_iterator_h result, qvo_seq_iterator_h operand) {
+    return construct_count(result, operand, qvo_seq_count_not_null_next);
+}
+
+}  // extern "C"
+
+}  // namespace qvo

@@ -1,0 +1,63 @@
+#include "core/expand.h"
+
+#include "core/move.h"
+
+namespace qvo {
+namespace {
+
+// What is left of a run is counted in a byte, as the position is: a run byte of 0, which can stand in the tiles of
+// rle_decode, is a run of 256.
+QVO_INLINE size_t positions_left(const Operand& input) {
+    return static_cast<uint8_t>(input.run_left() - 1) + size_t{1};
+}
+
+// Positions that are written at once.
+constexpr size_t step = 8;
+
+template <class Mover>
+QVO_INLINE QVO_RET read_with(Mover mover, Operand& input, uint8_t* to, uint64_t wanted, uint64_t* got, Where where) {
+    const size_t width = mover.width();
+    const uint8_t* const from = values_of<uint8_t>(input.iterator());
+    QVO_RET rc = QVO_S_OK;
+    uint64_t read = 0;
+    while (read < wanted) {
+        if (rc = input.refill(where); rc != QVO_S_OK) break;
+        const size_t elements = input.elements_left();
+        if (elements >= run_word && input.taken() == 0 && load_runs(input.runs()) == ones_word) {
+            const size_t n = leading_single_runs(input.runs(), std::min<uint64_t>(elements, wanted - read));
+            std::memcpy(to + read * width, from + input.index() * width, n * width);
+            input.skip(n);
+            read += n;
+            continue;
+        }
+        const size_t left = positions_left(input);
+        if (elements > step && wanted - read >= left + step) {
+            // Whole steps reach beyond the run; the elements behind it overwrite that.
+            for (size_t k = 0; k < left; k += step) mover.fill(to, read + k, from, input.index(), step);
+            input.move_to(input.index() + 1, 0);
+            read += left;
+            continue;
+        }
+        const size_t n = std::min<uint64_t>(left, wanted - read);
+        mover.fill(to, read, from, input.index(), n);
+        read += n;
+        if (n == left)
+            input.move_to(input.index() + 1, 0);
+        else
+            input.move_to(input.index(), input.taken() + static_cast<unsigned>(n));
+    }
+    *got = read;
+    return rc;
+}
+
+}  // namespace
+
+QVO_RET read_positions(qvo_seq_iterator_h operand, size_t width, uint8_t* to, uint64_t wanted, uint64_t* got,
+                       Where where) {
+    Operand input(operand);
+    const QVO_RET rc = with_mover(width, [&](auto mover) { return read_with(mover, input, to, wanted, got, where); });
+    input.store();
+    return rc;
+}
+
+}  // namespace qvo

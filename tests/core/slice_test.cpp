@@ -1,0 +1,295 @@
+// Limit, tee and run-length decoding.
+#include "support/protocol.h"
+
+namespace test {
+namespace {
+
+/// Copies element `from` of one tile to element `to` of another.
+void literal_copy(qvo_seq_iterator_h it, size_t to, const qvo_seq_iterator_t* operand, size_t from) {
+    const size_t width = operand->elem_size;
+    std::memcpy(it->tile.u.arr_uint1 + to * width, operand->tile.u.arr_uint1 + from * width, width);
+}
+
+template <class T> Items<T> draw_items(Random& random, size_t n) {
+    if constexpr (std::is_same_v<T, t_char>)
+        return random_items<T>(random, n, [](Random& r) { return std::string(1, char('a' + r.below(26))); });
+    else
+        return random_items<T>(random, n);
+}
+
+template <class T> constexpr size_t test_width = std::is_same_v<T, t_char> ? 5 : Source::width_of<T>();
+
+/// Random scripts of one operand of every third seed with an error.
+Script random_script(Random& random, unsigned seed) {
+    Script script{random_tile_sizes(random)};
+    if (seed % 3 == 2) script.stop_at = random.below(500), script.stop_code = 4711;
+    return script;
+}
+
+// ---- Limit
+
+QVO_RET literal_limit(qvo_seq_iterator_h it) {
+    const qvo_seq_iterator_h operand = it->opd[0];
+    unsigned trim = 0;
+    if (it->next_seq_no < it->first_seq_no) {
+        qvo_seq_no_t skipped = 0;
+        while (operand->next_seq_no - operand->first_seq_no <= it->first_seq_no) {
+            skipped = operand->next_seq_no - operand->first_seq_no;
+            if (const QVO_RET rc = operand->next(operand); rc != QVO_S_OK) return rc;
+        }
+        for (; skipped + literal_run(operand, operand->tile_offs) <= it->first_seq_no; ++operand->tile_offs)
+            skipped += literal_run(operand, operand->tile_offs);
+        trim = static_cast<unsigned>(it->first_seq_no - skipped);
+        it->next_seq_no = it->first_seq_no;
+    }
+    size_t i = 0;
+    for (; i < capacity_of(it->elem_size) && it->next_seq_no <= it->last_seq_no; ++i) {
+        QVO_RET rc = QVO_S_OK;
+        if (!literal_refill(operand, i, &rc)) {
+            if (rc == QVO_S_OK) it->tile_size = static_cast<uint16_t>(i);
+            return rc;
+        }
+        literal_copy(it, i, operand, operand->tile_offs);
+        literal_put_run(it, i, literal_run(operand, operand->tile_offs) - trim);
+        it->next_seq_no += literal_run(it, i);
+        ++operand->tile_offs;
+        trim = 0;
+    }
+    if (i == 0) return QVO_S_CURSOR_END;
+    if (it->next_seq_no > it->last_seq_no) {
+        literal_put_run(it, i - 1,
+                        static_cast<unsigned>(literal_run(it, i - 1) + it->last_seq_no - it->next_seq_no + 1));
+        it->next_seq_no = it->last_seq_no + 1;
+    }
+    it->tile_size = static_cast<uint16_t>(i);
+    return QVO_S_OK;
+}
+
+template <class T> Member limit_member(qvo_seq_no_t first, qvo_seq_no_t last) {
+    Member member;
+    member.name = std::string("limit ") + T::name + " " + std::to_string(first) + ".." + std::to_string(last);
+    member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) {
+        return qvo_seq_limit(it, o[0], first, last);
+    };
+    member.type = T::code;
+    member.width = test_width<T>;
+    member.next = qvo_seq_limit_next;
+    member.reset = qvo_seq_reset_unary_agg_iterator;
+    member.type_checked = {false};
+    return member;
+}
+
+template <class T> void check_limit() {
+    for (unsigned seed = 0; seed < 24; ++seed) {
+        Random random(seed);
+        const Items<T> items = draw_items<T>(random, random.between(4, 3000));
+        const auto positions = static_cast<unsigned>(expand(items).size());
+        const qvo_seq_no_t first = random.chance(25) ? 0 : random.below(positions);
+        const qvo_seq_no_t last = random.chance(25) ? ~qvo_seq_no_t{0} : first + random.below(2 * positions);
+        Member member = limit_member<T>(first, last);
+        member.operands = {operand<T>(items, test_width<T>)};
+        check_steps(member, literal_limit, {random_script(random, seed)});
+        if (testing::Test::HasFailure()) return;
+    }
+    Member member = limit_member<T>(0, 1000);
+    Random random(1);
+    member.operands = {operand<T>(draw_items<T>(random, 2000), test_width<T>)};
+    check_protocol(member);
+}
+
+TEST(Limit, FollowsTheSteps) {
+#define CHECK(type) check_limit<t_##type>();
+    QVO_SEQ_FOR_FIXED_TYPES(CHECK) CHECK(char)
+#undef CHECK
+}
+
+TEST(Limit, CutsTheFirstAndTheLastRun) {
+    Source source(t_int4{}, {{1, 10}, {2, 10}, {3, 10}}, {{1}});
+    const struct {
+        qvo_seq_no_t first, last;
+        Items<t_int4> expected;
+    } cases[] = {
+        {0, 0, {{1, 1}}},
+        {9, 10, {{1, 1}, {2, 1}}},
+        {10, 19, {{2, 10}}},
+        {5, 24, {{1, 5}, {2, 10}, {3, 5}}},
+        {12, 14, {{2, 3}}},
+        {29, ~qvo_seq_no_t{0}, {{3, 1}}},
+        {5, ~qvo_seq_no_t{0}, {{1, 5}, {2, 10}, {3, 10}}},
+        {7, 6, {}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::to_string(c.first) + " .. " + std::to_string(c.last));
+        EXPECT_EQ(source->reset(source.get()), QVO_S_OK);
+        Record it;
+        ASSERT_EQ(qvo_seq_limit(it.get(), source.get(), c.first, c.last), QVO_S_OK);
+        for (unsigned round = 0; round < 2; ++round) {
+            Items<t_int4> items;
+            QVO_RET rc;
+            while ((rc = it->next(it.get())) == QVO_S_OK)
+                for (const auto& item : tile_items<t_int4>(it.it)) items.push_back(item);
+            EXPECT_EQ(rc, QVO_S_CURSOR_END);
+            check_items(items, c.expected);
+            EXPECT_EQ(it->reset(it.get()), QVO_S_OK);
+        }
+    }
+}
+
+TEST(Limit, OverAConstantAndOverALimit) {
+    Record constant, inner, outer;
+    ASSERT_EQ(qvo_seq_const_int4(constant.get(), 42), QVO_S_OK);
+    ASSERT_EQ(qvo_seq_limit(inner.get(), constant.get(), 5, 9), QVO_S_OK);
+    ASSERT_EQ(inner->next(inner.get()), QVO_S_OK);
+    check_items<t_int4>(tile_items<t_int4>(inner.it), {{42, 5}});
+    EXPECT_EQ(inner->next_seq_no, 10U);
+    ASSERT_EQ(inner->reset(inner.get()), QVO_S_OK);
+    // The inner one starts at position 5 and has produced nothing, not a negative number of positions.
+    ASSERT_EQ(qvo_seq_limit(outer.get(), inner.get(), 2, 3), QVO_S_OK);
+    ASSERT_EQ(outer->next(outer.get()), QVO_S_OK);
+    check_items<t_int4>(tile_items<t_int4>(outer.it), {{42, 2}});
+    EXPECT_EQ(outer->next(outer.get()), QVO_S_CURSOR_END);
+}
+
+TEST(Limit, StopsWhereTheOperandHasCountedMoreThanItHolds) {
+    Source source(t_int4{}, {{1, 10}, {2, 10}});
+    Record it;
+    ASSERT_EQ(qvo_seq_limit(it.get(), source.get(), 5, 20), QVO_S_OK);
+    ASSERT_EQ(source->next(source.get()), QVO_S_OK);  // somebody else has read the operand
+    source->tile_offs = 2;
+    EXPECT_TRUE(catch_stop([&] { it->next(it.get()); }).stopped);
+}
+
+// ---- Tee
+
+struct Tee {
+    Source source;
+    Record readers[2];
+    explicit Tee(const Items<t_int4>& items, Script script = {}) : source(t_int4{}, items, std::move(script)) {
+        EXPECT_EQ(qvo_seq_tee(readers[0].get(), readers[1].get(), source.get()), QVO_S_OK);
+    }
+    QVO_RET next(size_t reader) { return readers[reader]->next(readers[reader].get()); }
+};
+
+TEST(Tee, BothReadersSeeTheWhole) {
+    for (unsigned seed = 0; seed < 20; ++seed) {
+        Random random(seed);
+        Items<t_int4> items = random_items<t_int4>(random, random.between(1, 4000));
+        for (auto& item : items) item.run = 1;
+        Tee tee(items, {random_tile_sizes(random)});
+        for (unsigned round = 0; round < 2; ++round) {
+            Items<t_int4> seen[2];
+            size_t tiles[2] = {0, 0}, ends = 0;
+            while (ends < 2) {
+                const size_t reader = tiles[0] > tiles[1]   ? 1
+                                      : tiles[1] > tiles[0] ? 0
+                                                            : random.below(2);  // a tile apart at most
+                const QVO_RET rc = tee.next(reader);
+                ++tiles[reader];
+                if (rc != QVO_S_OK) {
+                    ASSERT_EQ(rc, QVO_S_CURSOR_END);
+                    ++ends;
+                    continue;
+                }
+                for (const auto& item : tile_items<t_int4>(tee.readers[reader].it)) seen[reader].push_back(item);
+                EXPECT_EQ(tee.readers[reader]->next_seq_no, seen[reader].size());
+            }
+            check_items(seen[0], items);
+            check_items(seen[1], items);
+            ASSERT_EQ(tee.readers[round]->reset(tee.readers[round].get()), QVO_S_OK);
+            EXPECT_EQ(tee.source.n_reset(), round + 1);
+            EXPECT_TRUE(tee.readers[0]->tile_size == 0 && tee.readers[1]->tile_size == 0);
+            EXPECT_TRUE(tee.readers[0]->next_seq_no == 0 && tee.readers[1]->next_seq_no == 0);
+        }
+    }
+}
+
+TEST(Tee, FieldsErrorsAndStops) {
+    Tee tee({{1}, {2}, {3}}, {{1}, 2, 4711, QVO_S_OK});
+    for (size_t i = 0; i < 2; ++i) {
+        const qvo_seq_iterator_t& it = tee.readers[i].it;
+        EXPECT_TRUE(it.opd[0] == tee.source.get() && it.opd[1] == tee.readers[1 - i].get() && it.opd[2] == nullptr);
+        EXPECT_TRUE(it.elem_type == QVO_DD_INT4 && it.elem_size == 4 && it.bounded == 0 && it.tile_size == 0);
+        EXPECT_TRUE(it.next == qvo_seq_tee_next && it.reset == qvo_seq_reset_tee_iterator);
+        EXPECT_TRUE(it.prepare == nullptr && it.merge == nullptr);
+        EXPECT_TRUE(it.first_seq_no == 0 && it.next_seq_no == 0 && it.last_seq_no == ~qvo_seq_no_t{0});
+    }
+    EXPECT_EQ(tee.source->bounded, 1);
+    {
+        const BindingCheck check;
+        Record first, second;
+        const qvo_seq_iterator_t before = first.it;
+        EXPECT_EQ(qvo_seq_tee(first.get(), second.get(), tee.source.get()), QVO_E_SEQ_BOUNDED);
+        EXPECT_EQ(std::memcmp(&before, &first.it, sizeof before), 0);
+    }
+    EXPECT_EQ(tee.next(0), QVO_S_OK);
+    EXPECT_EQ(tee.next(0), QVO_S_OK);
+    EXPECT_EQ(tee.next(0), 4711);
+    EXPECT_EQ(tee.next(1), QVO_S_OK) << "a reader that has produced nothing takes whatever tile the other one holds";
+    EXPECT_EQ(tee.readers[1]->next_seq_no, 2U);
+
+    Tee apart({{1}, {2}, {3}}, {{1}});
+    for (const size_t reader : {0U, 1U, 0U, 0U}) EXPECT_EQ(apart.next(reader), QVO_S_OK);
+    EXPECT_TRUE(catch_stop([&] { apart.next(1); }).stopped) << "two tiles apart";
+    Tee empty({{1}}, {{}, 0, QVO_S_OK, QVO_S_OK});
+    EXPECT_TRUE(catch_stop([&] { empty.next(0); }).stopped);
+}
+
+TEST(Tee, ALaggingReaderStopsAtLongerRuns_deliberate) {
+    Tee tee({{1, 5}, {2, 5}}, {{1}});
+    for (const size_t reader : {0U, 1U, 0U}) EXPECT_EQ(tee.next(reader), QVO_S_OK);
+    EXPECT_TRUE(catch_stop([&] { tee.next(1); }).stopped);
+}
+
+// ---- Run-length decoding
+
+QVO_RET literal_decode(qvo_seq_iterator_h it) {
+    const qvo_seq_iterator_h operand = it->opd[0];
+    size_t i = 0;
+    QVO_RET rc = QVO_S_OK;
+    for (; i < std::min<size_t>(128, capacity_of(it->elem_size)); ++i) {
+        if (!literal_refill(operand, i, &rc)) break;
+        literal_copy(it, i, operand, operand->tile_offs);
+        literal_take(operand, 1);
+    }
+    if (rc != QVO_S_OK) return rc;
+    it->tile_size = static_cast<uint16_t>(i);
+    it->next_seq_no += i;
+    return QVO_S_OK;
+}
+
+template <class T> void check_decode(size_t width) {
+    Member member;
+    member.name = std::string("rle_decode ") + T::name + " " + std::to_string(width);
+    member.construct = [](qvo_seq_iterator_h it, const Member::Operands& o) {
+        const qvo_seq_iterator_t before = *it;
+        const QVO_RET rc = qvo_seq_rle_decode(it, o[0]);
+        EXPECT_TRUE(it->elem_type == o[0]->elem_type && it->elem_size == o[0]->elem_size);  // of a refused one too
+        if (rc != QVO_S_OK)
+            it->elem_type = before.elem_type, it->elem_size = before.elem_size;
+        else
+            EXPECT_EQ(it->last_seq_no, o[0]->last_seq_no);
+        return rc;
+    };
+    member.type = T::code;
+    member.width = width;
+    member.next = qvo_seq_rle_decode_next;
+    member.reset = qvo_seq_reset_unary_iterator;
+    member.type_checked = {false};
+    for (unsigned seed = 0; seed < 9; ++seed) {
+        Random random(seed);
+        member.operands = {operand<T>(draw_items<T>(random, random.between(4, 500)), width)};
+        if (seed == 0) check_protocol(member);
+        check_steps(member, literal_decode, {random_script(random, seed)});
+        if (testing::Test::HasFailure()) return;
+    }
+}
+
+TEST(RleDecode, OneElementPerPositionAndNoRunBytes_deliberate) {
+#define CHECK(type) check_decode<t_##type>(sizeof(qvo_##type));
+    QVO_SEQ_FOR_FIXED_TYPES(CHECK)
+#undef CHECK
+    for (const size_t width : {1U, 3U, 4U, 31U, 200U}) check_decode<t_char>(width);
+}
+
+}  // namespace
+}  // namespace test
