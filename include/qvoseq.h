@@ -255,6 +255,18 @@ typedef struct {
     M(first, int8)                             \
     M(first, uint1) M(first, uint2) M(first, uint4) M(first, uint8) M(first, float) M(first, double) M(first, datetime)
 
+/* The element types of the aggregates, each with that of its sums and that of its averages. */
+#define QVO_SEQ_FOR_AGGREGATE_TYPES(M) \
+    M(int1, int8, double)              \
+    M(int2, int8, double)              \
+    M(int4, int8, double)              \
+    M(int8, int8, double)              \
+    M(uint1, uint8, double)            \
+    M(uint2, uint8, double)            \
+    M(uint4, uint8, double)            \
+    M(uint8, uint8, double)            \
+    M(float, double, double) M(double, double, double) M(datetime, datetime, datetime)
+
 /* ==== qvofseq: settings, memory, protocol helpers ============================================== */
 
 typedef void* (*qvo_seq_malloc_t)(qvo_seq_iterator_h iterator, qvo_size_t size);
@@ -716,6 +728,82 @@ QVO_API QVO_RET qvo_seq_reset_custom_parse_iterator(qvo_seq_iterator_h iterator)
 /* ==== transform/progression ==================================================================== */
 
 /* ==== aggregate/whole ========================================================================== */
+
+/*
+ * qvo_seq_agg_max_<type>, qvo_seq_agg_min_<type>, qvo_seq_agg_sum_<type>, qvo_seq_agg_prd_<type>,
+ * qvo_seq_agg_avg_<type>, qvo_seq_agg_var_<type>, qvo_seq_agg_var_samp_<type>,
+ * qvo_seq_agg_dev_<type>, qvo_seq_agg_dev_samp_<type> (result, input)
+ *
+ * One element for the whole sequence: largest and smallest value, sum, product, average, variance
+ * and standard deviation.
+ * Elements  The 11 fixed types. max, min: the input's. sum, prd: int8 for signed, uint8 for unsigned
+ *           integers, double for float and double, datetime for datetime. avg: double, for datetime
+ *           datetime (the unsigned integer quotient). var and dev: double.
+ *           With n the positions, S the sum of value x run and Q the sum of run x value x value:
+ *           avg S / n, var (Q - S x S / n) / n, dev its square root. The sample forms take n - 1 for
+ *           n inside the bracket too, and 0 for a single position. That is not the textbook's: the
+ *           values 1 and 3 give var_samp (10 - 16 / 1) / 1 = -6, and dev_samp is NaN.
+ *           value x run is formed in 32 bits for integers of 1, 2 and 4 bytes (wrapping), in 64 bits
+ *           for those of 8, in single precision for float; then it is widened. An int4 beyond 8.4
+ *           million with a long run wraps: 10,000,000 with run 255 adds -1,744,967,296. Integer sums
+ *           wrap in 64 bits. prd multiplies in double and converts back to 64 bits at each step, so
+ *           integers are exact up to 2^53. Floating sums are taken in the order of the elements.
+ *           NaN: max and min skip one that is not the first value, and keep one that is; the others
+ *           become NaN. Of equal zeros the first stays.
+ * Runs      An element counts for as many positions as its run says; runs are not expanded. The
+ *           operand's tile_offs and rle_offs are not read: each of its tiles is taken from the start.
+ * Ends      One call takes the operand to its end and delivers one element of run 1; the next call
+ *           returns QVO_S_CURSOR_END. So does the first one for an empty input.
+ * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed. `next`
+ *           passes an operand's error on and stores nothing; a later call goes on pulling. An empty
+ *           tile is not checked for.
+ * Parts     To aggregate data in several parts: construct one iterator per part, call `prepare` of
+ *           each, then `merge` (first, other) for each other one, then `next` of the first. A part
+ *           without values changes nothing; a first one without values takes the other's state over
+ *           but delivers nothing itself. `merge` returns QVO_S_OK always. After a `prepare` that
+ *           failed or met no values, `next` returns QVO_S_CURSOR_END. A `prepare` after the delivery
+ *           hands the value out once more.
+ *
+ * The context after `next`: the value of max, min, sum and prd or S; Q for var and dev, else 0; n.
+ */
+#define QVO_SEQ_DECLARE_AGGREGATE(name, agg_type)                              \
+    typedef struct {                                                           \
+        agg_type agg;                                                          \
+        double norm;                                                           \
+        qvo_seq_count_t count;                                                 \
+    } name##_context_t;                                                        \
+    QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input); \
+    QVO_API QVO_RET name##_next(qvo_seq_iterator_h iterator);                  \
+    QVO_API QVO_RET name##_merge(qvo_seq_iterator_h iterator, qvo_seq_iterator_h other);
+#define QVO_SEQ_DECLARE(type, sum, avg)                                \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_agg_max_##type, qvo_##type)      \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_agg_min_##type, qvo_##type)      \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_agg_sum_##type, qvo_##sum)       \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_agg_prd_##type, qvo_##sum)       \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_agg_avg_##type, qvo_##avg)       \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_agg_var_##type, qvo_double)      \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_agg_var_samp_##type, qvo_double) \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_agg_dev_##type, qvo_double)      \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_agg_dev_samp_##type, qvo_double)
+QVO_SEQ_FOR_AGGREGATE_TYPES(QVO_SEQ_DECLARE)
+#undef QVO_SEQ_DECLARE
+#undef QVO_SEQ_DECLARE_AGGREGATE
+
+/*
+ * qvo_seq_agg_min_max_<type> (result, input)
+ *
+ * Two elements for the whole sequence: the smallest value, then the largest one.
+ * Elements  The 11 fixed types; the result has the input's, but for datetime, which is deliberately
+ *           delivered as double.
+ * Runs, Errors  As for max. Either value has run 1.
+ * Ends      After one call, which sets next_seq_no to 2. There are no parts: `prepare` and `merge`
+ *           are null.
+ */
+#define QVO_SEQ_DECLARE(type)                                                                        \
+    QVO_API QVO_RET qvo_seq_agg_min_max_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input); \
+    QVO_API QVO_RET qvo_seq_agg_min_max_##type##_next(qvo_seq_iterator_h iterator);
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+#undef QVO_SEQ_DECLARE
 
 /* ==== aggregate/pair =========================================================================== */
 

@@ -1,0 +1,105 @@
+// The protocol of aggregates that deliver one element: fresh, prepared, delivered; and folding whole tiles.
+//
+// A family supplies a reducer R:
+//   R::Accumulation    the loops, shared by the members that gather the same sums. It has
+//     Value, State     the element's value; the state, which `context` keeps once the result is computed. A State has
+//                      a field `count`, the positions folded, which is kept here
+//     start(state, value, run)               the first element
+//     fold(state, values, runs, n, single)   n further elements; `single` if all their runs are 1
+//     merge(state, other)                    everything but `count`
+//   R::Result          the value delivered
+//   R::finish(state)   computes it
+#pragma once
+
+#include <optional>
+
+#include "core/construct.h"
+#include "core/tile.h"
+
+namespace qvo {
+
+/// What `next` of a prepared or a delivered aggregate returns; nothing if it is fresh and has to compute.
+inline std::optional<QVO_RET> answer_of(qvo_seq_iterator_h it) {
+    if (it->prepared != 0) {
+        // Also after a prepare that met an error or an empty input: there is nothing to deliver, now or later.
+        if (it->next_seq_no == 0) return QVO_S_CURSOR_END;
+        it->prepared = 0;
+        return QVO_S_OK;
+    }
+    if (it->next_seq_no != 0) return QVO_S_CURSOR_END;
+    return std::nullopt;
+}
+
+/// Makes element 0 of the tile the result. Its value is written by the family.
+inline void deliver_one(qvo_seq_iterator_h it) {
+    it->next_seq_no = 1;
+    it->tile_size = 1;
+    *runs_of(it) = 1;
+}
+
+/// Folds a tile of the operand into a state; `first` if there was none before it.
+using FoldTile = void (*)(void* state, qvo_seq_iterator_h operand, bool first, bool single);
+
+/// Pulls the operand to its end and folds every tile from its element 0 on, whatever tile_offs and rle_offs say.
+/// QVO_S_OK if there was any element; then `count` has grown by the positions. An empty tile is passed over.
+QVO_RET reduce_tiles(qvo_seq_iterator_h operand, void* state, qvo_seq_count_t& count, FoldTile fold);
+
+template <class Accumulation> void fold_tile(void* erased, qvo_seq_iterator_h operand, bool first, bool single) {
+    auto& state = *static_cast<typename Accumulation::State*>(erased);
+    const auto* values = values_of<typename Accumulation::Value>(operand);
+    const uint8_t* runs = runs_of(operand);
+    if (first) Accumulation::start(state, *values, *runs);
+    Accumulation::fold(state, values + first, runs - first, operand->tile_size - size_t{first}, single);
+}
+
+/// `next`. Nothing is stored unless there is a result.
+template <class R> QVO_RET reduce_next(qvo_seq_iterator_h it) {
+    using State = typename R::Accumulation::State;
+    if (const std::optional<QVO_RET> answer = answer_of(it)) return *answer;
+    State result{};
+    const QVO_RET rc = reduce_tiles(it->opd[0], &result, result.count, fold_tile<typename R::Accumulation>);
+    if (rc != QVO_S_OK) return rc;
+    *values_of<typename R::Result>(it) = R::finish(result);
+    deliver_one(it);
+    state<State>(it) = result;
+    return QVO_S_OK;
+}
+
+/// `merge`: folds the state of `from` into that of `into`. A part without elements has no state to fold: as the
+/// source it changes nothing, as the target it takes the source's state over (and stays undelivered).
+template <class R> QVO_RET reduce_merge(qvo_seq_iterator_h into, qvo_seq_iterator_h from) {
+    using State = typename R::Accumulation::State;
+    State& target = state<State>(into);
+    const State source = state<State>(from);
+    if (source.count == 0) return QVO_S_OK;
+    if (target.count == 0) {
+        target = source;
+    } else {
+        R::Accumulation::merge(target, source);
+        target.count += source.count;
+    }
+    *values_of<typename R::Result>(into) = R::finish(target);
+    return QVO_S_OK;
+}
+
+/// Constructor of an aggregate over one operand of E with a result of Result.
+template <class E, class Result, class R>
+QVO_RET construct_reducer(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_seq_iterator_next_t next,
+                          qvo_seq_iterator_merge_t merge) {
+    if (const QVO_RET rc = construct_unary<E, Result>(result, input, next); rc != QVO_S_OK) return rc;
+    fill_aggregate(result, merge);
+    state<typename R::Accumulation::State>(result).count = 0;
+    return QVO_S_OK;
+}
+
+}  // namespace qvo
+
+// A member: operand of Element, result of Result; then the reducer.
+#define QVO_DEFINE_REDUCER(name, Element, Result, ...)                                                     \
+    extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h it) { return reduce_next<__VA_ARGS__>(it); } \
+    extern "C" QVO_API QVO_RET name##_merge(qvo_seq_iterator_h it, qvo_seq_iterator_h other) {             \
+        return reduce_merge<__VA_ARGS__>(it, other);                                                       \
+    }                                                                                                      \
+    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input) {                 \
+        return construct_reducer<Element, Result, __VA_ARGS__>(result, input, name##_next, name##_merge);  \
+    }
