@@ -610,7 +610,68 @@ QVO_API QVO_RET qvo_seq_cat_next(qvo_seq_iterator_h iterator);
 
 /* ==== transform/unary ========================================================================== */
 
+/*
+ * qvo_seq_abs_<type>, qvo_seq_neg_<type> (result, operand)
+ *
+ * Element-wise absolute value and negation.
+ * Elements  The 11 fixed types; the result has the same type. Signed integers wrap: the most negative
+ *           value is its own absolute value and its own negation (abs and neg of -128 in int1 are -128).
+ *           Negating uint1, uint2, uint4 and uint8 changes nothing: neg of 5 in uint4 is 5. datetime
+ *           is negated modulo 2^64: neg of 5 is 18446744073709551611. Floating values change in their
+ *           sign bit alone: neg flips it, of NaNs too; abs clears it where the value is below 0, so
+ *           -0 stays -0 and a NaN keeps its sign.
+ * Runs      Each element keeps its run byte and is taken whole, whatever the operand's rle_offs.
+ * Ends      With the operand.
+ * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed.
+ */
+#define QVO_SEQ_DECLARE(type)                                                                  \
+    QVO_API QVO_RET qvo_seq_abs_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h operand); \
+    QVO_API QVO_RET qvo_seq_neg_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h operand); \
+    QVO_API QVO_RET qvo_seq_abs_##type##_next(qvo_seq_iterator_h iterator);                    \
+    QVO_API QVO_RET qvo_seq_neg_##type##_next(qvo_seq_iterator_h iterator);
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+#undef QVO_SEQ_DECLARE
+
 /* ==== transform/convert ======================================================================== */
+
+/*
+ * qvo_seq_<from>_to_<to>, qvo_seq_<to>_from_<from> (result, operand)
+ *
+ * Converts every element of the type <from> to the type <to>. Both names build the same iterator, whose
+ * `next` is qvo_seq_<from>_to_<to>_next.
+ * Elements  All 121 pairs of the 11 fixed types, datetime being a uint8 of another name. Nothing is
+ *           reported when a value does not fit:
+ *           integer to integer    the low bits: 300 to int1 is 44, -1 in int1 to uint4 is 4294967295
+ *           integer to floating   rounded once, to nearest
+ *           double to float       rounded to nearest; float to double exactly
+ *           floating to int4      truncated towards zero: 3.9 is 3, -3.9 is -3; NaN and values that do
+ *           and int8              not fit give the most negative value: 1e10 to int4 is -2147483648
+ *           floating to int1,     the low bits of the conversion to int4: 300.7 to uint1 is 44, NaN 0
+ *           int2, uint1, uint2
+ *           floating to uint4     the low bits of the conversion to int8: -1.0 is 4294967295
+ *           floating to uint8     below 2^63, and NaN, as to int8: -1.0 is 2^64 - 1, NaN is 2^63; from
+ *           and datetime          2^63 on exact; 2^64 and more, and infinity, give 2^63
+ * Runs      Each element keeps its run byte and is taken whole, whatever the operand's rle_offs. A wider
+ *           result takes several calls for one tile of the operand.
+ * Ends      With the operand.
+ * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed.
+ */
+#define QVO_SEQ_DECLARE(from, to)                                                                      \
+    QVO_API QVO_RET qvo_seq_##from##_to_##to(qvo_seq_iterator_h result, qvo_seq_iterator_h operand);   \
+    QVO_API QVO_RET qvo_seq_##to##_from_##from(qvo_seq_iterator_h result, qvo_seq_iterator_h operand); \
+    QVO_API QVO_RET qvo_seq_##from##_to_##to##_next(qvo_seq_iterator_h iterator);
+QVO_SEQ_FOR_FIXED_TYPES_WITH(QVO_SEQ_DECLARE, int1)
+QVO_SEQ_FOR_FIXED_TYPES_WITH(QVO_SEQ_DECLARE, int2)
+QVO_SEQ_FOR_FIXED_TYPES_WITH(QVO_SEQ_DECLARE, int4)
+QVO_SEQ_FOR_FIXED_TYPES_WITH(QVO_SEQ_DECLARE, int8)
+QVO_SEQ_FOR_FIXED_TYPES_WITH(QVO_SEQ_DECLARE, uint1)
+QVO_SEQ_FOR_FIXED_TYPES_WITH(QVO_SEQ_DECLARE, uint2)
+QVO_SEQ_FOR_FIXED_TYPES_WITH(QVO_SEQ_DECLARE, uint4)
+QVO_SEQ_FOR_FIXED_TYPES_WITH(QVO_SEQ_DECLARE, uint8)
+QVO_SEQ_FOR_FIXED_TYPES_WITH(QVO_SEQ_DECLARE, float)
+QVO_SEQ_FOR_FIXED_TYPES_WITH(QVO_SEQ_DECLARE, double)
+QVO_SEQ_FOR_FIXED_TYPES_WITH(QVO_SEQ_DECLARE, datetime)
+#undef QVO_SEQ_DECLARE
 
 /* ==== transform/parse ========================================================================== */
 

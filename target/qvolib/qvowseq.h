@@ -115,11 +115,16 @@ static_assert(offsetof(qvo_seq_iterator_t, tile) == 392 && offsetof(qvo_seq_tile
         return construct_binary<Element, Result>(result, left, right, next_name);                                   \
     }
 
-// A one-operand element-wise member.
+// A one-operand element-wise member, from its operation or from its loop (the last argument, commas and all).
 #define QVO_DEFINE_UNARY(name, Element, Result, Op) QVO_DEFINE_UNARY_NAMED(name, name##_next, Element, Result, Op)
 
-#define QVO_DEFINE_UNARY_NAMED(name, next_name, Element, Result, Op)                                            \
-    extern "C" QVO_API QVO_RET next_name(qvo_seq_iterator_h it) { return unary_next<Element, Result, Op>(it); } \
-    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input) {                      \
-        return construct_unary<Element, Result>(result, input, next_name);                                      \
+#define QVO_DEFINE_UNARY_NAMED(name, next_name, Element, Result, Op) \
+    QVO_DEFINE_UNARY_LOOP(name, next_name, Element, Result, ValueLoop<Element::value, Result::value, Op>::run)
+
+#define QVO_DEFINE_UNARY_LOOP(name, next_name, Element, Result, ...)                         \
+    extern "C" QVO_API QVO_RET next_name(qvo_seq_iterator_h it) {                            \
+        return elements_next(it, __VA_ARGS__, Where::here());                                \
+    }                                                                                        \
+    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h operand) { \
+        return construct_unary<Element, Result>(result, operand, next_name);                 \
     }

@@ -249,4 +249,43 @@ QVO_RET literal_overlap_next(qvo_seq_iterator_h it, const std::function<void(siz
     return QVO_S_OK;
 }
 
+QVO_RET literal_elements_next(qvo_seq_iterator_h it, const std::function<void(size_t i, size_t k)>& element) {
+    const qvo_seq_iterator_h operand = it->opd[0];
+    const size_t capacity = capacity_of(it->elem_size);
+    size_t i = 0;
+    QVO_RET rc = QVO_S_OK;
+    for (; i < capacity; ++i) {
+        if (!literal_refill(operand, i, &rc)) break;
+        element(i, operand->tile_offs);
+        literal_put_run(it, i, literal_run(operand, operand->tile_offs));
+        it->next_seq_no += literal_run(operand, operand->tile_offs);
+        ++operand->tile_offs;
+    }
+    if (rc != QVO_S_OK) return rc;
+    it->tile_size = static_cast<uint16_t>(i);
+    return QVO_S_OK;
+}
+
+void check_unary(Member member, const std::function<MakeSource(Random&, size_t n)>& draw_operand,
+                 const std::function<void(qvo_seq_iterator_h it, size_t i, size_t k)>& element) {
+    SCOPED_TRACE(member.name);
+    for (unsigned seed = 0; seed < 6; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        Random random(seed);
+        member.operands = {draw_operand(random, seed % 3 == 0 ? 5 : random.between(4, 3000))};
+        if (seed == 0) check_protocol(member);
+        Script script{random_tile_sizes(random)};
+        if (seed % 3 == 2) script.stop_at = random.below(1000), script.stop_code = 4711;
+        check_steps(
+            member,
+            [&](qvo_seq_iterator_h it) {
+                return literal_elements_next(it, [&](size_t i, size_t k) { element(it, i, k); });
+            },
+            {script},
+            // A read position inside a run is neither consulted nor changed.
+            [&](const Member::Operands& o) { o[0]->rle_offs = static_cast<uint8_t>(seed % 2); });
+        if (testing::Test::HasFailure()) return;
+    }
+}
+
 }  // namespace test

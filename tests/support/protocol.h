@@ -120,6 +120,39 @@ void check_binary(const char* name, QVO_RET (*construct)(qvo_seq_iterator_h, qvo
                        [](Random& random) { return random.template value<typename T::value>(); });
 }
 
+/// The one-operand element-wise `next`; element(i, k) writes result element i from operand element k.
+QVO_RET literal_elements_next(qvo_seq_iterator_h it, const std::function<void(size_t i, size_t k)>& element);
+
+/// A one-operand element-wise member without parameters, as far as it is known without its name.
+template <class R>
+Member unary_member(const char* name, QVO_RET (*construct)(qvo_seq_iterator_h, qvo_seq_iterator_h),
+                    qvo_seq_iterator_next_t next) {
+    Member member;
+    member.name = name;
+    member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) { return construct(it, o[0]); };
+    member.type = R::code;
+    member.width = R::width;
+    member.next = next;
+    member.reset = qvo_seq_reset_unary_iterator;
+    return member;
+}
+
+/// Checks the member over `draw_operand(random, n)`, n random elements each, as check_binary does.
+void check_unary(Member member, const std::function<MakeSource(Random&, size_t n)>& draw_operand,
+                 const std::function<void(qvo_seq_iterator_h it, size_t i, size_t k)>& element);
+
+/// A one-operand element-wise member against its model, over random values, runs, tile sizes and operand errors.
+template <class T, class R, class Model, class Draw>
+void check_unary(const char* name, QVO_RET (*construct)(qvo_seq_iterator_h, qvo_seq_iterator_h),
+                 qvo_seq_iterator_next_t next, Model model, Draw draw) {
+    check_unary(
+        unary_member<R>(name, construct, next),
+        [=](Random& random, size_t n) { return operand<T>(random_items<T>(random, n, draw)); },
+        [=](qvo_seq_iterator_h it, size_t i, size_t k) {
+            literal_put(it, i, static_cast<typename R::value>(model(literal_value<typename T::value>(it->opd[0], k))));
+        });
+}
+
 }  // namespace test
 
 /// A member's name, constructor and `next`, spelled once.

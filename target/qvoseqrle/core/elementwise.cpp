@@ -1,6 +1,7 @@
 // What element-wise operators have in common: the walk over their operands, and the runs of the result.
 #include "core/elementwise.h"
 
+#include "core/move.h"
 #include "core/overlap.h"
 
 namespace qvo {
@@ -75,5 +76,7 @@ QVO_CPU_VARIANTS QVO_RET elements_next(qvo_seq_iterator_h it, UnaryLoop loop, Wh
             out.put_runs(runs - index, n);
         }));
 }
+
+void copy_loop(qvo_seq_iterator_h it, size_t to, size_t from, size_t n) { copy_values(it, to, it->opd[0], from, n); }
 
 }  // namespace qvo

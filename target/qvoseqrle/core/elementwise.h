@@ -134,9 +134,7 @@ template <class V, class W, class Op> struct ValueLoop {
     }
 };
 
-/// `next` of a one-operand member: operand of E, result of R.
-template <class E, class R, class Op> QVO_RET unary_next(qvo_seq_iterator_h it, Where where = Where::here()) {
-    return elements_next(it, ValueLoop<typename E::value, typename R::value, Op>::run, where);
-}
+/// The loop of a member that delivers its operand's values as they are.
+void copy_loop(qvo_seq_iterator_h it, size_t to, size_t from, size_t n);
 
 }  // namespace qvo

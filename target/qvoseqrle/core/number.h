@@ -68,8 +68,9 @@ template <class Int, class F> QVO_INLINE Int truncate(F value) {
     static_assert(std::is_signed_v<Int> && sizeof(Int) >= sizeof(int32_t));
     constexpr F limit = static_cast<F>(uint64_t{1} << (8 * sizeof(Int) - 1));  // 2^31 or 2^63: exact in either type
     // A value that does not fit is replaced before the conversion, not after it, so that the conversion is always
-    // defined and a loop of them stays free of branches. (Values just below -2^31 truncate to it in any case.)
-    return static_cast<Int>(value >= -limit && value < limit ? value : -limit);
+    // defined and a loop of them stays free of branches. (What is replaced although it would fit, the lowest number
+    // and fractions next to it, is replaced by what it truncates to.)
+    return static_cast<Int>(std::fabs(value) < limit ? value : -limit);
 }
 
 /// The value of one element type as another. Integers keep their low bits; integers become floating values and
