@@ -1,0 +1,121 @@
+// Comparisons: every member against a model, and strings.
+#include "support/protocol.h"
+
+namespace test {
+namespace {
+
+#define TEST_MEMBER(type)                                                                                      \
+    check_binary<t_##type, t_bool>(MEMBER(qvo_seq_eq_##type), [](auto a, auto b) { return a == b; });          \
+    check_binary<t_##type, t_bool>(MEMBER(qvo_seq_ne_##type), [](auto a, auto b) { return !(a == b); });       \
+    check_binary<t_##type, t_bool>(MEMBER(qvo_seq_ge_##type), [](auto a, auto b) { return a > b || a == b; }); \
+    check_binary<t_##type, t_bool>(MEMBER(qvo_seq_le_##type), [](auto a, auto b) { return a < b || a == b; }); \
+    check_binary<t_##type, t_bool>(MEMBER(qvo_seq_gt_##type), [](auto a, auto b) { return b < a; });           \
+    check_binary<t_##type, t_bool>(MEMBER(qvo_seq_lt_##type), [](auto a, auto b) { return b > a; });
+
+TEST(Compare, FollowsTheModel) { QVO_SEQ_FOR_FIXED_TYPES(TEST_MEMBER) }
+
+using Construct = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_seq_iterator_h);
+
+struct CharMember {
+    const char* name;
+    Construct construct;
+    qvo_seq_iterator_next_t next;
+    bool on_less, on_equal, on_greater;
+};
+const CharMember char_members[] = {
+    {MEMBER(qvo_seq_eq_char), false, true, false}, {MEMBER(qvo_seq_ne_char), true, false, true},
+    {MEMBER(qvo_seq_ge_char), false, true, true},  {MEMBER(qvo_seq_le_char), true, true, false},
+    {MEMBER(qvo_seq_gt_char), false, false, true}, {MEMBER(qvo_seq_lt_char), true, false, false},
+};
+
+/// Strings that often share a beginning, with zero bytes and bytes above 127.
+std::string draw_string(Random& random, size_t width) {
+    std::string s;
+    for (size_t i = 0; i < width; ++i) s += "aaab\0\xff"[random.below(6)];
+    return s;
+}
+
+void check_char(const CharMember& c, size_t width, unsigned seed) {
+    Random random(seed);
+    const auto draw = [width](Random& r) { return draw_string(r, width); };
+    Member member;
+    member.name = c.name;
+    member.construct = [&](qvo_seq_iterator_h it, const Member::Operands& o) { return c.construct(it, o[0], o[1]); };
+    member.type = QVO_DD_UINT1;
+    member.width = 1;
+    member.next = c.next;
+    member.reset = qvo_seq_reset_binary_iterator;
+    member.operands = {operand<t_char>(random_items<t_char>(random, random.between(4, 1500), draw), width),
+                       operand<t_char>(random_items<t_char>(random, random.between(4, 1500), draw), width)};
+    if (seed == 0) check_protocol(member);
+    const auto literal = [&](qvo_seq_iterator_h it) {
+        return literal_overlap_next(it, [&](size_t i) {
+            const qvo_seq_iterator_h a = it->opd[0], b = it->opd[1];
+            int order = 0;
+            for (size_t k = 0; k < width && order == 0; ++k) {
+                const int x = a->tile.u.arr_uint1[a->tile_offs * width + k];
+                const int y = b->tile.u.arr_uint1[b->tile_offs * width + k];
+                order = x - y;
+            }
+            literal_put<qvo_seq_bool>(it, i, order < 0 ? c.on_less : order > 0 ? c.on_greater : c.on_equal);
+        });
+    };
+    check_steps(member, literal, {{random_tile_sizes(random)}, {random_tile_sizes(random)}});
+}
+
+TEST(Compare, StringsByUnsignedBytesOverTheWholeWidth) {
+    for (const CharMember& c : char_members)
+        for (const size_t width : {1U, 5U, 8U, 15U})
+            for (unsigned seed = 0; seed < 5 && !HasFailure(); ++seed) check_char(c, width, seed);
+}
+
+TEST(Compare, StringsOfUnequalWidthsAreRefusedBeforeTheBindingCheck) {
+    for (const CharMember& c : char_members) {
+        Source left(t_char{}, {{"a"}}, {}, 8), right(t_char{}, {{"a"}}, {}, 10);
+        left->bounded = 1;
+        Record it;
+        const qvo_seq_iterator_t before = it.it;
+        const BindingCheck check;
+        EXPECT_EQ(c.construct(it.get(), left.get(), right.get()), QVO_E_ILLEGAL_TYPE) << c.name;
+        EXPECT_EQ(std::memcmp(&before, &it.it, sizeof before), 0);
+        EXPECT_EQ(right->bounded, 0);
+    }
+}
+
+Items<t_bool> result_of(Construct construct, Source& left, Source& right) {
+    Record it;
+    EXPECT_EQ(construct(it.get(), left.get(), right.get()), QVO_S_OK);
+    return drain<t_bool>(it.get());
+}
+
+TEST(Compare, NaNIsUnequalToEverything) {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const struct {
+        Construct construct;
+        qvo_seq_bool with_nan;
+    } members[] = {{qvo_seq_eq_double, 0}, {qvo_seq_ne_double, 1}, {qvo_seq_ge_double, 0},
+                   {qvo_seq_le_double, 0}, {qvo_seq_gt_double, 0}, {qvo_seq_lt_double, 0}};
+    for (const auto& m : members) {
+        Source left(t_double{}, {{nan, 2}, {1, 1}, {nan, 1}}), right(t_double{}, {{1, 2}, {nan, 2}});
+        check_items<t_bool>(result_of(m.construct, left, right), {{m.with_nan, 2}, {m.with_nan, 1}, {m.with_nan, 1}});
+    }
+    Source zero(t_double{}, {{0.0}}), minus_zero(t_double{}, {{-0.0}});
+    check_items<t_bool>(result_of(qvo_seq_eq_double, zero, minus_zero), {{1}});
+}
+
+TEST(Compare, AConstantKeepsTheRunsOfTheColumn) {
+    const Items<t_int4> column{{5, 200}, {7, 55}, {7, 45}};
+    for (const bool constant_first : {false, true}) {
+        Source source(t_int4{}, column);
+        Record constant, it;
+        ASSERT_EQ(qvo_seq_const_int4(constant.get(), 6), QVO_S_OK);
+        ASSERT_EQ(constant_first ? qvo_seq_lt_int4(it.get(), constant.get(), source.get())
+                                 : qvo_seq_gt_int4(it.get(), source.get(), constant.get()),
+                  QVO_S_OK);
+        // A run of the constant ends after 255 positions, which is where one of the column's ends.
+        check_items<t_bool>(drain<t_bool>(it.get()), {{0, 200}, {1, 55}, {1, 45}});
+    }
+}
+
+}  // namespace
+}  // namespace test
