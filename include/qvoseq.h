@@ -758,6 +758,70 @@ QVO_API QVO_RET qvo_seq_reset_custom_parse_iterator(qvo_seq_iterator_h iterator)
 
 /* ==== transform/filter ========================================================================= */
 
+/*
+ * qvo_seq_filter_<type> (result, cond, input)
+ *
+ * The values of input at the positions where cond is true.
+ * Elements  cond is boolean (QVO_DD_UINT1; any value but 0 is true). input is one of the 11 fixed types or
+ *           char; the result has its type and width.
+ * Runs      One result element per overlap of the operands' runs that is kept; equal neighbours stay apart.
+ *           next_seq_no counts the positions kept.
+ * Ends      With the shorter operand. One call pulls the operands until the tile is full, so where nothing
+ *           is true the first call reads them to the end.
+ * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed.
+ */
+#define QVO_SEQ_DECLARE(type)                                                                 \
+    QVO_API QVO_RET qvo_seq_filter_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h cond, \
+                                          qvo_seq_iterator_h input);                          \
+    QVO_API QVO_RET qvo_seq_filter_##type##_next(qvo_seq_iterator_h iterator);
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+QVO_SEQ_DECLARE(char)
+#undef QVO_SEQ_DECLARE
+
+/*
+ * qvo_seq_filter_pos (result, cond), qvo_seq_filter_search (result, cond, search_result)
+ *
+ * The positions at which cond is true, counted from 0; for a search from search_result's first_seq_no, so
+ * that they number the sequence that was searched.
+ * Elements  cond is boolean; the result is uint8. search_result is only looked at, by the constructor.
+ * Runs      One element with run 1 per position: conditions true x3, false x2, true x1 give 0, 1, 2, 5. An
+ *           operand's error leaves next_seq_no without the positions of that call. Deliberately, a false
+ *           element counts with its whole run and leaves cond's rle_offs as it is, also where cond was
+ *           handed over in the middle of a run.
+ * Ends      With cond.
+ * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed.
+ */
+QVO_API QVO_RET qvo_seq_filter_pos(qvo_seq_iterator_h result, qvo_seq_iterator_h cond);
+QVO_API QVO_RET qvo_seq_filter_search(qvo_seq_iterator_h result, qvo_seq_iterator_h cond,
+                                      qvo_seq_iterator_h search_result);
+QVO_API QVO_RET qvo_seq_filter_pos_next(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_filter_pos_reset(qvo_seq_iterator_h iterator);
+
+/*
+ * qvo_seq_filter_first_pos (result, cond, n)
+ *
+ * `n` positions from qvo_seq_get_first_pos(result) on, in one tile; an aggregate whose partial results can
+ * be merged. Deliberately, only the element at cond's read position is tested, again for every position: if
+ * it is true the result is n consecutive positions. DO NOT USE IT IF IT MAY BE FALSE: `next` THEN NEVER
+ * RETURNS. For the positions at which a condition holds use qvo_seq_filter_pos and qvo_seq_limit.
+ * Elements  cond is boolean; the result is uint8, each with run 1. cond's read position does not move.
+ * Ends      After the one tile; with n = 0 at once, without pulling.
+ * Parameters  n from 0 to 455; kept in last_seq_no.
+ * Errors    QVO_E_ILLEGAL_TYPE, QVO_E_SEQ_BOUNDED, QVO_E_ILLEGAL_PARAM; nothing has changed. Deliberately,
+ *           cond is not marked bound and the result's reset is left as the caller set it.
+ * Lifetime  The result record's unused operand slots must be null: qvo_seq_get_first_pos walks all three.
+ *
+ * The merge takes a source whose positions are one block that does not interleave with the target's, and
+ * keeps the target's first n: (2, 9) and (4, 5) give (2, 4, 5) for n = 3. An empty target takes over the
+ * source's positions.
+ */
+QVO_API QVO_RET qvo_seq_filter_first_pos(qvo_seq_iterator_h result, qvo_seq_iterator_h cond, qvo_uint8 n);
+QVO_API QVO_RET qvo_seq_filter_first_pos_next(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_filter_first_pos_merge(qvo_seq_iterator_h iterator, qvo_seq_iterator_h other);
+
+/* The largest first_seq_no of an iterator and all operands below it. Operand slots in use or null, not junk. */
+QVO_API qvo_seq_no_t qvo_seq_get_first_pos(qvo_seq_iterator_h iterator);
+
 /* ==== transform/norm =========================================================================== */
 
 /* ==== transform/thin =========================================================================== */

@@ -25,17 +25,21 @@ class LoopSink {
           right_runs_(runs_of(it->opd[1])) {}
 
     QVO_INLINE size_t room() const { return out_.room(); }
-    QVO_INLINE void lockstep(size_t left, size_t right, RunSpan span) {
+    QVO_INLINE size_t reach() const { return out_.room(); }
+    QVO_INLINE RunSpan lockstep(size_t left, size_t right, RunSpan span) {
         loops_.arrays(it_, out_.size(), left, right, span.elements);
         out_.put_runs(left_runs_ - left, span);
+        return span;
     }
-    QVO_INLINE void many_left(size_t left, size_t right, RunSpan span) {
+    QVO_INLINE RunSpan many_left(size_t left, size_t right, RunSpan span) {
         loops_.many_left(it_, out_.size(), left, right, span.elements);
         out_.put_runs(left_runs_ - left, span);
+        return span;
     }
-    QVO_INLINE void many_right(size_t left, size_t right, RunSpan span) {
+    QVO_INLINE RunSpan many_right(size_t left, size_t right, RunSpan span) {
         loops_.many_right(it_, out_.size(), left, right, span.elements);
         out_.put_runs(right_runs_ - right, span);
+        return span;
     }
     QVO_INLINE void one(size_t k, size_t left, size_t right, unsigned run) {
         pairs_.left[k] = static_cast<uint16_t>(left);

@@ -29,9 +29,10 @@ class Operand {
     /// Moves on by whole elements.
     QVO_INLINE void skip(size_t elements) { index_ += elements; }
 
-    /// Takes positions of the current element, moving on when its run is used up.
+    /// Takes positions of the current element, moving on when its run is used up exactly. They are counted in a byte,
+    /// which comes round if it has passed the run.
     QVO_INLINE void take(unsigned positions) {
-        taken_ += positions;
+        taken_ = static_cast<uint8_t>(taken_ + positions);
         if (taken_ == run()) {
             taken_ = 0;
             ++index_;

@@ -8,6 +8,9 @@
 //   many_right(left, right, span)  the same with the sides exchanged;
 //   one(k, left, right, run)       the k-th of a row of single overlaps, where runs cross; end_singles(span) closes
 //                                  the row.
+// Each of the first three returns the leading part of the span that the sink has taken, which is all of it but for
+// sinks that may become full in between. room() is the number of single overlaps that the sink can take, reach() the
+// most elements that it wants to see in a stretch.
 // What the sink sees, when the operands' `next` is called and where they are left are those of single steps.
 #pragma once
 
@@ -59,8 +62,7 @@ template <class Sink> QVO_INLINE void single_steps(Operand& a, Operand& b, size_
     b.move_to(static_cast<size_t>(first_b - runs_b), *runs_b - static_cast<unsigned>(end_b - at));
 }
 
-/// Walks until sink.room(), the number of overlaps that the sink can take, is 0 (QVO_S_OK) or an operand stops (its
-/// code). Either way the operands' positions are in their records.
+/// Walks until sink.room() is 0 (QVO_S_OK) or an operand stops (its code). Either way the operands' positions are in their records.
 template <class Sink> QVO_INLINE QVO_RET walk_overlaps(Operand& a, Operand& b, Sink& sink, Where where) {
     QVO_RET rc = QVO_S_OK;
     size_t single = fewest_single_steps;
@@ -69,30 +71,30 @@ template <class Sink> QVO_INLINE QVO_RET walk_overlaps(Operand& a, Operand& b, S
         const unsigned left_a = a.run_left(), left_b = b.run_left();
         const bool fresh_a = a.taken() == 0, fresh_b = b.taken() == 0;
         if (left_a == left_b && fresh_a && fresh_b) {
-            const size_t n = std::min({room, a.elements_left(), b.elements_left()});
+            const size_t n = std::min({sink.reach(), a.elements_left(), b.elements_left()});
             const RunSpan span = equal_runs(a.runs(), b.runs(), n);
             if (span.elements == n || span.elements >= shortest_stretch) {
-                sink.lockstep(a.index(), b.index(), span);
-                a.skip(span.elements);
-                b.skip(span.elements);
+                const RunSpan taken = sink.lockstep(a.index(), b.index(), span);
+                a.skip(taken.elements);
+                b.skip(taken.elements);
                 single = fewest_single_steps;
                 continue;
             }
         } else if (left_a < left_b && fresh_a) {
-            const RunSpan span = elements_within(a.runs(), std::min(room, a.elements_left()), left_b);
+            const RunSpan span = elements_within(a.runs(), std::min(sink.reach(), a.elements_left()), left_b);
             if (span.elements >= shortest_stretch) {
-                sink.many_left(a.index(), b.index(), span);
-                a.skip(span.elements);
-                b.take(span.positions);
+                const RunSpan taken = sink.many_left(a.index(), b.index(), span);
+                a.skip(taken.elements);
+                b.take(taken.positions);
                 single = fewest_single_steps;
                 continue;
             }
         } else if (left_b < left_a && fresh_b) {
-            const RunSpan span = elements_within(b.runs(), std::min(room, b.elements_left()), left_a);
+            const RunSpan span = elements_within(b.runs(), std::min(sink.reach(), b.elements_left()), left_a);
             if (span.elements >= shortest_stretch) {
-                sink.many_right(a.index(), b.index(), span);
-                a.take(span.positions);
-                b.skip(span.elements);
+                const RunSpan taken = sink.many_right(a.index(), b.index(), span);
+                a.take(taken.positions);
+                b.skip(taken.elements);
                 single = fewest_single_steps;
                 continue;
             }

@@ -1,0 +1,272 @@
+// Filters and the positions of true conditions.
+#include <csignal>
+#include <numeric>
+
+#include <unistd.h>
+
+#include "transform/conditions.h"
+
+namespace test {
+namespace {
+
+using Construct = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_seq_iterator_h);
+
+QVO_RET literal_filter(qvo_seq_iterator_h it) {
+    const qvo_seq_iterator_h cond = it->opd[0], input = it->opd[1];
+    size_t i = 0;
+    QVO_RET rc = QVO_S_OK;
+    while (i < capacity_of(it->elem_size)) {
+        if (!literal_refill(cond, i, &rc) || !literal_refill(input, i, &rc)) break;
+        const unsigned run = std::min(literal_run_left(cond), literal_run_left(input));
+        if (literal_condition(cond)) {
+            literal_copy(it, i, input);
+            literal_put_run(it, i++, run);
+            it->next_seq_no += run;
+        }
+        literal_take(cond, run);
+        literal_take(input, run);
+    }
+    return literal_end(it, i, rc);
+}
+
+template <class T>
+void check_filter(const char* name, Construct construct, qvo_seq_iterator_next_t next,
+                  size_t width = Source::width_of<T>()) {
+    Member member;
+    member.name = name;
+    member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) { return construct(it, o[0], o[1]); };
+    member.type = T::code;
+    member.width = width;
+    member.next = next;
+    member.reset = qvo_seq_reset_binary_iterator;
+    for (unsigned seed = 0; seed < 12; ++seed) {
+        SCOPED_TRACE(std::string(name) + ", seed " + std::to_string(seed));
+        Random random(seed);
+        const size_t n = seed == 0 ? 100 : random.between(1, 5000);
+        auto conditions = random_conditions(random, n);
+        if (seed == 0) conditions[1].value = 1;
+        if (seed % 5 == 1) conditions = Items<t_bool>(n, {static_cast<qvo_seq_bool>(seed / 5 % 2), 1});
+        member.operands = {operand<t_bool>(conditions),
+                           operand<T>(random_values<T>(random, random.chance(50) ? n : 3000, width), width)};
+        if (seed == 0) check_protocol(member);
+        std::vector<Script> scripts{{random_tile_sizes(random)}, {random_tile_sizes(random)}};
+        if (seed % 4 == 3) scripts[seed / 4 % 2].stop_at = random.below(2000), scripts[seed / 4 % 2].stop_code = 4711;
+        check_steps(member, literal_filter, scripts);
+        if (testing::Test::HasFailure()) return;
+    }
+}
+
+#define TEST_MEMBER(type) check_filter<t_##type>(MEMBER(qvo_seq_filter_##type));
+
+TEST(Filter, FollowsTheSteps) { QVO_SEQ_FOR_FIXED_TYPES(TEST_MEMBER) }
+
+TEST(Filter, MovesStringsOfAnyWidth) {
+    for (const size_t width : {1, 3, 8, 40, 300}) check_filter<t_char>(MEMBER(qvo_seq_filter_char), width);
+}
+
+TEST(Filter, KeepsThePartsOfRunsThatAreTrue) {
+    Source conditions(t_bool{}, {{1, 2}, {0, 3}, {7, 200}, {0, 1}}), input(t_int4{}, {{10, 4}, {20, 255}});
+    Record it;
+    ASSERT_EQ(qvo_seq_filter_int4(it.get(), conditions.get(), input.get()), QVO_S_OK);
+    check_items<t_int4>(drain<t_int4>(it.get()), {{10, 2}, {20, 200}});
+    EXPECT_EQ(it->next_seq_no, 202U);
+}
+
+TEST(Filter, WithNothingTrueTheFirstCallReadsEverythingAndEnds) {
+    Source conditions(t_bool{}, Items<t_bool>(10000, {0, 1})), input(t_int1{}, Items<t_int1>(10000, {1, 1}));
+    Record it;
+    ASSERT_EQ(qvo_seq_filter_int1(it.get(), conditions.get(), input.get()), QVO_S_OK);
+    EXPECT_TRUE(drain<t_int1>(it.get()).empty());
+    EXPECT_EQ(input->next_seq_no, 10000U);
+}
+
+TEST(Filter, RefusesAConditionThatIsNotBoolean) {
+    Source conditions(t_int1{}, {{1}}), input(t_int1{}, {{1}});
+    Record it;
+    EXPECT_EQ(qvo_seq_filter_int1(it.get(), conditions.get(), input.get()), QVO_E_ILLEGAL_TYPE);
+    EXPECT_EQ(input->bounded, 0);
+}
+
+// filter_pos keeps the next position in the second word of its context.
+QVO_RET literal_filter_pos(qvo_seq_iterator_h it) {
+    const qvo_seq_iterator_h cond = it->opd[0];
+    size_t i = 0;
+    QVO_RET rc = QVO_S_OK;
+    while (i < 455) {
+        if (!literal_refill(cond, i, &rc)) break;
+        if (literal_condition(cond)) {
+            literal_put(it, i, it->context[1]++);
+            literal_put_run(it, i++, 1);
+            literal_take(cond, 1);
+        } else {
+            it->context[1] += literal_run(cond, cond->tile_offs);
+            ++cond->tile_offs;
+        }
+    }
+    if (rc == QVO_S_OK) it->next_seq_no += i;
+    return literal_end(it, i, rc);
+}
+
+Member filter_pos_member(Items<t_bool> conditions, qvo_seq_no_t first) {
+    Member member;
+    member.name = "qvo_seq_filter_search from " + std::to_string(first);
+    member.operands = {operand<t_bool>(std::move(conditions))};
+    member.construct = [first](qvo_seq_iterator_h it, const Member::Operands& o) {
+        if (first == 0) return qvo_seq_filter_pos(it, o[0]);
+        Source searched(t_int1{}, {{1}});
+        searched->first_seq_no = first;
+        return qvo_seq_filter_search(it, o[0], searched.get());
+    };
+    member.type = QVO_DD_UINT8;
+    member.width = 8;
+    member.next = qvo_seq_filter_pos_next;
+    member.reset = qvo_seq_filter_pos_reset;
+    return member;
+}
+
+TEST(FilterPos, FollowsTheSteps) {
+    for (unsigned seed = 0; seed < 40; ++seed) {
+        SCOPED_TRACE(seed);
+        Random random(seed);
+        auto conditions = random_conditions(random, random.between(4, 8000));
+        conditions[0].value = 1;
+        const Member member = filter_pos_member(std::move(conditions), seed % 2 * 1000);
+        if (seed < 2) check_protocol(member);
+        Script script{random_tile_sizes(random)};
+        if (seed % 4 == 3) script.stop_at = random.below(2000), script.stop_code = 4711;
+        check_steps(member, literal_filter_pos, {script});
+        if (testing::Test::HasFailure()) return;
+    }
+}
+
+TEST(FilterPos, NumbersThePositionsOfTrueRuns) {
+    for (const qvo_seq_no_t first : {0, 100}) {
+        Source conditions(t_bool{}, {{1, 3}, {0, 2}, {1, 1}}), searched(t_int4{}, {{1}});
+        searched->first_seq_no = first;
+        Record it;
+        ASSERT_EQ(qvo_seq_filter_search(it.get(), conditions.get(), searched.get()), QVO_S_OK);
+        check_items<t_uint8>(drain<t_uint8>(it.get()), {{first}, {first + 1}, {first + 2}, {first + 5}});
+    }
+}
+
+TEST(FilterPos, PassesFalseRunsWholeAndKeepsTheirReadPosition_deliberate) {
+    const Member member = filter_pos_member({{0, 10}, {1, 3}, {1, 1}, {0, 2}, {1, 9}}, 0);
+    check_steps(member, literal_filter_pos, {}, [](const Member::Operands& o) {
+        ASSERT_EQ(o[0]->next(o[0]), QVO_S_OK);
+        o[0]->tile_offs = 0;
+        o[0]->rle_offs = 5;  // behind the end of the run that follows: it lasts until the byte has come round
+    });
+}
+
+TEST(FilterFirstPos, DeliversPositionsFromTheFirstOne_deliberate) {
+    for (const size_t n : {1, 5, 455}) {
+        Source conditions(t_bool{}, {{1, 2}, {0, 1}});
+        conditions->first_seq_no = 40;
+        Record it;
+        const auto reset = it->reset;
+        ASSERT_EQ(qvo_seq_filter_first_pos(it.get(), conditions.get(), n), QVO_S_OK);
+        EXPECT_EQ(conditions->bounded, 0);
+        EXPECT_EQ(it->reset, reset);
+        EXPECT_EQ(it->last_seq_no, n);
+        EXPECT_TRUE(it->prepared == 0 && it->next_seq_no == 0 && it->tile_size == 0 && it->bounded == 0);
+        Items<t_uint8> expected;
+        for (size_t i = 0; i < n; ++i) expected.push_back({40 + i});
+        check_items<t_uint8>(drain<t_uint8>(it.get()), expected);
+        EXPECT_TRUE(conditions->tile_offs == 0 && conditions->rle_offs == 0 && conditions.n_next() == 1);
+    }
+}
+
+TEST(FilterFirstPosDeathTest, NeverEndsOverAFalseElement_deliberate) {
+    const auto scan = [] {
+        Source conditions(t_bool{}, {{0, 1}, {1, 1}});
+        Record it;
+        qvo_seq_filter_first_pos(it.get(), conditions.get(), 1);
+        alarm(1);
+        it->next(it.get());
+    };
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(scan(), testing::KilledBySignal(SIGALRM), "");
+}
+
+TEST(FilterFirstPos, RefusalsAndEnds) {
+    Source conditions(t_bool{}, {{1}}), numbers(t_int4{}, {{1}});
+    Record it;
+    EXPECT_EQ(qvo_seq_filter_first_pos(it.get(), numbers.get(), 456), QVO_E_ILLEGAL_TYPE);
+    EXPECT_EQ(qvo_seq_filter_first_pos(it.get(), conditions.get(), 456), QVO_E_ILLEGAL_PARAM);
+    conditions->bounded = 1;
+    {
+        const BindingCheck check;
+        EXPECT_EQ(qvo_seq_filter_first_pos(it.get(), conditions.get(), 456), QVO_E_SEQ_BOUNDED);
+    }
+    EXPECT_EQ(it->elem_type, Record().it.elem_type) << "a refused constructor leaves the result alone";
+    ASSERT_EQ(qvo_seq_filter_first_pos(it.get(), conditions.get(), 0), QVO_S_OK);
+    EXPECT_TRUE(drain<t_uint8>(it.get()).empty());
+    EXPECT_EQ(conditions.n_next(), 0U);
+    for (const QVO_RET code : {QVO_RET{QVO_S_CURSOR_END}, QVO_RET{4711}}) {
+        Source ended(t_bool{}, {{1}}, {{}, 0, code, QVO_S_OK});
+        ASSERT_EQ(qvo_seq_filter_first_pos(it.get(), ended.get(), 3), QVO_S_OK);
+        EXPECT_EQ(qvo_seq_prepare_aggregate(it.get()), code);
+        EXPECT_EQ(it->next(it.get()), QVO_S_CURSOR_END) << "nothing was prepared";
+    }
+    Source empty(t_bool{}, {{1}}, {{}, 0, QVO_S_OK, QVO_S_OK});
+    ASSERT_EQ(qvo_seq_filter_first_pos(it.get(), empty.get(), 3), QVO_S_OK);
+    EXPECT_TRUE(catch_stop([&] { it->next(it.get()); }).stopped);
+}
+
+/// A prepared partial result with the given positions.
+struct Part {
+    Record it;
+    Source conditions{t_bool{}, Items<t_bool>{{1, 1}}};
+
+    Part(size_t n, const std::vector<uint64_t>& positions) {
+        EXPECT_EQ(qvo_seq_filter_first_pos(it.get(), conditions.get(), n), QVO_S_OK);
+        for (size_t i = 0; i < positions.size(); ++i) {
+            it->tile.u.arr_uint8[i] = positions[i];
+            literal_put_run(it.get(), i, 1);
+        }
+        it->tile_size = static_cast<uint16_t>(positions.size());
+        it->next_seq_no = positions.size();
+        it->prepared = 1;
+    }
+};
+
+TEST(FilterFirstPos, MergesABlockOfPositions) {
+    std::vector<uint64_t> many(455), more(200);
+    std::iota(many.begin(), many.end(), 1000);
+    std::iota(more.begin(), more.end(), 10);
+    struct Case {
+        size_t n;
+        std::vector<uint64_t> target, source;
+    };
+    const Case cases[] = {{3, {2, 9}, {4, 5}}, {4, {2, 9}, {4, 5}}, {9, {2, 9}, {10, 11}}, {9, {2, 9}, {0, 1}},
+                          {2, {2, 9}, {0, 1}}, {2, {2, 9}, {5}},    {2, {2, 9}, {10}},     {5, {}, {7, 8}},
+                          {5, {7, 8}, {}},     {455, many, more},   {455, more, many}};
+    for (const Case& c : cases) {
+        std::vector<uint64_t> expected = c.target;
+        expected.insert(expected.end(), c.source.begin(), c.source.end());
+        std::sort(expected.begin(), expected.end());
+        expected.resize(std::min(c.n, expected.size()));
+        Part target(c.n, c.target), source(c.n, c.source);
+        ASSERT_EQ(target.it->merge(target.it.get(), source.it.get()), QVO_S_OK);
+        EXPECT_EQ(target.it->next_seq_no, expected.size());
+        ASSERT_EQ(target.it->next(target.it.get()), QVO_S_OK);
+        check_items<t_uint8>(tile_items<t_uint8>(target.it.it), singles<t_uint8>(expected));
+        EXPECT_EQ(target.it->prepared, 0);
+        EXPECT_EQ(target.it->next(target.it.get()), QVO_S_CURSOR_END);
+    }
+}
+
+TEST(FilterFirstPos, FindsTheLargestFirstPositionOfATree) {
+    Source left(t_bool{}, {{1}}), right(t_bool{}, {{1}});
+    Record both, positions;
+    ASSERT_EQ(qvo_seq_and(both.get(), left.get(), right.get()), QVO_S_OK);
+    ASSERT_EQ(qvo_seq_filter_pos(positions.get(), both.get()), QVO_S_OK);
+    EXPECT_EQ(qvo_seq_get_first_pos(positions.get()), 0U);
+    right->first_seq_no = 7;
+    EXPECT_EQ(qvo_seq_get_first_pos(positions.get()), 7U);
+    left->first_seq_no = 1ULL << 63;
+    EXPECT_EQ(qvo_seq_get_first_pos(positions.get()), 1ULL << 63);
+}
+
+}  // namespace
+}  // namespace test
