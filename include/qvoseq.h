@@ -750,6 +750,40 @@ QVO_API QVO_RET qvo_seq_reset_custom_parse_iterator(qvo_seq_iterator_h iterator)
 
 /* ==== transform/print ========================================================================== */
 
+/*
+ * qvo_seq_print_char (result, input, width, format)
+ *
+ * Text from the bytes of an element. The format's characters are copied; each directive takes the next
+ * bytes of the element:
+ *   %%                   none: a percent sign
+ *   %c                   1: a character
+ *   %d %i   %u           4: a signed, an unsigned number
+ *   %e %f                4: a float
+ *   %s                   those up to a zero byte, and that
+ *   %.ns                 n: a string of at most n characters
+ *   %hhd %hhi   %hhu     1: a signed, an unsigned number
+ *   %hd  %hi    %hu      2
+ *   %lld %lli   %llu     8; %L is the same, and the character between it and the type letter is any
+ *   %lle %llf            8: a double
+ * Numbers appear as printf prints them, in the current locale. Three things are unlike printf:
+ *   - After %h, %hh, %l and %L the type letter appears in the text, too: %lld of 7 is "7d".
+ *   - The operand does not move on, and a tile is always full: all its elements are the text of the
+ *     operand's current element, in every call. So the sequence does not end. Read one element of a tile
+ *     and add 1 to the operand's tile_offs to get the text of the next element from the next call.
+ *   - No run bytes are written: they are what the tile held before.
+ * Elements  Char, of any width to read from; a text of up to width - 1 characters and a zero byte. Bytes
+ *           behind that are what the tile held before.
+ * Runs      next_seq_no grows by the elements of a tile.
+ * Ends      Only with an operand that ends when its next tile is needed.
+ * Parameters  width: 1 to 32. format: not copied.
+ * Errors    QVO_E_ILLEGAL_TYPE, QVO_E_ILLEGAL_PARAM for the width (which here comes before the binding
+ *           check), QVO_E_SEQ_BOUNDED; nothing has changed after any of them. next: QVO_E_ILLEGAL_PARAM for
+ *           another directive, one that needs more bytes than the element has left, or a text that does
+ *           not fit.
+ */
+QVO_API QVO_RET qvo_seq_print_char(qvo_seq_iterator_h result, qvo_seq_iterator_h input, int width, const char* format);
+QVO_API QVO_RET qvo_seq_print_char_next(qvo_seq_iterator_h iterator);
+
 /* ==== transform/callback ======================================================================= */
 
 /* ==== transform/match ========================================================================== */

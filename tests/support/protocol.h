@@ -33,6 +33,7 @@ struct Member {
     qvo_seq_iterator_merge_t merge = nullptr;
     bool aggregate = false;            // sets `prepared` to 0
     bool passes_errors = true;         // returns the errors of its operands
+    bool endless = false;              // never ends, whatever its operands do
     std::vector<bool> type_checked;    // per operand; none: all
     std::vector<bool> bound;           // per operand, whether it is checked and marked; none: all
     std::vector<bool> stops_on_empty;  // per operand, whether an empty tile is the fatal stop; none: all
