@@ -120,6 +120,26 @@ TEST(Count, KnowsTheLengthOfAnArray) {
         }
 }
 
+TEST(Count, CountsTheGroupsOfAHashAggregate) {
+    qvo_seq_hash_t table{};
+    table.table_used = 5000;
+    qvo_seq_shared_hash_t shared{};
+    shared.hash = &table;
+    qvo_seq_hash_iterator_context_t context{};
+    context.shared = &shared;
+    for (const Construct construct : {qvo_seq_agg_count, qvo_seq_agg_count_not_null})
+        for (const bool fails : {false, true}) {
+            Source groups(t_int4{}, {{1}, {2}, {3}}, {{1}, fails ? 0 : SIZE_MAX, 4711, QVO_S_OK});
+            groups->reset = qvo_seq_hash_agg_reset;
+            std::memcpy(groups->context, &context, sizeof context);
+            Record it;
+            EXPECT_EQ(count_of(construct, groups.get()), fails ? 0U : 5000U);
+            EXPECT_EQ(groups.n_next(), 1U) << "pulled once";
+            ASSERT_EQ(construct(it.get(), groups.get()), QVO_S_OK);
+            EXPECT_TRUE(it->prepare == nullptr && it->merge == nullptr && it->prepared == 0);
+        }
+}
+
 TEST(Count, CountsALimitedConstant) {
     Record constant, limit;
     ASSERT_EQ(qvo_seq_const_double(constant.get(), 1), QVO_S_OK);

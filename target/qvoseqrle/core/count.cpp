@@ -4,6 +4,7 @@
 // 0, and an operand's error ends the counting without being reported.
 #include <bit>
 
+#include "aggregate/hash_count.h"
 #include "core/construct.h"
 #include "core/fatal.h"
 #include "core/tile.h"
@@ -17,7 +18,7 @@ bool is_array(qvo_seq_iterator_h operand) { return operand->reset == qvo_seq_ung
 QVO_RET construct_count(qvo_seq_iterator_h result, qvo_seq_iterator_h operand, qvo_seq_iterator_next_t next) {
     fill_result(result, layout_of<elem_uint8>, {operand}, next, qvo_seq_reset_unary_iterator);
     fill_aggregate(result, qvo_seq_count_merge);
-    if (is_array(operand)) {
+    if (is_array(operand) || is_hash_aggregate(operand)) {
         result->prepare = nullptr;
         result->merge = nullptr;
     }
@@ -58,6 +59,13 @@ template <class Counted> qvo_seq_count_t count_tiles(qvo_seq_iterator_h operand,
     return total;
 }
 
+template <class Counted> qvo_seq_count_t count_of(qvo_seq_iterator_h operand, Where where) {
+    if (is_array(operand)) return operand->last_seq_no + 1;
+    // The first tile builds the table of groups.
+    if (is_hash_aggregate(operand)) return operand->next(operand) == QVO_S_OK ? hash_entries(operand) : 0;
+    return count_tiles<Counted>(operand, where);
+}
+
 template <class Counted> QVO_RET count_next(qvo_seq_iterator_h it, Where where = Where::here()) {
     if (it->prepared == 1) {
         if (it->next_seq_no == 0) return QVO_S_CURSOR_END;
@@ -65,8 +73,7 @@ template <class Counted> QVO_RET count_next(qvo_seq_iterator_h it, Where where =
         return QVO_S_OK;
     }
     if (it->next_seq_no != 0) return QVO_S_CURSOR_END;
-    const qvo_seq_iterator_h operand = it->opd[0];
-    *values_of<qvo_uint8>(it) = is_array(operand) ? operand->last_seq_no + 1 : count_tiles<Counted>(operand, where);
+    *values_of<qvo_uint8>(it) = count_of<Counted>(it->opd[0], where);
     Counted::finish(it);
     it->tile_size = 1;
     it->next_seq_no = 1;

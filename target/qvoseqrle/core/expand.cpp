@@ -7,12 +7,33 @@ namespace {
 
 // What is left of a run is counted in a byte, as the position is: a run byte of 0, which can stand in the tiles of
 // rle_decode, is a run of 256.
-QVO_INLINE size_t positions_left(const Operand& input) {
-    return static_cast<uint8_t>(input.run_left() - 1) + size_t{1};
+QVO_INLINE size_t positions_left(unsigned run, unsigned taken) {
+    return static_cast<uint8_t>(run - taken - 1) + size_t{1};
 }
 
-// Positions that are written at once.
+// Positions that are written at once, and the elements after which a stretch of single positions is looked for.
 constexpr size_t step = 8;
+constexpr size_t most_stepped = 64;
+
+/// Expands whole elements as long as neither the tile nor the room ends near; returns the positions written. Steps
+/// reach beyond a run: the elements behind it, each of which has a position, overwrite that.
+template <class Mover> QVO_INLINE uint64_t expand_in_steps(Mover mover, Operand& input, uint8_t* to, uint64_t room) {
+    const uint8_t* const from = values_of<uint8_t>(input.iterator());
+    const uint8_t* const runs = runs_of(input.iterator());
+    if (input.taken() != 0 || input.elements_left() <= step) return 0;
+    size_t i = input.index();
+    const size_t end = i + std::min(input.elements_left() - step, most_stepped);
+    uint64_t written = 0;
+    for (; i < end; ++i) {
+        const size_t run = positions_left(get_run(runs, i), 0);
+        if (room - written < run + step) break;
+        mover.fill(to, written, from, i, step);
+        if (run > step) mover.fill(to, written + step, from, i, (run - 1) / step * step);
+        written += run;
+    }
+    input.move_to(i, 0);
+    return written;
+}
 
 template <class Mover>
 QVO_INLINE QVO_RET read_with(Mover mover, Operand& input, uint8_t* to, uint64_t wanted, uint64_t* got, Where where) {
@@ -30,14 +51,11 @@ QVO_INLINE QVO_RET read_with(Mover mover, Operand& input, uint8_t* to, uint64_t 
             read += n;
             continue;
         }
-        const size_t left = positions_left(input);
-        if (elements > step && wanted - read >= left + step) {
-            // Whole steps reach beyond the run; the elements behind it overwrite that.
-            for (size_t k = 0; k < left; k += step) mover.fill(to, read + k, from, input.index(), step);
-            input.move_to(input.index() + 1, 0);
-            read += left;
+        if (const uint64_t n = expand_in_steps(mover, input, to + read * width, wanted - read); n != 0) {
+            read += n;
             continue;
         }
+        const size_t left = positions_left(input.run(), input.taken());
         const size_t n = std::min<uint64_t>(left, wanted - read);
         mover.fill(to, read, from, input.index(), n);
         read += n;
