@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <csetjmp>
+#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <string>
@@ -202,6 +203,18 @@ TEST_F(Host, StringOrder) {
     ASSERT_EQ(result.next(&result), QVO_S_OK);
     EXPECT_EQ(result.tile.u.arr_qvo_seq_bool[0], 1) << "ab comes after cd for this host";
     EXPECT_EQ(called["memcmp"], 1);
+}
+
+TEST_F(Host, StringSearch) {
+    char text[] = "{1,20}";
+    const auto parser = [](const char* token, qvo_seq_tile_t* tile, int index) {
+        tile->u.arr_int4[index] = std::atoi(token);
+        return 1;
+    };
+    ASSERT_EQ(qvo_seq_custom_parse(&result, text, QVO_DD_INT4, 4, parser), QVO_S_OK);
+    ASSERT_EQ(result.next(&result), QVO_S_OK);
+    EXPECT_EQ(result.tile.u.arr_int4[1], 20);
+    EXPECT_EQ(called["strchr"], 3) << "a comma, no comma, the brace";
 }
 
 }  // namespace

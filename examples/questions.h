@@ -1,0 +1,10 @@
+/* The questions, by what they show of the library. Each prints a section of the report. */
+#ifndef QUESTIONS_H
+#define QUESTIONS_H
+
+#include "columns.h"
+
+/* Comparison, filters, whole-sequence aggregates, merge of partial results, arithmetic. */
+void ask_about_selections(const station_t* a, const station_t* b);
+
+#endif
