@@ -1023,7 +1023,7 @@ QVO_API QVO_RET qvo_seq_agg_approxdc_hash_next(qvo_seq_iterator_h iterator);
  */
 typedef union {
     qvo_uint8 val;   /* a key of up to 8 bytes; in `agg`: the bytes of a value of the aggregate's type */
-    const void* ptr; /* a longer key; in `agg`: a sketch */
+    void* ptr;       /* a longer key; in `agg`: a sketch */
 } qvo_seq_key_t;
 
 typedef struct qvo_seq_hash_elem {
@@ -1071,14 +1071,151 @@ typedef struct qvo_seq_hash_iterator_context {
 extern QVO_API double qvo_seq_hash_table_load_factor;
 extern QVO_API qvo_size_t qvo_seq_hash_table_init_size;
 
-/* The `reset` of every hash aggregate: both results are read from the start again, from the same table. The
-   operands are left alone. */
+/*
+ * qvo_seq_hash (result, left, right)
+ *
+ * The 32-bit hash of each element of `left`: murmur_hash3_32 over its bytes with the seed 377307 or, if `right` is not
+ * null, with the element of `right` at the same position, so that several keys chain into one hash:
+ * qvo_seq_hash(&a, x, NULL); qvo_seq_hash(&ab, y, &a).
+ * Elements  left: any type; right: uint4. Result uint4.
+ * Runs      Without right each element keeps its run byte; with it, one element per overlap. A call delivers at most
+ *           as many elements as a tile of `left` holds.
+ * Ends      With the shorter operand.
+ * Errors    QVO_E_ILLEGAL_TYPE for `right`, then QVO_E_SEQ_BOUNDED (`right` first); nothing has changed.
+ */
+QVO_API QVO_RET qvo_seq_hash(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right);
+QVO_API QVO_RET qvo_seq_hash_next(qvo_seq_iterator_h iterator);
+
+/*
+ * qvo_seq_hash_agg_max_<type>, qvo_seq_hash_agg_min_<type>, qvo_seq_hash_agg_sum_<type>, qvo_seq_hash_agg_avg_<type>,
+ * qvo_seq_hash_agg_count_uint8, qvo_seq_hash_agg_approxdc (result_agg, result_grp, input, group_by, n_groups),
+ * qvo_seq_hash_agg_count (result_agg, result_grp, group_by, n_groups)
+ *
+ * Aggregates of the values of `input` by the values of `group_by`, wherever equal keys occur. Two results: the
+ * aggregates and the keys; the k-th aggregate belongs to the k-th key. The first pull of either reads both operands
+ * to the end and builds one table, from which both then read, each at its own pace. count counts positions of the
+ * keys; approxdc estimates the number of distinct values (see aggregate/distinct).
+ * Elements  input: the member's type; approxdc: any; count_uint8: uint8, or no input (null), as count passes it.
+ *           group_by: any type and width, compared by its bytes (0.0 and -0.0 are different keys). Aggregates: max and
+ *           min of the same type; sum int8 or uint8 (wrapping), double, datetime; avg double, datetime (truncated);
+ *           count uint8; approxdc uint4. Deliberately, avg takes products of integers as unsigned: int4 -1 alone gives
+ *           18446744073709551616.0. Products of float and run are formed in single precision. A NaN that comes first
+ *           stays the maximum or minimum; one that comes later is passed over.
+ * Runs      A value counts for its overlap with the key's run. Results have run 1.
+ * Ends      After the last group; the input ends with the shorter operand. The order is that of the table: chains by
+ *           hash mod the number of chains, keys in ascending order within a chain.
+ * Parameters  n_groups: expected groups; 0 stands for qvo_seq_hash_table_init_size. The first prime of every other one
+ *           in the host's table that is not smaller becomes the number of chains; the table grows by itself.
+ * Errors    QVO_E_ILLEGAL_TYPE; QVO_E_SEQ_BOUNDED, for input and then for group_by, which leaves input marked;
+ *           QVO_E_NOMEM, with both marked. next, prepare: an operand's error, or QVO_E_NOMEM. The operands then stay
+ *           where they were, and the next pull starts over with an empty table and what they still deliver: rewind
+ *           them first to get the whole.
+ * Parts     result_agg has prepare, which builds the table, and merge, which moves all groups of another one's table
+ *           into its own and leaves that one without a table. What is not built yet is built first. A merge that finds
+ *           no memory to grow the table is complete all the same and returns QVO_E_NOMEM.
+ * Lifetime  The table is kept, also by reset, until it is released with qvo_seq_release_hash or qvo_seq_free_hash;
+ *           both records must exist until then. Keep the operands until the table is built.
+ */
+#define QVO_SEQ_DECLARE(type)                                                                                       \
+    QVO_API QVO_RET qvo_seq_hash_agg_max_##type(qvo_seq_iterator_h result_agg, qvo_seq_iterator_h result_grp,       \
+                                                qvo_seq_iterator_h input, qvo_seq_iterator_h group_by,              \
+                                                qvo_size_t n_groups);                                               \
+    QVO_API QVO_RET qvo_seq_hash_agg_min_##type(qvo_seq_iterator_h result_agg, qvo_seq_iterator_h result_grp,       \
+                                                qvo_seq_iterator_h input, qvo_seq_iterator_h group_by,              \
+                                                qvo_size_t n_groups);                                               \
+    QVO_API QVO_RET qvo_seq_hash_agg_sum_##type(qvo_seq_iterator_h result_agg, qvo_seq_iterator_h result_grp,       \
+                                                qvo_seq_iterator_h input, qvo_seq_iterator_h group_by,              \
+                                                qvo_size_t n_groups);                                               \
+    QVO_API QVO_RET qvo_seq_hash_agg_avg_##type(qvo_seq_iterator_h result_agg, qvo_seq_iterator_h result_grp,       \
+                                                qvo_seq_iterator_h input, qvo_seq_iterator_h group_by,              \
+                                                qvo_size_t n_groups);                                               \
+    QVO_API QVO_RET qvo_seq_hash_initialize_max_##type(qvo_seq_iterator_h iterator);                                \
+    QVO_API QVO_RET qvo_seq_hash_initialize_min_##type(qvo_seq_iterator_h iterator);                                \
+    QVO_API QVO_RET qvo_seq_hash_initialize_sum_##type(qvo_seq_iterator_h iterator);                                \
+    QVO_API QVO_RET qvo_seq_hash_initialize_avg_##type(qvo_seq_iterator_h iterator);                                \
+    QVO_API QVO_RET qvo_seq_hash_merge_max_##type(qvo_seq_iterator_h dst, qvo_seq_iterator_h src);                  \
+    QVO_API QVO_RET qvo_seq_hash_merge_min_##type(qvo_seq_iterator_h dst, qvo_seq_iterator_h src);                  \
+    QVO_API QVO_RET qvo_seq_hash_merge_sum_##type(qvo_seq_iterator_h dst, qvo_seq_iterator_h src);                  \
+    QVO_API QVO_RET qvo_seq_hash_merge_avg_##type(qvo_seq_iterator_h dst, qvo_seq_iterator_h src);                  \
+    QVO_API QVO_RET qvo_seq_hash_agg_max_##type##_next_agg(qvo_seq_iterator_h iterator);                            \
+    QVO_API QVO_RET qvo_seq_hash_agg_min_##type##_next_agg(qvo_seq_iterator_h iterator);                            \
+    QVO_API QVO_RET qvo_seq_hash_agg_sum_##type##_next_agg(qvo_seq_iterator_h iterator);                            \
+    QVO_API QVO_RET qvo_seq_hash_agg_avg_##type##_next_agg(qvo_seq_iterator_h iterator);                            \
+    QVO_API QVO_RET qvo_seq_hash_agg_max_##type##_next_grp(qvo_seq_iterator_h iterator);                            \
+    QVO_API QVO_RET qvo_seq_hash_agg_min_##type##_next_grp(qvo_seq_iterator_h iterator);                            \
+    QVO_API QVO_RET qvo_seq_hash_agg_sum_##type##_next_grp(qvo_seq_iterator_h iterator);                            \
+    QVO_API QVO_RET qvo_seq_hash_agg_avg_##type##_next_grp(qvo_seq_iterator_h iterator);
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+#undef QVO_SEQ_DECLARE
+QVO_API QVO_RET qvo_seq_hash_agg_count(qvo_seq_iterator_h result_agg, qvo_seq_iterator_h result_grp,
+                                       qvo_seq_iterator_h group_by, qvo_size_t n_groups);
+QVO_API QVO_RET qvo_seq_hash_agg_count_uint8(qvo_seq_iterator_h result_agg, qvo_seq_iterator_h result_grp,
+                                             qvo_seq_iterator_h input, qvo_seq_iterator_h group_by,
+                                             qvo_size_t n_groups);
+QVO_API QVO_RET qvo_seq_hash_initialize_count_uint8(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_hash_merge_count_uint8(qvo_seq_iterator_h dst, qvo_seq_iterator_h src);
+QVO_API QVO_RET qvo_seq_hash_agg_count_uint8_next_agg(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_hash_agg_count_uint8_next_grp(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_hash_agg_approxdc(qvo_seq_iterator_h result_agg, qvo_seq_iterator_h result_grp,
+                                          qvo_seq_iterator_h input, qvo_seq_iterator_h group_by, qvo_size_t n_groups);
+QVO_API QVO_RET qvo_seq_hash_initialize_approxdc(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_hash_merge_approxdc(qvo_seq_iterator_h dst, qvo_seq_iterator_h src);
+QVO_API QVO_RET qvo_seq_hash_agg_approxdc_next_agg(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_hash_agg_approxdc_next_grp(qvo_seq_iterator_h iterator);
+
+/* The `reset` of every result of a hash aggregate: it is read from the start again, from the same table. The operands
+   are left alone. */
 QVO_API QVO_RET qvo_seq_hash_agg_reset(qvo_seq_iterator_h iterator);
 
 /* 1 if the iterator is a result of a hash aggregate, else 0. (The name is spelled like this.) */
 QVO_API qvo_bool qvo_seq_is_hash_aggreate(qvo_seq_iterator_h iterator);
 
+/*
+ * Release all memory of a hash aggregate, through either of its results; both are then without a table and must be
+ * constructed anew. A second call finds nothing to release: release_hash then stops the process as if an invariant
+ * were broken, free_hash returns 0 (else 1).
+ */
+QVO_API void qvo_seq_release_hash(qvo_seq_iterator_h iterator);
+QVO_API int qvo_seq_free_hash(qvo_seq_iterator_h iterator);
+
 /* ==== aggregate/hash_distinct ================================================================== */
+
+/* The context of either result of the duplicate counts. */
+typedef struct {
+    qvo_seq_hash_iterator_context_t groups;
+    qvo_size_t n_pairs;           /* initial number of chains of the pair table */
+    qvo_size_t min_occurrences;   /* from which on a value counts */
+    qvo_seq_hash_t* agg_hash;     /* the pairs of group and value, while they are needed */
+} qvo_seq_dup_hash_iterator_context_t;
+
+/*
+ * qvo_seq_hash_agg_dup_count (result_cnt, result_grp, input, group_by, n_groups, n_pairs, min_occurrences),
+ * qvo_seq_hash_agg_distinct_count (result_cnt, result_grp, input, group_by, n_groups, n_pairs)
+ *
+ * For each value of `group_by`, the number of distinct values of `input` that occur at min_occurrences or more of its
+ * positions; distinct_count: at one or more. Two results, in step, as for the hash aggregates.
+ * Elements  input, group_by: any type and width, compared by their bytes. Counts uint8.
+ * Runs, Ends  As for the hash aggregates. Positions are counted with runs expanded.
+ * Parameters  n_groups, n_pairs: expected groups, and pairs of group and value; 0 as for the hash aggregates. With
+ *           min_occurrences 0 deliberately no value ever crosses the threshold, and all counts are 0.
+ * Errors    QVO_E_SEQ_BOUNDED; QVO_E_NOMEM, with both operands marked. next, prepare: as for the hash aggregates.
+ * Parts     result_cnt has prepare, which keeps the pairs until the first next, and merge, which recombines them: a
+ *           value that crosses the threshold only in the union counts once. Where either side has no pairs any more,
+ *           counts of the same group are added.
+ * Lifetime  As for the hash aggregates; the pairs are released with the rest.
+ */
+QVO_API QVO_RET qvo_seq_hash_agg_dup_count(qvo_seq_iterator_h result_cnt, qvo_seq_iterator_h result_grp,
+                                           qvo_seq_iterator_h input, qvo_seq_iterator_h group_by, qvo_size_t n_groups,
+                                           qvo_size_t n_pairs, qvo_size_t min_occurrences);
+QVO_API QVO_RET qvo_seq_hash_agg_distinct_count(qvo_seq_iterator_h result_cnt, qvo_seq_iterator_h result_grp,
+                                                qvo_seq_iterator_h input, qvo_seq_iterator_h group_by,
+                                                qvo_size_t n_groups, qvo_size_t n_pairs);
+/* Builds the tables and keeps the pairs; builds them and releases the pairs. */
+QVO_API QVO_RET qvo_seq_dup_hash_prepare(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_dup_hash_initialize(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_dup_hash_merge(qvo_seq_iterator_h dst, qvo_seq_iterator_h src);
+QVO_API QVO_RET qvo_seq_dup_hash_next_count(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_dup_hash_next_grp(qvo_seq_iterator_h iterator);
 
 /* ==== order/sort =============================================================================== */
 

@@ -62,45 +62,52 @@ template <class Sink> QVO_INLINE void single_steps(Operand& a, Operand& b, size_
     b.move_to(static_cast<size_t>(first_b - runs_b), *runs_b - static_cast<unsigned>(end_b - at));
 }
 
-/// Walks until sink.room() is 0 (QVO_S_OK) or an operand stops (its code). Either way the operands' positions are in their records.
+/// Hands the sink what comes next: a stretch, or `room` single steps at most if there is none. Neither operand is used
+/// up. `single` is the number of single steps to take, kept from one call to the next.
+template <class Sink> QVO_INLINE void walk_stretch(Operand& a, Operand& b, size_t room, size_t& single, Sink& sink) {
+    const unsigned left_a = a.run_left(), left_b = b.run_left();
+    const bool fresh_a = a.taken() == 0, fresh_b = b.taken() == 0;
+    if (left_a == left_b && fresh_a && fresh_b) {
+        const size_t n = std::min({sink.reach(), a.elements_left(), b.elements_left()});
+        const RunSpan span = equal_runs(a.runs(), b.runs(), n);
+        if (span.elements == n || span.elements >= shortest_stretch) {
+            const RunSpan taken = sink.lockstep(a.index(), b.index(), span);
+            a.skip(taken.elements);
+            b.skip(taken.elements);
+            single = fewest_single_steps;
+            return;
+        }
+    } else if (left_a < left_b && fresh_a) {
+        const RunSpan span = elements_within(a.runs(), std::min(sink.reach(), a.elements_left()), left_b);
+        if (span.elements >= shortest_stretch) {
+            const RunSpan taken = sink.many_left(a.index(), b.index(), span);
+            a.skip(taken.elements);
+            b.take(taken.positions);
+            single = fewest_single_steps;
+            return;
+        }
+    } else if (left_b < left_a && fresh_b) {
+        const RunSpan span = elements_within(b.runs(), std::min(sink.reach(), b.elements_left()), left_a);
+        if (span.elements >= shortest_stretch) {
+            const RunSpan taken = sink.many_right(a.index(), b.index(), span);
+            a.take(taken.positions);
+            b.skip(taken.elements);
+            single = fewest_single_steps;
+            return;
+        }
+    }
+    single_steps(a, b, std::min(room, single), sink);
+    single = std::min(single * 2, most_single_steps);
+}
+
+/// Walks until sink.room() is 0 (QVO_S_OK) or an operand stops (its code). Either way the operands' positions are in
+/// their records.
 template <class Sink> QVO_INLINE QVO_RET walk_overlaps(Operand& a, Operand& b, Sink& sink, Where where) {
     QVO_RET rc = QVO_S_OK;
     size_t single = fewest_single_steps;
     for (size_t room; (room = sink.room()) != 0;) {
         if (rc = refill_both(a, b, where); rc != QVO_S_OK) break;
-        const unsigned left_a = a.run_left(), left_b = b.run_left();
-        const bool fresh_a = a.taken() == 0, fresh_b = b.taken() == 0;
-        if (left_a == left_b && fresh_a && fresh_b) {
-            const size_t n = std::min({sink.reach(), a.elements_left(), b.elements_left()});
-            const RunSpan span = equal_runs(a.runs(), b.runs(), n);
-            if (span.elements == n || span.elements >= shortest_stretch) {
-                const RunSpan taken = sink.lockstep(a.index(), b.index(), span);
-                a.skip(taken.elements);
-                b.skip(taken.elements);
-                single = fewest_single_steps;
-                continue;
-            }
-        } else if (left_a < left_b && fresh_a) {
-            const RunSpan span = elements_within(a.runs(), std::min(sink.reach(), a.elements_left()), left_b);
-            if (span.elements >= shortest_stretch) {
-                const RunSpan taken = sink.many_left(a.index(), b.index(), span);
-                a.skip(taken.elements);
-                b.take(taken.positions);
-                single = fewest_single_steps;
-                continue;
-            }
-        } else if (left_b < left_a && fresh_b) {
-            const RunSpan span = elements_within(b.runs(), std::min(sink.reach(), b.elements_left()), left_a);
-            if (span.elements >= shortest_stretch) {
-                const RunSpan taken = sink.many_right(a.index(), b.index(), span);
-                a.take(taken.positions);
-                b.skip(taken.elements);
-                single = fewest_single_steps;
-                continue;
-            }
-        }
-        single_steps(a, b, std::min(room, single), sink);
-        single = std::min(single * 2, most_single_steps);
+        walk_stretch(a, b, room, single, sink);
     }
     a.store();
     b.store();

@@ -1,0 +1,114 @@
+// Aggregates by hash beside std::unordered_map over flat arrays of the same keys and values.
+#include <unordered_map>
+
+#include "support.h"
+
+namespace qvo::bench {
+namespace {
+
+using Construct = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_seq_iterator_h,
+                              qvo_size_t);
+
+constexpr size_t rows = 4'000'000;
+
+/// Keys drawn from `distinct` numbers, and small values.
+struct Rows {
+    Column<int32_t> keys, values;
+
+    explicit Rows(unsigned distinct, Runs runs) : values(random_column<int32_t>(rows, runs, 1)) {
+        std::mt19937 random(2);
+        std::uniform_int_distribution<uint32_t> key(0, distinct - 1);
+        keys = values;
+        // Spread over the whole range, so that no hash has it easy.
+        for (int32_t& k : keys.values) k = static_cast<int32_t>(key(random) * 2654435761U);
+    }
+    /// Made once for each shape.
+    static const Rows& of(unsigned distinct, Runs runs) {
+        static std::vector<std::pair<std::pair<unsigned, unsigned>, Rows*>> all;
+        for (const auto& [shape, made] : all)
+            if (shape == std::pair(distinct, runs.longest)) return *made;
+        all.emplace_back(std::pair(distinct, runs.longest), new Rows(distinct, runs));
+        return *all.back().second;
+    }
+};
+
+struct Sum {
+    static constexpr Construct construct = qvo_seq_hash_agg_sum_int4;
+    static int64_t of(int32_t value, unsigned run) { return int64_t{value} * run; }
+};
+struct Count {
+    static QVO_RET construct(qvo_seq_iterator_h agg, qvo_seq_iterator_h grp, qvo_seq_iterator_h,
+                             qvo_seq_iterator_h group_by, qvo_size_t n) {
+        return qvo_seq_hash_agg_count(agg, grp, group_by, n);
+    }
+    static int64_t of(int32_t, unsigned run) { return run; }
+};
+
+template <class Op> void fill(std::unordered_map<int, int64_t>& map, const Rows& rows, unsigned distinct) {
+    map.reserve(distinct);
+    for (size_t i = 0; i < rows.keys.values.size(); ++i)
+        map[rows.keys.values[i]] += Op::of(rows.values.values[i], rows.values.runs[i]);
+}
+
+template <class Op> void run_map(benchmark::State& state, unsigned distinct) {
+    const Rows& data = Rows::of(distinct, single_runs);
+    double elements = 0;
+    for (auto _ : state) {
+        std::unordered_map<int, int64_t> map;
+        fill<Op>(map, data, distinct);
+        benchmark::DoNotOptimize(map);
+        elements += rows;
+    }
+    count(state, elements, elements);
+}
+
+template <class Op>
+bool is_right(qvo_seq_iterator_t& agg, qvo_seq_iterator_t& grp, const Rows& data, unsigned distinct) {
+    std::unordered_map<int, int64_t> expected;
+    fill<Op>(expected, data, distinct);
+    size_t groups = 0;
+    std::vector<int64_t> sums;
+    while (agg.next(&agg) == QVO_S_OK)
+        sums.insert(sums.end(), agg.tile.u.arr_int8, agg.tile.u.arr_int8 + agg.tile_size);
+    while (grp.next(&grp) == QVO_S_OK)
+        for (size_t i = 0; i < grp.tile_size; ++i)
+            if (expected[grp.tile.u.arr_int4[i]] != sums[groups++]) return false;
+    return groups == expected.size();
+}
+
+template <class Op> void run_hash(benchmark::State& state, unsigned distinct, Runs runs) {
+    const Rows& data = Rows::of(distinct, runs);
+    const double positions = static_cast<double>(data.keys.positions());
+    double elements = 0;
+    bool checked = false;
+    for (auto _ : state) {
+        Source<int32_t> keys(data.keys), values(data.values);
+        static qvo_seq_iterator_t agg, grp;
+        if (Op::construct(&agg, &grp, values.get(), keys.get(), distinct) != QVO_S_OK || agg.prepare(&agg) != QVO_S_OK)
+            return fail(state);
+        elements += rows;
+        state.PauseTiming();
+        if (!checked && !is_right<Op>(agg, grp, data, distinct)) return fail(state);
+        checked = true;
+        state.ResumeTiming();
+        qvo_seq_release_hash(&agg);
+    }
+    count(state, elements, elements / rows * positions);
+}
+
+template <class Op> void add_family(const char* family) {
+    for (const auto& [type, distinct] :
+         {std::pair("int4_10", 10U), std::pair("int4_1000", 1000U), std::pair("int4_1000000", 1000000U)}) {
+        add_case(family, type, "flat", [=](benchmark::State& state) { run_map<Op>(state, distinct); });
+        add_case(family, type, "single", [=](benchmark::State& state) { run_hash<Op>(state, distinct, single_runs); });
+        add_case(family, type, "short", [=](benchmark::State& state) { run_hash<Op>(state, distinct, short_runs); });
+    }
+}
+
+QVO_BENCH_FAMILIES(hash) {
+    add_family<Sum>("hash_agg_sum");
+    add_family<Count>("hash_agg_count");
+}
+
+}  // namespace
+}  // namespace qvo::bench

@@ -1,0 +1,235 @@
+#include "aggregate/hash_result.h"
+
+#include <utility>
+
+#include "aggregate/hash_count.h"
+#include "aggregate/murmur3.h"
+
+namespace qvo {
+namespace {
+
+using Context = qvo_seq_hash_iterator_context_t;
+using Shared = qvo_seq_shared_hash_t;
+static_assert(sizeof(Shared) == 24);
+
+template <class Bits> void read_words(const Bits* values, const uint16_t* index, size_t n, qvo_seq_key_t* keys) {
+    for (size_t i = 0; i < n; ++i) {
+        // On the bytes: where the low byte does not come first, the key stands at the front of its word too.
+        keys[i].val = values[index[i]];
+        if constexpr (std::endian::native == std::endian::big) keys[i].val <<= 64 - 8 * sizeof(Bits);
+    }
+}
+
+/// Up to `room` elements from the read position on, chain after chain, and moves it.
+size_t read_elements(Context& context, HashElem** elems, size_t room) {
+    const qvo_seq_hash_t& table = *context.shared->hash;
+    constexpr size_t ahead = 8;  // chains whose first elements are asked for in advance
+    HashElem* elem = context.curr_elem;
+    qvo_size_t chain = context.chain_no;
+    size_t n = 0;
+    while (n != room) {
+        if (elem == nullptr) {
+            if (chain == table.table_size) break;
+            if (chain + ahead < table.table_size) __builtin_prefetch(table.table[chain + ahead]);
+            elem = table.table[chain++];
+            continue;
+        }
+        elems[n++] = elem;
+        elem = elem->collision;
+    }
+    context.curr_elem = elem;
+    context.chain_no = chain;
+    return n;
+}
+
+template <class Write> QVO_RET next_elements(qvo_seq_iterator_h it, Write write) {
+    constexpr size_t most = 256;
+    HashElem* elems[most];
+    const size_t capacity = capacity_of(it->elem_size);
+    size_t size = 0;
+    while (size != capacity) {
+        const size_t n = read_elements(state<Context>(it), elems, std::min(most, capacity - size));
+        if (n == 0) break;
+        write(size, elems, n);
+        size += n;
+    }
+    if (size == 0) return QVO_S_CURSOR_END;
+    fill_runs(runs_of(it), size, 1);
+    it->tile_size = static_cast<uint16_t>(size);
+    it->next_seq_no += size;
+    return QVO_S_OK;
+}
+
+template <class Bits> void write_keys(qvo_seq_iterator_h it, size_t to, HashElem* const* elems, size_t n) {
+    Bits* out = values_of<Bits>(it) + to;
+    for (size_t i = 0; i < n; ++i) std::memcpy(out + i, &elems[i]->grp, sizeof(Bits));
+}
+
+void write_wide_keys(qvo_seq_iterator_h it, size_t to, HashElem* const* elems, size_t n) {
+    const size_t width = it->elem_size;
+    uint8_t* out = values_of<uint8_t>(it) + to * width;
+    for (size_t i = 0; i < n; ++i, out += width)
+        std::memcpy(out, width > HashLayout::widest_inline ? elems[i]->grp.ptr : &elems[i]->grp, width);
+}
+
+}  // namespace
+
+void read_keys(qvo_seq_iterator_h it, const uint16_t* index, size_t n, qvo_seq_key_t* keys) {
+    const size_t width = it->elem_size;
+    uint8_t* values = values_of<uint8_t>(it);
+    switch (width) {
+        case 1:
+            return read_words(values_of<bits1>(it), index, n, keys);
+        case 2:
+            return read_words(values_of<bits2>(it), index, n, keys);
+        case 4:
+            return read_words(values_of<bits4>(it), index, n, keys);
+        case 8:
+            return read_words(values_of<bits8>(it), index, n, keys);
+        default:
+            break;
+    }
+    for (size_t i = 0; i < n; ++i) {
+        keys[i].val = 0;
+        if (width > HashLayout::widest_inline)
+            keys[i].ptr = values + index[i] * width;
+        else
+            std::memcpy(&keys[i], values + index[i] * width, width);
+    }
+}
+
+HashSteps::HashSteps(qvo_seq_iterator_h group_by, qvo_seq_iterator_h input)
+    : operands_{Operand(group_by), Operand(input != nullptr ? input : group_by)}, single_(input == nullptr) {}
+
+QVO_RET HashSteps::collect(Where where) {
+    if (single_) {
+        if (const QVO_RET rc = operands_[0].refill(where); rc != QVO_S_OK) return rc;
+        operands_[1] = operands_[0];
+    } else if (const QVO_RET rc = refill_both(operands_[0], operands_[1], where); rc != QVO_S_OK) {
+        return rc;
+    }
+    list_.collect(operands_);
+    return QVO_S_OK;
+}
+
+void HashSteps::probe_keys(HashFiller::Probes& probes) const {
+    const qvo_seq_iterator_h group_by = operands_[0].iterator();
+    const size_t first = keys()[0], width = group_by->elem_size;
+    uint32_t hashes[OverlapList<2>::most];
+    hash_values(values_of<uint8_t>(group_by) + first * width, width, keys()[size() - 1] - first + 1, hash_seed, hashes);
+    for (size_t i = 0; i < size(); ++i) probes.key_hash[i] = hashes[keys()[i] - first];
+    read_keys(group_by, keys(), size(), probes.key);
+}
+
+void HashSteps::stop_at(size_t i) {
+    list_.set_back(operands_, i);
+    for (size_t k = 0; k < (single_ ? 1 : 2); ++k) operands_[k].store();
+}
+
+bool is_hash_aggregate(qvo_seq_iterator_h it) { return it->reset == qvo_seq_hash_agg_reset; }
+
+uint64_t hash_entries(qvo_seq_iterator_h it) {
+    const Shared* shared = state<Context>(it).shared;
+    return shared != nullptr && shared->hash != nullptr ? shared->hash->table_used : 0;
+}
+
+QVO_RET fill_hash_results(qvo_seq_iterator_h result_agg, qvo_seq_iterator_h result_grp, qvo_seq_iterator_h input,
+                          qvo_seq_iterator_h group_by, qvo_size_t n_groups, ElementLayout layout,
+                          const HashOperations& operations) {
+    auto* shared = static_cast<Shared*>(qvo_seq_malloc(result_agg, sizeof(Shared)));
+    if (shared == nullptr) return QVO_E_NOMEM;
+    Context &agg = state<Context>(result_agg), &grp = state<Context>(result_grp);
+    agg = grp = {hash_chains_for(n_groups), 0, nullptr, shared, nullptr};
+    *shared = {nullptr, {&agg, &grp}};
+    fill_result(result_agg, layout, {input, group_by}, operations.next_agg, qvo_seq_hash_agg_reset);
+    fill_result(result_grp, {group_by->elem_type, group_by->elem_size}, {input, group_by}, operations.next_grp,
+                qvo_seq_hash_agg_reset);
+    result_agg->prepared = 0;
+    result_agg->prepare = operations.initialize;
+    result_agg->merge = operations.merge;
+    return QVO_S_OK;
+}
+
+// The operands are checked and marked one after the other: a bound group_by leaves input marked.
+QVO_RET construct_hash(qvo_seq_iterator_h result_agg, qvo_seq_iterator_h result_grp, qvo_seq_iterator_h input,
+                       qvo_seq_iterator_h group_by, qvo_size_t n_groups, ElementLayout layout,
+                       const HashOperations& operations) {
+    if (input != nullptr)
+        if (const QVO_RET rc = bind({input}); rc != QVO_S_OK) return rc;
+    if (const QVO_RET rc = bind({group_by}); rc != QVO_S_OK) return rc;
+    return fill_hash_results(result_agg, result_grp, input, group_by, n_groups, layout, operations);
+}
+
+void drop_failed_build(qvo_seq_iterator_h it, Shared& shared) {
+    for (Context* context : shared.refs) {
+        if (context->private_hash != shared.hash) free_hash_table(it, context->private_hash);
+        context->private_hash = nullptr;
+    }
+}
+
+QVO_RET build_hash(qvo_seq_iterator_h it, const HashMember& member, Where where) {
+    Context& context = state<Context>(it);
+    if (is_built(it)) return QVO_S_OK;
+    const qvo_seq_iterator_h input = it->opd[0], group_by = it->opd[1];
+    drop_failed_build(it, *context.shared);
+    qvo_seq_hash_t* table = new_hash_table(it, context.n_groups);
+    if (table == nullptr) return QVO_E_NOMEM;
+    context.private_hash = table;
+
+    HashFiller filler(it, table, {.key_width = group_by->elem_size, .sketches = member.sketches});
+    HashFiller::Probes probes;
+    HashElem* elems[HashFiller::most];
+    HashSteps steps(group_by, input);
+    QVO_RET rc;
+    while ((rc = steps.collect(where)) == QVO_S_OK) {
+        steps.probe_keys(probes);
+        const size_t done = filler.locate(probes, steps.size(), elems);
+        member.fold(input, steps.values(), steps.runs(), elems, done);
+        if (done == steps.size()) continue;
+        steps.stop_at(done);
+        return QVO_E_NOMEM;
+    }
+    if (rc != QVO_S_CURSOR_END) return rc;
+    filler.finish();
+    context.shared->hash = table;
+    return QVO_S_OK;
+}
+
+QVO_RET merge_hash(qvo_seq_iterator_h dst, qvo_seq_iterator_h src, const HashMember& member) {
+    Context &into = state<Context>(dst), &from = state<Context>(src);
+    if (into.shared == from.shared) return QVO_S_OK;
+    qvo_seq_hash_t* other = std::exchange(from.shared->hash, nullptr);
+    for (Context* context : from.shared->refs) context->private_hash = nullptr;
+    HashFiller filler(dst, into.shared->hash, {.key_width = dst->opd[1]->elem_size});
+    const auto join = [](void* merge, HashElem* counterpart, HashElem& elem) {
+        if (counterpart != nullptr) (*static_cast<const HashMember::Merge*>(merge))(*counterpart, elem);
+    };
+    HashMember::Merge merge = member.merge;
+    const bool grown = filler.take_over(other, join, &merge);
+    filler.finish();
+    return grown ? QVO_S_OK : QVO_E_NOMEM;
+}
+
+QVO_RET next_aggregates(qvo_seq_iterator_h it, HashMember::Deliver deliver) {
+    return next_elements(it, [=](size_t to, HashElem* const* elems, size_t n) { deliver(it, to, elems, n); });
+}
+
+QVO_RET next_groups(qvo_seq_iterator_h it) {
+    const auto write = [&] {
+        switch (it->elem_size) {
+            case 1:
+                return write_keys<uint8_t>;
+            case 2:
+                return write_keys<uint16_t>;
+            case 4:
+                return write_keys<uint32_t>;
+            case 8:
+                return write_keys<uint64_t>;
+            default:
+                return write_wide_keys;
+        }
+    }();
+    return next_elements(it, [=](size_t to, HashElem* const* elems, size_t n) { write(it, to, elems, n); });
+}
+
+}  // namespace qvo

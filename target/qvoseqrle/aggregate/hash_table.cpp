@@ -1,0 +1,300 @@
+#include "aggregate/hash_table.h"
+
+#include <iterator>
+#include <utility>
+
+#include "aggregate/sketch.h"
+#include "core/number.h"
+
+namespace qvo {
+namespace {
+
+using Bucket = qvo_seq_hash_bucket_t;
+static_assert(sizeof(Bucket) == 40968 && sizeof(HashElem) == 40);
+
+constexpr int last_prime = 28;
+
+// The kinds of keys: their order in a chain, when two steps in a row certainly look for the same element, and how a
+// new element keeps them. The hash is the one that chooses the chain.
+
+struct InlineKeys {
+    explicit InlineKeys(const HashLayout&) {}
+    static bool before(const HashElem& a, const HashElem& b) { return a.grp.val < b.grp.val; }
+    static bool same(const HashElem& a, const HashElem& b) { return a.grp.val == b.grp.val; }
+    static bool repeated(const HashElem& a, const HashElem& b) { return same(a, b); }
+    static uint32_t hash(const HashElem& e) { return e.grp_hash; }
+    static size_t bytes_kept() { return 0; }
+    static void keep(HashElem&, void*) {}
+    static HashElem probe(const HashFiller::Probes& probes, size_t i) {
+        return {probes.key[i], {0}, nullptr, 0, probes.key_hash[i], 0};
+    }
+};
+
+struct LongKeys {
+    size_t width;
+
+    explicit LongKeys(const HashLayout& layout) : width(layout.key_width) {}
+    bool before(const HashElem& a, const HashElem& b) const { return qvo_memcmp(a.grp.ptr, b.grp.ptr, width) < 0; }
+    bool same(const HashElem& a, const HashElem& b) const {
+        return a.grp_hash == b.grp_hash && qvo_memcmp(a.grp.ptr, b.grp.ptr, width) == 0;
+    }
+    static bool repeated(const HashElem& a, const HashElem& b) { return a.grp.ptr == b.grp.ptr; }
+    static uint32_t hash(const HashElem& e) { return e.grp_hash; }
+    size_t bytes_kept() const { return width; }
+    void keep(HashElem& e, void* bytes) const {
+        std::memcpy(bytes, e.grp.ptr, width);
+        e.grp.ptr = bytes;
+    }
+    static HashElem probe(const HashFiller::Probes& probes, size_t i) { return InlineKeys::probe(probes, i); }
+};
+
+/// Pairs are in the order of their values, then of their keys. A long key is that of the group, which keeps it.
+struct PairKeys {
+    size_t key_width, value_width;
+
+    explicit PairKeys(const HashLayout& layout) : key_width(layout.key_width), value_width(layout.value_width) {}
+    static int compare(const qvo_seq_key_t& a, const qvo_seq_key_t& b, size_t width) {
+        if (width > HashLayout::widest_inline) return qvo_memcmp(a.ptr, b.ptr, width);
+        return (a.val > b.val) - (a.val < b.val);
+    }
+    bool before(const HashElem& a, const HashElem& b) const {
+        const int by_value = compare(a.agg, b.agg, value_width);
+        return by_value < 0 || (by_value == 0 && compare(a.grp, b.grp, key_width) < 0);
+    }
+    bool same(const HashElem& a, const HashElem& b) const {
+        return a.agg_hash == b.agg_hash && compare(a.agg, b.agg, value_width) == 0 &&
+               compare(a.grp, b.grp, key_width) == 0;
+    }
+    bool repeated(const HashElem& a, const HashElem& b) const {
+        return a.grp.val == b.grp.val && a.agg.val == b.agg.val;
+    }
+    static uint32_t hash(const HashElem& e) { return e.agg_hash; }
+    size_t bytes_kept() const { return value_width > HashLayout::widest_inline ? value_width : 0; }
+    void keep(HashElem& e, void* bytes) const {
+        if (bytes == nullptr) return;
+        std::memcpy(bytes, e.agg.ptr, value_width);
+        e.agg.ptr = bytes;
+    }
+    static HashElem probe(const HashFiller::Probes& probes, size_t i) {
+        return {probes.key[i], probes.value[i], nullptr, 0, probes.key_hash[i], probes.pair_hash[i]};
+    }
+};
+
+/// The place of an element in a chain: the link to the first one that is not before it.
+template <class Keys> QVO_INLINE HashElem** place(const Keys& keys, HashElem** link, const HashElem& like) {
+    while (*link != nullptr && keys.before(**link, like)) link = &(*link)->collision;
+    return link;
+}
+
+HashElem** new_chains(qvo_seq_iterator_h owner, qvo_size_t n) {
+    const qvo_size_t bytes = n * sizeof(HashElem*);
+    void* chains = qvo_seq_malloc(owner, bytes);
+    if (chains != nullptr) qvo_memnull(chains, bytes);
+    return static_cast<HashElem**>(chains);
+}
+
+}  // namespace
+
+qvo_seq_hash_t* new_hash_table(qvo_seq_iterator_h owner, qvo_size_t chains) {
+    auto* table = static_cast<qvo_seq_hash_t*>(qvo_seq_malloc(owner, sizeof(qvo_seq_hash_t)));
+    if (table == nullptr) return nullptr;
+    *table = {chains, 0, nullptr, nullptr, new_chains(owner, chains)};
+    if (table->table != nullptr) return table;
+    qvo_seq_free(owner, table, sizeof *table);
+    return nullptr;
+}
+
+void free_hash_table(qvo_seq_iterator_h owner, qvo_seq_hash_t* table) {
+    if (table == nullptr) return;
+    for (Bucket* bucket = table->buckets; bucket != nullptr;) {
+        Bucket* next = bucket->next;
+        qvo_seq_free(owner, bucket, sizeof *bucket);
+        bucket = next;
+    }
+    qvo_seq_free(owner, table->table, table->table_size * sizeof *table->table);
+    qvo_seq_free(owner, table, sizeof *table);
+}
+
+// Every other prime of the host's table, which are about four times apart; growth uses all of them.
+qvo_size_t hash_chains_for(qvo_size_t wanted) {
+    if (wanted == 0) wanted = qvo_seq_hash_table_init_size;
+    int i = 0;
+    while (i < last_prime && wanted > qvo_int_get_prime_number(i)) i += 2;
+    return qvo_int_get_prime_number(i);
+}
+
+HashFiller::HashFiller(qvo_seq_iterator_h owner, qvo_seq_hash_t* table, HashLayout layout)
+    : owner_(owner), table_(table), layout_(layout), used_(table->table_used) {
+    size_changed();
+}
+
+void HashFiller::size_changed() {
+    reciprocal_ = ~uint64_t{0} / table_->table_size + 1;
+    limit_ = convert<uint64_t>(static_cast<double>(table_->table_size) * qvo_seq_hash_table_load_factor) - 1;
+}
+
+/// hash mod table_size, without a division: the low 64 bits of hash times 2^64 / size are the fraction of the
+/// quotient, and the fraction times the size is the remainder. Exact, as hash and size have 32 bits.
+QVO_INLINE uint32_t HashFiller::chain_of(uint32_t hash) const {
+    const uint64_t fraction = reciprocal_ * hash;
+    __extension__ typedef unsigned __int128 wide;
+    return static_cast<uint32_t>(static_cast<wide>(fraction) * table_->table_size >> 64);
+}
+
+Bucket* HashFiller::new_bucket() {
+    auto* bucket = static_cast<Bucket*>(qvo_seq_malloc(owner_, sizeof(Bucket)));
+    if (bucket == nullptr) return nullptr;
+    bucket->next = table_->buckets;
+    if (table_->buckets == nullptr) table_->last_bucket = bucket;
+    table_->buckets = bucket;
+    return bucket;
+}
+
+HashElem* HashFiller::new_elem() {
+    if (elem_ == elems_end_) {
+        Bucket* bucket = new_bucket();
+        if (bucket == nullptr) return nullptr;
+        elem_ = std::begin(bucket->u.elems);
+        elems_end_ = std::end(bucket->u.elems);
+    }
+    return elem_++;
+}
+
+void* HashFiller::carve(size_t bytes) {
+    if (static_cast<size_t>(bytes_end_ - byte_) < bytes) {
+        Bucket* bucket = new_bucket();
+        if (bucket == nullptr) return nullptr;
+        byte_ = std::begin(bucket->u.keys);
+        bytes_end_ = std::end(bucket->u.keys);
+    }
+    return std::exchange(byte_, byte_ + bytes);
+}
+
+template <class F> auto HashFiller::with_keys(F f) const {
+    if (layout_.pairs) return f(PairKeys(layout_));
+    if (layout_.key_width > HashLayout::widest_inline) return f(LongKeys(layout_));
+    return f(InlineKeys(layout_));
+}
+
+/// To the next larger prime. A table of the largest size stays as it is.
+template <class Keys> bool HashFiller::grow(Keys keys) {
+    int i = 0;
+    while (i < last_prime && qvo_int_get_prime_number(i) <= table_->table_size) ++i;
+    const qvo_size_t size = qvo_int_get_prime_number(i), old_size = table_->table_size;
+    if (size <= old_size) return true;
+    HashElem** chains = new_chains(owner_, size);
+    if (chains == nullptr) return false;
+    HashElem** const old_chains = std::exchange(table_->table, chains);
+    table_->table_size = size;
+    size_changed();
+    for (qvo_size_t c = 0; c < old_size; ++c)
+        for (HashElem* elem = old_chains[c]; elem != nullptr;) {
+            HashElem* next = elem->collision;
+            HashElem** link = place(keys, &chains[chain_of(keys.hash(*elem))], *elem);
+            elem->collision = *link;
+            *link = elem;
+            elem = next;
+        }
+    qvo_seq_free(owner_, old_chains, old_size * sizeof *old_chains);
+    return true;
+}
+
+template <class Keys> size_t HashFiller::locate_as(Keys keys, const Probes& probes, size_t n, HashElem** found) {
+    uint32_t chains[most];
+    const uint32_t* hashes = layout_.pairs ? probes.pair_hash : probes.key_hash;
+    for (size_t i = 0; i < n; ++i) {
+        chains[i] = chain_of(hashes[i]);
+        __builtin_prefetch(&table_->table[chains[i]]);
+    }
+    for (size_t i = 0; i < n; ++i) __builtin_prefetch(table_->table[chains[i]]);
+    HashElem last{};
+    for (size_t i = 0; i < n; ++i) {
+        const HashElem like = keys.probe(probes, i);
+        if (i != 0 && keys.repeated(like, last)) {
+            found[i] = found[i - 1];
+            continue;
+        }
+        last = like;
+        HashElem** link = place(keys, &table_->table[chains[i]], like);
+        found[i] = *link;
+        if (*link != nullptr && keys.same(**link, like)) continue;
+
+        HashElem* elem = new_elem();
+        if (elem == nullptr) return i;
+        *elem = like;
+        if (const size_t bytes = keys.bytes_kept(); bytes != 0) {
+            void* kept = carve(bytes);
+            if (kept == nullptr) return i;
+            keys.keep(*elem, kept);
+        }
+        if (layout_.sketches) {
+            elem->agg.ptr = carve(sketch_registers);
+            if (elem->agg.ptr == nullptr) return i;
+            qvo_memnull(elem->agg.ptr, sketch_registers);
+        }
+        elem->collision = *link;
+        *link = elem;
+        found[i] = elem;
+        if (++used_ >= limit_) {
+            if (!grow(keys)) return i;
+            for (size_t k = i + 1; k < n; ++k) chains[k] = chain_of(hashes[k]);
+        }
+    }
+    return n;
+}
+
+size_t HashFiller::locate(const Probes& probes, size_t n, HashElem** found) {
+    return with_keys([&](auto keys) { return locate_as(keys, probes, n, found); });
+}
+
+HashElem* HashFiller::find(const HashElem& like) const {
+    return with_keys([&](auto keys) -> HashElem* {
+        HashElem* elem = *place(keys, &table_->table[chain_of(keys.hash(like))], like);
+        return elem != nullptr && keys.same(*elem, like) ? elem : nullptr;
+    });
+}
+
+template <class Keys> bool HashFiller::take_chains(Keys keys, qvo_seq_hash_t* other, Join join, void* context) {
+    constexpr size_t batch = 64;
+    HashElem* elems[batch];
+    HashElem* next = nullptr;
+    bool grown = true;
+    for (qvo_size_t c = 0; c < other->table_size || next != nullptr;) {
+        size_t n = 0;
+        for (; n < batch; ++n) {
+            while (next == nullptr && c < other->table_size) next = other->table[c++];
+            if (next == nullptr) break;
+            elems[n] = next;
+            next = next->collision;
+            __builtin_prefetch(&table_->table[chain_of(keys.hash(*elems[n]))]);
+        }
+        for (size_t i = 0; i < n; ++i) __builtin_prefetch(table_->table[chain_of(keys.hash(*elems[i]))]);
+        for (size_t i = 0; i < n; ++i) {
+            HashElem& elem = *elems[i];
+            HashElem** link = place(keys, &table_->table[chain_of(keys.hash(elem))], elem);
+            if (*link != nullptr && keys.same(**link, elem)) {
+                join(context, *link, elem);
+                continue;
+            }
+            elem.collision = *link;
+            *link = &elem;
+            join(context, nullptr, elem);
+            if (++used_ >= limit_ && grown) grown = grow(keys);
+        }
+    }
+    return grown;
+}
+
+bool HashFiller::take_over(qvo_seq_hash_t* other, Join join, void* context) {
+    // The elements go on living in their buckets, wherever they end up: those are taken over first.
+    if (other->buckets != nullptr) {
+        (table_->buckets != nullptr ? table_->last_bucket->next : table_->buckets) = other->buckets;
+        table_->last_bucket = other->last_bucket;
+        other->buckets = nullptr;
+    }
+    const bool grown = with_keys([&](auto keys) { return take_chains(keys, other, join, context); });
+    free_hash_table(owner_, other);
+    return grown;
+}
+
+}  // namespace qvo
