@@ -868,15 +868,162 @@ QVO_API qvo_seq_no_t qvo_seq_get_first_pos(qvo_seq_iterator_h iterator);
 
 /* ==== transform/concat ========================================================================= */
 
+/*
+ * qvo_seq_concat (result, left, right)
+ *
+ * left, and right behind it.
+ * Elements  Any type, the same on both sides; for char also the same width. The result has left's.
+ * Runs      Whole tiles are copied with their runs, each call one tile of an operand: (1, 2) and (3) come as
+ *           a tile of two elements and one of a single element. Null marks are not copied. The operands'
+ *           read positions are not used: elements of a tile that was pulled before are not delivered.
+ *           next_seq_no is left's own, and from there on grows with right's.
+ * Ends      With right.
+ * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed.
+ *
+ * qvo_seq_concat_reset
+ *
+ * The reset: back to left, then qvo_seq_reset_binary_iterator.
+ */
+QVO_API QVO_RET qvo_seq_concat(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right);
+QVO_API QVO_RET qvo_seq_concat_next(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_concat_reset(qvo_seq_iterator_h iterator);
+
 /* ==== transform/join =========================================================================== */
 
+/*
+ * qvo_seq_join_<type> (result, meta_iterator)
+ *
+ * All sequences of a series, one behind the other (qvo_seq_meta_iterator_t).
+ * Elements  The 11 fixed types, and char of the width that the embedded iterator has at construction. The
+ *           sequences' types are not checked: they are the caller's promise.
+ * Runs      Elements are copied in blocks, with their run bytes, into full tiles: sequences of 500 and 400
+ *           int4 elements come as tiles of 819 and 81 elements. Elements are taken whole, whatever the
+ *           embedded iterator's rle_offs.
+ * Ends      When the series does; empty sequences are passed over.
+ * Errors    QVO_S_OK always; next: what `first` and `next` of the series, or the embedded iterator, return.
+ *           After such a failure in mid-series the call is not to be repeated without a reset: the embedded
+ *           iterator's current tile would come once more. The process is stopped if a tile holds more
+ *           elements than one of this width can.
+ * Lifetime  The meta iterator and what it reads live as long as the result is used.
+ *
+ * qvo_seq_meta_iterator_next, qvo_seq_meta_iterator_reset
+ *
+ * The `next` of all types, and the reset: the next call starts with `first` of the series; nothing else of
+ * the series is touched.
+ */
+#define QVO_SEQ_DECLARE(type) \
+    QVO_API QVO_RET qvo_seq_join_##type(qvo_seq_iterator_h result, qvo_seq_meta_iterator_h meta_iterator);
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+QVO_SEQ_DECLARE(char)
+#undef QVO_SEQ_DECLARE
+QVO_API QVO_RET qvo_seq_meta_iterator_next(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_meta_iterator_reset(qvo_seq_iterator_h iterator);
+
 /* ==== transform/map ============================================================================ */
+
+/*
+ * qvo_seq_map_<type> (result, input, positions)
+ *
+ * The elements of input at the given positions: 0, 2, 2, 5 over 10, 11, 12, 13, 14, 15 are 10, 12, 12, 15.
+ * Elements  input: the 11 fixed types and char; the result has the same type and width. positions: uint8,
+ *           ascending, equal ones allowed, with runs of 1; anything else stops the process.
+ * Runs      1 each. Exact where every position is the first one of a run of input, so always over runs of 1.
+ *           Behind a position inside a run the result deliberately may be off: what was taken of the run is
+ *           counted from the position before, not from the run's beginning, and is carried into the next
+ *           tile. Over the elements 7 with run 4 and 8 with run 9 the positions 1, 2, 4 give 7, 7, 7 and not
+ *           7, 7, 8. Where this leads past the end of a tile the process is stopped.
+ * Ends      With positions. A position at or behind the end of input also ends the result, and the elements
+ *           of that call are lost.
+ * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed; next:
+ *           QVO_E_SEQ_OUT_OF_ORDER for a position below the one before it (3, 1).
+ *
+ * qvo_seq_map_reset
+ *
+ * The reset: back to position 0 of input, then qvo_seq_reset_binary_iterator.
+ */
+#define QVO_SEQ_DECLARE(type)                                                               \
+    QVO_API QVO_RET qvo_seq_map_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, \
+                                       qvo_seq_iterator_h positions);                       \
+    QVO_API QVO_RET qvo_seq_map_##type##_next(qvo_seq_iterator_h iterator);
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+QVO_SEQ_DECLARE(char)
+#undef QVO_SEQ_DECLARE
+QVO_API QVO_RET qvo_seq_map_reset(qvo_seq_iterator_h iterator);
 
 /* ==== transform/unique ========================================================================= */
 
 /* ==== transform/union ========================================================================== */
 
+/*
+ * qvo_seq_union_<type> (result, left, right, order)
+ *
+ * Merges two ordered sequences into one; of equal heads one is kept, that of right. Ascending (1, 3, 5) and
+ * (2, 3, 6) give 1, 2, 3, 5, 6.
+ * Elements  The 11 fixed types; the result has the same type. A NaN at the head of left lets right pass.
+ * Runs      1 each; a run counts as one element: 4 with run 200 gives a single 4. Equal elements of one side
+ *           stay: (2, 2) and (2) give 2, 2.
+ * Ends      When both operands have.
+ * Parameters  order: QVO_SEQ_DESC_ORDER for descending operands, anything else for ascending ones. That
+ *           they are ordered is not checked.
+ * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed.
+ *
+ * qvo_seq_reset_union_iterator
+ *
+ * The reset: neither side has ended, then qvo_seq_reset_binary_iterator.
+ */
+#define QVO_SEQ_DECLARE(type)                                                                                          \
+    QVO_API QVO_RET qvo_seq_union_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right, \
+                                         qvo_seq_order_t order);                                                       \
+    QVO_API QVO_RET qvo_seq_union_##type##_next(qvo_seq_iterator_h iterator);
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+#undef QVO_SEQ_DECLARE
+QVO_API QVO_RET qvo_seq_reset_union_iterator(qvo_seq_iterator_h iterator);
+
 /* ==== transform/cross ========================================================================== */
+
+/*
+ * qvo_seq_cross_<type> (result, input, first_cross_direction)
+ *
+ * The positions at which a sequence changes its sign: that of the first value of the other sign, or of the
+ * zeros in front of it. 1, 2, 0, 0, -1, 3 changes at 2 (the first zero) and at 5.
+ * Elements  int1, int2, int4, int8, float, double, datetime; the result is uint8. Zeros and NaNs have no
+ *           sign, leading ones are ignored. datetime is unsigned and never crosses. The members for uint1,
+ *           uint2, uint4 and uint8 only return QVO_E_UNSUPPORTED.
+ * Runs      1 each; positions are those of input, runs expanded. Zeros are counted on over values that do
+ *           not cross: 1, 0, 2, -1 deliberately gives 2, one position before the -1, and not 3.
+ * Ends      With input.
+ * Parameters  first_cross_direction: 0 for all crossings; 1 or -1 keeps only those to positive or to negative
+ *           values, deliberately in the whole of the first call that delivers a tile, which is up to 455
+ *           crossings, and none after it: of the example above 1 leaves the 5.
+ * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed.
+ *
+ * qvo_seq_cross_reset_iterator
+ *
+ * The reset: back to position 0 and no sign, then qvo_seq_reset_unary_iterator.
+ */
+#define QVO_SEQ_DECLARE(type)                                                                 \
+    QVO_API QVO_RET qvo_seq_cross_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, \
+                                         int first_cross_direction);
+QVO_SEQ_DECLARE(int1)
+QVO_SEQ_DECLARE(int2)
+QVO_SEQ_DECLARE(int4)
+QVO_SEQ_DECLARE(int8)
+QVO_SEQ_DECLARE(uint1)
+QVO_SEQ_DECLARE(uint2)
+QVO_SEQ_DECLARE(uint4)
+QVO_SEQ_DECLARE(uint8)
+QVO_SEQ_DECLARE(float)
+QVO_SEQ_DECLARE(double)
+QVO_SEQ_DECLARE(datetime)
+#undef QVO_SEQ_DECLARE
+QVO_API QVO_RET qvo_seq_cross_int1_next(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_cross_int2_next(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_cross_int4_next(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_cross_int8_next(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_cross_float_next(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_cross_double_next(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_cross_datetime_next(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_cross_reset_iterator(qvo_seq_iterator_h iterator);
 
 /* ==== transform/skip_nan ======================================================================= */
 

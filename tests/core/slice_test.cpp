@@ -4,28 +4,6 @@
 namespace test {
 namespace {
 
-/// Copies element `from` of one tile to element `to` of another.
-void literal_copy(qvo_seq_iterator_h it, size_t to, const qvo_seq_iterator_t* operand, size_t from) {
-    const size_t width = operand->elem_size;
-    std::memcpy(it->tile.u.arr_uint1 + to * width, operand->tile.u.arr_uint1 + from * width, width);
-}
-
-template <class T> Items<T> draw_items(Random& random, size_t n) {
-    if constexpr (std::is_same_v<T, t_char>)
-        return random_items<T>(random, n, [](Random& r) { return std::string(1, char('a' + r.below(26))); });
-    else
-        return random_items<T>(random, n);
-}
-
-template <class T> constexpr size_t test_width = std::is_same_v<T, t_char> ? 5 : Source::width_of<T>();
-
-/// Random scripts of one operand of every third seed with an error.
-Script random_script(Random& random, unsigned seed) {
-    Script script{random_tile_sizes(random)};
-    if (seed % 3 == 2) script.stop_at = random.below(500), script.stop_code = 4711;
-    return script;
-}
-
 // ---- Limit
 
 QVO_RET literal_limit(qvo_seq_iterator_h it) {

@@ -63,6 +63,8 @@ unsigned literal_run(const qvo_seq_iterator_t* it, size_t i);
 void literal_put_run(qvo_seq_iterator_h it, size_t i, unsigned run);
 unsigned literal_run_left(const qvo_seq_iterator_t* it);
 void literal_take(qvo_seq_iterator_h it, unsigned positions);
+/// Copies element `from` of one tile to element `to` of another; the run is left alone.
+void literal_copy(qvo_seq_iterator_h it, size_t to, const qvo_seq_iterator_t* operand, size_t from);
 
 template <class V> V literal_value(const qvo_seq_iterator_t* it, size_t i) {
     V v;

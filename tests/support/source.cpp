@@ -70,4 +70,10 @@ std::vector<size_t> random_tile_sizes(Random& random) {
     return sizes;
 }
 
+Script random_script(Random& random, unsigned seed) {
+    Script script{random_tile_sizes(random)};
+    if (seed % 3 == 2) script.stop_at = random.below(500), script.stop_code = 4711;
+    return script;
+}
+
 }  // namespace test

@@ -140,8 +140,22 @@ template <class T> Items<T> random_items(Random& random, size_t n) {
     return random_items<T>(random, n, [](Random& r) { return r.template value<typename T::value>(); });
 }
 
+/// The same for the fixed types and char, of which the strings are short enough to come up again and again.
+template <class T> Items<T> draw_items(Random& random, size_t n) {
+    if constexpr (std::is_same_v<T, t_char>)
+        return random_items<T>(random, n, [](Random& r) { return std::string(1, char('a' + r.below(26))); });
+    else
+        return random_items<T>(random, n);
+}
+
+/// The width of test sequences.
+template <class T> constexpr size_t test_width = std::is_same_v<T, t_char> ? 5 : Source::width_of<T>();
+
 /// Random tile sizes, full tiles among them.
 std::vector<size_t> random_tile_sizes(Random& random);
+
+/// Random tile sizes, and for every third seed an error.
+Script random_script(Random& random, unsigned seed);
 
 /// Positions, runs expanded.
 template <class T> std::vector<typename T::value> expand(const Items<T>& items) {

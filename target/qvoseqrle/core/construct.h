@@ -29,6 +29,8 @@ struct ElementLayout {
 
 template <class E> inline constexpr ElementLayout layout_of{E::code, E::width};
 
+inline ElementLayout layout_like(qvo_seq_iterator_h operand) { return {operand->elem_type, operand->elem_size}; }
+
 /// The fields of a result: its elements, its operands (further slots stay), the operations; positions at the start,
 /// no bounds, no prepare and merge. `prepared`, buf and context stay; aggregates and sources set theirs afterwards.
 inline void fill_result(qvo_seq_iterator_h result, ElementLayout layout,

@@ -62,4 +62,11 @@ QVO_INLINE void copy_values(qvo_seq_iterator_h to, size_t to_index, qvo_seq_iter
     std::memcpy(values_of<uint8_t>(to) + to_index * width, values_of<uint8_t>(from) + from_index * width, n * width);
 }
 
+/// Copies all elements of a tile, with their runs; null marks are not copied.
+QVO_INLINE void copy_tile(qvo_seq_iterator_h to, qvo_seq_iterator_h from) {
+    copy_values(to, 0, from, 0, from->tile_size);
+    copy_runs(runs_of(to), runs_of(from), from->tile_size);
+    to->tile_size = from->tile_size;
+}
+
 }  // namespace qvo

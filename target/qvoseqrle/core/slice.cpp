@@ -7,8 +7,6 @@
 namespace qvo {
 namespace {
 
-ElementLayout layout_like(qvo_seq_iterator_h operand) { return {operand->elem_type, operand->elem_size}; }
-
 // Pulls an operand of which whole tiles are taken.
 QVO_INLINE QVO_RET pull_tile(qvo_seq_iterator_h operand, Where where) {
     if (const QVO_RET rc = operand->next(operand); rc != QVO_S_OK) return rc;
@@ -105,10 +103,7 @@ QVO_RET tee_next(qvo_seq_iterator_h it, Where where) {
     } else if (const QVO_RET rc = pull_tile(from, where); rc != QVO_S_OK) {
         return rc;
     }
-    const size_t n = from->tile_size;
-    copy_values(it, 0, from, 0, n);
-    copy_runs(runs_of(it), runs_of(from), n);
-    it->tile_size = from->tile_size;
+    copy_tile(it, from);
     it->next_seq_no = from->next_seq_no;
     return QVO_S_OK;
 }

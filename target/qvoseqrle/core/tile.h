@@ -67,12 +67,23 @@ class TileWriter {
     /// operand delivers what there is; an error drops it, but the positions stay counted.
     QVO_INLINE QVO_RET finish(QVO_RET rc) {
         it_->next_seq_no += positions_;
+        return finish_tile(rc);
+    }
+
+    /// The same for families that count elements, when the tile is delivered: an error leaves next_seq_no alone.
+    QVO_INLINE QVO_RET finish_counting_elements(QVO_RET rc) {
+        rc = finish_tile(rc);
+        if (rc == QVO_S_OK) it_->next_seq_no += size_;
+        return rc;
+    }
+
+ private:
+    QVO_INLINE QVO_RET finish_tile(QVO_RET rc) {
         if (rc != QVO_S_OK && (rc != QVO_S_CURSOR_END || size_ == 0)) return rc;
         it_->tile_size = static_cast<uint16_t>(size_);
         return QVO_S_OK;
     }
 
- private:
     qvo_seq_iterator_h it_;
     uint8_t* runs_;
     size_t capacity_;

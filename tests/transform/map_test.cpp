@@ -1,0 +1,137 @@
+// Elements at given positions.
+#include "support/protocol.h"
+
+namespace test {
+namespace {
+
+struct Stopped {};
+
+QVO_RET literal_map(qvo_seq_iterator_h it) {
+    const qvo_seq_iterator_h input = it->opd[0], positions = it->opd[1];
+    qvo_seq_no_t at = it->context[0];
+    size_t i = 0;
+    for (; i < capacity_of(it->elem_size); ++i) {
+        QVO_RET rc = QVO_S_OK;
+        if (!literal_refill(positions, i, &rc)) {
+            if (rc != QVO_S_OK) return rc;
+            break;
+        }
+        const auto p = literal_value<qvo_uint8>(positions, positions->tile_offs++);
+        while (p >= input->next_seq_no) {
+            at = input->next_seq_no;
+            input->tile_offs = 0;
+            if (rc = input->next(input); rc != QVO_S_OK) return rc;
+        }
+        if (p < at) return QVO_E_SEQ_OUT_OF_ORDER;
+        for (;;) {
+            if (input->tile_offs >= input->tile_size) throw Stopped{};
+            const qvo_seq_no_t end = at + literal_run(input, input->tile_offs) - input->rle_offs;
+            if (p < end) break;
+            at = end;
+            ++input->tile_offs;
+            input->rle_offs = 0;
+        }
+        input->rle_offs = static_cast<uint8_t>(p - at);
+        at = p;
+        literal_copy(it, i, input, input->tile_offs);
+        literal_put_run(it, i, 1);
+    }
+    it->context[0] = at;
+    it->next_seq_no += i;
+    it->tile_size = static_cast<uint16_t>(i);
+    return QVO_S_OK;
+}
+
+/// Whether `next` comes to the fatal stop, in as many calls as check_steps makes.
+bool stops(const Member& member, const std::vector<Script>& scripts, QVO_RET (*next)(qvo_seq_iterator_h)) {
+    const auto input = member.operands[0](scripts[0]), positions = member.operands[1](scripts[1]);
+    Record it;
+    EXPECT_EQ(member.construct(it.get(), {input->get(), positions->get()}), QVO_S_OK);
+    bool thrown = false;
+    const Stop stop = catch_stop([&] {
+        try {
+            for (unsigned ends = 0; ends < 2;) ends += next(it.get()) != QVO_S_OK;
+        } catch (Stopped) { thrown = true; }
+    });
+    return stop.stopped || thrown;
+}
+
+using Constructor = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_seq_iterator_h);
+
+template <class T> void check_map(const char* name, Constructor construct, qvo_seq_iterator_next_t next) {
+    Member member;
+    member.name = name;
+    member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) { return construct(it, o[0], o[1]); };
+    member.type = T::code;
+    member.width = test_width<T>;
+    member.next = next;
+    member.reset = qvo_seq_map_reset;
+    for (unsigned seed = 0; seed < 30; ++seed) {
+        SCOPED_TRACE(std::string(name) + ", seed " + std::to_string(seed));
+        Random random(seed);
+        Items<T> input = draw_items<T>(random, random.between(4, 3000));
+        if (seed % 3 == 0)
+            for (auto& item : input) item.run = 1;
+        const uint64_t length = expand(input).size();
+        Items<t_uint8> positions;
+        const unsigned stride = random.chance(50) ? 3 : random.between(4, 300);
+        for (uint64_t p = 0; (p < length && positions.size() < 4000) || positions.size() < 4; p += random.below(stride))
+            positions.push_back({seed == 0 ? std::min(p, length - 1) : p, 1});
+        if (random.chance(20)) positions[random.below(static_cast<unsigned>(positions.size()))].value = 3;
+        member.operands = {operand<T>(input, test_width<T>), operand<t_uint8>(positions)};
+        if (seed == 0) check_protocol(member);
+        const std::vector<Script> scripts{random_script(random, seed), random_script(random, seed + 1)};
+        if (stops(member, scripts, literal_map))
+            EXPECT_TRUE(stops(member, scripts, next));
+        else
+            check_steps(member, literal_map, scripts);
+        if (testing::Test::HasFailure()) return;
+    }
+}
+
+TEST(Map, FollowsTheSteps) {
+#define CHECK(type) check_map<t_##type>(MEMBER(qvo_seq_map_##type));
+    QVO_SEQ_FOR_FIXED_TYPES(CHECK) CHECK(char)
+#undef CHECK
+}
+
+/// The result, and the code that ends it.
+QVO_RET map_all(Items<t_int4> input, Items<t_uint8> positions, Items<t_int4>* result) {
+    Source a(t_int4{}, input), b(t_uint8{}, positions);
+    Record it;
+    EXPECT_EQ(qvo_seq_map_int4(it.get(), a.get(), b.get()), QVO_S_OK);
+    for (;;) {
+        const QVO_RET rc = it->next(it.get());
+        if (rc != QVO_S_OK) return rc;
+        for (const auto& item : tile_items<t_int4>(it.it)) result->push_back(item);
+    }
+}
+
+TEST(Map, WorkedCases) {
+    const Items<t_int4> input{{10}, {11}, {12}, {13}, {14}, {15}};
+    Items<t_int4> result;
+    EXPECT_EQ(map_all(input, {{0}, {2}, {2}, {5}}, &result), QVO_S_CURSOR_END);
+    check_items<t_int4>(result, {{10}, {12}, {12}, {15}});
+    result.clear();
+    EXPECT_EQ(map_all(input, {{3}, {1}}, &result), QVO_E_SEQ_OUT_OF_ORDER);
+    EXPECT_EQ(map_all(input, {{3}, {6}}, &result), QVO_S_CURSOR_END) << "behind the end: the 3 is lost";
+    EXPECT_TRUE(result.empty());
+    EXPECT_EQ(map_all({{1, 4}, {2, 255}, {3, 7}}, {{0}, {4}, {259}}, &result), QVO_S_CURSOR_END);
+    check_items<t_int4>(result, {{1}, {2}, {3}});
+    EXPECT_TRUE(catch_stop([&] { map_all(input, {{1, 2}}, &result); }).stopped) << "a run in the positions";
+}
+
+TEST(Map, CountsFromThePreviousPositionInsideARun_deliberate) {
+    Items<t_int4> result;
+    EXPECT_EQ(map_all({{7, 4}, {8, 9}}, {{1}, {2}, {4}}, &result), QVO_S_CURSOR_END);
+    check_items<t_int4>(result, {{7}, {7}, {7}});
+}
+
+TEST(Map, PositionsAreUint8Alone) {
+    Source input(t_int4{}, {{1}}), times(t_datetime{}, {{0}});
+    Record it;
+    EXPECT_EQ(qvo_seq_map_int4(it.get(), input.get(), times.get()), QVO_E_ILLEGAL_TYPE);
+}
+
+}  // namespace
+}  // namespace test
