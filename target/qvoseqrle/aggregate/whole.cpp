@@ -41,15 +41,22 @@ template <class V> struct IntegerLoops {
     using Lane =
         std::conditional_t<sizeof(V) == 1, int32_t, std::conditional_t<std::is_signed_v<Term>, int64_t, uint64_t>>;
 
+    // Run bytes that grow upwards like the values, so that both are vectors in the same order.
+    struct InOrder {
+        uint8_t bytes[capacity_of(sizeof(V)) + run_word];
+        QVO_INLINE InOrder(const uint8_t* runs, size_t n) { copy_in_order(bytes, runs, n); }
+    };
+
     QVO_CPU_VARIANTS static Lane sum_single(const V* __restrict values, size_t n) {
         modular<Lane> sum = 0;
         for (size_t i = 0; i < n; ++i) sum += static_cast<modular<Lane>>(static_cast<Lane>(values[i]));
         return static_cast<Lane>(sum);
     }
     QVO_CPU_VARIANTS static Lane sum(const V* __restrict values, const uint8_t* __restrict runs, size_t n) {
+        const InOrder run(runs, n);
         modular<Lane> sum = 0;
         for (size_t i = 0; i < n; ++i)
-            sum += static_cast<modular<Lane>>(static_cast<Lane>(times_run(values[i], get_run(runs, i))));
+            sum += static_cast<modular<Lane>>(static_cast<Lane>(times_run(values[i], run.bytes[i])));
         return static_cast<Lane>(sum);
     }
     /// Whether all magnitudes are up to 2^small_bits.
@@ -62,10 +69,11 @@ template <class V> struct IntegerLoops {
     }
     /// Sum of value x run x value, for small values.
     QVO_CPU_VARIANTS static uint64_t squares(const V* __restrict values, const uint8_t* __restrict runs, size_t n) {
+        const InOrder run(runs, n);
         int64_t sum = 0;
         for (size_t i = 0; i < n; ++i) {
             const auto v = static_cast<int32_t>(values[i]);
-            sum += int64_t{v * static_cast<int32_t>(get_run(runs, i))} * v;
+            sum += int64_t{v * int32_t{run.bytes[i]}} * v;
         }
         return static_cast<uint64_t>(sum);
     }
@@ -88,6 +96,65 @@ QVO_INLINE bool sums_exactly(double sum) {
     return std::abs(sum) < exact_limit / 2;
 }
 
+template <class V> QVO_INLINE double square(V v, unsigned run) {
+    return static_cast<double>(run) * static_cast<double>(v) * static_cast<double>(v);
+}
+
+/// Sums of doubles, element by element. The terms are made some elements ahead, in vectors, so that nothing but the
+/// additions is on the chain from one element to the next.
+template <class V> struct OrderedLoops {
+    using State = AggregateState<double>;
+    static constexpr size_t ahead = 32;
+
+    static double sum_single(double sum, const V* __restrict values, size_t n) {
+        for (size_t i = 0; i < n; ++i) sum += static_cast<double>(values[i]);
+        return sum;
+    }
+    QVO_CPU_VARIANTS static double sum(double sum, const V* __restrict values, const uint8_t* __restrict runs,
+                                       size_t n) {
+        for (; n >= ahead; n -= ahead, values += ahead, runs -= ahead) {
+            uint8_t run[ahead];
+            double terms[ahead];
+            copy_in_order(run, runs, ahead);
+            for (size_t k = 0; k < ahead; ++k) terms[k] = static_cast<double>(times_run(values[k], run[k]));
+            for (const double term : terms) sum += term;
+        }
+        for (size_t i = 0; i < n; ++i) sum += static_cast<double>(times_run(values[i], get_run(runs, i)));
+        return sum;
+    }
+    QVO_CPU_VARIANTS static void squares(State& s, const V* __restrict values, const uint8_t* __restrict runs,
+                                         size_t n) {
+        double sum = s.agg, sum_of_squares = s.norm;
+        for (; n >= ahead; n -= ahead, values += ahead, runs -= ahead) {
+            uint8_t run[ahead];
+            double terms[ahead], squares[ahead];
+            copy_in_order(run, runs, ahead);
+            for (size_t k = 0; k < ahead; ++k) terms[k] = static_cast<double>(times_run(values[k], run[k]));
+            for (size_t k = 0; k < ahead; ++k) squares[k] = square(values[k], run[k]);
+            for (size_t k = 0; k < ahead; ++k) {
+                sum += terms[k];
+                sum_of_squares += squares[k];
+            }
+        }
+        for (size_t i = 0; i < n; ++i) {
+            sum += static_cast<double>(times_run(values[i], get_run(runs, i)));
+            sum_of_squares += square(values[i], get_run(runs, i));
+        }
+        s.agg = sum;
+        s.norm = sum_of_squares;
+    }
+    static void squares_single(State& s, const V* __restrict values, size_t n) {
+        double sum = s.agg, sum_of_squares = s.norm;
+        for (size_t i = 0; i < n; ++i) {
+            const auto v = static_cast<double>(values[i]);
+            sum += v;
+            sum_of_squares += v * v;
+        }
+        s.agg = sum;
+        s.norm = sum_of_squares;
+    }
+};
+
 /// Sum of value x run in A: the members sum and avg.
 template <class V, class A> struct Sum {
     using Value = V;
@@ -106,12 +173,8 @@ template <class V, class A> struct Sum {
                     s.agg += static_cast<A>(total(values, runs, n, single));
                     return;
                 }
-            A sum = s.agg;
-            if (single)
-                for (size_t i = 0; i < n; ++i) sum += static_cast<A>(values[i]);
-            else
-                for (size_t i = 0; i < n; ++i) sum += static_cast<A>(times_run(values[i], get_run(runs, i)));
-            s.agg = sum;
+            s.agg =
+                single ? OrderedLoops<V>::sum_single(s.agg, values, n) : OrderedLoops<V>::sum(s.agg, values, runs, n);
         }
     }
     static void merge(State& s, const State& other) {
@@ -137,20 +200,10 @@ template <class V> struct Moments {
     static void fold(State& s, const V* values, const uint8_t* runs, size_t n, bool single) {
         if constexpr (is_narrow<V>)
             if (fold_exactly(s, values, runs, n, single)) return;
-        double sum = s.agg, squares = s.norm;
         if (single)
-            for (size_t i = 0; i < n; ++i) {
-                sum += static_cast<double>(values[i]);
-                squares += static_cast<double>(values[i]) * static_cast<double>(values[i]);
-            }
+            OrderedLoops<V>::squares_single(s, values, n);
         else
-            for (size_t i = 0; i < n; ++i) {
-                const unsigned run = get_run(runs, i);
-                sum += static_cast<double>(times_run(values[i], run));
-                squares += square(values[i], run);
-            }
-        s.agg = sum;
-        s.norm = squares;
+            OrderedLoops<V>::squares(s, values, runs, n);
     }
     static void merge(State& s, const State& other) {
         s.agg += other.agg;
@@ -158,9 +211,6 @@ template <class V> struct Moments {
     }
 
  private:
-    QVO_INLINE static double square(V v, unsigned run) {
-        return static_cast<double>(run) * static_cast<double>(v) * static_cast<double>(v);
-    }
     /// Adds the tile in integers, if sums of doubles would have been exact all the way too.
     static bool fold_exactly(State& s, const V* values, const uint8_t* runs, size_t n, bool single) {
         using Loops = IntegerLoops<V>;

@@ -1,0 +1,129 @@
+// Aggregates, on tiles that are in cache.
+#include <cmath>
+
+#include "support.h"
+
+namespace qvo::bench {
+namespace {
+
+// Tiles of one pass over the input.
+constexpr size_t pass_tiles = 100;
+
+/// An iterator that hands out one and the same tile pass_tiles times, then ends.
+template <class V> class PassSource {
+ public:
+    explicit PassSource(const Column<V>& column) : source_(column) {
+        get()->next(get());
+        get()->next = [](qvo_seq_iterator_h it) -> QVO_RET {
+            if (it->context[0] == 0) return QVO_S_CURSOR_END;
+            --it->context[0];
+            return QVO_S_OK;
+        };
+        get()->reset = [](qvo_seq_iterator_h it) -> QVO_RET {
+            it->context[0] = pass_tiles;
+            it->tile_offs = it->tile_size;
+            return QVO_S_OK;
+        };
+        get()->reset(get());
+    }
+    qvo_seq_iterator_h get() { return source_.get(); }
+
+ private:
+    Source<V> source_;
+};
+
+// The plain loops: one pass over a flat array, that of one tile as often as there are tiles in a pass.
+template <class V> using Sum = std::conditional_t<std::is_floating_point_v<V>, double, int64_t>;
+
+struct FlatSum {
+    template <class V> static auto of(const V* values, size_t n, size_t passes) {
+        Sum<V> sum = 0;
+        for (size_t p = 0; p < passes; ++p) {
+            for (size_t i = 0; i < n; ++i) sum += values[i];
+            benchmark::ClobberMemory();
+        }
+        return sum;
+    }
+};
+struct FlatAverage {
+    template <class V> static double of(const V* values, size_t n, size_t passes) {
+        return static_cast<double>(FlatSum::of(values, n, passes)) / static_cast<double>(n * passes);
+    }
+};
+struct FlatVariance {
+    template <class V> static double of(const V* values, size_t n, size_t passes) {
+        double s = 0, q = 0;
+        for (size_t p = 0; p < passes; ++p) {
+            for (size_t i = 0; i < n; ++i) {
+                const auto v = static_cast<double>(values[i]);
+                s += v;
+                q += v * v;
+            }
+            benchmark::ClobberMemory();
+        }
+        const auto count = static_cast<double>(n * passes);
+        return (q - s * s / count) / count;
+    }
+};
+struct FlatMax {
+    template <class V> static V of(const V* values, size_t n, size_t passes) {
+        V max = values[0];
+        for (size_t p = 0; p < passes; ++p) {
+            for (size_t i = 0; i < n; ++i) max = values[i] > max ? values[i] : max;
+            benchmark::ClobberMemory();
+        }
+        return max;
+    }
+};
+
+using Constructor = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h);
+
+template <class V, class Flat> void run_flat(benchmark::State& state) {
+    const auto column = random_column<V>(capacity<V>(), single_runs, 1);
+    double elements = 0;
+    for (auto _ : state) {
+        auto result = Flat::of(column.values.data(), column.values.size(), pass_tiles);
+        benchmark::DoNotOptimize(result);
+        elements += static_cast<double>(column.values.size() * pass_tiles);
+    }
+    count(state, elements, elements);
+}
+
+template <class V, class Flat> void run_whole(benchmark::State& state, Constructor construct, Runs runs) {
+    const auto column = random_column<V>(capacity<V>(), runs, 1);
+    const auto flat = column.flat();
+    const auto expected = Flat::of(flat.data(), flat.size(), pass_tiles);
+    PassSource<V> source(column);
+    qvo_seq_iterator_t it{};
+    double elements = 0;
+    if (construct(&it, source.get()) != QVO_S_OK) return fail(state);
+    for (auto _ : state) {
+        it.next(&it);
+        it.reset(&it);
+        elements += static_cast<double>(column.values.size() * pass_tiles);
+    }
+    if (std::memcmp(&expected, it.tile.u.arr_uint1, sizeof expected) != 0) return fail(state);
+    count(state, elements, elements / static_cast<double>(column.values.size()) * static_cast<double>(flat.size()));
+}
+
+template <class V, class Flat> void add_whole(const char* family, const char* type, Constructor construct) {
+    add_case(family, type, "flat", run_flat<V, Flat>);
+    add_case(family, type, "single", [=](benchmark::State& s) { run_whole<V, Flat>(s, construct, single_runs); });
+    add_case(family, type, "short", [=](benchmark::State& s) { run_whole<V, Flat>(s, construct, short_runs); });
+    add_case(family, type, "full", [=](benchmark::State& s) { run_whole<V, Flat>(s, construct, full_runs); });
+}
+
+#define WHOLE(type)                                                                \
+    add_whole<qvo_##type, FlatSum>("agg_sum", #type, qvo_seq_agg_sum_##type);      \
+    add_whole<qvo_##type, FlatAverage>("agg_avg", #type, qvo_seq_agg_avg_##type);  \
+    add_whole<qvo_##type, FlatVariance>("agg_var", #type, qvo_seq_agg_var_##type); \
+    add_whole<qvo_##type, FlatMax>("agg_max", #type, qvo_seq_agg_max_##type);
+
+QVO_BENCH_FAMILIES(aggregates) {
+    WHOLE(int1)
+    WHOLE(int4)
+    WHOLE(double)
+}
+
+}  // namespace
+}  // namespace qvo::bench
