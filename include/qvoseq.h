@@ -1366,6 +1366,66 @@ QVO_API QVO_RET qvo_seq_dup_hash_next_grp(qvo_seq_iterator_h iterator);
 
 /* ==== order/sort =============================================================================== */
 
+/*
+ * qvo_seq_sort_<type> (data, permutation, n_elems, order)
+ *
+ * Sorts an array without moving it: fills permutation with the positions 0 .. n_elems-1 such that
+ * data[permutation[0]], data[permutation[1]], ... are in order. [3, 1, 2] gives [1, 2, 0].
+ * Elements  The 11 fixed types. Values are compared by `greater than` only, so -0.0 and 0.0 are equal and
+ *           a NaN is neither greater nor less than anything: with NaNs in the array the permutation is
+ *           still one, but neither side of a NaN need be in order.
+ * Parameters  permutation has n_elems entries. order is one of
+ *             QVO_SEQ_ASC_ORDER   ascending;
+ *             QVO_SEQ_DESC_ORDER  exactly the ascending permutation backwards, so equal values come in the
+ *                                 reverse of their ascending order: [1, 2, 2, 0] gives [2, 1, 0, 3];
+ *             QVO_SEQ_NO_ORDER    (and any other value) ascending, but that values which never increase
+ *                                 stay as they are: [3, 2, 1] gives [0, 1, 2], yet [3, 1, 2] gives [1, 2, 0].
+ * Errors    None: always QVO_S_OK.
+ *
+ * Deliberate: slices that are no longer than the ascending start of the array are left unsorted. A slice
+ * is a part of the permutation that the sort has split off; before it works on one of n > 50 positions,
+ * it tests whether the first n values of the array, in order of storage, are ascending. If so it takes the
+ * slice for sorted. An array that begins with more than 50 ascending values, and does not ascend to its
+ * end, may thus come out unsorted: 1000 values of which the first 900 ascend are split around one pivot, and
+ * then mostly left. Handed in backwards, such a column is sorted.
+ *
+ * The sort is a quicksort with pivots at random positions, on heap sort when it gets too deep: O(n log n) in
+ * any case, and linear in arrays that ascend, or descend, as a whole. It allocates nothing. The generator
+ * of the pivots starts at 123456789 when the library is loaded, one for each type, and is never reset: the
+ * order of equal values depends on the pivots, and so on all earlier sorts of the type in the process.
+ * Threads may sort at the same time; equal values may then come out in another order.
+ */
+#define QVO_SEQ_DECLARE(type)                                                                                  \
+    QVO_API QVO_RET qvo_seq_sort_##type(const qvo_##type* data, qvo_seq_no_t* permutation, qvo_size_t n_elems, \
+                                        qvo_seq_order_t order);
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+#undef QVO_SEQ_DECLARE
+
+/*
+ * The steps of qvo_seq_sort_<type>, for hosts that sort in pieces. A permutation is here any array of
+ * positions in data.
+ *
+ * sorted_<type> (data, n), rev_sorted_<type> (data, n)   1 if no value is greater (less) than the next, else 0
+ * init_permutation_<type> (permutation, n_elems, order)  0, 1, 2, ...; in QVO_SEQ_DESC_ORDER backwards
+ * insertion_sort_<type> (data, permutation, n_elems)     brings the smallest to the front and inserts the rest
+ * median_estimate_<type> (data, permutation, n)          n >= 3: draws a pivot; the median of it, entry 1 and the
+ *                                                        last comes first, the smallest second, the largest last
+ * heap_sort_<type> (data, permutation, n_elems)          heap sort, not stable
+ * qloop_<type> (data, permutation, n_elems, d)           the quicksort; after d splits one within the other it
+ *                                                        goes on with heap sort; d bounds its recursion, and it
+ *                                                        reads the first n_elems values of data for the test above
+ */
+#define QVO_SEQ_DECLARE(type)                                                                                   \
+    QVO_API qvo_bool sorted_##type(const qvo_##type* data, qvo_size_t n);                                       \
+    QVO_API qvo_bool rev_sorted_##type(const qvo_##type* data, qvo_size_t n);                                   \
+    QVO_API void init_permutation_##type(qvo_seq_no_t* permutation, qvo_size_t n_elems, qvo_seq_order_t order); \
+    QVO_API void insertion_sort_##type(const qvo_##type* data, qvo_seq_no_t* permutation, qvo_size_t n_elems);  \
+    QVO_API void median_estimate_##type(const qvo_##type* data, qvo_seq_no_t* permutation, qvo_size_t n);       \
+    QVO_API void heap_sort_##type(const qvo_##type* data, qvo_seq_no_t* permutation, qvo_size_t n_elems);       \
+    QVO_API void qloop_##type(const qvo_##type* data, qvo_seq_no_t* permutation, qvo_size_t n_elems, unsigned int d);
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+#undef QVO_SEQ_DECLARE
+
 /* ==== order/order_by =========================================================================== */
 
 /* ==== order/stretch ============================================================================ */

@@ -1,0 +1,331 @@
+// Sorting by permutation: every type against a literal statement of the steps, which draws the same pivots. All calls
+// that draw go through `sorts_as_model` or a twin of it, so that the model's seeds keep up with the library's.
+#include <algorithm>
+#include <numeric>
+
+#include "support/types.h"
+
+namespace test {
+namespace {
+
+using Permutation = std::vector<qvo_seq_no_t>;
+
+template <class T> uint32_t model_seed = 123456789;
+
+/// The steps on positions; gt(a, b) says whether the value at position a is greater than that at b.
+template <class Gt> struct Model {
+    Gt gt;
+    uint32_t& seed;
+    size_t heap_sorts = 0;
+
+    bool sorted(size_t n) {
+        for (size_t i = 0; i + 1 < n; ++i)
+            if (gt(i, i + 1)) return false;
+        return true;
+    }
+    bool rev_sorted(size_t n) {
+        for (size_t i = 0; i + 1 < n; ++i)
+            if (gt(i + 1, i)) return false;
+        return true;
+    }
+    void insertion_sort(qvo_seq_no_t* s, size_t n) {
+        if (n < 2) return;
+        size_t m = 1;
+        for (size_t k = 2; k < n; ++k)
+            if (gt(s[m], s[k])) m = k;
+        if (gt(s[0], s[m])) std::swap(s[0], s[m]);
+        for (size_t k = 2; k < n; ++k) {
+            const qvo_seq_no_t x = s[k];
+            size_t at = k;
+            while (gt(s[at - 1], x)) {
+                s[at] = s[at - 1];
+                --at;
+            }
+            s[at] = x;
+        }
+    }
+    void sift(qvo_seq_no_t* s, size_t h, size_t last) {
+        const qvo_seq_no_t x = s[h];
+        size_t c = 2 * h;
+        bool stopped = false;
+        while (last > c) {
+            if (gt(s[c + 1], s[c])) c = c + 1;
+            if (!gt(s[c], x)) {
+                stopped = true;
+                break;
+            }
+            s[h] = s[c];
+            h = c;
+            c = 2 * c;
+        }
+        if (!stopped && c == last && gt(s[c], x)) {
+            s[h] = s[c];
+            h = c;
+        }
+        s[h] = x;
+    }
+    void heap_sort(qvo_seq_no_t* s, size_t n) {
+        ++heap_sorts;
+        if (n < 2) return;
+        const size_t last = n - 1;
+        for (size_t i = last / 2 + 1; i > 0; --i) sift(s, i - 1, last);
+        std::swap(s[0], s[last]);
+        for (size_t k = n - 2; k >= 1; --k) {
+            sift(s, 0, k);
+            std::swap(s[0], s[k]);
+        }
+    }
+    void median_estimate(qvo_seq_no_t* s, size_t n) {
+        seed = static_cast<uint32_t>((uint64_t{seed} * 69069 + 362437) % (uint64_t{1} << 32));
+        std::swap(s[0], s[seed % (n - 1)]);
+        const qvo_seq_no_t o0 = s[0], o1 = s[1], on = s[n - 1];
+        const bool ba = gt(o1, o0), ca = gt(on, o0), bc = gt(o1, on), ac = gt(o0, on);
+        qvo_seq_no_t n0 = o0, n1 = o1, nn = on;
+        if (ba && ca && bc) n0 = on, n1 = o0, nn = o1;
+        if (ba && ca && !bc) n0 = o1, n1 = o0;
+        if (ba && !ca) n1 = on, nn = o1;
+        if (!ba && ac && bc) n0 = o1, n1 = on, nn = o0;
+        if (!ba && ac && !bc) n0 = on, nn = o0;
+        s[0] = n0, s[1] = n1, s[n - 1] = nn;
+    }
+    void qloop(qvo_seq_no_t* s, size_t n, unsigned d) {
+        while (n > 50) {
+            if (sorted(n)) return;
+            if (d == 0) return heap_sort(s, n);
+            --d;
+            median_estimate(s, n);
+            size_t i = 1, j = n - 1;
+            const auto scan = [&] {
+                do ++i;
+                while (gt(s[0], s[i]));
+                do --j;
+                while (gt(s[j], s[0]));
+            };
+            for (scan(); j > i; scan()) std::swap(s[i], s[j]);
+            std::swap(s[0], s[j]);
+            qloop(s + j + 1, n - 1 - j, d);
+            n = j;
+        }
+        insertion_sort(s, n);
+    }
+    Permutation sort(size_t n, qvo_seq_order_t order) {
+        Permutation identity(n);
+        std::iota(identity.begin(), identity.end(), 0);
+        const Permutation backwards(identity.rbegin(), identity.rend());
+        if (n <= 1 || sorted(n)) return order == QVO_SEQ_DESC_ORDER ? backwards : identity;
+        if (rev_sorted(n)) return order == QVO_SEQ_ASC_ORDER ? backwards : identity;
+        unsigned bits = 0;
+        for (size_t q = n / 4; q != 0; q /= 2) ++bits;
+        qloop(identity.data(), n, 2 * (2 + bits));
+        return order == QVO_SEQ_DESC_ORDER ? Permutation(identity.rbegin(), identity.rend()) : identity;
+    }
+};
+
+template <class T> auto model_of(const std::vector<typename T::value>& data) {
+    const auto gt = [&data](qvo_seq_no_t a, qvo_seq_no_t b) { return data[a] > data[b]; };
+    return Model<decltype(gt)>{gt, model_seed<T>};
+}
+
+/// The functions of one type.
+template <class T> struct Api {
+    using V = typename T::value;
+    QVO_RET (*sort)(const V*, qvo_seq_no_t*, qvo_size_t, qvo_seq_order_t);
+    qvo_bool (*sorted)(const V*, qvo_size_t);
+    qvo_bool (*rev_sorted)(const V*, qvo_size_t);
+    void (*init)(qvo_seq_no_t*, qvo_size_t, qvo_seq_order_t);
+    void (*insertion)(const V*, qvo_seq_no_t*, qvo_size_t);
+    void (*median)(const V*, qvo_seq_no_t*, qvo_size_t);
+    void (*heap)(const V*, qvo_seq_no_t*, qvo_size_t);
+    void (*qloop)(const V*, qvo_seq_no_t*, qvo_size_t, unsigned);
+};
+#define API(type)                                                                                              \
+    Api<t_##type> {                                                                                            \
+        qvo_seq_sort_##type, sorted_##type, rev_sorted_##type, init_permutation_##type, insertion_sort_##type, \
+            median_estimate_##type, heap_sort_##type, qloop_##type                                             \
+    }
+
+void expect_same(const Permutation& actual, const Permutation& expected, const std::string& what) {
+    const auto at = std::mismatch(actual.begin(), actual.end(), expected.begin(), expected.end()).first;
+    EXPECT_TRUE(actual == expected) << what << ": differs from entry " << at - actual.begin() << " on";
+}
+
+template <class T>
+void sorts_as_model(const Api<T>& api, const std::vector<typename T::value>& data, const std::string& what,
+                    qvo_seq_order_t order = QVO_SEQ_ASC_ORDER) {
+    Permutation actual(data.size(), ~qvo_seq_no_t{0});
+    EXPECT_EQ(api.sort(data.data(), actual.data(), data.size(), order), QVO_S_OK);
+    const std::string name = std::string(T::name) + ", " + what + ", n " + std::to_string(data.size());
+    expect_same(actual, model_of<T>(data).sort(data.size(), order), name);
+}
+
+/// Inputs by name; values are drawn anew for every call.
+template <class V> std::vector<V> input(const std::string& kind, size_t n, Random& random) {
+    std::vector<V> data(n);
+    for (V& v : data) do
+            v = random.value<V>();
+        while (!(v == v) && kind != "random with NaN");
+    if (kind == "few values")
+        for (V& v : data) v = static_cast<V>(random.below(3));
+    else if (kind == "spread")
+        for (V& v : data) v = static_cast<V>(random.below(1U << 30) + 0.25 * random.below(4));
+    else if (kind == "constant")
+        std::fill(data.begin(), data.end(), static_cast<V>(7));
+    else if (kind != "random" && kind != "random with NaN")
+        std::sort(data.begin(), data.end());
+    if (kind == "descending") std::reverse(data.begin(), data.end());
+    if (kind == "nearly ascending" && n > 1)
+        for (size_t i = 0; i < n / 100 + 1; ++i)
+            std::swap(data[random.below(unsigned(n))], data[random.below(unsigned(n))]);
+    if (kind == "ascending start") std::shuffle(data.begin() + std::ptrdiff_t(n * 3 / 4), data.end(), std::mt19937(1));
+    if (kind == "organ pipe") std::reverse(data.begin() + std::ptrdiff_t(n / 2), data.end());
+    if (kind == "mostly NaN")
+        for (V& v : data)
+            if (random.chance(70))
+                v = std::numeric_limits<V>::has_quiet_NaN ? std::numeric_limits<V>::quiet_NaN() : V{};
+    return data;
+}
+
+template <class T> void check_sort(const Api<T>& api) {
+    Random random(T::code + 1);
+    static constexpr qvo_seq_order_t orders[] = {QVO_SEQ_ASC_ORDER, QVO_SEQ_DESC_ORDER, QVO_SEQ_NO_ORDER,
+                                                 static_cast<qvo_seq_order_t>(3)};
+    for (const char* kind : {"random", "random with NaN", "mostly NaN", "few values", "spread", "constant", "ascending",
+                             "descending", "nearly ascending", "ascending start", "organ pipe"}) {
+        for (const size_t n : {0, 1, 2, 3, 7, 49, 50, 51, 52, 53, 100, 129, 130, 131, 195, 1000, 3001})
+            sorts_as_model(api, input<typename T::value>(kind, n, random), kind, orders[random.below(4)]);
+        for (size_t i = 0; i < 20; ++i)
+            sorts_as_model(api, input<typename T::value>(kind, random.between(2, 400), random), kind, orders[i % 4]);
+        if (testing::Test::HasFailure()) return;
+    }
+    sorts_as_model(api, input<typename T::value>("random", 100000, random), "random");
+    sorts_as_model(api, input<typename T::value>("spread", 100000, random), "spread", QVO_SEQ_DESC_ORDER);
+    sorts_as_model(api, input<typename T::value>("nearly ascending", 100000, random), "nearly ascending");
+}
+
+TEST(Sort, FollowsTheModel) {
+#define CHECK_SORT(type) check_sort(API(type));
+    QVO_SEQ_FOR_FIXED_TYPES(CHECK_SORT)
+}
+
+/// Values that make every pivot a bad one: they are settled while the model compares them, as late as possible and as
+/// low as possible.
+template <class T> std::vector<typename T::value> killer(size_t n) {
+    const auto open = static_cast<typename T::value>(n);  // above all settled ones
+    std::vector<typename T::value> data(n, open);
+    data[0] = 1, data[1] = 0;  // no order to begin with
+    size_t n_settled = 2, candidate = 0;
+    const auto gt = [&](qvo_seq_no_t a, qvo_seq_no_t b) {
+        if (data[a] == open && data[b] == open && a != b)
+            data[a == candidate ? a : b] = static_cast<typename T::value>(n_settled++);
+        if (data[a] == open)
+            candidate = a;
+        else if (data[b] == open)
+            candidate = b;
+        return data[a] > data[b];
+    };
+    uint32_t seed = model_seed<T>;  // of the sort that is to come
+    Model<decltype(gt)>{gt, seed}.sort(n, QVO_SEQ_ASC_ORDER);
+    return data;
+}
+
+template <class T> void check_killer(const Api<T>& api, size_t n) {
+    const auto data = killer<T>(n);
+    uint32_t seed = model_seed<T>;
+    auto model = model_of<T>(data);
+    model.sort(n, QVO_SEQ_ASC_ORDER);
+    EXPECT_GT(model.heap_sorts, 0U) << "bad pivots must end in heap sort";
+    model_seed<T> = seed;
+    sorts_as_model(api, data, "bad pivots");
+}
+
+TEST(Sort, BadPivotsEndInHeapSort) {
+    check_killer(API(double), 2000);
+    check_killer(API(int4), 100000);
+    check_killer(API(datetime), 5000);
+}
+
+template <class T> void check_steps_of(const Api<T>& api) {
+    using V = typename T::value;
+    Random random(T::code + 100);
+    for (size_t round = 0; round < 60; ++round) {
+        const char* kinds[] = {"random with NaN", "mostly NaN", "few values", "spread", "nearly ascending"};
+        const size_t n = round < 10 ? round : random.between(3, 300);
+        const std::vector<V> data = input<V>(kinds[round % 5], n, random);
+        auto model = model_of<T>(data);
+        if (n != 0) {
+            EXPECT_EQ(api.sorted(data.data(), n), model.sorted(n));
+            EXPECT_EQ(api.rev_sorted(data.data(), n), model.rev_sorted(n));
+        }
+        Permutation start(n), actual, expected;
+        api.init(start.data(), n, QVO_SEQ_DESC_ORDER);
+        for (size_t i = 0; i < n; ++i) EXPECT_EQ(start[i], n - 1 - i);
+        api.init(start.data(), n, QVO_SEQ_NO_ORDER);
+        for (size_t i = 0; i < n; ++i) EXPECT_EQ(start[i], i);
+        std::shuffle(start.begin(), start.end(), std::mt19937(static_cast<unsigned>(round)));
+        const auto check = [&](const char* step, auto library, auto literal) {
+            actual = expected = start;
+            library(actual.data());
+            literal(expected.data());
+            expect_same(actual, expected, std::string(T::name) + " " + step + ", round " + std::to_string(round));
+        };
+        check(
+            "insertion_sort", [&](auto p) { api.insertion(data.data(), p, n); },
+            [&](auto p) { model.insertion_sort(p, n); });
+        check(
+            "heap_sort", [&](auto p) { api.heap(data.data(), p, n); }, [&](auto p) { model.heap_sort(p, n); });
+        if (n >= 3)
+            check(
+                "median_estimate", [&](auto p) { api.median(data.data(), p, n); },
+                [&](auto p) { model.median_estimate(p, n); });
+        for (unsigned d = 0; d < 4; ++d)
+            check(
+                "qloop", [&](auto p) { api.qloop(data.data(), p, n, d); }, [&](auto p) { model.qloop(p, n, d); });
+        if (testing::Test::HasFailure()) return;
+    }
+}
+
+TEST(Sort, StepsFollowTheModel) {
+#define CHECK_STEPS(type) check_steps_of(API(type));
+    QVO_SEQ_FOR_FIXED_TYPES(CHECK_STEPS)
+}
+
+template <class V> Permutation sorted_by(const std::vector<V>& data, qvo_seq_order_t order) {
+    Permutation p(data.size());
+    qvo_seq_sort_int4(data.data(), p.data(), data.size(), order);
+    return p;
+}
+
+TEST(Sort, WorkedCases) {
+    using P = Permutation;
+    EXPECT_EQ(sorted_by<int>({3, 1, 2}, QVO_SEQ_ASC_ORDER), (P{1, 2, 0}));
+    EXPECT_EQ(sorted_by<int>({1, 2, 2, 0}, QVO_SEQ_ASC_ORDER), (P{3, 0, 1, 2}));
+    EXPECT_EQ(sorted_by<int>({1, 2, 2, 0}, QVO_SEQ_DESC_ORDER), (P{2, 1, 0, 3}));
+    EXPECT_EQ(sorted_by<int>({5, 5, 5}, QVO_SEQ_DESC_ORDER), (P{2, 1, 0}));
+}
+
+TEST(Sort, WithoutAnOrderOnlyDescendingValuesStay_deliberate) {
+    using P = Permutation;
+    EXPECT_EQ(sorted_by<int>({3, 2, 1}, QVO_SEQ_NO_ORDER), (P{0, 1, 2}));
+    EXPECT_EQ(sorted_by<int>({3, 2, 1}, QVO_SEQ_ASC_ORDER), (P{2, 1, 0}));
+    EXPECT_EQ(sorted_by<int>({3, 1, 2}, QVO_SEQ_NO_ORDER), (P{1, 2, 0}));
+}
+
+TEST(Sort, AnAscendingStartLeavesSlicesUnsorted_deliberate) {
+    std::vector<qvo_int4> data(1000);
+    for (int i = 0; i < 1000; ++i) data[size_t(i)] = i < 900 ? i : i * 37 % 100;
+    const auto unsorted = [&data] {
+        size_t n = 0;
+        Permutation p(data.size());
+        auto model = model_of<t_int4>(data);
+        qvo_seq_sort_int4(data.data(), p.data(), data.size(), QVO_SEQ_ASC_ORDER);
+        EXPECT_EQ(p, model.sort(data.size(), QVO_SEQ_ASC_ORDER));
+        for (size_t i = 1; i < p.size(); ++i) n += data[p[i - 1]] > data[p[i]];
+        return n;
+    };
+    EXPECT_GT(unsorted(), 0U);
+    std::reverse(data.begin(), data.end());
+    EXPECT_EQ(unsorted(), 0U);
+}
+
+}  // namespace
+}  // namespace test
