@@ -1402,18 +1402,17 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
 #undef QVO_SEQ_DECLARE
 
 /*
- * The steps of qvo_seq_sort_<type>, for hosts that sort in pieces. A permutation is here any array of
- * positions in data.
+ * sorted_<type>, rev_sorted_<type>, init_permutation_<type>, insertion_sort_<type>, heap_sort_<type>,
+ * median_estimate_<type>, qloop_<type> (data, permutation, n_elems)
  *
- * sorted_<type> (data, n), rev_sorted_<type> (data, n)   1 if no value is greater (less) than the next, else 0
- * init_permutation_<type> (permutation, n_elems, order)  0, 1, 2, ...; in QVO_SEQ_DESC_ORDER backwards
- * insertion_sort_<type> (data, permutation, n_elems)     brings the smallest to the front and inserts the rest
- * median_estimate_<type> (data, permutation, n)          n >= 3: draws a pivot; the median of it, entry 1 and the
- *                                                        last comes first, the smallest second, the largest last
- * heap_sort_<type> (data, permutation, n_elems)          heap sort, not stable
- * qloop_<type> (data, permutation, n_elems, d)           the quicksort; after d splits one within the other it
- *                                                        goes on with heap sort; d bounds its recursion, and it
- *                                                        reads the first n_elems values of data for the test above
+ * The steps of qvo_seq_sort_<type>, for hosts that sort in pieces. A permutation is here any array of
+ * positions in data. sorted and rev_sorted: 1 if no value is greater (less) than the next, else 0.
+ * init_permutation: 0, 1, 2, ...; in QVO_SEQ_DESC_ORDER backwards. insertion_sort: brings the smallest to the
+ * front and inserts the rest. heap_sort: not stable. median_estimate, for 3 positions and more: draws a
+ * pivot, and of it and the values at entry 1 and at the last entry puts the median first, the smallest second
+ * and the largest last. qloop: the quicksort; after d splits one within the other it goes on with heap sort, so
+ * d bounds its recursion; for the test above it reads the first n_elems values of data.
+ * Elements  The 11 fixed types.
  */
 #define QVO_SEQ_DECLARE(type)                                                                                   \
     QVO_API qvo_bool sorted_##type(const qvo_##type* data, qvo_size_t n);                                       \
@@ -1427,6 +1426,44 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
 #undef QVO_SEQ_DECLARE
 
 /* ==== order/order_by =========================================================================== */
+
+/*
+ * qvo_seq_order_by_<type> (result, input, permutation, n_elems, data)
+ *
+ * The elements of input in the order of a permutation: element i of the result is position permutation[i] of
+ * the input. Sort once by the key column (qvo_seq_sort_<type>), then apply the permutation to every column.
+ * Elements  The 11 fixed types, and char of any width; the result has the same type and width.
+ * Runs      Expanded: every element of the result has run 1. last_seq_no is n_elems - 1.
+ * Ends      After n_elems elements: an int4 column of 820 comes as tiles of 819 and 1.
+ * Parameters  permutation has n_elems entries below n_elems; they are not checked, and one may occur more
+ *           often than once. data is null, or an array of all n_elems values of input in order of storage, as
+ *           the sort got it: the input is then not pulled at all.
+ * Errors    QVO_E_ILLEGAL_TYPE, with nothing changed. Deliberately without a binding check, and the input is
+ *           not marked. The first `next` without data loads n_elems positions of the input into a buffer:
+ *           QVO_E_NOMEM; QVO_E_SEQ_BOUNDED if the binding check is on and the input feeds an operator; the
+ *           input's error, or QVO_S_CURSOR_END if it is empty. The buffer is then released, and the next call
+ *           loads again. An input that ends with fewer positions is the fatal stop; one with more is not
+ *           pulled beyond the tile that holds the last one needed.
+ * Lifetime  The permutation is not copied; it stays in place while the iterator is used. A buffer that was
+ *           loaded goes with `reset` (after which the input is loaded again) or with qvo_seq_free_buffer. A data
+ *           array passes into the iterator's keeping: owned_buf is 1, and qvo_seq_free_buffer hands it to the
+ *           release hook. So either take it from qvo_seq_malloc, or do not call qvo_seq_free_buffer.
+ */
+typedef struct {
+    const qvo_seq_no_t* permutation;
+    qvo_size_t n_elems;
+} qvo_seq_order_by_context; /* in the context words of the iterator */
+
+#define QVO_SEQ_DECLARE_ORDER_BY(type, value_type)                                                                  \
+    QVO_API QVO_RET qvo_seq_order_by_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,                    \
+                                            const qvo_seq_no_t* permutation, qvo_size_t n_elems, value_type* data); \
+    QVO_API QVO_RET qvo_seq_order_by_##type##_next(qvo_seq_iterator_h iterator);
+#define QVO_SEQ_DECLARE(type) QVO_SEQ_DECLARE_ORDER_BY(type, qvo_##type)
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+QVO_SEQ_DECLARE_ORDER_BY(char, char)
+#undef QVO_SEQ_DECLARE
+#undef QVO_SEQ_DECLARE_ORDER_BY
+QVO_API QVO_RET qvo_seq_order_by_reset(qvo_seq_iterator_h iterator);
 
 /* ==== order/stretch ============================================================================ */
 

@@ -13,7 +13,7 @@ import sys
 
 BANNER = re.compile(r"/\* ==== (\S+?):? ")
 COMMENT = re.compile(r"^/\*\n(.*?)^ \*/$", re.MULTILINE | re.DOTALL)
-TITLE = re.compile(r"(qvo_\w+(<\w+>\w*)*|murmur_hash3_32|min_count)[\s,(]")
+TITLE = re.compile(r"(qvo_\w+(<\w+>\w*)*|murmur_hash3_32|min_count|sorted_<type>)[\s,(]")
 HEADING = re.compile(r"((?:Elements|Runs|Ends|Parameters|Errors|Lifetime)(?:, (?:Elements|Runs|Ends|Parameters|Errors|"
                      r"Lifetime))*)  +(.*)")
 SENTENCE = re.compile(r"(?<=[.:;])\s+(?=[A-Z])")

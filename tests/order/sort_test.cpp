@@ -95,13 +95,14 @@ template <class Gt> struct Model {
             --d;
             median_estimate(s, n);
             size_t i = 1, j = n - 1;
-            const auto scan = [&] {
+            for (;;) {
                 do ++i;
                 while (gt(s[0], s[i]));
                 do --j;
                 while (gt(s[j], s[0]));
-            };
-            for (scan(); j > i; scan()) std::swap(s[i], s[j]);
+                if (!(j > i)) break;
+                std::swap(s[i], s[j]);
+            }
             std::swap(s[0], s[j]);
             qloop(s + j + 1, n - 1 - j, d);
             n = j;
@@ -191,7 +192,8 @@ template <class T> void check_sort(const Api<T>& api) {
                                                  static_cast<qvo_seq_order_t>(3)};
     for (const char* kind : {"random", "random with NaN", "mostly NaN", "few values", "spread", "constant", "ascending",
                              "descending", "nearly ascending", "ascending start", "organ pipe"}) {
-        for (const size_t n : {0, 1, 2, 3, 7, 49, 50, 51, 52, 53, 100, 129, 130, 131, 195, 1000, 3001})
+        for (const unsigned n :
+             {0U, 1U, 2U, 3U, 7U, 49U, 50U, 51U, 52U, 53U, 100U, 129U, 130U, 131U, 195U, 1000U, 3001U})
             sorts_as_model(api, input<typename T::value>(kind, n, random), kind, orders[random.below(4)]);
         for (size_t i = 0; i < 20; ++i)
             sorts_as_model(api, input<typename T::value>(kind, random.between(2, 400), random), kind, orders[i % 4]);

@@ -19,6 +19,8 @@ struct Bench {
             handles.push_back(sources.back()->get());
         }
     }
+    ~Bench() { qvo_seq_free_buffer(result.get()); }
+    Bench(const Bench&) = delete;
 };
 
 /// All tiles of an iterator, as bytes.
