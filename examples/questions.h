@@ -7,4 +7,7 @@
 /* Comparison, filters, whole-sequence aggregates, merge of partial results, arithmetic. */
 void ask_about_selections(const station_t* a, const station_t* b);
 
+/* Hash aggregates, merge of their tables, distinct counts exact and estimated. */
+void ask_about_keys(const station_t* a, const station_t* b);
+
 #endif

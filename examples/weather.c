@@ -42,6 +42,7 @@ int main(int argc, char** argv) {
     for (size_t i = 0; i < n_stations; ++i) print_columns(&stations[i]);
 
     ask_about_selections(&stations[0], &stations[1]);
+    ask_about_keys(&stations[0], &stations[1]);
     free_stations(stations, n_stations);
     return 0;
 }

@@ -56,6 +56,11 @@ def expected(places):
         wind = column(days, "wind")
         yield "Wind, least and most", f"{min(wind)} to {max(wind)} in {place}"
         yield "Highest temperature in Fahrenheit", f"{max(highs) * 1.8 + 32:.2f} degrees in {place}"
+        yield "Different highs", f"{len(set(highs))} in {place}"
+    everywhere = [day for days in places.values() for day in days]
+    for kind in {day["weather"] for day in everywhere}:
+        of_kind = [day["temp_max"] for day in everywhere if day["weather"] == kind]
+        yield f"{kind} {len(of_kind)} days", f"{mean(of_kind):.2f} degrees"
     both = [high for days in places.values() for high in wet_highs(days)]
     yield "the two merged", f"{mean(both):.2f} degrees in both"
 

@@ -217,4 +217,14 @@ TEST_F(Host, StringSearch) {
     EXPECT_EQ(called["strchr"], 3) << "a comma, no comma, the brace";
 }
 
+TEST_F(Host, Primes) {
+    qvo_seq_iterator_t keys;
+    ASSERT_EQ(qvo_seq_hash_agg_count(&result, &keys, &a, 1), QVO_S_OK);
+    EXPECT_EQ(reinterpret_cast<const qvo_seq_hash_iterator_context_t*>(result.context)->n_groups, 3U);
+    EXPECT_GT(called["prime"], 0);
+    ASSERT_EQ(result.next(&result), QVO_S_OK);
+    EXPECT_EQ(result.tile_size, 3);
+    EXPECT_EQ(qvo_seq_free_hash(&result), 1);
+}
+
 }  // namespace
