@@ -1119,6 +1119,86 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
 
 /* ==== aggregate/group ========================================================================== */
 
+/*
+ * qvo_seq_group_agg_max_<type>, qvo_seq_group_agg_min_<type>, qvo_seq_group_agg_first_<type>,
+ * qvo_seq_group_agg_last_<type>, qvo_seq_group_agg_sum_<type>, qvo_seq_group_agg_avg_<type>,
+ * qvo_seq_group_agg_var_<type>, qvo_seq_group_agg_var_samp_<type>, qvo_seq_group_agg_dev_<type>,
+ * qvo_seq_group_agg_dev_samp_<type> (result, input, group_by)
+ *
+ * One aggregate of `input` for each group: a stretch of positions over which `group_by` keeps its value. A key that
+ * comes again after another one opens a new group: keys 1, 1, 2, 2, 1 make three. See aggregate/hash for keys in any
+ * order.
+ * Elements  The 11 fixed types; max, min, first, last deliver the same type; sum int8 or uint8 (wrapping), double,
+ *           datetime; avg double, datetime (truncated); var, var_samp, dev, dev_samp double. group_by: any type, compared by
+ *           its bytes (0.0 and -0.0 are different keys, a NaN equals itself). Deliberately, products of integers in avg
+ *           and the var family are taken as unsigned (avg of int4 -1 is 18446744073709551616.0), products of float and run
+ *           are formed in single precision, and the sample forms take n - 1 for n throughout (1 and 3 give -6.0; a single
+ *           value gives 0.0). max and min keep a NaN that opens a group and pass over one that comes later.
+ * Runs      Folded in one step per overlap; results have run 1.
+ * Ends      With the shorter operand; the open group is delivered then.
+ * Errors    QVO_E_ILLEGAL_TYPE for `input` (group_by is not checked); QVO_E_SEQ_BOUNDED for `input`, if the binding check
+ *           is on, and for group_by, deliberately whether it is on or not: a key sequence feeds one group aggregate only.
+ *           That leaves `input` marked. QVO_E_ILLEGAL_PARAM for keys wider than 208 bytes, with both marked. An
+ *           operand's error drops the groups of that call; the open group stays.
+ * Keys of widths other than 1, 2, 4 and 8 are deliberately looked at in another place: where a key element begins, the
+ * element of its tile whose index is the number of groups that this call has delivered, and not the current one. Use
+ * qvo_seq_hash to make 4-byte keys of wider ones. No key behind the tile is looked at: a call delivers at most 4096 / width
+ * groups then.
+ *
+ * qvo_seq_group_agg_wavg_<type> (result, left, right, group_by)
+ *
+ * Weighted average: the sum of left x right x positions, divided, deliberately, by left x positions of the group's last
+ * step alone. left 2, 4 and right 1, 1 in one group give (2 + 4) / 4 = 1.
+ * Elements  The 11 fixed types, left and right of the same; int8, uint8, double or datetime, truncated towards zero.
+ * Runs, Ends  As above, over three operands.
+ * Errors    QVO_E_ILLEGAL_TYPE; QVO_E_SEQ_BOUNDED, with nothing changed; QVO_E_ILLEGAL_PARAM as above.
+ *
+ * qvo_seq_group_agg_count (result, group_by)
+ *
+ * The number of positions of each group, uint8; keys 7 with run 3, then 8, give 3 and 1.
+ * Runs, Ends  The same groups. Elements are taken whole, whatever group_by's rle_offs; an empty tile is not checked for.
+ *           Keys of all widths are compared where they are.
+ * Errors    QVO_E_SEQ_BOUNDED; QVO_E_ILLEGAL_PARAM for keys wider than 208 bytes.
+ */
+#define QVO_SEQ_DECLARE(type)                                                                                        \
+    QVO_API QVO_RET qvo_seq_group_agg_max_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,                \
+                                                 qvo_seq_iterator_h group_by);                                       \
+    QVO_API QVO_RET qvo_seq_group_agg_min_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,                \
+                                                 qvo_seq_iterator_h group_by);                                       \
+    QVO_API QVO_RET qvo_seq_group_agg_first_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,              \
+                                                   qvo_seq_iterator_h group_by);                                     \
+    QVO_API QVO_RET qvo_seq_group_agg_last_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,               \
+                                                  qvo_seq_iterator_h group_by);                                      \
+    QVO_API QVO_RET qvo_seq_group_agg_sum_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,                \
+                                                 qvo_seq_iterator_h group_by);                                       \
+    QVO_API QVO_RET qvo_seq_group_agg_avg_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,                \
+                                                 qvo_seq_iterator_h group_by);                                       \
+    QVO_API QVO_RET qvo_seq_group_agg_var_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,                \
+                                                 qvo_seq_iterator_h group_by);                                       \
+    QVO_API QVO_RET qvo_seq_group_agg_var_samp_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,           \
+                                                      qvo_seq_iterator_h group_by);                                  \
+    QVO_API QVO_RET qvo_seq_group_agg_dev_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,                \
+                                                 qvo_seq_iterator_h group_by);                                       \
+    QVO_API QVO_RET qvo_seq_group_agg_dev_samp_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,           \
+                                                      qvo_seq_iterator_h group_by);                                  \
+    QVO_API QVO_RET qvo_seq_group_agg_wavg_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h left,                \
+                                                  qvo_seq_iterator_h right, qvo_seq_iterator_h group_by);            \
+    QVO_API QVO_RET qvo_seq_group_agg_max_##type##_next(qvo_seq_iterator_h iterator);                                \
+    QVO_API QVO_RET qvo_seq_group_agg_min_##type##_next(qvo_seq_iterator_h iterator);                                \
+    QVO_API QVO_RET qvo_seq_group_agg_first_##type##_next(qvo_seq_iterator_h iterator);                              \
+    QVO_API QVO_RET qvo_seq_group_agg_last_##type##_next(qvo_seq_iterator_h iterator);                               \
+    QVO_API QVO_RET qvo_seq_group_agg_sum_##type##_next(qvo_seq_iterator_h iterator);                                \
+    QVO_API QVO_RET qvo_seq_group_agg_avg_##type##_next(qvo_seq_iterator_h iterator);                                \
+    QVO_API QVO_RET qvo_seq_group_agg_var_##type##_next(qvo_seq_iterator_h iterator);                                \
+    QVO_API QVO_RET qvo_seq_group_agg_var_samp_##type##_next(qvo_seq_iterator_h iterator);                           \
+    QVO_API QVO_RET qvo_seq_group_agg_dev_##type##_next(qvo_seq_iterator_h iterator);                                \
+    QVO_API QVO_RET qvo_seq_group_agg_dev_samp_##type##_next(qvo_seq_iterator_h iterator);                           \
+    QVO_API QVO_RET qvo_seq_group_agg_wavg_##type##_next(qvo_seq_iterator_h iterator);
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+#undef QVO_SEQ_DECLARE
+QVO_API QVO_RET qvo_seq_group_agg_count(qvo_seq_iterator_h result, qvo_seq_iterator_h group_by);
+QVO_API QVO_RET qvo_seq_group_agg_count_next(qvo_seq_iterator_h iterator);
+
 /* ==== aggregate/grid =========================================================================== */
 
 /* ==== aggregate/top ============================================================================ */
@@ -1160,6 +1240,23 @@ QVO_API QVO_RET qvo_seq_agg_approxdc_next(qvo_seq_iterator_h iterator);
 QVO_API QVO_RET qvo_seq_agg_approxdc_merge(qvo_seq_iterator_h dst, qvo_seq_iterator_h src);
 QVO_API QVO_RET qvo_seq_agg_approxdc_hash(qvo_seq_iterator_h result, qvo_seq_iterator_h input);
 QVO_API QVO_RET qvo_seq_agg_approxdc_hash_next(qvo_seq_iterator_h iterator);
+
+/*
+ * qvo_seq_group_agg_approxdc, qvo_seq_group_agg_approxdc_hash (result, input, group_by)
+ *
+ * The same estimate for each group of the group aggregates (see aggregate/group): one uint4 element of run 1 for each
+ * stretch of equal keys.
+ * Elements  As above; group_by of any type.
+ * Runs, Ends  As for the group aggregates; an element counts once, whatever its run.
+ * Errors    approxdc_hash: QVO_E_ILLEGAL_TYPE; both: QVO_E_SEQ_BOUNDED for `input`, then QVO_E_ILLEGAL_PARAM for
+ *           keys wider than 40 bytes, with `input` marked bound. Deliberately, group_by is neither checked nor marked.
+ */
+QVO_API QVO_RET qvo_seq_group_agg_approxdc(qvo_seq_iterator_h result, qvo_seq_iterator_h input,
+                                           qvo_seq_iterator_h group_by);
+QVO_API QVO_RET qvo_seq_group_agg_approxdc_next(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_group_agg_approxdc_hash(qvo_seq_iterator_h result, qvo_seq_iterator_h input,
+                                                qvo_seq_iterator_h group_by);
+QVO_API QVO_RET qvo_seq_group_agg_approxdc_hash_next(qvo_seq_iterator_h iterator);
 
 /* ==== aggregate/hash =========================================================================== */
 

@@ -1,7 +1,7 @@
 // Estimates of distinct counts: the hash, the sketch, the estimate, whole sequences and groups.
 #include <array>
 
-#include "support/protocol.h"
+#include "aggregate/group_model.h"
 
 namespace test {
 namespace {
@@ -175,6 +175,40 @@ TEST(ApproximateDistinct, HashFormProtocol) {
     member.aggregate = false;
     member.type_checked = {};
     check_protocol(member);
+}
+
+template <class T> void check_groups(Member member, bool hashed) {
+    using V = typename T::value;
+    member.bound = {true, false};
+    member.aggregate = false;
+    check_group<T, t_uint4>(member, 2, [=](const GroupSteps<V>& group) {
+        Registers registers{};
+        for (const auto& step : group)
+            model_enter(registers,
+                        hashed ? static_cast<uint32_t>(step.v) : murmur_hash3_32(&step.v, sizeof(V), 377307));
+        return model_estimate(registers);
+    });
+}
+
+#define TEST_GROUPS(type) \
+    check_groups<t_##type>(group_member(MEMBER(qvo_seq_group_agg_approxdc), QVO_DD_UINT4, 4), false);
+
+TEST(ApproximateDistinct, OfGroups) {
+    QVO_SEQ_FOR_FIXED_TYPES(TEST_GROUPS)
+    check_groups<t_uint4>(group_member(MEMBER(qvo_seq_group_agg_approxdc_hash), QVO_DD_UINT4, 4), true);
+}
+
+TEST(ApproximateDistinct, OfGroupsRefusals) {
+    Source values(t_int4{}, {{1}}), keys(t_char{}, {{"k"}}, {}, 40), wide(t_char{}, {{"k"}}, {}, 41);
+    Record it;
+    EXPECT_EQ(qvo_seq_group_agg_approxdc_hash(it.get(), values.get(), keys.get()), QVO_E_ILLEGAL_TYPE);
+    EXPECT_EQ(values->bounded, 0);
+    EXPECT_EQ(qvo_seq_group_agg_approxdc(it.get(), values.get(), wide.get()), QVO_E_ILLEGAL_PARAM);
+    const BindingCheck check;
+    EXPECT_EQ(qvo_seq_group_agg_approxdc(it.get(), values.get(), keys.get()), QVO_E_SEQ_BOUNDED);
+    values->bounded = 0;
+    keys->bounded = 1;
+    EXPECT_EQ(qvo_seq_group_agg_approxdc(it.get(), values.get(), keys.get()), QVO_S_OK) << "the key is not checked";
 }
 
 }  // namespace

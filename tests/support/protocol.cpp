@@ -156,7 +156,7 @@ void check_stops(const Member& member) {
 
 void check_protocol(const Member& member) {
     SCOPED_TRACE(member.name);
-    check_refusals(member);
+    if (!member.own_refusals) check_refusals(member);
     check_fields(member);
     check_end_and_reset(member);
     check_stops(member);

@@ -33,6 +33,7 @@ struct Member {
     qvo_seq_iterator_merge_t merge = nullptr;
     bool aggregate = false;            // sets `prepared` to 0
     bool passes_errors = true;         // returns the errors of its operands
+    bool own_refusals = false;         // checks its operands in another way, which has tests of its own
     bool endless = false;              // never ends, whatever its operands do
     std::vector<bool> type_checked;    // per operand; none: all
     std::vector<bool> bound;           // per operand, whether it is checked and marked; none: all

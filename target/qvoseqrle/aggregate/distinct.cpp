@@ -1,11 +1,12 @@
-// Estimates of distinct counts: the sketch, and the operators over whole sequences.
+// Estimates of distinct counts: the sketch, and the operators over whole sequences and groups.
 #include <cmath>
 
+#include "aggregate/group_walk.h"
 #include "aggregate/murmur3.h"
 #include "aggregate/sketch.h"
 #include "core/construct.h"
 #include "core/number.h"
-#include "core/tile.h"
+#include "core/overlap_list.h"
 
 namespace qvo {
 namespace {
@@ -30,6 +31,54 @@ template <class Add> QVO_RET deliver_estimate(qvo_seq_iterator_h it, uint8_t* re
 
 void add_tile(qvo_seq_iterator_h input, size_t n, uint8_t* registers) {
     add_values(values_of<uint8_t>(input), input->elem_size, n, registers);
+}
+
+using Context = qvo_seq_agg_context_t;
+static_assert(sizeof(Context::history) >= sketch_registers);
+
+/// The sketch of the open group lies in the history; the key therefore lies before it.
+uint8_t* registers_of(qvo_seq_iterator_h it) { return key_in_history(it); }
+
+/// Folds the hashes of the steps; hashes[i - first] is that of the value with index i.
+void fold_hashes(qvo_seq_iterator_h it, const GroupSteps& steps, size_t to, const uint32_t* hashes, size_t first) {
+    uint8_t* registers = registers_of(it);
+    qvo_uint4* out = values_of<qvo_uint4>(it) + to;
+    const auto add = [&](size_t i) { add_hash(hashes[steps.value[i] - first], registers); };
+    walk_groups(
+        steps, state<Context>(it).count,
+        [&](size_t i) {
+            qvo_memnull(registers, sketch_registers);
+            add(i);
+        },
+        add, [&](uint64_t) { *out++ = approximate_distinct_count(registers); });
+}
+
+void fold_values(qvo_seq_iterator_h it, const GroupSteps& steps, size_t to) {
+    uint32_t hashes[OverlapList<2>::most];
+    const qvo_seq_iterator_h input = it->opd[0];
+    const size_t width = input->elem_size, first = steps.value[0];
+    // A group that ends with the very first step leaves none to fold.
+    const size_t n = steps.n == 0 ? 0 : steps.value[steps.n - 1] - first + 1;
+    hash_values(values_of<uint8_t>(input) + first * width, width, n, hash_seed, hashes);
+    fold_hashes(it, steps, to, hashes, first);
+}
+
+void fold_given_hashes(qvo_seq_iterator_h it, const GroupSteps& steps, size_t to) {
+    fold_hashes(it, steps, to, values_of<qvo_uint4>(it->opd[0]), 0);
+}
+
+void close_group(qvo_seq_iterator_h it, size_t to) {
+    values_of<qvo_uint4>(it)[to] = approximate_distinct_count(registers_of(it));
+}
+
+QVO_RET construct_group(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_seq_iterator_h group_by,
+                        qvo_seq_iterator_next_t next) {
+    // Deliberately, group_by is neither checked nor marked.
+    if (const QVO_RET rc = bind({input}); rc != QVO_S_OK) return rc;
+    if (group_by->elem_size > widest_short_group_key) return QVO_E_ILLEGAL_PARAM;
+    fill_result(result, layout_of<elem_uint4>, {input, group_by}, next, qvo_seq_reset_binary_agg_iterator);
+    state<Context>(result).count = 0;
+    return QVO_S_OK;
 }
 
 }  // namespace
@@ -123,6 +172,26 @@ QVO_RET qvo_seq_agg_approxdc(qvo_seq_iterator_h result, qvo_seq_iterator_h input
 
 QVO_RET qvo_seq_agg_approxdc_hash(qvo_seq_iterator_h result, qvo_seq_iterator_h input) {
     return qvo::construct_unary<qvo::elem_uint4, qvo::elem_uint4>(result, input, qvo_seq_agg_approxdc_hash_next);
+}
+
+QVO_RET qvo_seq_group_agg_approxdc_next(qvo_seq_iterator_h iterator) {
+    return qvo::group_next(iterator, {qvo::fold_values, qvo::close_group}, qvo::key_in_accumulator(iterator),
+                           qvo::Where::here());
+}
+
+QVO_RET qvo_seq_group_agg_approxdc_hash_next(qvo_seq_iterator_h iterator) {
+    return qvo::group_next(iterator, {qvo::fold_given_hashes, qvo::close_group}, qvo::key_in_accumulator(iterator),
+                           qvo::Where::here());
+}
+
+QVO_RET qvo_seq_group_agg_approxdc(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_seq_iterator_h group_by) {
+    return qvo::construct_group(result, input, group_by, qvo_seq_group_agg_approxdc_next);
+}
+
+QVO_RET qvo_seq_group_agg_approxdc_hash(qvo_seq_iterator_h result, qvo_seq_iterator_h input,
+                                        qvo_seq_iterator_h group_by) {
+    if (!qvo::has_type(input, QVO_DD_UINT4)) return QVO_E_ILLEGAL_TYPE;
+    return qvo::construct_group(result, input, group_by, qvo_seq_group_agg_approxdc_hash_next);
 }
 
 }  // extern "C"

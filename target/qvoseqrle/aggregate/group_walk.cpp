@@ -1,0 +1,158 @@
+#include "aggregate/group_walk.h"
+
+#include "core/overlap_list.h"
+
+namespace qvo {
+namespace {
+
+using Context = qvo_seq_agg_context_t;
+
+/// The keys of a batch of steps: where groups end, up to `room` of them.
+struct KeySteps {
+    const uint8_t* values;  // the tile of the keys
+    size_t width;
+    const uint16_t* index;
+    size_t n;
+    bool inside;    // the first step goes on with an element whose key has been looked at
+    bool open;      // a group is open
+    size_t closed;  // groups that ended in this call before
+    size_t room;
+};
+
+/// Writes the ends and returns their number; cuts steps.n behind the last one that there is room for.
+template <class Bits> size_t find_ends(KeySteps& steps, uint8_t* kept_key, uint16_t* ends) {
+    const Bits* keys = reinterpret_cast<const Bits*>(steps.values);
+    size_t i = 0;
+    if (steps.inside)
+        while (i != steps.n && steps.index[i] == steps.index[0]) ++i;
+    if (i == steps.n) return 0;
+    Bits last = 0;
+    std::memcpy(&last, kept_key, sizeof(Bits));
+    if (i == 0 && !steps.open) last = keys[steps.index[i++]];
+    size_t n_ends = 0;
+    for (; i != steps.n; ++i) {
+        const Bits key = keys[steps.index[i]];
+        ends[n_ends] = static_cast<uint16_t>(i);
+        n_ends += key != last;
+        last = key;
+        if (n_ends == steps.room) {
+            steps.n = i;
+            break;
+        }
+    }
+    std::memcpy(kept_key, &last, sizeof(Bits));
+    return n_ends;
+}
+
+/// Keys of other widths. Deliberately, the key that is looked at is not the one of the step but the element whose index
+/// is the number of groups that this call has closed.
+size_t find_ends_of_bytes(KeySteps& steps, uint8_t* kept_key, uint16_t* ends) {
+    size_t n_ends = 0;
+    for (size_t i = 0; i != steps.n; ++i) {
+        if (i == 0 ? steps.inside : steps.index[i] == steps.index[i - 1]) continue;
+        const uint8_t* key = steps.values + (steps.closed + n_ends) * steps.width;
+        const bool differs = qvo_memcmp(key, kept_key, steps.width) != 0;
+        std::memcpy(kept_key, key, steps.width);
+        if (!differs || (i == 0 && !steps.open)) continue;
+        ends[n_ends++] = static_cast<uint16_t>(i);
+        if (n_ends == steps.room) steps.n = i;
+        if (n_ends == steps.room) break;
+    }
+    return n_ends;
+}
+
+size_t find_ends(KeySteps& steps, uint8_t* kept_key, uint16_t* ends) {
+    switch (steps.width) {
+        case 1:
+            return find_ends<bits1>(steps, kept_key, ends);
+        case 2:
+            return find_ends<bits2>(steps, kept_key, ends);
+        case 4:
+            return find_ends<bits4>(steps, kept_key, ends);
+        case 8:
+            return find_ends<bits8>(steps, kept_key, ends);
+        default:
+            return find_ends_of_bytes(steps, kept_key, ends);
+    }
+}
+
+/// The groups that one call may close. Keys of other widths are looked at by the number of groups closed, and no element
+/// lies behind the payload.
+size_t groups_per_call(qvo_seq_iterator_h it, size_t key_width) {
+    const bool by_bytes = key_width != 1 && key_width != 2 && key_width != 4 && key_width != 8;
+    return std::min(capacity_of(it->elem_size), by_bytes ? payload_bytes / key_width : payload_bytes);
+}
+
+template <size_t N> QVO_RET refill_all(Operand (&operands)[N], Where where) {
+    bool used_up = false;
+    for (const Operand& operand : operands) used_up |= operand.used_up();
+    if (!used_up) return QVO_S_OK;
+    for (const Operand& operand : operands) operand.store();
+    for (Operand& operand : operands)
+        if (operand.used_up())
+            if (const QVO_RET rc = operand.pull(where); rc != QVO_S_OK) return rc;
+    return QVO_S_OK;
+}
+
+template <size_t N>
+QVO_RET next_groups(qvo_seq_iterator_h it, Operand (&operands)[N], const GroupMember& member, uint8_t* kept_key,
+                    Where where) {
+    Context& context = state<Context>(it);
+    const qvo_seq_iterator_h group_by = operands[N - 1].iterator();
+    const size_t most = groups_per_call(it, group_by->elem_size);
+    OverlapList<N> list;
+    uint16_t ends[OverlapList<N>::most + 1];
+    size_t k = 0;
+    const auto count_groups = [&](size_t n) {
+        if (n != 0) fill_runs(runs_of(it) - k, n, 1);
+        it->next_seq_no += n;
+        k += n;
+    };
+    for (;;) {
+        if (const QVO_RET rc = refill_all(operands, where); rc != QVO_S_OK) {
+            if (rc != QVO_S_CURSOR_END || k + context.count == 0) return rc;
+            break;
+        }
+        const bool inside = operands[N - 1].taken() != 0;
+        list.collect(operands);
+        KeySteps keys{values_of<uint8_t>(group_by),
+                      group_by->elem_size,
+                      list.index[N - 1],
+                      list.n,
+                      inside,
+                      context.count != 0,
+                      k,
+                      most - k};
+        const size_t n_ends = find_ends(keys, kept_key, ends);
+        member.fold(it, {list.index[0], N == 3 ? list.index[1] : nullptr, list.run, keys.n, ends, n_ends}, k);
+        count_groups(n_ends);
+        if (k == most) {
+            // The step that opens the next group comes again in the next call.
+            list.set_back(operands, keys.n);
+            for (const Operand& operand : operands) operand.store();
+            it->tile_size = static_cast<uint16_t>(k);
+            return QVO_S_OK;
+        }
+    }
+    if (context.count != 0) {
+        member.close(it, k);
+        context.count = 0;
+        count_groups(1);
+    }
+    it->tile_size = static_cast<uint16_t>(k);
+    return QVO_S_OK;
+}
+
+}  // namespace
+
+QVO_RET group_next(qvo_seq_iterator_h it, const GroupMember& member, uint8_t* kept_key, Where where) {
+    Operand operands[] = {Operand(it->opd[0]), Operand(it->opd[1])};
+    return next_groups(it, operands, member, kept_key, where);
+}
+
+QVO_RET group_pair_next(qvo_seq_iterator_h it, const GroupMember& member, uint8_t* kept_key, Where where) {
+    Operand operands[] = {Operand(it->opd[0]), Operand(it->opd[1]), Operand(it->opd[2])};
+    return next_groups(it, operands, member, kept_key, where);
+}
+
+}  // namespace qvo
