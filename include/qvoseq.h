@@ -790,6 +790,44 @@ QVO_API QVO_RET qvo_seq_print_char_next(qvo_seq_iterator_h iterator);
 
 /* ==== transform/choose ========================================================================= */
 
+/*
+ * qvo_seq_iif_<type> (result, cond, then_iter, else_iter)
+ *
+ * Element-wise choice between two sequences that are read in lock-step: conditions 1, 0, 1 over (a1, a2, a3)
+ * and (b1, b2, b3) give a1, b2, a3.
+ * Elements  cond is boolean (QVO_DD_UINT1; any value but 0 is true). The other two are of the same type, one
+ *           of the 11 fixed ones or char with the same width; so is the result.
+ * Runs      One result element per step. A step takes the smallest of the three operands' run bytes, and
+ *           deliberately of the whole runs, not of what is left of them. Over runs that line up, and beside a
+ *           constant, that is the choice at every position. Where runs cross, a read position passes the end
+ *           of its run and the element is used on until the position, a byte, comes round to the run: over
+ *           conditions and else_iter with runs of 2, a then_iter of (a x3, b x3) never gets to b. So give it
+ *           operands whose runs line up, or runs of 1, or constants.
+ * Ends      With the shortest operand.
+ * Errors    QVO_E_ILLEGAL_TYPE (char: also for unequal widths), then QVO_E_SEQ_BOUNDED; in both cases
+ *           nothing has changed.
+ *
+ * qvo_seq_if_<type> (result, cond, then_iter, else_iter)
+ *
+ * A merge of two sequences of which only the chosen one is read on: conditions 1, 0, 1 over (a, b) and
+ * (x, y) give a, x, b.
+ * Elements, Errors  As for iif.
+ * Runs      One result element per overlap of the condition's run and that of the chosen operand.
+ * Ends      As soon as any of the three operands has ended, also the one that would not be chosen next.
+ */
+#define QVO_SEQ_DECLARE(type)                                                                       \
+    QVO_API QVO_RET qvo_seq_iif_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h cond,          \
+                                       qvo_seq_iterator_h then_iter, qvo_seq_iterator_h else_iter); \
+    QVO_API QVO_RET qvo_seq_if_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h cond,           \
+                                      qvo_seq_iterator_h then_iter, qvo_seq_iterator_h else_iter);  \
+    QVO_API QVO_RET qvo_seq_iif_##type##_next(qvo_seq_iterator_h iterator);                         \
+    QVO_API QVO_RET qvo_seq_if_##type##_next(qvo_seq_iterator_h iterator);
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+QVO_SEQ_DECLARE(char)
+#undef QVO_SEQ_DECLARE
+QVO_API QVO_RET qvo_seq_iif_reset(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_if_reset(qvo_seq_iterator_h iterator);
+
 /* ==== transform/filter ========================================================================= */
 
 /*

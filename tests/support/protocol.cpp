@@ -187,7 +187,8 @@ void expect_same_record(const qvo_seq_iterator_t& actual, const qvo_seq_iterator
 }
 
 void check_steps(const Member& member, const std::function<QVO_RET(qvo_seq_iterator_h)>& literal,
-                 const std::vector<Script>& scripts, const std::function<void(const Member::Operands&)>& before) {
+                 const std::vector<Script>& scripts, const std::function<void(const Member::Operands&)>& before,
+                 unsigned most_calls) {
     SCOPED_TRACE(member.name);
     Bench actual(member, scripts), expected(member, scripts);
     ASSERT_EQ(member.construct(actual.result.get(), actual.handles), QVO_S_OK);
@@ -197,7 +198,7 @@ void check_steps(const Member& member, const std::function<QVO_RET(qvo_seq_itera
         before(actual.handles);
         before(expected.handles);
     }
-    for (unsigned call = 0, ends = 0; ends < 2 && call < 10000; ++call) {
+    for (unsigned call = 0, ends = 0; ends < 2 && call < most_calls; ++call) {
         const std::string what = member.name + ", call " + std::to_string(call);
         const QVO_RET rc = actual.result->next(actual.result.get());
         ASSERT_EQ(rc, literal(expected.result.get())) << what;

@@ -50,10 +50,10 @@ void expect_same_record(const qvo_seq_iterator_t& actual, const qvo_seq_iterator
 /// One run of a member against a literal statement of its `next`, on operands of the same scripts: after every call
 /// the code, the record, the operands' read positions and the number of their `next` calls are the same.
 /// `literal` is called with the model's record, which starts as a copy of the constructed one. `before` may read from
-/// the operands first, so that they start in mid-tile.
+/// the operands first, so that they start in mid-tile. A member that may never end is given a number of calls.
 void check_steps(const Member& member, const std::function<QVO_RET(qvo_seq_iterator_h)>& literal,
                  const std::vector<Script>& scripts,
-                 const std::function<void(const Member::Operands&)>& before = nullptr);
+                 const std::function<void(const Member::Operands&)>& before = nullptr, unsigned most_calls = 10000);
 
 // Parts of the numbered steps, stated literally on the records.
 

@@ -61,7 +61,7 @@ class Operand {
         return QVO_S_OK;
     }
 
-    /// Pulls if the tile is used up. For one operand; several are refilled together (refill_both).
+    /// Pulls if the tile is used up. For one operand; several are refilled together (refill_all).
     QVO_INLINE QVO_RET refill(Where where) {
         if (!used_up()) return QVO_S_OK;
         store();
@@ -76,18 +76,18 @@ class Operand {
     unsigned taken_;
 };
 
-/// Refills the first operand, then the second. An operand's `next` finds the positions of both in the records.
-QVO_INLINE QVO_RET refill_both(Operand& a, Operand& b, Where where) {
-    if (a.used_up() || b.used_up()) [[unlikely]] {
-        a.store();
-        b.store();
-        if (a.used_up())
-            if (const QVO_RET rc = a.pull(where); rc != QVO_S_OK) return rc;
-        if (b.used_up())
-            if (const QVO_RET rc = b.pull(where); rc != QVO_S_OK) return rc;
-    }
-    return QVO_S_OK;
+/// Refills the operands in order, up to the first that stops. An operand's `next` finds the positions of all of them in
+/// the records.
+template <class... Operands> QVO_INLINE QVO_RET refill_all(Where where, Operands&... operands) {
+    if (!(operands.used_up() || ...)) [[likely]]
+        return QVO_S_OK;
+    (operands.store(), ...);
+    QVO_RET rc = QVO_S_OK;
+    static_cast<void>(((!operands.used_up() || (rc = operands.pull(where)) == QVO_S_OK) && ...));
+    return rc;
 }
+
+QVO_INLINE QVO_RET refill_both(Operand& a, Operand& b, Where where) { return refill_all(where, a, b); }
 
 /// Hands out whole elements of one operand until the result is full or the operand stops: take(index, n) writes a
 /// result for each of the n elements from index on. Runs are not split and rle_offs is not consulted.
