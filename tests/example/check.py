@@ -61,6 +61,12 @@ def expected(places):
     for kind in {day["weather"] for day in everywhere}:
         of_kind = [day["temp_max"] for day in everywhere if day["weather"] == kind]
         yield f"{kind} {len(of_kind)} days", f"{mean(of_kind):.2f} degrees"
+    for place, days in places.items():
+        # The specified order is that of a sort whose ties are not stable, so only days without an equal are named.
+        winds = column(days, "wind")
+        for day in days:
+            if day["wind"] in sorted(winds)[-5:] and winds.count(day["wind"]) == 1:
+                yield f"{day['date']} {day['weather']}", f"{day['wind']}"
     both = [high for days in places.values() for high in wet_highs(days)]
     yield "the two merged", f"{mean(both):.2f} degrees in both"
 
