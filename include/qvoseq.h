@@ -990,6 +990,27 @@ QVO_API QVO_RET qvo_seq_map_reset(qvo_seq_iterator_h iterator);
 
 /* ==== transform/unique ========================================================================= */
 
+/*
+ * qvo_seq_unique_<type> (result, input)
+ *
+ * Drops elements that are equal to the last one kept, but deliberately not in the first call that delivers a
+ * tile: that one keeps every element. So 1, 1, 2 with run 5, 2 give 1, 1, 2, 2, and only elements behind the
+ * first full tile, which for int4 is the first 819, are compared with the ones before them.
+ * Elements  The 11 fixed types and char up to a width of 264; the result has the same type. Floating values
+ *           are compared as numbers: -0 equals 0, and a NaN equals nothing and is always kept. Char is
+ *           compared over the whole width.
+ * Runs      1 each: a run is taken whole and gives a single element. next_seq_no counts these.
+ * Ends      With input.
+ * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed. Then
+ *           QVO_E_ILLEGAL_PARAM for wider char, with input marked bound.
+ */
+#define QVO_SEQ_DECLARE(type)                                                                   \
+    QVO_API QVO_RET qvo_seq_unique_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input); \
+    QVO_API QVO_RET qvo_seq_unique_##type##_next(qvo_seq_iterator_h iterator);
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+QVO_SEQ_DECLARE(char)
+#undef QVO_SEQ_DECLARE
+
 /* ==== transform/union ========================================================================== */
 
 /*
@@ -1065,11 +1086,96 @@ QVO_API QVO_RET qvo_seq_cross_reset_iterator(qvo_seq_iterator_h iterator);
 
 /* ==== transform/skip_nan ======================================================================= */
 
+/*
+ * qvo_seq_skip_nan_<type> (result, input)
+ *
+ * Drops NaNs.
+ * Elements  float and double; the result has the same type.
+ * Runs      Kept; elements are taken whole, whatever the operand's rle_offs. next_seq_no deliberately grows by
+ *           elements and not by positions: 1.0, NaN with run 5, 2.0 with run 3 give 1.0 and 2.0 with run 3, and
+ *           a next_seq_no of 2, not 4. So operators that count the positions of their operand by it, such as
+ *           qvo_seq_map_<type> and qvo_seq_limit, need input with runs of 1.
+ * Ends      With input.
+ * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed.
+ */
+#define QVO_SEQ_DECLARE(type)                                                                     \
+    QVO_API QVO_RET qvo_seq_skip_nan_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input); \
+    QVO_API QVO_RET qvo_seq_skip_nan_##type##_next(qvo_seq_iterator_h iterator);
+QVO_SEQ_DECLARE(float)
+QVO_SEQ_DECLARE(double)
+#undef QVO_SEQ_DECLARE
+
 /* ==== transform/histogram ====================================================================== */
+
+/*
+ * qvo_seq_histogram_<type> (result, input, min_value, max_value, n_intervals)
+ *
+ * Counts the positions of input in n_intervals equal intervals of min_value <= value < max_value: 0, 1, 9, 9
+ * in 5 intervals from 0 to 10 are 2, 0, 0, 0, 2.
+ * Elements  The 11 fixed types; the result is one tile of n_intervals counts, uint8 with runs of 1. The
+ *           interval is (value - min_value) * n_intervals / (max_value - min_value), rounded down. For
+ *           integers the differences are exact in the whole range of the type, and the product is taken
+ *           modulo 2^64: 8-byte ranges above 2^64 / n_intervals are not divided equally. Floating values
+ *           are taken as double; what rounds to n_intervals counts in the last interval. A NaN passes for
+ *           a value and counts in the first one.
+ * Runs      Added up. Tiles are read from their first element, whatever the operand's read position.
+ * Ends      After the one tile.
+ * Parameters  n_intervals: 1 to 455; max_value above min_value.
+ * Errors    QVO_E_ILLEGAL_TYPE, QVO_E_ILLEGAL_PARAM, then QVO_E_SEQ_BOUNDED; nothing has changed in any of
+ *           these cases. next: QVO_E_ILLEGAL_PARAM for a value outside of the range, with the counts so far in
+ *           the tile but no tile_size; an error of input, in which case the tile holds the counts up to it.
+ *           Empty tiles of input are passed over.
+ */
+#define QVO_SEQ_DECLARE(type)                                                                                   \
+    QVO_API QVO_RET qvo_seq_histogram_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,               \
+                                             qvo_##type min_value, qvo_##type max_value, uint64_t n_intervals); \
+    QVO_API QVO_RET qvo_seq_histogram_##type##_next(qvo_seq_iterator_h iterator);
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+#undef QVO_SEQ_DECLARE
 
 /* ==== transform/extrema ======================================================================== */
 
+/*
+ * qvo_seq_extrema_<type> (result, input, first_extremum)
+ *
+ * The positions of local maxima and minima: where the values turn from rising to falling or back. A plateau
+ * counts at its last position: 1, 3, 3, 2, 5 turns at 2 (the second 3) and at 3.
+ * Elements  The 11 fixed types; the result is uint8. A NaN neither rises nor falls.
+ * Runs      1 each; positions are those of input, runs expanded. The last position of a run is reported.
+ * Ends      With input, whose first and last values are no extrema.
+ * Parameters  first_extremum: 0 for all; 1 for maxima and -1 for minima, deliberately everywhere and not
+ *           only the first: of the example above 1 leaves the 2 and -1 the 3. Any other value leaves none.
+ * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed.
+ *
+ * qvo_seq_extrema_<type>_reset_iterator
+ *
+ * The reset: back to position 0 and no direction, then qvo_seq_reset_unary_iterator.
+ */
+#define QVO_SEQ_DECLARE(type)                                                                                        \
+    QVO_API QVO_RET qvo_seq_extrema_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, int first_extremum); \
+    QVO_API QVO_RET qvo_seq_extrema_##type##_next(qvo_seq_iterator_h iterator);                                      \
+    QVO_API QVO_RET qvo_seq_extrema_##type##_reset_iterator(qvo_seq_iterator_h iterator);
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+#undef QVO_SEQ_DECLARE
+
 /* ==== transform/progression ==================================================================== */
+
+/*
+ * qvo_seq_aprogres_<type> (result, init_value, step, count)
+ *
+ * The arithmetic progression of `count` values: 10 with step 3 is 10, 13, 16, 19.
+ * Elements  The 11 fixed types. Each value is position * step + init_value; integers wrap at their width,
+ *           floating types take the position as a number of that type and round both operations.
+ * Runs      1 each.
+ * Ends      After `count` values, which is also last_seq_no. The tile's tile_size is then 0.
+ * Errors    QVO_S_OK always.
+ */
+#define QVO_SEQ_DECLARE(type)                                                                                  \
+    QVO_API QVO_RET qvo_seq_aprogres_##type(qvo_seq_iterator_h result, qvo_##type init_value, qvo_##type step, \
+                                            uint64_t count);                                                   \
+    QVO_API QVO_RET qvo_seq_aprogres_##type##_next(qvo_seq_iterator_h iterator);
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+#undef QVO_SEQ_DECLARE
 
 /* ==== aggregate/whole ========================================================================== */
 

@@ -11,25 +11,6 @@ namespace {
 
 // The functions below move values of operand 1, of any width, to the result.
 
-Selection select_values(qvo_seq_iterator_h it, size_t to, size_t from, const uint8_t* conditions, size_t n,
-                        size_t room) {
-    uint8_t* const out = values_of<uint8_t>(it);
-    const uint8_t* const in = values_of<uint8_t>(it->opd[1]);
-    return with_mover(
-        it->elem_size, [=](auto mover) __attribute__((always_inline)) {
-            const size_t width = mover.width();
-            uint8_t* __restrict const result = out + to * width;
-            const uint8_t* __restrict const input = in + from * width;
-            return select(
-                conditions, n, room, [=](size_t k, size_t i, auto count) __attribute__((always_inline)) {
-                    if constexpr (count == 1)
-                        mover.move(result, k, input, i);
-                    else
-                        std::memcpy(result + k * width, input + i * width, count * width);
-                });
-        });
-}
-
 void gather_values(qvo_seq_iterator_h it, size_t to, const uint16_t* indexes, size_t n) {
     uint8_t* const out = values_of<uint8_t>(it);
     const uint8_t* const in = values_of<uint8_t>(it->opd[1]);
@@ -44,17 +25,6 @@ void repeat_value(qvo_seq_iterator_h it, size_t to, size_t from, size_t n) {
     const uint8_t* const in = values_of<uint8_t>(it->opd[1]);
     with_mover(
         it->elem_size, [=](auto mover) __attribute__((always_inline)) { mover.fill(out, to, in, from, n); });
-}
-
-/// The runs of the elements that select_values has kept; there is room for them.
-void select_runs(uint8_t* to, const uint8_t* runs, const uint8_t* conditions, size_t n) {
-    select(
-        conditions, n, n, [=](size_t k, size_t i, auto count) __attribute__((always_inline)) {
-            if constexpr (count == 1)
-                set_run(to, k, get_run(runs, i));
-            else
-                copy_runs(to - k, runs - i, count);
-        });
 }
 
 /// Sink of walk_overlaps: the condition is the left operand, the input the right one.
@@ -78,7 +48,7 @@ class FilterSink {
 
     QVO_INLINE RunSpan lockstep(size_t condition, size_t input, RunSpan span) {
         const uint8_t* const conditions = conditions_ + condition;
-        const Selection chosen = select_values(it_, out_.size(), input, conditions, span.elements, room());
+        const Selection chosen = select_values(it_, out_.size(), it_->opd[1], input, conditions, span.elements, room());
         return keep(chosen, conditions, input_runs_ - input, span);
     }
     QVO_INLINE RunSpan many_left(size_t condition, size_t input, RunSpan span) {
