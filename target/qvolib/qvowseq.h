@@ -23,12 +23,13 @@ constexpr size_t capacity_of(size_t width) { return payload_bytes / (width + 1);
 // Longest run of one element.
 inline constexpr unsigned max_run = 255;
 
-// The value as an unsigned number of its width, for operators that only move values: no conversion touches
-// the bits (a signalling NaN stays one), and the type may alias the values that another operator wrote.
-typedef uint8_t bits1 __attribute__((may_alias));
-typedef uint16_t bits2 __attribute__((may_alias));
-typedef uint32_t bits4 __attribute__((may_alias));
-typedef uint64_t bits8 __attribute__((may_alias));
+// The value as an unsigned number of its width, for operators that only move values: no conversion touches the bits (a
+// signalling NaN stays one). Tiles are written as one type and read as another of the same width: the library is
+// compiled without type-based aliasing, and loops say with __restrict what does not overlap.
+using bits1 = uint8_t;
+using bits2 = uint16_t;
+using bits4 = uint32_t;
+using bits8 = uint64_t;
 
 template <class Value, uint8_t Code> struct Element {
     using value = Value;

@@ -7,8 +7,7 @@
 namespace qvo {
 
 /// Moves single elements of a fixed width: by memcpy, which the compiler turns into moves of one register and which
-/// cares neither for the type that the value was written with nor for alignment. (The leave to alias of bits1 .. bits8
-/// does not survive as a template argument.)
+/// does not care for alignment.
 template <size_t Width> struct FixedMover {
     QVO_INLINE static size_t width() { return Width; }
     QVO_INLINE static void move(void* to, size_t i, const void* from, size_t k) {
