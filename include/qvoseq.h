@@ -786,7 +786,176 @@ QVO_API QVO_RET qvo_seq_print_char_next(qvo_seq_iterator_h iterator);
 
 /* ==== transform/callback ======================================================================= */
 
+/*
+ * The caller's functions, and the records in `context` that hold them. A function of strings writes its
+ * result to `destination`, where it has `width` bytes.
+ */
+#define QVO_SEQ_DECLARE(type)                                                                                 \
+    typedef qvo_##type (*qvo_seq_func_##type##_ptr_t)(qvo_##type value);                                      \
+    typedef qvo_##type (*qvo_seq_func_ctx_##type##_ptr_t)(qvo_##type value, void* context);                   \
+    typedef qvo_seq_bool (*qvo_seq_cond_##type##_ptr_t)(qvo_##type value);                                    \
+    typedef qvo_seq_bool (*qvo_seq_cond_ctx_##type##_ptr_t)(qvo_##type value, void* context);                 \
+    typedef qvo_##type (*qvo_seq_func2_##type##_ptr_t)(qvo_##type left, qvo_##type right);                    \
+    typedef qvo_##type (*qvo_seq_func2_ctx_##type##_ptr_t)(qvo_##type left, qvo_##type right, void* context); \
+    typedef struct {                                                                                          \
+        qvo_seq_func_##type##_ptr_t func;                                                                     \
+        void* func_ctx; /* not set without a context */                                                       \
+    } qvo_seq_func_##type##_context_t;                                                                        \
+    typedef struct {                                                                                          \
+        qvo_seq_func_ctx_##type##_ptr_t func;                                                                 \
+        void* func_ctx;                                                                                       \
+    } qvo_seq_func_ctx_##type##_context_t;                                                                    \
+    typedef struct {                                                                                          \
+        qvo_seq_cond_##type##_ptr_t func;                                                                     \
+        void* func_ctx;                                                                                       \
+    } qvo_seq_cond_##type##_context_t;                                                                        \
+    typedef struct {                                                                                          \
+        qvo_seq_cond_ctx_##type##_ptr_t func;                                                                 \
+        void* func_ctx;                                                                                       \
+    } qvo_seq_cond_ctx_##type##_context_t;                                                                    \
+    typedef struct {                                                                                          \
+        qvo_seq_func2_##type##_ptr_t func;                                                                    \
+        void* func_ctx;                                                                                       \
+    } qvo_seq_func2_##type##_context_t;                                                                       \
+    typedef struct {                                                                                          \
+        qvo_seq_func2_ctx_##type##_ptr_t func;                                                                \
+        void* func_ctx;                                                                                       \
+    } qvo_seq_func2_ctx_##type##_context_t;
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+#undef QVO_SEQ_DECLARE
+
+typedef void (*qvo_seq_func_char_ptr_t)(char* destination, const char* source, qvo_size_t width);
+typedef void (*qvo_seq_func_ctx_char_ptr_t)(char* destination, const char* source, qvo_size_t width, void* context);
+typedef qvo_seq_bool (*qvo_seq_cond_char_ptr_t)(const char* string, qvo_size_t width);
+typedef qvo_seq_bool (*qvo_seq_cond_ctx_char_ptr_t)(const char* string, qvo_size_t width, void* context);
+typedef void (*qvo_seq_func2_char_ptr_t)(char* destination, const char* left, const char* right, qvo_size_t width);
+typedef void (*qvo_seq_func2_ctx_char_ptr_t)(char* destination, const char* left, const char* right, qvo_size_t width,
+                                             void* context);
+typedef struct {
+    qvo_seq_func_char_ptr_t func;
+} qvo_seq_func_char_context_t;
+typedef struct {
+    qvo_seq_func_ctx_char_ptr_t func;
+    void* func_ctx;
+} qvo_seq_func_ctx_char_context_t;
+typedef struct {
+    qvo_seq_cond_char_ptr_t cond;
+} qvo_seq_cond_char_context_t;
+typedef struct {
+    qvo_seq_cond_ctx_char_ptr_t cond;
+    void* cond_ctx;
+} qvo_seq_cond_ctx_char_context_t;
+typedef struct {
+    qvo_seq_func2_char_ptr_t func;
+} qvo_seq_func2_char_context_t;
+typedef struct {
+    qvo_seq_func2_ctx_char_ptr_t func;
+    void* func_ctx;
+} qvo_seq_func2_ctx_char_context_t;
+
+/*
+ * qvo_seq_func_<type> (result, input, func), qvo_seq_func_ctx_<type> (result, input, func, func_ctx)
+ *
+ * func(element), or func(element, func_ctx): the caller's own function of one operand.
+ * Elements  The 11 fixed types and char; the result has the same type, and for char the same width.
+ * Runs      The function is called once per element, however long its run, and in order; so it should
+ *           depend on nothing but its arguments. Each element keeps its run byte and is taken whole, whatever
+ *           the operand's rle_offs.
+ * Ends      With the operand.
+ * Parameters  func: not null. It cannot report errors and must return (no exception, no longjmp).
+ * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed.
+ * Lifetime  What func_ctx points to must outlive the iterator's use.
+ *
+ * qvo_seq_cond_<type> (result, input, func), qvo_seq_cond_ctx_<type> (result, input, func, func_ctx)
+ *
+ * The same with a predicate; its value becomes the element as it is.
+ * Elements  The 11 fixed types and char; the result is boolean (QVO_DD_UINT1). A predicate of strings is
+ *           meant for strings of width 1. It is handed the width 1 always, and for element i of a tile the
+ *           byte at i, whatever the width of the strings: with "ab" and "cd" in a tile of width 2 it sees
+ *           "a" and "b". Wider strings can be tested by qvo_seq_eq_char and its kin.
+ *
+ * qvo_seq_func2_<type> (result, left, right, func),
+ * qvo_seq_func2_ctx_<type> (result, left, right, func, func_ctx)
+ *
+ * func(left element, right element), with func_ctx behind them in the second form.
+ * Elements  The 11 fixed types and char; the result has the same type. Char operands have equal widths.
+ * Runs      The function is called once per overlap of the operands' runs, in order: a run of 5 against
+ *           runs of 2 and 3 makes two calls.
+ * Ends      With the shorter operand.
+ * Parameters, Errors, Lifetime  As above; QVO_E_ILLEGAL_TYPE also for char operands of unequal widths.
+ */
+#define QVO_SEQ_DECLARE(type)                                                                                          \
+    QVO_API QVO_RET qvo_seq_func_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,                           \
+                                        qvo_seq_func_##type##_ptr_t func);                                             \
+    QVO_API QVO_RET qvo_seq_func_ctx_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,                       \
+                                            qvo_seq_func_ctx_##type##_ptr_t func, void* func_ctx);                     \
+    QVO_API QVO_RET qvo_seq_cond_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,                           \
+                                        qvo_seq_cond_##type##_ptr_t func);                                             \
+    QVO_API QVO_RET qvo_seq_cond_ctx_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,                       \
+                                            qvo_seq_cond_ctx_##type##_ptr_t func, void* func_ctx);                     \
+    QVO_API QVO_RET qvo_seq_func2_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right, \
+                                         qvo_seq_func2_##type##_ptr_t func);                                           \
+    QVO_API QVO_RET qvo_seq_func2_ctx_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h left,                       \
+                                             qvo_seq_iterator_h right, qvo_seq_func2_ctx_##type##_ptr_t func,          \
+                                             void* func_ctx);                                                          \
+    QVO_API QVO_RET qvo_seq_func_##type##_next(qvo_seq_iterator_h iterator);                                           \
+    QVO_API QVO_RET qvo_seq_func_ctx_##type##_next(qvo_seq_iterator_h iterator);                                       \
+    QVO_API QVO_RET qvo_seq_cond_##type##_next(qvo_seq_iterator_h iterator);                                           \
+    QVO_API QVO_RET qvo_seq_cond_ctx_##type##_next(qvo_seq_iterator_h iterator);                                       \
+    QVO_API QVO_RET qvo_seq_func2_##type##_next(qvo_seq_iterator_h iterator);                                          \
+    QVO_API QVO_RET qvo_seq_func2_ctx_##type##_next(qvo_seq_iterator_h iterator);
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+QVO_SEQ_DECLARE(char)
+#undef QVO_SEQ_DECLARE
+
 /* ==== transform/match ========================================================================== */
+
+typedef struct qvo_seq_match_context qvo_seq_match_context_t;
+typedef qvo_bool (*qvo_seq_match_func_t)(const qvo_seq_match_context_t* ctx, const char* str);
+struct qvo_seq_match_context {
+    const char* pattern;
+    qvo_seq_match_func_t match; /* the matcher that fits the pattern */
+    int pn;                     /* length of the pattern, escapes included */
+    int elem_size;              /* width of the strings */
+    uint8_t shift[256];         /* qvo_seq_match_substring: positions to move on, by byte */
+};
+
+/*
+ * qvo_seq_match (result, input, pattern)
+ *
+ * 1 where a string matches a pattern, else 0. % stands for any bytes, or none; _ for one byte; case counts.
+ * A string ends at its first zero byte or at its width. The form of the pattern decides how it is read:
+ *   no wildcard     The string is equal to the pattern. Backslashes are bytes like any other: a\_c is
+ *                   those four bytes, not "a_c".
+ *   %needle%        and no other wildcard: the string contains the needle. Here, too, backslashes are
+ *                   bytes: %a\%b% looks for the four bytes a \ % b. %% matches every string.
+ *   anything else   A backslash takes the next byte of the pattern literally: a\_c% matches "a_cx" but not
+ *                   "abcx". A backslash at the end matches nothing.
+ * Elements  Char; the result is boolean (QVO_DD_UINT1).
+ * Runs      One match per element, however long its run. Each element keeps its run byte and is taken whole,
+ *           whatever the operand's rle_offs.
+ *           For element i of a call (from 0) the string is taken from byte i of the operand's tile on. For
+ *           strings of width 1 in tiles as large as the result's that is the element itself; of wider strings
+ *           only the first of each call is: with "ab" and "cd" in a tile of width 2 the second match is
+ *           tried on "bc". To match wide strings one by one, call the context's matcher (below).
+ * Ends      With the operand.
+ * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed.
+ * Lifetime  The pattern is not copied.
+ *
+ * qvo_seq_exact_match, qvo_seq_match_substring, qvo_seq_match_regex (ctx, str)
+ *
+ * The matchers of the three forms, for a string of ctx->elem_size bytes; non-zero for a match. After
+ * qvo_seq_match, the result's `context` is a qvo_seq_match_context_t, and its `match` the one in use. The
+ * substring search moves on by `shift`, in which byte 255 has the entry that the record held before the
+ * constructor, unless the needle holds that byte before its end: clear the record if strings may hold byte
+ * 255. Else occurrences behind it may be missed (an entry of 0 moves on by 1, so that none is). A zero
+ * byte of the string that the search steps over does not end it.
+ */
+QVO_API QVO_RET qvo_seq_match(qvo_seq_iterator_h result, qvo_seq_iterator_h input, const char* pattern);
+QVO_API QVO_RET qvo_seq_match_next(qvo_seq_iterator_h iterator);
+QVO_API qvo_bool qvo_seq_exact_match(const qvo_seq_match_context_t* ctx, const char* str);
+QVO_API qvo_bool qvo_seq_match_substring(const qvo_seq_match_context_t* ctx, const char* str);
+QVO_API qvo_bool qvo_seq_match_regex(const qvo_seq_match_context_t* ctx, const char* str);
 
 /* ==== transform/choose ========================================================================= */
 

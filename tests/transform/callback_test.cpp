@@ -1,0 +1,188 @@
+// The caller's own functions and predicates.
+#include "support/protocol.h"
+
+namespace test {
+namespace {
+
+// One function of each kind per type. They are pure, and tell their arguments apart.
+template <class V> struct User {
+    inline static V limit{5};
+    static V func(V v) { return v < V{3} ? V{9} : v; }
+    static V func_ctx(V v, void* ctx) { return v < *static_cast<V*>(ctx) ? V{8} : v; }
+    static qvo_seq_bool cond(V v) { return v < V{3} ? 1 : 0; }
+    static qvo_seq_bool cond_ctx(V v, void* ctx) { return v < *static_cast<V*>(ctx) ? 2 : 0; }
+    static V func2(V left, V right) { return left < right ? V{7} : left; }
+    static V func2_ctx(V left, V right, void* ctx) { return left < right ? *static_cast<V*>(ctx) : left; }
+};
+
+template <class V> V draw(Random& random) { return random.template value<V>(); }
+
+// A member's name, its constructor with the caller's function bound in, and its `next`.
+#define WITH_FUNC(stem, ...) \
+#stem, [](qvo_seq_iterator_h it, qvo_seq_iterator_h input) { return stem(it, input, __VA_ARGS__); }, stem##_next
+#define WITH_FUNC2(stem, ...)                              \
+#stem, [](qvo_seq_iterator_h it, qvo_seq_iterator_h a, \
+              qvo_seq_iterator_h b) { return stem(it, a, b, __VA_ARGS__); }, stem##_next
+
+#define TEST_MEMBER(type)                                                                                             \
+    {                                                                                                                 \
+        using U = User<qvo_##type>;                                                                                   \
+        const auto less = [](auto than, auto yes) { return [=](auto v) { return v < than ? yes : v; }; };             \
+        const auto is_less = [](auto than, int yes) { return [=](auto v) { return v < than ? yes : 0; }; };           \
+        using V = qvo_##type;                                                                                         \
+        check_unary<t_##type, t_##type>(WITH_FUNC(qvo_seq_func_##type, U::func), less(V{3}, V{9}), draw<V>);          \
+        check_unary<t_##type, t_##type>(WITH_FUNC(qvo_seq_func_ctx_##type, U::func_ctx, &U::limit), less(V{5}, V{8}), \
+                                        draw<V>);                                                                     \
+        check_unary<t_##type, t_bool>(WITH_FUNC(qvo_seq_cond_##type, U::cond), is_less(V{3}, 1), draw<V>);            \
+        check_unary<t_##type, t_bool>(WITH_FUNC(qvo_seq_cond_ctx_##type, U::cond_ctx, &U::limit), is_less(V{5}, 2),   \
+                                      draw<V>);                                                                       \
+        check_binary<t_##type, t_##type>(WITH_FUNC2(qvo_seq_func2_##type, U::func2),                                  \
+                                         [](V a, V b) { return a < b ? V{7} : a; });                                  \
+        check_binary<t_##type, t_##type>(WITH_FUNC2(qvo_seq_func2_ctx_##type, U::func2_ctx, &U::limit),               \
+                                         [](V a, V b) { return a < b ? V{5} : a; });                                  \
+    }
+
+TEST(Callback, FollowsTheModel) { QVO_SEQ_FOR_FIXED_TYPES(TEST_MEMBER) }
+
+// ---- How often, and in which order --------------------------------------------------------------------------------
+
+/// Counts its calls, and puts the count into the value: one call too many or out of order changes all that follow.
+qvo_int8 numbered(qvo_int8 v, void* calls) { return v * 100000 + ++*static_cast<qvo_int8*>(calls); }
+qvo_int8 numbered2(qvo_int8 left, qvo_int8 right, void* calls) { return numbered(left * 50 + right, calls); }
+
+TEST(Callback, OneCallPerElementOrOverlapInOrder) {
+    const auto small = [](Random& r) { return qvo_int8{r.below(40)}; };
+    for (unsigned seed = 0; seed < 40; ++seed) {
+        Random random(seed);
+        qvo_int8 calls = 0, expected_calls = 0;
+        Member member;
+        member.operands = {operand<t_int8>(random_items<t_int8>(random, random.between(4, 2000), small)),
+                           operand<t_int8>(random_items<t_int8>(random, random.between(4, 2000), small))};
+        std::vector<Script> scripts{{random_tile_sizes(random)}, {random_tile_sizes(random)}};
+        if (seed % 4 == 3) scripts[seed / 4 % 2].stop_at = random.below(1000), scripts[seed / 4 % 2].stop_code = 4711;
+
+        member.name = "qvo_seq_func2_ctx_int8, seed " + std::to_string(seed);
+        member.construct = [&](qvo_seq_iterator_h it, const Member::Operands& o) {
+            return qvo_seq_func2_ctx_int8(it, o[0], o[1], numbered2, &calls);
+        };
+        const auto two = [&](qvo_seq_iterator_h it) {
+            return literal_overlap_next(it, [&](size_t i) {
+                const auto left = literal_value<qvo_int8>(it->opd[0], it->opd[0]->tile_offs);
+                literal_put(it, i,
+                            (left * 50 + literal_value<qvo_int8>(it->opd[1], it->opd[1]->tile_offs)) * 100000 +
+                                ++expected_calls);
+            });
+        };
+        check_steps(member, two, scripts);
+        EXPECT_EQ(calls, expected_calls);
+
+        calls = expected_calls = 0;
+        member.operands.pop_back();
+        scripts.pop_back();
+        member.name = "qvo_seq_func_ctx_int8, seed " + std::to_string(seed);
+        member.construct = [&](qvo_seq_iterator_h it, const Member::Operands& o) {
+            return qvo_seq_func_ctx_int8(it, o[0], numbered, &calls);
+        };
+        const auto one = [&](qvo_seq_iterator_h it) {
+            return literal_elements_next(it, [&](size_t i, size_t k) {
+                literal_put(it, i, literal_value<qvo_int8>(it->opd[0], k) * 100000 + ++expected_calls);
+            });
+        };
+        check_steps(member, one, scripts);
+        EXPECT_EQ(calls, expected_calls);
+        if (HasFailure()) return;
+    }
+}
+
+// ---- Strings ------------------------------------------------------------------------------------------------------
+
+constexpr size_t width = 5;
+struct t_string : t_char {
+    static constexpr uint16_t width = test::width;
+};
+char mask = 1;
+
+void flip(char* destination, const char* source, qvo_size_t n, char with) {
+    for (qvo_size_t i = 0; i < n; ++i) destination[i] = static_cast<char>(source[i] ^ with);
+}
+void flip_char(char* destination, const char* source, qvo_size_t n) { flip(destination, source, n, 3); }
+void flip_char_ctx(char* destination, const char* source, qvo_size_t n, void* ctx) {
+    flip(destination, source, n, *static_cast<char*>(ctx));
+}
+void halves(char* destination, const char* left, const char* right, qvo_size_t n) {
+    std::memcpy(destination, left, n / 2);
+    std::memcpy(destination + n / 2, right, n - n / 2);
+}
+void halves_ctx(char* destination, const char* left, const char* right, qvo_size_t n, void* ctx) {
+    halves(destination, left, right, n);
+    destination[n - 1] = *static_cast<char*>(ctx);
+}
+qvo_seq_bool is_even(const char* string, qvo_size_t n) { return n == 1 ? *string % 2 == 0 : 99; }
+qvo_seq_bool exceeds(const char* string, qvo_size_t n, void* ctx) {
+    return n == 1 ? *string > *static_cast<char*>(ctx) : 99;
+}
+
+MakeSource draw_strings(Random& random, size_t n) {
+    const auto word = [](Random& r) { return std::string(1, "abc\0"[r.below(4)]) + "xyz"[r.below(3)]; };
+    return operand<t_char>(random_items<t_char>(random, n, word), width);
+}
+char* string_at(qvo_seq_iterator_h it, size_t i) { return it->tile.u.arr_char + i * width; }
+
+TEST(Callback, FunctionsOfStrings) {
+    check_unary(unary_member<t_string>(WITH_FUNC(qvo_seq_func_char, flip_char)), draw_strings,
+                [](qvo_seq_iterator_h it, size_t i, size_t k) {
+                    for (size_t b = 0; b < width; ++b)
+                        string_at(it, i)[b] = static_cast<char>(string_at(it->opd[0], k)[b] ^ 3);
+                });
+    check_unary(unary_member<t_string>(WITH_FUNC(qvo_seq_func_ctx_char, flip_char_ctx, &mask)), draw_strings,
+                [](qvo_seq_iterator_h it, size_t i, size_t k) {
+                    for (size_t b = 0; b < width; ++b)
+                        string_at(it, i)[b] = static_cast<char>(string_at(it->opd[0], k)[b] ^ 1);
+                });
+}
+
+TEST(Callback, FunctionsOfTwoStrings) {
+    for (const bool ctx : {false, true}) {
+        Random random(ctx);
+        Member member;
+        member.name = ctx ? "qvo_seq_func2_ctx_char" : "qvo_seq_func2_char";
+        member.operands = {draw_strings(random, 700), draw_strings(random, 900)};
+        member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) {
+            return ctx ? qvo_seq_func2_ctx_char(it, o[0], o[1], halves_ctx, &mask)
+                       : qvo_seq_func2_char(it, o[0], o[1], halves);
+        };
+        member.type = QVO_DD_CHAR;
+        member.width = width;
+        member.next = ctx ? qvo_seq_func2_ctx_char_next : qvo_seq_func2_char_next;
+        member.reset = qvo_seq_reset_binary_iterator;
+        check_protocol(member);
+        const auto literal = [&](qvo_seq_iterator_h it) {
+            return literal_overlap_next(it, [&](size_t i) {
+                const std::string joined = std::string(string_at(it->opd[0], it->opd[0]->tile_offs), 2) +
+                                           std::string(string_at(it->opd[1], it->opd[1]->tile_offs), 3);
+                std::memcpy(string_at(it, i), joined.data(), width);
+                if (ctx) string_at(it, i)[width - 1] = mask;
+            });
+        };
+        check_steps(member, literal, {{random_tile_sizes(random)}, {random_tile_sizes(random)}});
+    }
+    Source a(t_char{}, {{"a"}}, {}, 2), b(t_char{}, {{"b"}}, {}, 3);
+    Record it;
+    EXPECT_EQ(qvo_seq_func2_char(it.get(), a.get(), b.get(), halves), QVO_E_ILLEGAL_TYPE);
+    EXPECT_EQ(qvo_seq_func2_ctx_char(it.get(), a.get(), b.get(), halves_ctx, nullptr), QVO_E_ILLEGAL_TYPE);
+    EXPECT_TRUE(a->bounded == 0 && b->bounded == 0);
+}
+
+TEST(Callback, PredicatesOfStringsStepByOneByte_deliberate) {
+    check_unary(unary_member<t_bool>(WITH_FUNC(qvo_seq_cond_char, is_even)), draw_strings,
+                [](qvo_seq_iterator_h it, size_t i, size_t k) {
+                    it->tile.u.arr_uint1[i] = it->opd[0]->tile.u.arr_char[k] % 2 == 0;
+                });
+    check_unary(unary_member<t_bool>(WITH_FUNC(qvo_seq_cond_ctx_char, exceeds, &mask)), draw_strings,
+                [](qvo_seq_iterator_h it, size_t i, size_t k) {
+                    it->tile.u.arr_uint1[i] = it->opd[0]->tile.u.arr_char[k] > 1;
+                });
+}
+
+}  // namespace
+}  // namespace test
