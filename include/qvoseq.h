@@ -1516,6 +1516,48 @@ QVO_API QVO_RET qvo_seq_group_agg_count_next(qvo_seq_iterator_h iterator);
 
 /* ==== aggregate/top ============================================================================ */
 
+/* The context of the selections: how many values to keep. */
+typedef struct {
+    qvo_size_t top;
+} qvo_seq_top_context_t;
+
+/*
+ * qvo_seq_top_max_<type>, qvo_seq_top_min_<type> (result, input, top)
+ *
+ * The `top` largest or smallest values of a sequence, best first, as one tile.
+ * Elements  The 11 fixed types; the result has the same type. Of equal values the one that came first stays first. A NaN
+ *           is taken while there is room, behind all values kept so far, and never moves values; later values are placed
+ *           by a binary search that passes it.
+ * Runs      Deliberately ignored: a run is one candidate, so that 4 with run 3 is kept once. Results have run 1.
+ * Ends      After one tile; no input, or top 0, gives no result.
+ * Parameters  top: up to the capacity of a tile: 2048, 1365, 819 and 455 for widths 1, 2, 4 and 8.
+ * Errors    QVO_E_ILLEGAL_TYPE; QVO_E_SEQ_BOUNDED; QVO_E_ILLEGAL_PARAM, with the operand marked. An operand's error
+ *           drops what was kept. An empty tile is not checked for.
+ * Parts     prepare and merge. Deliberately, merging drops a value of the other part that this one has as well: top 3 of
+ *           [9, 5] and [5, 2] is 9, 5, 2. Merging with a part that has no values stops the process.
+ *
+ * qvo_seq_top_pos_max_<type>, qvo_seq_top_pos_min_<type> (result, input, top)
+ *
+ * The positions of those values, in the same order, counted from 0 in elements: deliberately, runs are not expanded.
+ * Elements  The same; the result is uint8.
+ * Parameters  top: up to 2048, 1365 or 819 as above, but at most 455, the capacity of the result.
+ * Errors    As above; after an operand's error tile_size is the number of positions found, and the second next ends.
+ *           There is no prepare and no merge. At the end tile_size is 0.
+ */
+#define QVO_SEQ_DECLARE(type)                                                                                        \
+    QVO_API QVO_RET qvo_seq_top_max_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t top);     \
+    QVO_API QVO_RET qvo_seq_top_min_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t top);     \
+    QVO_API QVO_RET qvo_seq_top_pos_max_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t top); \
+    QVO_API QVO_RET qvo_seq_top_pos_min_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t top); \
+    QVO_API QVO_RET qvo_seq_top_max_##type##_next(qvo_seq_iterator_h iterator);                                      \
+    QVO_API QVO_RET qvo_seq_top_min_##type##_next(qvo_seq_iterator_h iterator);                                      \
+    QVO_API QVO_RET qvo_seq_top_pos_max_##type##_next(qvo_seq_iterator_h iterator);                                  \
+    QVO_API QVO_RET qvo_seq_top_pos_min_##type##_next(qvo_seq_iterator_h iterator);                                  \
+    QVO_API QVO_RET qvo_seq_top_max_##type##_merge(qvo_seq_iterator_h dst, qvo_seq_iterator_h src);                  \
+    QVO_API QVO_RET qvo_seq_top_min_##type##_merge(qvo_seq_iterator_h dst, qvo_seq_iterator_h src);
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+#undef QVO_SEQ_DECLARE
+
 /* ==== aggregate/distinct ======================================================================= */
 
 /* MurmurHash3, x86, 32 bits, of `len` bytes. The library hashes with the seed 377307. */

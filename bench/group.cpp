@@ -1,0 +1,99 @@
+// Aggregates of groups of consecutive keys beside a plain loop over flat arrays.
+#include "support.h"
+
+namespace qvo::bench {
+namespace {
+
+using Construct = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_seq_iterator_h);
+
+constexpr size_t rows = 1'000'000;
+
+/// A value per position, and keys of which each stands for `group` positions: as one run, or as equal neighbours.
+template <class V> struct Rows {
+    Column<V> values;
+    Column<int32_t> keys;
+
+    Rows(unsigned group, bool runs, Runs value_runs)
+        : values(random_column<V>(rows / value_runs.longest, value_runs, 1)) {
+        const size_t n = values.positions();
+        for (size_t at = 0; at < n; at += runs ? group : 1) {
+            keys.values.push_back(static_cast<int32_t>(at / group));
+            keys.runs.push_back(static_cast<uint8_t>(runs ? std::min<size_t>(group, n - at) : 1));
+        }
+    }
+};
+
+struct Sum {
+    template <class S, class V> static void plain(const V* values, const int32_t* keys, size_t n, std::vector<S>& out) {
+        for (size_t i = 0; i < n;) {
+            S sum = 0;
+            for (const int32_t key = keys[i]; i < n && keys[i] == key; ++i) sum += static_cast<S>(values[i]);
+            out.push_back(sum);
+        }
+    }
+};
+
+template <class V, class S> bool is_right(qvo_seq_iterator_t& it, const Rows<V>& data) {
+    const auto values = data.values.flat();
+    const auto keys = data.keys.flat();
+    std::vector<S> expected;
+    Sum::plain<S>(values.data(), keys.data(), values.size(), expected);
+    size_t at = 0;
+    while (it.next(&it) == QVO_S_OK) {
+        if (std::memcmp(it.tile.u.arr_int8, expected.data() + at, it.tile_size * sizeof(S)) != 0) return false;
+        at += it.tile_size;
+    }
+    return at == expected.size();
+}
+
+template <class V, class S>
+void run_groups(benchmark::State& state, Construct construct, unsigned group, bool runs, Runs value_runs) {
+    const Rows<V> data(group, runs, value_runs);
+    Source<V> values(data.values);
+    Source<int32_t> keys(data.keys);
+    static qvo_seq_iterator_t it;
+    if (construct(&it, values.get(), keys.get()) != QVO_S_OK || !is_right<V, S>(it, data)) return fail(state);
+    double elements = 0;
+    for (auto _ : state) {
+        it.reset(&it);
+        while (it.next(&it) == QVO_S_OK) benchmark::ClobberMemory();
+        elements += static_cast<double>(data.values.values.size());
+    }
+    count(state, elements,
+          elements / static_cast<double>(data.values.values.size()) * static_cast<double>(data.values.positions()));
+}
+
+template <class V, class S> void run_flat(benchmark::State& state, unsigned group) {
+    const Rows<V> data(group, false, single_runs);
+    std::vector<S> out;
+    double elements = 0;
+    for (auto _ : state) {
+        out.clear();
+        Sum::plain<S>(data.values.values.data(), data.keys.values.data(), data.values.values.size(), out);
+        benchmark::DoNotOptimize(out.data());
+        elements += static_cast<double>(data.values.values.size());
+    }
+    count(state, elements, elements);
+}
+
+template <class V, class S> void add_member(const char* type, Construct construct) {
+    for (const unsigned group : {1U, 10U, 100U}) {
+        const std::string name = std::string(type) + "_of_" + std::to_string(group);
+        add_case("group_agg_sum", name, "flat", [=](benchmark::State& state) { run_flat<V, S>(state, group); });
+        add_case("group_agg_sum", name, "single",
+                 [=](benchmark::State& state) { run_groups<V, S>(state, construct, group, false, single_runs); });
+        add_case("group_agg_sum", name, "key_runs",
+                 [=](benchmark::State& state) { run_groups<V, S>(state, construct, group, true, single_runs); });
+        add_case("group_agg_sum", name, "both_runs", [=](benchmark::State& state) {
+            run_groups<V, S>(state, construct, group, true, {10, 10});
+        });
+    }
+}
+
+QVO_BENCH_FAMILIES(group) {
+    add_member<int32_t, int64_t>("int4", qvo_seq_group_agg_sum_int4);
+    add_member<double, double>("double", qvo_seq_group_agg_sum_double);
+}
+
+}  // namespace
+}  // namespace qvo::bench

@@ -1,0 +1,235 @@
+// Top values and their positions: against the selection stated step by step, merging, worked cases.
+#include <algorithm>
+
+#include "support/protocol.h"
+
+namespace test {
+namespace {
+
+template <class V> using Better = bool (*)(V, V);
+template <class V> bool larger(V x, V y) { return x > y; }
+template <class V> bool smaller(V x, V y) { return x < y; }
+
+/// A candidate at a time: binary search, insertion, and the last one falls out.
+template <class V> struct Selection {
+    std::vector<V> values;
+    std::vector<uint64_t> positions;
+
+    void offer(V x, uint64_t position, size_t top, Better<V> better) {
+        if (top == 0) return;
+        if (values.size() == top && (x == values.back() || better(values.back(), x))) return;
+        size_t low = 0, high = values.size();
+        while (low < high) {
+            const size_t middle = (low + high) / 2;
+            if (better(x, values[middle]))
+                high = middle;
+            else
+                low = middle + 1;
+        }
+        if (low == top) return;
+        values.insert(values.begin() + static_cast<ptrdiff_t>(low), x);
+        positions.insert(positions.begin() + static_cast<ptrdiff_t>(low), position);
+        values.resize(std::min(values.size(), top));
+        positions.resize(values.size());
+    }
+};
+
+template <class V> QVO_RET literal_next(qvo_seq_iterator_h it, size_t top, bool wants_positions, Better<V> better) {
+    if (it->next_seq_no != 0) {
+        if (wants_positions) it->tile_size = 0;
+        return QVO_S_CURSOR_END;
+    }
+    Selection<V> kept;
+    uint64_t before = 0;
+    QVO_RET rc;
+    for (const qvo_seq_iterator_h input = it->opd[0]; (rc = input->next(input)) == QVO_S_OK; before += input->tile_size)
+        for (size_t i = 0; i < input->tile_size; ++i) kept.offer(literal_value<V>(input, i), before + i, top, better);
+    const size_t n = kept.values.size();
+    for (size_t i = 0; i < n; ++i) {
+        if (wants_positions)
+            literal_put(it, i, kept.positions[i]);
+        else
+            literal_put(it, i, kept.values[i]);
+        literal_put_run(it, i, 1);
+    }
+    const bool delivers = rc == QVO_S_CURSOR_END && n != 0;
+    if (delivers || wants_positions) {
+        it->next_seq_no += n;
+        it->tile_size = static_cast<uint16_t>(n);
+    }
+    return delivers ? QVO_S_OK : rc;
+}
+
+template <class V>
+std::vector<V> literal_merge(std::vector<V> a, const std::vector<V>& b, size_t top, Better<V> better) {
+    bool a_ran_out = false;
+    size_t i = 0, j = 0;
+    for (;;) {
+        if (a[i] == b[j] || better(a[i], b[j])) {
+            if (a[i] == b[j] && ++j == b.size()) break;
+            if (++i == a.size()) {
+                a_ran_out = true;
+                break;
+            }
+        } else {
+            a.insert(a.begin() + static_cast<ptrdiff_t>(i), b[j]);
+            a.resize(std::min(a.size(), top));
+            ++i, ++j;
+            if (i == a.size() || j == b.size()) break;
+        }
+    }
+    if (a_ran_out)
+        for (; j < b.size() && i < top; ++i, ++j) a.push_back(b[j]);
+    return a;
+}
+
+using Construct = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_size_t);
+
+template <class T> Items<T> candidates(Random& random, size_t n) {
+    // Ascending, falling and random stretches, and often NaN or none at all.
+    const unsigned shape = random.below(4);
+    return random_items<T>(random, n, [=, i = 0](Random& r) mutable {
+        using V = typename T::value;
+        ++i;
+        if (shape == 0) return static_cast<V>(i / 7);
+        if (shape == 1) return static_cast<V>(100000 - i / 3);
+        if (shape == 2 && std::is_floating_point_v<V> && r.chance(50)) return std::numeric_limits<V>::quiet_NaN();
+        return r.value<V>();
+    });
+}
+
+/// The positions' own end, which empties the tile, is no case for the shared check.
+void check_fields(const Member& member) {
+    const auto source = member.operands[0]({});
+    Record it;
+    (*source)->elem_type = 99;
+    EXPECT_EQ(member.construct(it.get(), {source->get()}), QVO_E_ILLEGAL_TYPE);
+    EXPECT_EQ((*source)->bounded, 0);
+    const auto good = member.operands[0]({});
+    ASSERT_EQ(member.construct(it.get(), {good->get()}), QVO_S_OK);
+    EXPECT_TRUE(it->elem_type == member.type && it->elem_size == member.width && it->next == member.next);
+    EXPECT_TRUE(it->reset == member.reset && it->prepare == nullptr && it->merge == nullptr);
+    const BindingCheck check;
+    EXPECT_EQ(member.construct(it.get(), {good->get()}), QVO_E_SEQ_BOUNDED);
+}
+
+template <class T>
+void check_member(const char* name, Construct construct, qvo_seq_iterator_next_t next, qvo_seq_iterator_merge_t merge,
+                  Better<typename T::value> better) {
+    SCOPED_TRACE(name);
+    const bool positions = merge == nullptr;
+    const size_t most = std::min(capacity_of(T::width), positions ? 455 : size_t{2048});
+    for (unsigned seed = 0; seed < 16; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        Random random(seed);
+        const size_t top = seed == 1 ? 0 : seed == 2 ? most : random.between(1, random.chance(50) ? 20 : 455);
+        Member member;
+        member.name = name;
+        member.operands = {operand<T>(candidates<T>(random, seed == 0 ? 6 : random.between(1, 6000)))};
+        member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) { return construct(it, o[0], top); };
+        member.type = positions ? t_uint8::code : T::code;
+        member.width = positions ? 8 : T::width;
+        member.next = next;
+        member.reset = qvo_seq_reset_unary_iterator;
+        member.prepare = positions ? nullptr : qvo_seq_prepare_aggregate;
+        member.merge = merge;
+        member.aggregate = !positions;
+        member.stops_on_empty = {false};
+        if (seed == 0 && !positions) check_protocol(member);
+        if (seed == 0 && positions) check_fields(member);
+        check_steps(member, [=](qvo_seq_iterator_h it) { return literal_next(it, top, positions, better); },
+                    {{random_tile_sizes(random), seed % 4 == 3 ? random.below(3000) : SIZE_MAX, 4711}});
+        if (testing::Test::HasFailure()) return;
+    }
+}
+
+/// Parts of any sizes, joined one after the other, and read before and after.
+template <class T> void check_merge(const char* name, Construct construct, Better<typename T::value> better) {
+    SCOPED_TRACE(name);
+    using V = typename T::value;
+    for (unsigned seed = 0; seed < 20; ++seed) {
+        Random random(seed);
+        const size_t top = random.between(1, 40), n_parts = seed % 2 ? 2 : 5;
+        std::vector<std::unique_ptr<Source>> sources;
+        std::vector<Record> parts(n_parts);
+        std::vector<V> expected;
+        for (size_t p = 0; p < n_parts; ++p) {
+            const auto items = candidates<T>(random, random.between(1, random.chance(50) ? 10 : 500));
+            sources.push_back(std::make_unique<Source>(T{}, items));
+            ASSERT_EQ(construct(parts[p].get(), sources[p]->get(), top), QVO_S_OK);
+            ASSERT_EQ(parts[p]->prepare(parts[p].get()), QVO_S_OK);
+            Selection<V> kept;
+            for (const auto& item : items) kept.offer(item.value, 0, top, better);
+            expected = p == 0 ? kept.values : literal_merge(expected, kept.values, top, better);
+            if (p == 0) continue;
+            ASSERT_EQ(parts[0]->merge(parts[0].get(), parts[p].get()), QVO_S_OK);
+            EXPECT_EQ(parts[0]->next_seq_no, expected.size());
+        }
+        ASSERT_EQ(parts[0]->next(parts[0].get()), QVO_S_OK);
+        check_items<T>(tile_items<T>(parts[0].it), singles<T>(expected));
+        EXPECT_EQ(parts[0]->next(parts[0].get()), QVO_S_CURSOR_END);
+    }
+}
+
+#define TEST_MEMBER(type)                                                                                        \
+    check_member<t_##type>(MEMBER(qvo_seq_top_max_##type), qvo_seq_top_max_##type##_merge, larger<qvo_##type>);  \
+    check_member<t_##type>(MEMBER(qvo_seq_top_min_##type), qvo_seq_top_min_##type##_merge, smaller<qvo_##type>); \
+    check_member<t_##type>(MEMBER(qvo_seq_top_pos_max_##type), nullptr, larger<qvo_##type>);                     \
+    check_member<t_##type>(MEMBER(qvo_seq_top_pos_min_##type), nullptr, smaller<qvo_##type>);                    \
+    check_merge<t_##type>("qvo_seq_top_max_" #type, qvo_seq_top_max_##type, larger<qvo_##type>);                 \
+    check_merge<t_##type>("qvo_seq_top_min_" #type, qvo_seq_top_min_##type, smaller<qvo_##type>);
+
+TEST(Top, FollowsTheModel) { QVO_SEQ_FOR_FIXED_TYPES(TEST_MEMBER) }
+
+template <class R, class T> Items<R> result_of(Construct construct, Items<T> items, size_t top, Script script = {}) {
+    Source source(T{}, items, std::move(script));
+    Record it;
+    EXPECT_EQ(construct(it.get(), source.get(), top), QVO_S_OK);
+    EXPECT_EQ(it->next(it.get()), QVO_S_OK);
+    return tile_items<R>(it.it);
+}
+
+TEST(Top, WorkedCases) {
+    using Ints = Items<t_int4>;
+    check_items<t_int4>(result_of<t_int4>(qvo_seq_top_max_int4, Ints{{5}, {1}, {5}, {7}, {3}}, 3), {{7}, {5}, {5}});
+    check_items<t_int4>(result_of<t_int4>(qvo_seq_top_min_int4, Ints{{4}, {4}, {4}}, 2), {{4}, {4}});
+    check_items<t_uint8>(result_of<t_uint8>(qvo_seq_top_pos_max_int4, Ints{{1}, {8}, {3}, {9}}, 2, {{2}}), {{3}, {1}});
+}
+
+TEST(Top, RunsAreOneCandidate_deliberate) {
+    check_items<t_int4>(result_of<t_int4>(qvo_seq_top_min_int4, Items<t_int4>{{4, 3}}, 2), {{4}});
+    check_items<t_uint8>(result_of<t_uint8>(qvo_seq_top_pos_max_int4, Items<t_int4>{{4, 3}, {5, 2}}, 1), {{1}});
+}
+
+TEST(Top, MergingDropsEqualValues_deliberate) {
+    Source a(t_int4{}, {{9}, {5}}), b(t_int4{}, {{5}, {2}}), none(t_int4{}, {});
+    Record ra, rb, empty;
+    for (auto [r, s] : {std::pair(&ra, &a), std::pair(&rb, &b), std::pair(&empty, &none)}) {
+        ASSERT_EQ(qvo_seq_top_max_int4(r->get(), s->get(), 3), QVO_S_OK);
+        r->get()->prepare(r->get());
+    }
+    ASSERT_EQ(qvo_seq_top_max_int4_merge(ra.get(), rb.get()), QVO_S_OK);
+    check_items<t_int4>(tile_items<t_int4>(ra.it), {{9}, {5}, {2}});
+    EXPECT_TRUE(catch_stop([&] { qvo_seq_top_max_int4_merge(ra.get(), empty.get()); }).stopped);
+    EXPECT_TRUE(catch_stop([&] { qvo_seq_top_max_int4_merge(empty.get(), ra.get()); }).stopped);
+}
+
+TEST(Top, Limits) {
+    Record it;
+    const auto refused = [&](auto type, Construct construct, size_t most) {
+        Source source(type, {});
+        EXPECT_EQ(construct(it.get(), source.get(), most), QVO_S_OK);
+        source->bounded = 0;
+        EXPECT_EQ(construct(it.get(), source.get(), most + 1), QVO_E_ILLEGAL_PARAM);
+        EXPECT_EQ(source->bounded, 1);
+    };
+    refused(t_int1{}, qvo_seq_top_max_int1, 2048);
+    refused(t_int2{}, qvo_seq_top_min_int2, 1365);
+    refused(t_int4{}, qvo_seq_top_max_int4, 819);
+    refused(t_double{}, qvo_seq_top_max_double, 455);
+    refused(t_int1{}, qvo_seq_top_pos_max_int1, 455);
+    refused(t_int4{}, qvo_seq_top_pos_min_int4, 455);
+}
+
+}  // namespace
+}  // namespace test
