@@ -246,14 +246,14 @@ typedef struct {
 
 /* The element types of fixed width, and the list again for families with two types per member: the
    second form hands its first argument through. */
+/* clang-format off */
 #define QVO_SEQ_FOR_FIXED_TYPES(M) \
     M(int1) M(int2) M(int4) M(int8) M(uint1) M(uint2) M(uint4) M(uint8) M(float) M(double) M(datetime)
-#define QVO_SEQ_FOR_FIXED_TYPES_WITH(M, first) \
-    M(first, int1)                             \
-    M(first, int2)                             \
-    M(first, int4)                             \
-    M(first, int8)                             \
-    M(first, uint1) M(first, uint2) M(first, uint4) M(first, uint8) M(first, float) M(first, double) M(first, datetime)
+#define QVO_SEQ_FOR_FIXED_TYPES_WITH(M, first)                                  \
+    M(first, int1) M(first, int2) M(first, int4) M(first, int8) M(first, uint1) \
+    M(first, uint2) M(first, uint4) M(first, uint8) M(first, float)             \
+    M(first, double) M(first, datetime)
+/* clang-format on */
 
 /* The element types of the aggregates, each with that of its sums and that of its averages. */
 #define QVO_SEQ_FOR_AGGREGATE_TYPES(M) \
@@ -1473,39 +1473,39 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
  *           Keys of all widths are compared where they are.
  * Errors    QVO_E_SEQ_BOUNDED; QVO_E_ILLEGAL_PARAM for keys wider than 208 bytes.
  */
-#define QVO_SEQ_DECLARE(type)                                                                                        \
-    QVO_API QVO_RET qvo_seq_group_agg_max_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,                \
-                                                 qvo_seq_iterator_h group_by);                                       \
-    QVO_API QVO_RET qvo_seq_group_agg_min_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,                \
-                                                 qvo_seq_iterator_h group_by);                                       \
-    QVO_API QVO_RET qvo_seq_group_agg_first_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,              \
-                                                   qvo_seq_iterator_h group_by);                                     \
-    QVO_API QVO_RET qvo_seq_group_agg_last_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,               \
-                                                  qvo_seq_iterator_h group_by);                                      \
-    QVO_API QVO_RET qvo_seq_group_agg_sum_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,                \
-                                                 qvo_seq_iterator_h group_by);                                       \
-    QVO_API QVO_RET qvo_seq_group_agg_avg_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,                \
-                                                 qvo_seq_iterator_h group_by);                                       \
-    QVO_API QVO_RET qvo_seq_group_agg_var_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,                \
-                                                 qvo_seq_iterator_h group_by);                                       \
-    QVO_API QVO_RET qvo_seq_group_agg_var_samp_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,           \
-                                                      qvo_seq_iterator_h group_by);                                  \
-    QVO_API QVO_RET qvo_seq_group_agg_dev_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,                \
-                                                 qvo_seq_iterator_h group_by);                                       \
-    QVO_API QVO_RET qvo_seq_group_agg_dev_samp_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,           \
-                                                      qvo_seq_iterator_h group_by);                                  \
-    QVO_API QVO_RET qvo_seq_group_agg_wavg_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h left,                \
-                                                  qvo_seq_iterator_h right, qvo_seq_iterator_h group_by);            \
-    QVO_API QVO_RET qvo_seq_group_agg_max_##type##_next(qvo_seq_iterator_h iterator);                                \
-    QVO_API QVO_RET qvo_seq_group_agg_min_##type##_next(qvo_seq_iterator_h iterator);                                \
-    QVO_API QVO_RET qvo_seq_group_agg_first_##type##_next(qvo_seq_iterator_h iterator);                              \
-    QVO_API QVO_RET qvo_seq_group_agg_last_##type##_next(qvo_seq_iterator_h iterator);                               \
-    QVO_API QVO_RET qvo_seq_group_agg_sum_##type##_next(qvo_seq_iterator_h iterator);                                \
-    QVO_API QVO_RET qvo_seq_group_agg_avg_##type##_next(qvo_seq_iterator_h iterator);                                \
-    QVO_API QVO_RET qvo_seq_group_agg_var_##type##_next(qvo_seq_iterator_h iterator);                                \
-    QVO_API QVO_RET qvo_seq_group_agg_var_samp_##type##_next(qvo_seq_iterator_h iterator);                           \
-    QVO_API QVO_RET qvo_seq_group_agg_dev_##type##_next(qvo_seq_iterator_h iterator);                                \
-    QVO_API QVO_RET qvo_seq_group_agg_dev_samp_##type##_next(qvo_seq_iterator_h iterator);                           \
+#define QVO_SEQ_DECLARE(type)                                                                              \
+    QVO_API QVO_RET qvo_seq_group_agg_max_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,      \
+                                                 qvo_seq_iterator_h group_by);                             \
+    QVO_API QVO_RET qvo_seq_group_agg_min_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,      \
+                                                 qvo_seq_iterator_h group_by);                             \
+    QVO_API QVO_RET qvo_seq_group_agg_first_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,    \
+                                                   qvo_seq_iterator_h group_by);                           \
+    QVO_API QVO_RET qvo_seq_group_agg_last_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,     \
+                                                  qvo_seq_iterator_h group_by);                            \
+    QVO_API QVO_RET qvo_seq_group_agg_sum_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,      \
+                                                 qvo_seq_iterator_h group_by);                             \
+    QVO_API QVO_RET qvo_seq_group_agg_avg_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,      \
+                                                 qvo_seq_iterator_h group_by);                             \
+    QVO_API QVO_RET qvo_seq_group_agg_var_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,      \
+                                                 qvo_seq_iterator_h group_by);                             \
+    QVO_API QVO_RET qvo_seq_group_agg_var_samp_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, \
+                                                      qvo_seq_iterator_h group_by);                        \
+    QVO_API QVO_RET qvo_seq_group_agg_dev_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,      \
+                                                 qvo_seq_iterator_h group_by);                             \
+    QVO_API QVO_RET qvo_seq_group_agg_dev_samp_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, \
+                                                      qvo_seq_iterator_h group_by);                        \
+    QVO_API QVO_RET qvo_seq_group_agg_wavg_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h left,      \
+                                                  qvo_seq_iterator_h right, qvo_seq_iterator_h group_by);  \
+    QVO_API QVO_RET qvo_seq_group_agg_max_##type##_next(qvo_seq_iterator_h iterator);                      \
+    QVO_API QVO_RET qvo_seq_group_agg_min_##type##_next(qvo_seq_iterator_h iterator);                      \
+    QVO_API QVO_RET qvo_seq_group_agg_first_##type##_next(qvo_seq_iterator_h iterator);                    \
+    QVO_API QVO_RET qvo_seq_group_agg_last_##type##_next(qvo_seq_iterator_h iterator);                     \
+    QVO_API QVO_RET qvo_seq_group_agg_sum_##type##_next(qvo_seq_iterator_h iterator);                      \
+    QVO_API QVO_RET qvo_seq_group_agg_avg_##type##_next(qvo_seq_iterator_h iterator);                      \
+    QVO_API QVO_RET qvo_seq_group_agg_var_##type##_next(qvo_seq_iterator_h iterator);                      \
+    QVO_API QVO_RET qvo_seq_group_agg_var_samp_##type##_next(qvo_seq_iterator_h iterator);                 \
+    QVO_API QVO_RET qvo_seq_group_agg_dev_##type##_next(qvo_seq_iterator_h iterator);                      \
+    QVO_API QVO_RET qvo_seq_group_agg_dev_samp_##type##_next(qvo_seq_iterator_h iterator);                 \
     QVO_API QVO_RET qvo_seq_group_agg_wavg_##type##_next(qvo_seq_iterator_h iterator);
 QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
 #undef QVO_SEQ_DECLARE
@@ -1621,8 +1621,8 @@ QVO_API QVO_RET qvo_seq_group_agg_approxdc_hash_next(qvo_seq_iterator_h iterator
  * long keys are carved out of buckets of 40968 bytes.
  */
 typedef union {
-    qvo_uint8 val;   /* a key of up to 8 bytes; in `agg`: the bytes of a value of the aggregate's type */
-    void* ptr;       /* a longer key; in `agg`: a sketch */
+    qvo_uint8 val; /* a key of up to 8 bytes; in `agg`: the bytes of a value of the aggregate's type */
+    void* ptr;     /* a longer key; in `agg`: a sketch */
 } qvo_seq_key_t;
 
 typedef struct qvo_seq_hash_elem {
@@ -1715,34 +1715,34 @@ QVO_API QVO_RET qvo_seq_hash_next(qvo_seq_iterator_h iterator);
  * Lifetime  The table is kept, also by reset, until it is released with qvo_seq_release_hash or qvo_seq_free_hash;
  *           both records must exist until then. Keep the operands until the table is built.
  */
-#define QVO_SEQ_DECLARE(type)                                                                                       \
-    QVO_API QVO_RET qvo_seq_hash_agg_max_##type(qvo_seq_iterator_h result_agg, qvo_seq_iterator_h result_grp,       \
-                                                qvo_seq_iterator_h input, qvo_seq_iterator_h group_by,              \
-                                                qvo_size_t n_groups);                                               \
-    QVO_API QVO_RET qvo_seq_hash_agg_min_##type(qvo_seq_iterator_h result_agg, qvo_seq_iterator_h result_grp,       \
-                                                qvo_seq_iterator_h input, qvo_seq_iterator_h group_by,              \
-                                                qvo_size_t n_groups);                                               \
-    QVO_API QVO_RET qvo_seq_hash_agg_sum_##type(qvo_seq_iterator_h result_agg, qvo_seq_iterator_h result_grp,       \
-                                                qvo_seq_iterator_h input, qvo_seq_iterator_h group_by,              \
-                                                qvo_size_t n_groups);                                               \
-    QVO_API QVO_RET qvo_seq_hash_agg_avg_##type(qvo_seq_iterator_h result_agg, qvo_seq_iterator_h result_grp,       \
-                                                qvo_seq_iterator_h input, qvo_seq_iterator_h group_by,              \
-                                                qvo_size_t n_groups);                                               \
-    QVO_API QVO_RET qvo_seq_hash_initialize_max_##type(qvo_seq_iterator_h iterator);                                \
-    QVO_API QVO_RET qvo_seq_hash_initialize_min_##type(qvo_seq_iterator_h iterator);                                \
-    QVO_API QVO_RET qvo_seq_hash_initialize_sum_##type(qvo_seq_iterator_h iterator);                                \
-    QVO_API QVO_RET qvo_seq_hash_initialize_avg_##type(qvo_seq_iterator_h iterator);                                \
-    QVO_API QVO_RET qvo_seq_hash_merge_max_##type(qvo_seq_iterator_h dst, qvo_seq_iterator_h src);                  \
-    QVO_API QVO_RET qvo_seq_hash_merge_min_##type(qvo_seq_iterator_h dst, qvo_seq_iterator_h src);                  \
-    QVO_API QVO_RET qvo_seq_hash_merge_sum_##type(qvo_seq_iterator_h dst, qvo_seq_iterator_h src);                  \
-    QVO_API QVO_RET qvo_seq_hash_merge_avg_##type(qvo_seq_iterator_h dst, qvo_seq_iterator_h src);                  \
-    QVO_API QVO_RET qvo_seq_hash_agg_max_##type##_next_agg(qvo_seq_iterator_h iterator);                            \
-    QVO_API QVO_RET qvo_seq_hash_agg_min_##type##_next_agg(qvo_seq_iterator_h iterator);                            \
-    QVO_API QVO_RET qvo_seq_hash_agg_sum_##type##_next_agg(qvo_seq_iterator_h iterator);                            \
-    QVO_API QVO_RET qvo_seq_hash_agg_avg_##type##_next_agg(qvo_seq_iterator_h iterator);                            \
-    QVO_API QVO_RET qvo_seq_hash_agg_max_##type##_next_grp(qvo_seq_iterator_h iterator);                            \
-    QVO_API QVO_RET qvo_seq_hash_agg_min_##type##_next_grp(qvo_seq_iterator_h iterator);                            \
-    QVO_API QVO_RET qvo_seq_hash_agg_sum_##type##_next_grp(qvo_seq_iterator_h iterator);                            \
+#define QVO_SEQ_DECLARE(type)                                                                                 \
+    QVO_API QVO_RET qvo_seq_hash_agg_max_##type(qvo_seq_iterator_h result_agg, qvo_seq_iterator_h result_grp, \
+                                                qvo_seq_iterator_h input, qvo_seq_iterator_h group_by,        \
+                                                qvo_size_t n_groups);                                         \
+    QVO_API QVO_RET qvo_seq_hash_agg_min_##type(qvo_seq_iterator_h result_agg, qvo_seq_iterator_h result_grp, \
+                                                qvo_seq_iterator_h input, qvo_seq_iterator_h group_by,        \
+                                                qvo_size_t n_groups);                                         \
+    QVO_API QVO_RET qvo_seq_hash_agg_sum_##type(qvo_seq_iterator_h result_agg, qvo_seq_iterator_h result_grp, \
+                                                qvo_seq_iterator_h input, qvo_seq_iterator_h group_by,        \
+                                                qvo_size_t n_groups);                                         \
+    QVO_API QVO_RET qvo_seq_hash_agg_avg_##type(qvo_seq_iterator_h result_agg, qvo_seq_iterator_h result_grp, \
+                                                qvo_seq_iterator_h input, qvo_seq_iterator_h group_by,        \
+                                                qvo_size_t n_groups);                                         \
+    QVO_API QVO_RET qvo_seq_hash_initialize_max_##type(qvo_seq_iterator_h iterator);                          \
+    QVO_API QVO_RET qvo_seq_hash_initialize_min_##type(qvo_seq_iterator_h iterator);                          \
+    QVO_API QVO_RET qvo_seq_hash_initialize_sum_##type(qvo_seq_iterator_h iterator);                          \
+    QVO_API QVO_RET qvo_seq_hash_initialize_avg_##type(qvo_seq_iterator_h iterator);                          \
+    QVO_API QVO_RET qvo_seq_hash_merge_max_##type(qvo_seq_iterator_h dst, qvo_seq_iterator_h src);            \
+    QVO_API QVO_RET qvo_seq_hash_merge_min_##type(qvo_seq_iterator_h dst, qvo_seq_iterator_h src);            \
+    QVO_API QVO_RET qvo_seq_hash_merge_sum_##type(qvo_seq_iterator_h dst, qvo_seq_iterator_h src);            \
+    QVO_API QVO_RET qvo_seq_hash_merge_avg_##type(qvo_seq_iterator_h dst, qvo_seq_iterator_h src);            \
+    QVO_API QVO_RET qvo_seq_hash_agg_max_##type##_next_agg(qvo_seq_iterator_h iterator);                      \
+    QVO_API QVO_RET qvo_seq_hash_agg_min_##type##_next_agg(qvo_seq_iterator_h iterator);                      \
+    QVO_API QVO_RET qvo_seq_hash_agg_sum_##type##_next_agg(qvo_seq_iterator_h iterator);                      \
+    QVO_API QVO_RET qvo_seq_hash_agg_avg_##type##_next_agg(qvo_seq_iterator_h iterator);                      \
+    QVO_API QVO_RET qvo_seq_hash_agg_max_##type##_next_grp(qvo_seq_iterator_h iterator);                      \
+    QVO_API QVO_RET qvo_seq_hash_agg_min_##type##_next_grp(qvo_seq_iterator_h iterator);                      \
+    QVO_API QVO_RET qvo_seq_hash_agg_sum_##type##_next_grp(qvo_seq_iterator_h iterator);                      \
     QVO_API QVO_RET qvo_seq_hash_agg_avg_##type##_next_grp(qvo_seq_iterator_h iterator);
 QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
 #undef QVO_SEQ_DECLARE
@@ -1782,9 +1782,9 @@ QVO_API int qvo_seq_free_hash(qvo_seq_iterator_h iterator);
 /* The context of either result of the duplicate counts. */
 typedef struct {
     qvo_seq_hash_iterator_context_t groups;
-    qvo_size_t n_pairs;           /* initial number of chains of the pair table */
-    qvo_size_t min_occurrences;   /* from which on a value counts */
-    qvo_seq_hash_t* agg_hash;     /* the pairs of group and value, while they are needed */
+    qvo_size_t n_pairs;         /* initial number of chains of the pair table */
+    qvo_size_t min_occurrences; /* from which on a value counts */
+    qvo_seq_hash_t* agg_hash;   /* the pairs of group and value, while they are needed */
 } qvo_seq_dup_hash_iterator_context_t;
 
 /*

@@ -23,20 +23,24 @@ struct Lt {
     template <class V> QVO_INLINE static bool apply(V a, V b) { return a < b; }
 };
 
+/// The widths are equal at construction. A text parser learns its width with its first string, though; if that makes
+/// them differ, the shorter one is compared, so that no read leaves an operand's tile.
 template <class Op> struct CharCompare {
     const uint8_t* left;
     const uint8_t* right;
-    size_t width;
+    size_t left_width, right_width;
     qvo_seq_bool* result;
 
     explicit CharCompare(qvo_seq_iterator_h it)
         : left(values_of<uint8_t>(it->opd[0])),
           right(values_of<uint8_t>(it->opd[1])),
-          width(it->opd[0]->elem_size),
+          left_width(it->opd[0]->elem_size),
+          right_width(it->opd[1]->elem_size),
           result(values_of<qvo_seq_bool>(it)) {}
 
     void operator()(size_t to, size_t a, size_t b) const {
-        result[to] = Op::apply(qvo_memcmp(left + a * width, right + b * width, width), 0);
+        const size_t width = std::min(left_width, right_width);
+        result[to] = Op::apply(qvo_memcmp(left + a * left_width, right + b * right_width, width), 0);
     }
 };
 
