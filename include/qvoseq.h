@@ -1426,6 +1426,54 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
 
 /* ==== aggregate/pair =========================================================================== */
 
+/*
+ * qvo_seq_cov_<type>, qvo_seq_corr_<type>, qvo_seq_wsum_<type>, qvo_seq_wavg_<type>
+ * (result, left, right)
+ *
+ * One element for two whole sequences: covariance and correlation of left (x) and right (y);
+ * weighted sum and weighted average of the values right (v) with the weights left (w).
+ * Elements  The 11 fixed types; the result is double. With the sums over all positions, n of them:
+ *           cov (Sxy - Sx x Sy / n) / n, corr (Sxy - Sx x Sy / n) / sqrt((Syy - Sy x Sy / n) x
+ *           (Sxx - Sx x Sx / n)), wsum Swv, wavg Swv / Sw. Sums are taken in double in the order of
+ *           the elements, with each term multiplied by the positions that it stands for.
+ *           For integers and datetime these terms are deliberately not all formed in double: x, y and
+ *           w times their positions, and in wavg w x v times them, are 64-bit products converted as
+ *           unsigned numbers, so a negative one counts as 2^64 minus its magnitude: cov_int4 of left
+ *           -1, 1 and right 1, 1 takes 1.8446744073709552e19 for Sx. wavg forms w x v in 32 bits
+ *           for types of up to 4 bytes (wrapping; signed but for uint4): w = v = 65536 gives 0. The
+ *           products of two values in cov, corr and all of wsum are taken in double.
+ * Runs      The operands are walked overlap by overlap, from their current positions on.
+ * Ends      With the shorter operand; a difference in length is not an error. Then as for max: one
+ *           element, then QVO_S_CURSOR_END; no element if there is no pair.
+ * Errors    As for add and max; an operand's empty tile stops the process.
+ * Parts     As for max, but `merge` adds up the records of empty parts too. It deliberately adds the
+ *           *right* sum of the source to the left sum: sx += other's sy; the other fields are added
+ *           each to its own. So parts of cov and corr do not join to the value of the whole, nor do
+ *           those of wavg, where the weights of the source are left out: 1 x 2 joined with 3 x 4
+ *           gives (2 + 12) / 1 = 14.
+ */
+typedef struct {
+    double sx; /* sum of x; wavg: of the weights */
+    double sy;
+    double sxx;
+    double sxy; /* wsum and wavg: of weight x value */
+    double syy; /* sums that a family does not take are 0 */
+    qvo_seq_count_t count;
+} qvo_seq_bin_agg_context_t;
+
+#define QVO_SEQ_DECLARE_AGGREGATE(name)                                                                 \
+    QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right); \
+    QVO_API QVO_RET name##_next(qvo_seq_iterator_h iterator);                                           \
+    QVO_API QVO_RET name##_merge(qvo_seq_iterator_h iterator, qvo_seq_iterator_h other);
+#define QVO_SEQ_DECLARE(type)                      \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_cov_##type)  \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_corr_##type) \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_wsum_##type) \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_wavg_##type)
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+#undef QVO_SEQ_DECLARE
+#undef QVO_SEQ_DECLARE_AGGREGATE
+
 /* ==== aggregate/window ========================================================================= */
 
 /* ==== aggregate/cumulative ===================================================================== */

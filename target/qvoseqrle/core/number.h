@@ -63,6 +63,12 @@ template <class V> QVO_INLINE V remainder(V a, V b) {
     }
 }
 
+/// An unsigned number as a double, rounded once, without a branch on its top bit. (Both halves are exact.)
+QVO_INLINE double unsigned_to_double(uint64_t value) {
+    return static_cast<double>(static_cast<int64_t>(value >> 32)) * 4294967296.0 +
+           static_cast<double>(static_cast<int64_t>(value & 0xffffffffU));
+}
+
 /// Truncates a floating value towards zero to a signed integer; out of range, and for NaN, the most negative one.
 template <class Int, class F> QVO_INLINE Int truncate(F value) {
     static_assert(std::is_signed_v<Int> && sizeof(Int) >= sizeof(int32_t));

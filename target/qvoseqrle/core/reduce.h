@@ -14,6 +14,7 @@
 #include <optional>
 
 #include "core/construct.h"
+#include "core/fatal.h"
 #include "core/tile.h"
 
 namespace qvo {
@@ -52,17 +53,37 @@ template <class Accumulation> void fold_tile(void* erased, qvo_seq_iterator_h op
     Accumulation::fold(state, values + first, runs - first, operand->tile_size - size_t{first}, single);
 }
 
-/// `next`. Nothing is stored unless there is a result.
-template <class R> QVO_RET reduce_next(qvo_seq_iterator_h it) {
-    using State = typename R::Accumulation::State;
+/// The loops of a reducer of two operands. Each folds n pairs of elements, with the positions that they share.
+struct FoldPairs {
+    /// Neighbouring elements of the left operand from `left` on and of the right one from `right` on; a step of 0
+    /// stays at the same element. The run bytes grow downwards.
+    void (*stretch)(void* state, qvo_seq_iterator_h it, size_t left, size_t left_step, size_t right, size_t right_step,
+                    const uint8_t* runs, size_t n);
+    /// Elements from lists of indexes; the runs grow upwards.
+    void (*list)(void* state, qvo_seq_iterator_h it, const uint16_t* left, const uint16_t* right, const uint8_t* runs,
+                 size_t n);
+};
+
+/// Walks the iterator's two operands until one of them ends. QVO_S_OK if there was any pair; then `count` has grown
+/// by the positions.
+QVO_RET reduce_overlaps(qvo_seq_iterator_h it, void* state, qvo_seq_count_t& count, const FoldPairs& fold, Where where);
+
+/// `next` of a reducer: gather(state) pulls the operands. Nothing is stored unless there is a result.
+template <class R, class State, class Gather> QVO_RET reduce_by(qvo_seq_iterator_h it, Gather gather) {
     if (const std::optional<QVO_RET> answer = answer_of(it)) return *answer;
     State result{};
-    const QVO_RET rc = reduce_tiles(it->opd[0], &result, result.count, fold_tile<typename R::Accumulation>);
-    if (rc != QVO_S_OK) return rc;
+    if (const QVO_RET rc = gather(result); rc != QVO_S_OK) return rc;
     *values_of<typename R::Result>(it) = R::finish(result);
     deliver_one(it);
     state<State>(it) = result;
     return QVO_S_OK;
+}
+
+template <class R> QVO_RET reduce_next(qvo_seq_iterator_h it) {
+    using State = typename R::Accumulation::State;
+    return reduce_by<R, State>(it, [it](State& result) {
+        return reduce_tiles(it->opd[0], &result, result.count, fold_tile<typename R::Accumulation>);
+    });
 }
 
 /// `merge`: folds the state of `from` into that of `into`. A part without elements has no state to fold: as the
