@@ -62,6 +62,10 @@ def expected(places):
         of_kind = [day["temp_max"] for day in everywhere if day["weather"] == kind]
         yield f"{kind} {len(of_kind)} days", f"{mean(of_kind):.2f} degrees"
     for place, days in places.items():
+        for month in sorted({day["date"][:7] for day in days})[-12:]:
+            of_month = [day for day in days if day["date"].startswith(month)]
+            yield (f"{month} {len(of_month)} days {mean(column(of_month, 'temp_max')):.2f} degrees",
+                   f"{sum(column(of_month, 'precipitation')):.1f} mm")
         # The specified order is that of a sort whose ties are not stable, so only days without an equal are named.
         winds = column(days, "wind")
         for day in days:
