@@ -4,7 +4,7 @@
 
 #include "columns.h"
 
-/* Comparison, filters, whole-sequence aggregates, merge of partial results, arithmetic. */
+/* Comparison, filters, whole-sequence aggregates, merge of partial results, top values, arithmetic. */
 void ask_about_selections(const station_t* a, const station_t* b);
 
 /* Hash aggregates, merge of their tables, distinct counts exact and estimated. */
@@ -12,6 +12,9 @@ void ask_about_keys(const station_t* a, const station_t* b);
 
 /* Aggregates of consecutive positions with the same key. */
 void ask_about_groups(const station_t* a, const station_t* b);
+
+/* Conversion, histogram, turning points, pattern matching. */
+void ask_about_shapes(const station_t* a, const station_t* b);
 
 /* Sort by one column, applied to others. */
 void ask_about_order(const station_t* a, const station_t* b);

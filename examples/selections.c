@@ -66,6 +66,35 @@ static void range_of_wind(const station_t* station) {
     answer("Wind, least and most", "%.1f to %.1f in %s", ends[0], ends[1], station->name);
 }
 
+static void correlation_of_high_and_low(const station_t* station) {
+    qvo_seq_iterator_t high, low, correlation;
+    open_column(&high, &station->high);
+    open_column(&low, &station->low);
+    MUST(qvo_seq_corr_double(&correlation, &high, &low));
+    answer("Correlation of the high and the low of a day", "%.4f in %s", number_of(&correlation), station->name);
+}
+
+/* The selection counts elements, so the runs are expanded first: an element for each position. */
+static void wettest_days(const station_t* station) {
+    enum { TOP = 5 };
+    qvo_seq_iterator_t rain[2], days[2], values, positions;
+    qvo_double millimetres[TOP];
+    qvo_uint8 found[TOP];
+    qvo_size_t n = TOP;
+    for (int i = 0; i < 2; ++i) {
+        open_column(&rain[i], &station->rain);
+        MUST(qvo_seq_rle_decode(&days[i], &rain[i]));
+    }
+    MUST(qvo_seq_top_max_double(&values, &days[0], TOP));
+    MUST(qvo_seq_top_pos_max_double(&positions, &days[1], TOP));
+    MUST(qvo_seq_get_double(&values, millimetres, &n));
+    MUST(qvo_seq_get_uint8(&positions, found, &n));
+    answer("Wettest days", "the first %d in %s", TOP, station->name);
+    for (qvo_size_t i = 0; i < n; ++i)
+        detail("position %4llu  %s  %5.1f mm", (unsigned long long)found[i],
+               date_text(*(const qvo_datetime*)value_at(&station->date, found[i])), millimetres[i]);
+}
+
 /* high * 1.8 + 32: two operators, each with a constant as its second operand; then the largest. */
 static void highest_in_fahrenheit(const station_t* station) {
     qvo_seq_iterator_t high, factor, scaled, offset, fahrenheit, largest;
@@ -95,5 +124,7 @@ void ask_about_selections(const station_t* a, const station_t* b) {
     for (int i = 0; i < 2; ++i) days_of_much_rain(stations[i], 50.0);
     for (int i = 0; i < 2; ++i) dry_days(stations[i]);
     for (int i = 0; i < 2; ++i) range_of_wind(stations[i]);
+    for (int i = 0; i < 2; ++i) correlation_of_high_and_low(stations[i]);
+    for (int i = 0; i < 2; ++i) wettest_days(stations[i]);
     for (int i = 0; i < 2; ++i) highest_in_fahrenheit(stations[i]);
 }

@@ -55,6 +55,17 @@ def expected(places):
         yield "Share of days without rain", f"{100 * mean([r == 0 for r in rain]):.2f} % in {place}"
         wind = column(days, "wind")
         yield "Wind, least and most", f"{min(wind)} to {max(wind)} in {place}"
+        yield ("Correlation of the high and the low of a day", f"{correlation(highs, lows):.4f} in {place}")
+        for most in sorted(rain)[-5:]:
+            yield f"position {rain.index(most)} {days[rain.index(most)]['date']}", f"{most} mm"
+        yield "Different highs in whole degrees", f"{len({int(high) for high in highs})} in {place}"
+        slopes = [b > a for a, b in zip(highs, highs[1:]) if a != b]
+        yield "Turning points of the high", f"{sum(a != b for a, b in zip(slopes, slopes[1:]))} in {place}"
+        kinds = column(days, "weather")
+        yield "Days of a kind like 's%'", f"{sum(kind.startswith('s') for kind in kinds)} in {place}"
+        yield "Days of a kind like '%i%'", f"{sum('i' in kind for kind in kinds)} in {place}"
+        for least in range(-10, 40, 5):
+            yield f"{least} to {least + 5}", f"{sum(least <= high < least + 5 for high in highs)}"
         yield "Highest temperature in Fahrenheit", f"{max(highs) * 1.8 + 32:.2f} degrees in {place}"
         yield "Different highs", f"{len(set(highs))} in {place}"
     everywhere = [day for days in places.values() for day in days]

@@ -227,4 +227,12 @@ TEST_F(Host, Primes) {
     EXPECT_EQ(qvo_seq_free_hash(&result), 1);
 }
 
+TEST_F(Host, Moving) {
+    ASSERT_EQ(qvo_seq_top_max_int4(&result, &a, 2), QVO_S_OK);
+    ASSERT_EQ(result.next(&result), QVO_S_OK);
+    EXPECT_EQ(result.tile.u.arr_int4[0], 3);
+    EXPECT_EQ(result.tile.u.arr_int4[1], 2);
+    EXPECT_GT(called["memmove"], 0) << "1, 2, 3: each one comes before those that are kept";
+}
+
 }  // namespace
