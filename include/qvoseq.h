@@ -1967,7 +1967,102 @@ QVO_API QVO_RET qvo_seq_order_by_reset(qvo_seq_iterator_h iterator);
 
 /* ==== order/stretch ============================================================================ */
 
+/* The types of the alignment families: those of timestamps, each with all types of values. */
+#define QVO_SEQ_FOR_ALIGNED_TYPES(M)       \
+    QVO_SEQ_FOR_FIXED_TYPES_WITH(M, uint4) \
+    QVO_SEQ_FOR_FIXED_TYPES_WITH(M, uint8) \
+    QVO_SEQ_FOR_FIXED_TYPES_WITH(M, datetime)
+
+/*
+ * qvo_seq_stretch_<ts>_<type> (result, ts1, ts2, values, filler)
+ *
+ * Follows the values, which belong to the timestamps ts2, up to the current timestamp of ts1.
+ * Deliberate: ts1 is never moved on, so every element is compared with the same timestamp, the current one
+ * of ts1. While that is not below the last timestamp taken from ts2 (0 to begin with), each element first
+ * takes the next timestamp and the next value; then it delivers the last value taken, or the filler once ts2
+ * has ended. ts1 = [5], ts2 = [1, 4, 9, 10], values = [10, 40, 90, 100], filler 0 give 10, 40, 90, 90, 90, ...:
+ * a later value comes in before its time. With ts2 = [1, 4] they give 10, 40, 0, 0, 0, ...
+ * Elements  ts1 and ts2 are <ts>: uint4, uint8 or datetime. values, filler and the result are one of the 11
+ *           fixed types.
+ * Runs      values: expanded. ts2: all runs must be 1. ts1: not looked at. Every element of the result has run 1,
+ *           and next_seq_no grows at the end of a call.
+ * Ends      Deliberately not with ts1 or ts2: one full tile per call, for as long as it is pulled (cut it with
+ *           qvo_seq_limit). An empty ts1 ends it, and so do values that end before a timestamp of ts2: the
+ *           elements of that call are then dropped.
+ * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED, for ts1, ts2, values; in both cases nothing has changed.
+ *           `next`: an operand's error drops the elements of that call; timestamps and values that it took stay
+ *           taken. A timestamp of ts2 with another run than 1 is the fatal stop.
+ *
+ * qvo_seq_stretch0_<ts>_<type> (result, ts1, ts2, values, filler)
+ *
+ * The union of two timelines, ordered by time: for a timestamp of ts2 the next value, for one of ts1 that ts2
+ * does not have the filler. ts1 = [1, 3], ts2 = [1, 2], values = [10, 20], filler 0 give 10, 20, 0.
+ * Elements  As for stretch.
+ * Runs      values: expanded. ts1 and ts2: all runs must be 1. Every element of the result has run 1, and
+ *           next_seq_no grows at the end of a call.
+ * Ends      With both timelines, if ts2 ends first. Deliberate: once ts1 has ended ts2 is not moved on any more, and
+ *           its runs are not looked at; the values go on to their end, which drops the elements of that call.
+ *           ts1 = [1], ts2 = [2, 3], values = [10, 20] and 1000 more of them in int4 give the filler and 818
+ *           values; the other 184 values are taken by the second call, which returns QVO_S_CURSOR_END. So give
+ *           ts1 a last timestamp that is not below any of ts2.
+ * Errors    As for stretch. A timestamp of ts1 or ts2 with another run than 1 is the fatal stop, when it is
+ *           compared. Timelines that do not ascend are not found out: they give what the rule above makes of them.
+ */
+#define QVO_SEQ_DECLARE(ts, type)                                                                                     \
+    typedef struct {                                                                                                  \
+        qvo_##type default_value;                                                                                     \
+        qvo_##type next_value;                                                                                        \
+        qvo_##ts next_timestamp;                                                                                      \
+        qvo_bool end_of_seq;                                                                                          \
+    } qvo_seq_stretch_##ts##_##type##_context_t;                                                                      \
+    typedef struct {                                                                                                  \
+        qvo_##type default_value;                                                                                     \
+        qvo_bool left_end;                                                                                            \
+        qvo_bool right_end;                                                                                           \
+    } qvo_seq_stretch0_##ts##_##type##_context_t;                                                                     \
+    QVO_API QVO_RET qvo_seq_stretch_##ts##_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h ts1,                  \
+                                                  qvo_seq_iterator_h ts2, qvo_seq_iterator_h values,                  \
+                                                  qvo_##type filler);                                                 \
+    QVO_API QVO_RET qvo_seq_stretch0_##ts##_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h ts1,                 \
+                                                   qvo_seq_iterator_h ts2, qvo_seq_iterator_h values,                 \
+                                                   qvo_##type filler);                                                \
+    QVO_API QVO_RET qvo_seq_stretch_##ts##_##type##_next(qvo_seq_iterator_h iterator);                                \
+    QVO_API QVO_RET qvo_seq_stretch0_##ts##_##type##_next(qvo_seq_iterator_h iterator);                               \
+    QVO_API QVO_RET qvo_seq_stretch_##ts##_##type##_reset(qvo_seq_iterator_h iterator);                               \
+    QVO_API QVO_RET qvo_seq_stretch0_##ts##_##type##_reset(qvo_seq_iterator_h iterator);
+QVO_SEQ_FOR_ALIGNED_TYPES(QVO_SEQ_DECLARE)
+#undef QVO_SEQ_DECLARE
+
 /* ==== order/asof_join ========================================================================== */
+
+/*
+ * qvo_seq_asof_join_<ts>_<type> (result, ts1, ts2, values)
+ *
+ * The values, which belong to the timestamps ts2, as they stand at the current timestamp of ts1.
+ * Deliberate: as in stretch, ts1 is never moved on, and each element takes at most one timestamp of ts2 with
+ * its value. The element is the value taken last if its timestamp is not above that of ts1, else the value
+ * before it (0 before the first one). ts1 = [5], ts2 = [1, 4, 9], values = [10, 40, 90] give 10, 40, 40, 40, ...
+ * Elements  As for stretch.
+ * Runs      As for stretch.
+ * Ends      Deliberately not with ts1 or ts2: one full tile per call, for as long as it is pulled; after the end of
+ *           ts2 with the last value. An empty ts1 ends it, and so do an empty ts2 and values that end before a
+ *           timestamp of ts2: the elements of that call are then dropped.
+ * Errors    As for stretch.
+ */
+#define QVO_SEQ_DECLARE(ts, type)                                                                                     \
+    typedef struct {                                                                                                  \
+        qvo_##type next_value;                                                                                        \
+        qvo_##type prev_value;                                                                                        \
+        qvo_##ts next_timestamp;                                                                                      \
+        qvo_##ts prev_timestamp;                                                                                      \
+        qvo_bool end_of_seq;                                                                                          \
+    } qvo_seq_asof_join_##ts##_##type##_context_t;                                                                    \
+    QVO_API QVO_RET qvo_seq_asof_join_##ts##_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h ts1,                \
+                                                    qvo_seq_iterator_h ts2, qvo_seq_iterator_h values);               \
+    QVO_API QVO_RET qvo_seq_asof_join_##ts##_##type##_next(qvo_seq_iterator_h iterator);                              \
+    QVO_API QVO_RET qvo_seq_asof_join_##ts##_##type##_reset(qvo_seq_iterator_h iterator);
+QVO_SEQ_FOR_ALIGNED_TYPES(QVO_SEQ_DECLARE)
+#undef QVO_SEQ_DECLARE
 
 #ifdef __cplusplus
 } /* extern "C" */

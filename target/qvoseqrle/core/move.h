@@ -6,6 +6,12 @@
 
 namespace qvo {
 
+/// The unsigned integer of a fixed width.
+template <size_t Width>
+using unsigned_of =
+    std::conditional_t<Width == 8, uint64_t,
+                       std::conditional_t<Width == 4, uint32_t, std::conditional_t<Width == 2, uint16_t, uint8_t>>>;
+
 /// Moves single elements of a fixed width: by memcpy, which the compiler turns into moves of one register and which
 /// does not care for alignment.
 template <size_t Width> struct FixedMover {

@@ -10,7 +10,7 @@
 #include <atomic>
 #include <bit>
 
-#include "qvowseq.h"
+#include "core/move.h"
 
 namespace qvo {
 namespace {
@@ -101,12 +101,6 @@ template <class V> void insertion_sort(const V* data, qvo_seq_no_t* slice, size_
     }
 }
 
-/// Counters as wide as the values that they count, so that a vector holds as many of either.
-template <class V>
-using Counter = std::conditional_t<
-    sizeof(V) == 8, uint64_t,
-    std::conditional_t<sizeof(V) == 4, uint32_t, std::conditional_t<sizeof(V) == 2, uint16_t, uint8_t>>>;
-
 /// The same for up to most_inserted positions. Insertion leaves an ordered slice alone; and without NaNs it is a stable
 /// sort of what smallest_first left: a position ends up behind as many others as have smaller values, or equal ones
 /// further ahead. Comparing all with all in vectors is faster than inserting, which waits for a branch that cannot be
@@ -122,11 +116,12 @@ template <class V> QVO_CPU_VARIANTS void sort_short(const V* data, qvo_seq_no_t*
     for (size_t k = 0; k < n; ++k) comparable &= values[k] == values[k];
     if (!comparable) return insertion_sort(data, slice, n);
 
-    Counter<V> ahead[most_inserted] = {};
+    using Count = unsigned_of<sizeof(V)>;  // as wide as a value, so that a vector holds as many of either
+    Count ahead[most_inserted] = {};
     for (size_t j = 0; j < n; ++j) {
         const V value = values[j];
-        for (size_t k = 0; k < j; ++k) ahead[k] = static_cast<Counter<V>>(ahead[k] + (values[k] > value));
-        for (size_t k = j + 1; k < n; ++k) ahead[k] = static_cast<Counter<V>>(ahead[k] + !(value > values[k]));
+        for (size_t k = 0; k < j; ++k) ahead[k] = static_cast<Count>(ahead[k] + (values[k] > value));
+        for (size_t k = j + 1; k < n; ++k) ahead[k] = static_cast<Count>(ahead[k] + !(value > values[k]));
     }
     qvo_seq_no_t sorted[most_inserted];
     for (size_t k = 0; k < n; ++k) sorted[ahead[k]] = slice[k];
