@@ -39,17 +39,40 @@ QVO_INLINE void copy_in_order(uint8_t* to, const uint8_t* runs, size_t n) {
     }
 }
 
-/// The number of leading elements, of `n` at most, whose run bytes are equal to what they are compared with.
-/// difference(below) is the exclusive or of both for the eight bytes that start `below` bytes under the first one.
-template <class Difference> QVO_INLINE size_t leading_equal(size_t n, Difference difference) {
-    size_t i = 0;
-    for (; i < n; i += run_block) {
-        uint64_t any = 0;
-        for (size_t k = 0; k < run_block; k += run_word) any |= difference(i + run_block - 1 - k);
-        if (any != 0) break;
+// Four words that the compiler keeps in vector registers of whatever width there is; left alone, it compares blocks of
+// run bytes word by word.
+typedef uint64_t RunVector __attribute__((vector_size(4 * run_word)));
+
+/// What a block of run bytes is compared with: another block, or the same word throughout.
+struct OtherRuns {
+    const uint8_t* first;
+    QVO_INLINE void load(RunVector& vector, size_t below) const { std::memcpy(&vector, first - below, sizeof vector); }
+    QVO_INLINE uint64_t word(size_t below) const { return load_word(first - below); }
+};
+struct SameRun {
+    uint64_t splat;
+    QVO_INLINE void load(RunVector& vector, size_t) const { vector = RunVector{splat, splat, splat, splat}; }
+    QVO_INLINE uint64_t word(size_t) const { return splat; }
+};
+
+/// True if any of the 64 run bytes from `below` bytes under the first one up differs.
+template <class With> QVO_INLINE bool block_differs(const uint8_t* runs, With with, size_t below) {
+    RunVector any{};
+    for (size_t k = 0; k < run_block; k += sizeof(RunVector)) {
+        RunVector a, b;
+        std::memcpy(&a, runs - below + k, sizeof a);
+        with.load(b, below - k);
+        any |= a ^ b;
     }
+    return (any[0] | any[1] | any[2] | any[3]) != 0;
+}
+
+/// The number of leading elements, of `n` at most, whose run bytes are equal to what they are compared with.
+template <class With> QVO_INLINE size_t leading_equal(const uint8_t* runs, With with, size_t n) {
+    size_t i = 0;
+    while (i < n && !block_differs(runs, with, i + run_block - 1)) i += run_block;
     for (; i < n; i += run_word) {
-        uint64_t word = difference(i + run_word - 1);
+        uint64_t word = load_word(runs - (i + run_word - 1)) ^ with.word(i + run_word - 1);
         if constexpr (std::endian::native == std::endian::big) word = __builtin_bswap64(word);
         if (word != 0) {
             i += static_cast<size_t>(std::countl_zero(word)) / 8;
@@ -61,7 +84,7 @@ template <class Difference> QVO_INLINE size_t leading_equal(size_t n, Difference
 
 /// Leading elements of run 1.
 QVO_INLINE size_t leading_single_runs(const uint8_t* runs, size_t n) {
-    return leading_equal(n, [runs](size_t below) { return load_word(runs - below) ^ ones_word; });
+    return leading_equal(runs, SameRun{ones_word}, n);
 }
 
 /// Sums of neighbouring run bytes in four 16-bit lanes.
@@ -114,17 +137,19 @@ struct RunSpan {
 
 /// The leading elements, of `n` at most, whose runs are the same on both sides.
 QVO_INLINE RunSpan equal_runs(const uint8_t* a, const uint8_t* b, size_t n) {
-    const auto difference = [a, b](size_t below) { return load_word(a - below) ^ load_word(b - below); };
-    BlockSum blocks;
+    // Most often all runs are the same, and need no adding up.
+    const SameRun first{ones_word * *a};
+    const OtherRuns other{b};
     size_t i = 0;
-    for (; i + run_block <= n; i += run_block) {
-        uint64_t any = 0;
-        for (size_t k = 0; k < run_block; k += run_word) any |= difference(i + run_block - 1 - k);
-        if (any != 0) break;
+    while (i + run_block <= n && !block_differs(a, first, i + run_block - 1) &&
+           !block_differs(b, first, i + run_block - 1))
+        i += run_block;
+    const size_t same = i;
+    BlockSum blocks;
+    for (; i + run_block <= n && !block_differs(a, other, i + run_block - 1); i += run_block)
         blocks.add(a - (i + run_block - 1));
-    }
-    const size_t rest = leading_equal(n - i, [=](size_t below) { return difference(i + below); });
-    return {i + rest, blocks.total() + sum_runs(a - i, rest)};
+    const size_t rest = leading_equal(a - i, OtherRuns{b - i}, n - i);
+    return {i + rest, static_cast<unsigned>(same * *a) + blocks.total() + sum_runs(a - i, rest)};
 }
 
 /// The leading elements, of `n` at most, that one run of `budget` positions covers: an element belongs to the

@@ -58,6 +58,11 @@ template <class Move> QVO_INLINE Selection select(const uint8_t* conditions, siz
         }
         i += run_block;
     }
+    for (; end - i >= run_word && room - kept >= run_word; i += run_word)
+        for (size_t k = 0; k < run_word; ++k) {
+            move(kept, i + k, std::integral_constant<size_t, 1>{});
+            kept += conditions[i + k] != 0;
+        }
     for (; i < end && kept < room; ++i) {
         move(kept, i, std::integral_constant<size_t, 1>{});
         kept += conditions[i] != 0;

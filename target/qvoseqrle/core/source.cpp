@@ -9,6 +9,9 @@ namespace {
 // No element of a wider sequence fits into a tile.
 constexpr qvo_size_t max_width = payload_bytes - 1;
 
+// Bytes that memory hands over at once; where it is more, some of the prefetches are idle.
+constexpr size_t cache_line = 64;
+
 void construct_array(qvo_seq_iterator_h result, ElementLayout layout, void* values, qvo_size_t count,
                      qvo_seq_iterator_next_t next) {
     fill_result(result, layout, {}, next, qvo_seq_unget_reset);
@@ -23,7 +26,11 @@ QVO_RET array_next(qvo_seq_iterator_h it) {
     if (last == ~qvo_seq_no_t{0} || from > last) return QVO_S_CURSOR_END;
     const size_t width = it->elem_size;
     const size_t n = std::min<qvo_seq_no_t>(capacity_of(width), last - from + 1);
-    std::memcpy(values_of<uint8_t>(it), static_cast<const uint8_t*>(it->buf) + from * width, n * width);
+    const uint8_t* const values = static_cast<const uint8_t*>(it->buf) + from * width;
+    std::memcpy(values_of<uint8_t>(it), values, n * width);
+    // The next tile of a long array is on its way from memory while this one is worked on.
+    const size_t n_ahead = std::min<qvo_seq_no_t>(n, last - from + 1 - n) * width;
+    for (size_t at = 0; at < n_ahead; at += cache_line) __builtin_prefetch(values + n * width + at);
     fill_runs(runs_of(it), n, 1);
     it->tile_size = static_cast<uint16_t>(n);
     it->next_seq_no = from + n;
