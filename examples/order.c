@@ -1,4 +1,5 @@
 /* Ordering by one column, and lining up two cities. */
+#include <stdio.h>
 #include <stdlib.h>
 
 #include "questions.h"
@@ -41,8 +42,46 @@ static void windiest_days(const station_t* station) {
     free(winds);
 }
 
+/* Dates or amounts of a station's days of much rain. */
+typedef struct {
+    qvo_seq_iterator_t rain, limit, much, column, kept;
+} much_rain_t;
+
+static void open_much_rain(much_rain_t* q, const station_t* station, double millimetres) {
+    open_column(&q->rain, &station->rain);
+    MUST(qvo_seq_const_double(&q->limit, millimetres));
+    MUST(qvo_seq_ge_double(&q->much, &q->rain, &q->limit));
+}
+
+/* One city's days of much rain, set into the calendar of the other with 0 in between; then both compared day by day. */
+static void much_rain_in_both(const station_t* a, const station_t* b, double millimetres) {
+    much_rain_t dates, amounts, other;
+    qvo_seq_iterator_t calendar, aligned, limit, much, both, days;
+    qvo_uint8 n;
+    open_much_rain(&dates, b, millimetres);
+    open_column(&dates.column, &b->date);
+    MUST(qvo_seq_filter_datetime(&dates.kept, &dates.much, &dates.column));
+    open_much_rain(&amounts, b, millimetres);
+    open_column(&amounts.column, &b->rain);
+    MUST(qvo_seq_filter_double(&amounts.kept, &amounts.much, &amounts.column));
+
+    open_column(&calendar, &a->date);
+    MUST(qvo_seq_stretch0_datetime_double(&aligned, &calendar, &dates.kept, &amounts.kept, 0.0));
+    MUST(qvo_seq_const_double(&limit, millimetres));
+    MUST(qvo_seq_ge_double(&much, &aligned, &limit));
+    open_much_rain(&other, a, millimetres);
+    MUST(qvo_seq_and(&both, &other.much, &much));
+    MUST(qvo_seq_agg_sum_uint1(&days, &both));
+    MUST(qvo_seq_next_uint8(&days, &n));
+
+    char question[64];
+    snprintf(question, sizeof question, "Days with at least %.0f mm in both, aligned by date", millimetres);
+    answer(question, "%llu", (unsigned long long)n);
+}
+
 void ask_about_order(const station_t* a, const station_t* b) {
     section("Order");
     windiest_days(a);
     windiest_days(b);
+    much_rain_in_both(a, b, 10.0);
 }

@@ -82,6 +82,8 @@ def expected(places):
         for day in days:
             if day["wind"] in sorted(winds)[-5:] and winds.count(day["wind"]) == 1:
                 yield f"{day['date']} {day['weather']}", f"{day['wind']}"
+    wet = [{day["date"] for day in days if day["precipitation"] >= 10} for days in places.values()]
+    yield "Days with at least 10 mm in both, aligned by date", f"{len(wet[0] & wet[1])}"
     both = [high for days in places.values() for high in wet_highs(days)]
     yield "the two merged", f"{mean(both):.2f} degrees in both"
 
