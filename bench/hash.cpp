@@ -79,10 +79,12 @@ bool is_right(qvo_seq_iterator_t& agg, qvo_seq_iterator_t& grp, const Rows& data
 template <class Op> void run_hash(benchmark::State& state, unsigned distinct, Runs runs) {
     const Rows& data = Rows::of(distinct, runs);
     const double positions = static_cast<double>(data.keys.positions());
+    Source<int32_t> keys(data.keys), values(data.values);
     double elements = 0;
     bool checked = false;
     for (auto _ : state) {
-        Source<int32_t> keys(data.keys), values(data.values);
+        keys.get()->reset(keys.get());
+        values.get()->reset(values.get());
         static qvo_seq_iterator_t agg, grp;
         if (Op::construct(&agg, &grp, values.get(), keys.get(), distinct) != QVO_S_OK || agg.prepare(&agg) != QVO_S_OK)
             return fail(state);

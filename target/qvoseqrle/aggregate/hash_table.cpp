@@ -14,14 +14,14 @@ static_assert(sizeof(Bucket) == 40968 && sizeof(HashElem) == 40);
 
 constexpr int last_prime = 28;
 
-// The kinds of keys: their order in a chain, when two steps in a row certainly look for the same element, and how a
-// new element keeps them. The hash is the one that chooses the chain.
+// The kinds of keys: their order in a chain, how a new element keeps them, and, unless they are inline, when two steps
+// in a row certainly look for the same element. The hash is the one that chooses the chain.
 
 struct InlineKeys {
+    static constexpr bool is_inline = true;
     explicit InlineKeys(const HashLayout&) {}
     static bool before(const HashElem& a, const HashElem& b) { return a.grp.val < b.grp.val; }
     static bool same(const HashElem& a, const HashElem& b) { return a.grp.val == b.grp.val; }
-    static bool repeated(const HashElem& a, const HashElem& b) { return same(a, b); }
     static uint32_t hash(const HashElem& e) { return e.grp_hash; }
     static size_t bytes_kept() { return 0; }
     static void keep(HashElem&, void*) {}
@@ -31,6 +31,7 @@ struct InlineKeys {
 };
 
 struct LongKeys {
+    static constexpr bool is_inline = false;
     size_t width;
 
     explicit LongKeys(const HashLayout& layout) : width(layout.key_width) {}
@@ -50,6 +51,7 @@ struct LongKeys {
 
 /// Pairs are in the order of their values, then of their keys. A long key is that of the group, which keeps it.
 struct PairKeys {
+    static constexpr bool is_inline = false;
     size_t key_width, value_width;
 
     explicit PairKeys(const HashLayout& layout) : key_width(layout.key_width), value_width(layout.value_width) {}
@@ -84,6 +86,25 @@ struct PairKeys {
 template <class Keys> QVO_INLINE HashElem** place(const Keys& keys, HashElem** link, const HashElem& like) {
     while (*link != nullptr && keys.before(**link, like)) link = &(*link)->collision;
     return link;
+}
+
+// A table of up to this many bytes is in a cache near enough not to be asked for in advance.
+constexpr size_t near_bytes = 256 * 1024;
+
+// Elements of a chain that are looked at in a loop without exits.
+constexpr int short_chain = 3;
+
+/// The first of them that is not before an inline key, as far as there is one: which element of its chain a key is in
+/// cannot be foretold, and the lookups of a batch overlap better where little depends on it. What is found need not be
+/// of the key; the caller then looks again. `none` stands for the end of a chain.
+QVO_INLINE HashElem* find_short(HashElem* head, uint64_t key, HashElem* none) {
+    HashElem* elem = head != nullptr ? head : none;
+    for (int step = 1; step < short_chain; ++step) {
+        HashElem* next = elem->collision;
+        next = next != nullptr ? next : none;
+        elem = elem->grp.val < key ? next : elem;
+    }
+    return elem;
 }
 
 HashElem** new_chains(qvo_seq_iterator_h owner, qvo_size_t n) {
@@ -202,19 +223,30 @@ template <class Keys> bool HashFiller::grow(Keys keys) {
 template <class Keys> size_t HashFiller::locate_as(Keys keys, const Probes& probes, size_t n, HashElem** found) {
     uint32_t chains[most];
     const uint32_t* hashes = layout_.pairs ? probes.pair_hash : probes.key_hash;
-    for (size_t i = 0; i < n; ++i) {
-        chains[i] = chain_of(hashes[i]);
-        __builtin_prefetch(&table_->table[chains[i]]);
+    for (size_t i = 0; i < n; ++i) chains[i] = chain_of(hashes[i]);
+    HashElem** const heads = table_->table;
+    if (table_->table_size * sizeof *heads + used_ * sizeof(HashElem) > near_bytes) {
+        for (size_t i = 0; i < n; ++i) __builtin_prefetch(&heads[chains[i]]);
+        for (size_t i = 0; i < n; ++i) __builtin_prefetch(heads[chains[i]]);
     }
-    for (size_t i = 0; i < n; ++i) __builtin_prefetch(table_->table[chains[i]]);
-    HashElem last{};
+    HashElem none{};
+    if constexpr (Keys::is_inline) {
+        none.grp.val = ~uint64_t{0};  // no key is greater
+        for (size_t i = 0; i < n; ++i) found[i] = find_short(heads[chains[i]], probes.key[i].val, &none);
+    }
+    [[maybe_unused]] HashElem last{};
     for (size_t i = 0; i < n; ++i) {
+        if constexpr (Keys::is_inline)
+            if (found[i]->grp.val == probes.key[i].val && found[i] != &none) [[likely]]
+                continue;
         const HashElem like = keys.probe(probes, i);
-        if (i != 0 && keys.repeated(like, last)) {
-            found[i] = found[i - 1];
-            continue;
+        if constexpr (!Keys::is_inline) {
+            if (i != 0 && keys.repeated(like, last)) {
+                found[i] = found[i - 1];
+                continue;
+            }
+            last = like;
         }
-        last = like;
         HashElem** link = place(keys, &table_->table[chains[i]], like);
         found[i] = *link;
         if (*link != nullptr && keys.same(**link, like)) continue;
