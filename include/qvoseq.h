@@ -1476,7 +1476,97 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
 
 /* ==== aggregate/window ========================================================================= */
 
+/*
+ * qvo_seq_window_agg_sum_<type>, qvo_seq_window_agg_avg_<type>, qvo_seq_window_agg_min_<type>,
+ * qvo_seq_window_agg_max_<type>, qvo_seq_window_agg_var_<type>, qvo_seq_window_agg_var_samp_<type>,
+ * qvo_seq_window_agg_dev_<type>, qvo_seq_window_agg_dev_samp_<type>, qvo_seq_window_agg_ema_<type>,
+ * qvo_seq_window_agg_atr_<type> (result, input, interval)
+ *
+ * At every position: an aggregate of a window of `interval` values, or a smoothed value.
+ * Elements  The 11 fixed types. sum: as for qvo_seq_agg_sum. avg and var: double, for datetime
+ *           datetime. min, max: the input's. The others: double.
+ *           The window slides from call to call of `next`, not within one: deliberately, all values of
+ *           a call pass through the same slot of the history, that of next_seq_no before the call
+ *           modulo interval. A sum of interval 2 over 1, 2, 3, 4 in one call gives 1, 2, 3, 4 and not
+ *           1, 3, 5, 7. The history starts as zeros, and the divisor n is interval from the start: an
+ *           avg of interval 4 begins at 8 / 4 = 2 for the value 8, and a min of positive values at 0.
+ *           With S and Q the running sums of values and squares: avg S / n, var (Q - S x S / n) / n,
+ *           dev its root; the sample forms take n - 1 for n, also inside the bracket, and divide by 0
+ *           at interval 1. S is a 64-bit integer for avg and var of datetime (S x S / n in integers
+ *           too, the result truncated) and for integer sums, else a double.
+ *           ema: in the first call the values themselves, deliberately; then smoothed =
+ *           (1 - a) x smoothed + a x value with a = 2 / (interval + 1). atr: smoothed =
+ *           (smoothed x (k - 1) + value) / k with k = next_seq_no before the call + 1, at most interval.
+ *           NaN: S and Q stay NaN once one has entered. min and max do not take one, but a search of
+ *           the history that starts with a NaN keeps it, from then on.
+ * Runs      One result element of run 1 for every position of the input.
+ * Ends      With the input.
+ * Parameters  interval: 1 to 208 for types of 1 byte, 104 for 2, 52 for 4, 26 for 8. With 0 the
+ *           first `next` ends the process with the divide fault.
+ * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED, then QVO_E_ILLEGAL_PARAM for a larger interval.
+ *           After an operand's error next_seq_no is what it was, but the window holds what was read.
+ */
+#define QVO_SEQ_DECLARE_AGGREGATE(name)                                                                    \
+    QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t interval); \
+    QVO_API QVO_RET name##_next(qvo_seq_iterator_h iterator);                                       \
+    QVO_API QVO_RET name##_reset(qvo_seq_iterator_h iterator);
+#define QVO_SEQ_DECLARE(type)                                  \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_window_agg_sum_##type)      \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_window_agg_avg_##type)      \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_window_agg_min_##type)      \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_window_agg_max_##type)      \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_window_agg_var_##type)      \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_window_agg_var_samp_##type) \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_window_agg_dev_##type)      \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_window_agg_dev_samp_##type) \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_window_agg_ema_##type)      \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_window_agg_atr_##type)
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+#undef QVO_SEQ_DECLARE
+#undef QVO_SEQ_DECLARE_AGGREGATE
+
 /* ==== aggregate/cumulative ===================================================================== */
+
+/*
+ * qvo_seq_cum_agg_sum_<type>, qvo_seq_cum_agg_avg_<type>, qvo_seq_cum_agg_var_<type>,
+ * qvo_seq_cum_agg_var_samp_<type>, qvo_seq_cum_agg_dev_<type>, qvo_seq_cum_agg_dev_samp_<type>,
+ * qvo_seq_cum_agg_prd_<type>, qvo_seq_cum_agg_max_<type>, qvo_seq_cum_agg_min_<type> (result, input)
+ *
+ * At every position: the aggregate of all values up to it.
+ * Elements  The 11 fixed types. sum: int8, uint8, double, for datetime double too. avg: double. var, dev
+ *           and their sample forms, prd: int8, uint8, double, datetime. max, min: the input's.
+ *           Integer sums and products wrap in 64 bits. The statistics are computed in double and
+ *           truncated to an integer result: var of the int4 values 1 and 2 is 0 and 0.25, delivered as
+ *           0 and 0. The first result of var and dev is 0.
+ *           Deliberately, next_seq_no counts twice, at every step and once more at the end of a call:
+ *           it is 6 after a call over 3 values. The statistics take it as their number n of values,
+ *           which therefore runs ahead from the second call on: after a first call of 455 values, avg
+ *           takes n = 911 for the 456th. avg is carried on as (value + (n - 1) x avg) / n; var is
+ *           (Q - S x S / n) / n; the sample forms take n - 1 for n, also inside the bracket: 1 and 3 give 0
+ *           and (10 - 16 / 1) / 1 = -6.
+ *           NaN: max and min keep a first one and skip others; the rest stays NaN from then on.
+ * Runs      One result element of run 1 for every position of the input. The first one takes element 0
+ *           of the input's tile, also if the input has been read from before.
+ * Ends      With the input.
+ * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed. After an
+ *           operand's error the steps taken stay counted and folded.
+ */
+#define QVO_SEQ_DECLARE_AGGREGATE(name)                                                                    \
+    QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input); \
+    QVO_API QVO_RET name##_next(qvo_seq_iterator_h iterator);
+#define QVO_SEQ_DECLARE(type)                               \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_cum_agg_sum_##type)      \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_cum_agg_avg_##type)      \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_cum_agg_var_##type)      \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_cum_agg_var_samp_##type) \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_cum_agg_dev_##type)      \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_cum_agg_dev_samp_##type) \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_cum_agg_prd_##type)      \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_cum_agg_max_##type)      \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_cum_agg_min_##type)
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+#undef QVO_SEQ_DECLARE
+#undef QVO_SEQ_DECLARE_AGGREGATE
 
 /* ==== aggregate/group ========================================================================== */
 
@@ -1561,6 +1651,42 @@ QVO_API QVO_RET qvo_seq_group_agg_count(qvo_seq_iterator_h result, qvo_seq_itera
 QVO_API QVO_RET qvo_seq_group_agg_count_next(qvo_seq_iterator_h iterator);
 
 /* ==== aggregate/grid =========================================================================== */
+
+/*
+ * qvo_seq_grid_agg_max_<type>, qvo_seq_grid_agg_min_<type>, qvo_seq_grid_agg_sum_<type>,
+ * qvo_seq_grid_agg_avg_<type>, qvo_seq_grid_agg_var_<type>, qvo_seq_grid_agg_var_samp_<type>,
+ * qvo_seq_grid_agg_dev_<type>, qvo_seq_grid_agg_dev_samp_<type> (result, input, interval)
+ *
+ * One element for each cell of `interval` consecutive positions; a last, incomplete cell counts.
+ * Elements  The 11 fixed types. The result is deliberately labelled double throughout, which does not
+ *           always describe its tiles: max and min hold values of the input's type at its width (max
+ *           of int4 delivers up to 819 values of 4 bytes a tile: read arr_int4), sums of integers and
+ *           datetime hold 64-bit integers. The other tiles hold doubles.
+ *           With n the positions of the cell, S and Q the sums of values and squares: avg S / n, var
+ *           (Q - S x S / n) / n, dev its root; the sample forms take n - 1 for n, also inside the
+ *           bracket, and 0 for n = 1: 1 and 3 give (10 - 16 / 1) / 1 = -6. Integer sums wrap in 64 bits,
+ *           S and Q of the statistics are doubles. NaN: as for qvo_seq_agg_max, in each cell.
+ * Runs      Runs are split where a cell ends. Result elements have run 1.
+ * Ends      With the input.
+ * Parameters  interval: any; with 0 the whole input is one cell.
+ * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed. After an
+ *           operand's error the cells that the call had filled are lost, but stay counted.
+ */
+#define QVO_SEQ_DECLARE_AGGREGATE(name)                                                                    \
+    QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t interval); \
+    QVO_API QVO_RET name##_next(qvo_seq_iterator_h iterator);
+#define QVO_SEQ_DECLARE(type)                                \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_grid_agg_max_##type)      \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_grid_agg_min_##type)      \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_grid_agg_sum_##type)      \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_grid_agg_avg_##type)      \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_grid_agg_var_##type)      \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_grid_agg_var_samp_##type) \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_grid_agg_dev_##type)      \
+    QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_grid_agg_dev_samp_##type)
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+#undef QVO_SEQ_DECLARE
+#undef QVO_SEQ_DECLARE_AGGREGATE
 
 /* ==== aggregate/top ============================================================================ */
 

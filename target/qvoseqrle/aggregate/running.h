@@ -1,0 +1,54 @@
+// Windows, running prefixes and cells: the operand's positions are laid out as an array, and a member is a loop over
+// that array.
+#pragma once
+
+#include "core/construct.h"
+#include "core/expand.h"
+#include "core/number.h"
+#include "core/tile.h"
+
+namespace qvo {
+
+// Room for the positions that one call reads: no more of them than a result tile holds, and results are no narrower
+// than operands.
+using Positions = uint64_t[payload_bytes / sizeof(uint64_t)];
+
+/// The running sum or extreme of a context, in its first bytes.
+template <class A> QVO_INLINE A load_accumulator(const qvo_seq_agg_context_t& context) {
+    A value;
+    std::memcpy(&value, &context.accumulator, sizeof value);
+    return value;
+}
+template <class A> QVO_INLINE void store_accumulator(qvo_seq_agg_context_t& context, A value) {
+    std::memcpy(&context.accumulator, &value, sizeof value);
+}
+
+// What prefixes and cells fold values with.
+struct Add {
+    template <class A> QVO_INLINE static A apply(A a, A v) { return wrapping_add(a, v); }
+};
+struct Multiply {
+    template <class A> QVO_INLINE static A apply(A a, A v) { return wrapping_mul(a, v); }
+};
+struct Larger {
+    template <class A> QVO_INLINE static A apply(A a, A v) { return v > a ? v : a; }
+};
+struct Smaller {
+    template <class A> QVO_INLINE static A apply(A a, A v) { return v < a ? v : a; }
+};
+
+/// Reads the positions for one result tile and has them turned into results, also those before an error: results of
+/// an error's call are not delivered, but they have moved the state on. `*n` is their number.
+template <class Loop>
+QVO_INLINE QVO_RET run_positions(qvo_seq_iterator_h it, Positions& positions, uint64_t* n, Where where, Loop loop) {
+    const qvo_seq_iterator_h input = it->opd[0];
+    const QVO_RET rc = read_positions(input, input->elem_size, reinterpret_cast<uint8_t*>(positions),
+                                      capacity_of(it->elem_size), n, where);
+    if (*n != 0) {
+        loop();
+        fill_runs(runs_of(it), *n, 1);
+    }
+    return rc == QVO_S_CURSOR_END && *n != 0 ? QVO_S_OK : rc;
+}
+
+}  // namespace qvo
