@@ -16,6 +16,9 @@ void ask_about_groups(const station_t* a, const station_t* b);
 /* Conversion, histogram, turning points, pattern matching. */
 void ask_about_shapes(const station_t* a, const station_t* b);
 
+/* Running totals, moving averages. */
+void ask_about_windows(const station_t* a, const station_t* b);
+
 /* Sort by one column, applied to others; one series aligned to the timestamps of another. */
 void ask_about_order(const station_t* a, const station_t* b);
 

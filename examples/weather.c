@@ -45,6 +45,7 @@ int main(int argc, char** argv) {
     ask_about_keys(&stations[0], &stations[1]);
     ask_about_groups(&stations[0], &stations[1]);
     ask_about_shapes(&stations[0], &stations[1]);
+    ask_about_windows(&stations[0], &stations[1]);
     ask_about_order(&stations[0], &stations[1]);
     free_stations(stations, n_stations);
     return 0;

@@ -66,6 +66,14 @@ def expected(places):
         yield "Days of a kind like '%i%'", f"{sum('i' in kind for kind in kinds)} in {place}"
         for least in range(-10, 40, 5):
             yield f"{least} to {least + 5}", f"{sum(least <= high < least + 5 for high in highs)}"
+        year = rain[-365:]
+        yield "Running total of the last 365 days' rain", f"{sum(year):.1f} mm in {place}"
+        yield (f"after 90 days {sum(year[:90]):.1f}, after 180 days {sum(year[:180]):.1f},",
+               f"after 270 days {sum(year[:270]):.1f}")
+        weeks = {day: mean(highs[day - 6:day + 1]) for day in range(6, len(days))}
+        warmest = max(weeks, key=weeks.get)
+        yield "Warmest 7 days, by a moving average of the high", f"{weeks[warmest]:.2f} degrees in {place}"
+        yield f"up to position {warmest},", days[warmest]["date"]
         yield "Highest temperature in Fahrenheit", f"{max(highs) * 1.8 + 32:.2f} degrees in {place}"
         yield "Different highs", f"{len(set(highs))} in {place}"
     everywhere = [day for days in places.values() for day in days]
