@@ -1506,11 +1506,11 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
  * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED, then QVO_E_ILLEGAL_PARAM for a larger interval.
  *           After an operand's error next_seq_no is what it was, but the window holds what was read.
  */
-#define QVO_SEQ_DECLARE_AGGREGATE(name)                                                                    \
+#define QVO_SEQ_DECLARE_AGGREGATE(name)                                                             \
     QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t interval); \
     QVO_API QVO_RET name##_next(qvo_seq_iterator_h iterator);                                       \
     QVO_API QVO_RET name##_reset(qvo_seq_iterator_h iterator);
-#define QVO_SEQ_DECLARE(type)                                  \
+#define QVO_SEQ_DECLARE(type)                                     \
     QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_window_agg_sum_##type)      \
     QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_window_agg_avg_##type)      \
     QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_window_agg_min_##type)      \
@@ -1551,10 +1551,10 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
  * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed. After an
  *           operand's error the steps taken stay counted and folded.
  */
-#define QVO_SEQ_DECLARE_AGGREGATE(name)                                                                    \
+#define QVO_SEQ_DECLARE_AGGREGATE(name)                                        \
     QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input); \
     QVO_API QVO_RET name##_next(qvo_seq_iterator_h iterator);
-#define QVO_SEQ_DECLARE(type)                               \
+#define QVO_SEQ_DECLARE(type)                                  \
     QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_cum_agg_sum_##type)      \
     QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_cum_agg_avg_##type)      \
     QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_cum_agg_var_##type)      \
@@ -1672,10 +1672,10 @@ QVO_API QVO_RET qvo_seq_group_agg_count_next(qvo_seq_iterator_h iterator);
  * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed. After an
  *           operand's error the cells that the call had filled are lost, but stay counted.
  */
-#define QVO_SEQ_DECLARE_AGGREGATE(name)                                                                    \
+#define QVO_SEQ_DECLARE_AGGREGATE(name)                                                             \
     QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t interval); \
     QVO_API QVO_RET name##_next(qvo_seq_iterator_h iterator);
-#define QVO_SEQ_DECLARE(type)                                \
+#define QVO_SEQ_DECLARE(type)                                   \
     QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_grid_agg_max_##type)      \
     QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_grid_agg_min_##type)      \
     QVO_SEQ_DECLARE_AGGREGATE(qvo_seq_grid_agg_sum_##type)      \
@@ -2134,27 +2134,27 @@ QVO_API QVO_RET qvo_seq_order_by_reset(qvo_seq_iterator_h iterator);
  * Errors    As for stretch. A timestamp of ts1 or ts2 with another run than 1 is the fatal stop, when it is
  *           compared. Timelines that do not ascend are not found out: they give what the rule above makes of them.
  */
-#define QVO_SEQ_DECLARE(ts, type)                                                                                     \
-    typedef struct {                                                                                                  \
-        qvo_##type default_value;                                                                                     \
-        qvo_##type next_value;                                                                                        \
-        qvo_##ts next_timestamp;                                                                                      \
-        qvo_bool end_of_seq;                                                                                          \
-    } qvo_seq_stretch_##ts##_##type##_context_t;                                                                      \
-    typedef struct {                                                                                                  \
-        qvo_##type default_value;                                                                                     \
-        qvo_bool left_end;                                                                                            \
-        qvo_bool right_end;                                                                                           \
-    } qvo_seq_stretch0_##ts##_##type##_context_t;                                                                     \
-    QVO_API QVO_RET qvo_seq_stretch_##ts##_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h ts1,                  \
-                                                  qvo_seq_iterator_h ts2, qvo_seq_iterator_h values,                  \
-                                                  qvo_##type filler);                                                 \
-    QVO_API QVO_RET qvo_seq_stretch0_##ts##_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h ts1,                 \
-                                                   qvo_seq_iterator_h ts2, qvo_seq_iterator_h values,                 \
-                                                   qvo_##type filler);                                                \
-    QVO_API QVO_RET qvo_seq_stretch_##ts##_##type##_next(qvo_seq_iterator_h iterator);                                \
-    QVO_API QVO_RET qvo_seq_stretch0_##ts##_##type##_next(qvo_seq_iterator_h iterator);                               \
-    QVO_API QVO_RET qvo_seq_stretch_##ts##_##type##_reset(qvo_seq_iterator_h iterator);                               \
+#define QVO_SEQ_DECLARE(ts, type)                                                                     \
+    typedef struct {                                                                                  \
+        qvo_##type default_value;                                                                     \
+        qvo_##type next_value;                                                                        \
+        qvo_##ts next_timestamp;                                                                      \
+        qvo_bool end_of_seq;                                                                          \
+    } qvo_seq_stretch_##ts##_##type##_context_t;                                                      \
+    typedef struct {                                                                                  \
+        qvo_##type default_value;                                                                     \
+        qvo_bool left_end;                                                                            \
+        qvo_bool right_end;                                                                           \
+    } qvo_seq_stretch0_##ts##_##type##_context_t;                                                     \
+    QVO_API QVO_RET qvo_seq_stretch_##ts##_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h ts1,  \
+                                                  qvo_seq_iterator_h ts2, qvo_seq_iterator_h values,  \
+                                                  qvo_##type filler);                                 \
+    QVO_API QVO_RET qvo_seq_stretch0_##ts##_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h ts1, \
+                                                   qvo_seq_iterator_h ts2, qvo_seq_iterator_h values, \
+                                                   qvo_##type filler);                                \
+    QVO_API QVO_RET qvo_seq_stretch_##ts##_##type##_next(qvo_seq_iterator_h iterator);                \
+    QVO_API QVO_RET qvo_seq_stretch0_##ts##_##type##_next(qvo_seq_iterator_h iterator);               \
+    QVO_API QVO_RET qvo_seq_stretch_##ts##_##type##_reset(qvo_seq_iterator_h iterator);               \
     QVO_API QVO_RET qvo_seq_stretch0_##ts##_##type##_reset(qvo_seq_iterator_h iterator);
 QVO_SEQ_FOR_ALIGNED_TYPES(QVO_SEQ_DECLARE)
 #undef QVO_SEQ_DECLARE
@@ -2175,17 +2175,17 @@ QVO_SEQ_FOR_ALIGNED_TYPES(QVO_SEQ_DECLARE)
  *           timestamp of ts2: the elements of that call are then dropped.
  * Errors    As for stretch.
  */
-#define QVO_SEQ_DECLARE(ts, type)                                                                                     \
-    typedef struct {                                                                                                  \
-        qvo_##type next_value;                                                                                        \
-        qvo_##type prev_value;                                                                                        \
-        qvo_##ts next_timestamp;                                                                                      \
-        qvo_##ts prev_timestamp;                                                                                      \
-        qvo_bool end_of_seq;                                                                                          \
-    } qvo_seq_asof_join_##ts##_##type##_context_t;                                                                    \
-    QVO_API QVO_RET qvo_seq_asof_join_##ts##_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h ts1,                \
-                                                    qvo_seq_iterator_h ts2, qvo_seq_iterator_h values);               \
-    QVO_API QVO_RET qvo_seq_asof_join_##ts##_##type##_next(qvo_seq_iterator_h iterator);                              \
+#define QVO_SEQ_DECLARE(ts, type)                                                                       \
+    typedef struct {                                                                                    \
+        qvo_##type next_value;                                                                          \
+        qvo_##type prev_value;                                                                          \
+        qvo_##ts next_timestamp;                                                                        \
+        qvo_##ts prev_timestamp;                                                                        \
+        qvo_bool end_of_seq;                                                                            \
+    } qvo_seq_asof_join_##ts##_##type##_context_t;                                                      \
+    QVO_API QVO_RET qvo_seq_asof_join_##ts##_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h ts1,  \
+                                                    qvo_seq_iterator_h ts2, qvo_seq_iterator_h values); \
+    QVO_API QVO_RET qvo_seq_asof_join_##ts##_##type##_next(qvo_seq_iterator_h iterator);                \
     QVO_API QVO_RET qvo_seq_asof_join_##ts##_##type##_reset(qvo_seq_iterator_h iterator);
 QVO_SEQ_FOR_ALIGNED_TYPES(QVO_SEQ_DECLARE)
 #undef QVO_SEQ_DECLARE

@@ -97,9 +97,16 @@ TEST(Cumulative, StepsAreCountedTwice_deliberate){QVO_SEQ_FOR_AGGREGATE_TYPES(TE
 
 TEST(Cumulative, SumsOfDatetimesAreDoubles_deliberate) {
     TEST_SUM(int1, int8)
-    TEST_SUM(int2, int8) TEST_SUM(int4, int8) TEST_SUM(int8, int8) TEST_SUM(uint1, uint8) TEST_SUM(uint2, uint8)
-        TEST_SUM(uint4, uint8) TEST_SUM(uint8, uint8) TEST_SUM(float, double) TEST_SUM(double, double)
-            TEST_SUM(datetime, double)
+    TEST_SUM(int2, int8)
+    TEST_SUM(int4, int8)
+    TEST_SUM(int8, int8)
+    TEST_SUM(uint1, uint8)
+    TEST_SUM(uint2, uint8)
+    TEST_SUM(uint4, uint8)
+    TEST_SUM(uint8, uint8)
+    TEST_SUM(float, double)
+    TEST_SUM(double, double)
+    TEST_SUM(datetime, double)
 }
 
 /// The first tile of a member's result.

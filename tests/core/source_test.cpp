@@ -15,7 +15,11 @@ void check_array(const char* name, uint8_t code, size_t width,
 
     Member member;
     member.name = name;
-    member.construct = [&](qvo_seq_iterator_h it, const Member::Operands&) { return construct(it, &values[0], 1000); };
+    member.construct = [&](qvo_seq_iterator_h it, const Member::Operands&) {
+        void* array = qvo_seq_malloc(it, 1000 * width);  // the iterator keeps it
+        std::memcpy(array, values.data(), 1000 * width);
+        return construct(it, array, 1000);
+    };
     member.type = code;
     member.width = width;
     member.next = next;
