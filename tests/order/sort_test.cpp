@@ -168,7 +168,7 @@ template <class V> std::vector<V> input(const std::string& kind, size_t n, Rando
     if (kind == "few values")
         for (V& v : data) v = static_cast<V>(random.below(3));
     else if (kind == "spread")
-        for (V& v : data) v = static_cast<V>(random.below(1U << 30) + 0.25 * random.below(4));
+        for (V& v : data) v = static_cast<V>(static_cast<V>(random.below(1U << 30)) + V(0.25 * random.below(4)));
     else if (kind == "constant")
         std::fill(data.begin(), data.end(), static_cast<V>(7));
     else if (kind != "random" && kind != "random with NaN")

@@ -284,7 +284,37 @@ QVO_RET literal_elements_next(qvo_seq_iterator_h it, const std::function<void(si
     return QVO_S_OK;
 }
 
-void check_unary(Member member, const std::function<MakeSource(Random&, size_t n)>& draw_operand,
+Member binary_member(const char* name, ConstructBinary construct, qvo_seq_iterator_next_t next, uint8_t type,
+                     size_t width) {
+    Member member;
+    member.name = name;
+    member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) { return construct(it, o[0], o[1]); };
+    member.type = type;
+    member.width = width;
+    member.next = next;
+    member.reset = qvo_seq_reset_binary_iterator;
+    return member;
+}
+
+void check_binary(Member member, const DrawOperand& draw_left, const DrawOperand& draw_right,
+                  const std::function<void(qvo_seq_iterator_h it, size_t i)>& element) {
+    SCOPED_TRACE(member.name);
+    for (unsigned seed = 0; seed < 12; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        Random random(seed);
+        const unsigned n = seed % 3 == 0 ? 5 : random.between(4, 3000);
+        member.operands = {draw_left(random, n), draw_right(random, random.chance(50) ? n : random.between(4, 3000))};
+        if (seed == 0) check_protocol(member);
+        std::vector<Script> scripts{{random_tile_sizes(random)}, {random_tile_sizes(random)}};
+        if (seed % 4 == 3) scripts[seed / 4 % 2].stop_at = random.below(1000), scripts[seed / 4 % 2].stop_code = 4711;
+        check_steps(
+            member, [&](qvo_seq_iterator_h it) { return literal_overlap_next(it, [&](size_t i) { element(it, i); }); },
+            scripts);
+        if (testing::Test::HasFailure()) return;
+    }
+}
+
+void check_unary(Member member, const DrawOperand& draw_operand,
                  const std::function<void(qvo_seq_iterator_h it, size_t i, size_t k)>& element) {
     SCOPED_TRACE(member.name);
     for (unsigned seed = 0; seed < 6; ++seed) {

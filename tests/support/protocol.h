@@ -79,49 +79,40 @@ template <class V> void literal_put(qvo_seq_iterator_h it, size_t i, V v) {
 /// The two-operand element-wise `next`; element(i) writes result element i from the operands' current elements.
 QVO_RET literal_overlap_next(qvo_seq_iterator_h it, const std::function<void(size_t i)>& element);
 
-/// A two-operand element-wise member against its model, over random values, runs, tile sizes and operand errors.
+using ConstructBinary = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_seq_iterator_h);
+
+/// A two-operand element-wise member without parameters, as far as it is known without its name.
+Member binary_member(const char* name, ConstructBinary construct, qvo_seq_iterator_next_t next, uint8_t type,
+                     size_t width);
+
+/// Draws an operand of `n` random elements.
+using DrawOperand = std::function<MakeSource(Random&, size_t n)>;
+
+/// Checks the member over random runs, tile sizes and operand errors; element(it, i) as above.
+void check_binary(Member member, const DrawOperand& draw_left, const DrawOperand& draw_right,
+                  const std::function<void(qvo_seq_iterator_h it, size_t i)>& element);
+
+/// The same for a member of fixed types, against a model of its values.
 template <class T, class R, class Model, class Draw>
-void check_binary(const char* name, QVO_RET (*construct)(qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_seq_iterator_h),
-                  qvo_seq_iterator_next_t next, Model model, Draw draw_right) {
-    SCOPED_TRACE(name);
+void check_binary(const char* name, ConstructBinary construct, qvo_seq_iterator_next_t next, Model model,
+                  Draw draw_right) {
     using V = typename T::value;
-    Member member;
-    member.name = name;
-    member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) { return construct(it, o[0], o[1]); };
-    member.type = R::code;
-    member.width = R::width;
-    member.next = next;
-    member.reset = qvo_seq_reset_binary_iterator;
-    for (unsigned seed = 0; seed < 12; ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
-        Random random(seed);
-        const size_t n = seed % 3 == 0 ? 5 : random.between(1, 3000);
-        member.operands = {
-            operand<T>(random_items<T>(random, n)),
-            operand<T>(random_items<T>(random, random.chance(50) ? n : random.between(4, 3000), draw_right))};
-        if (seed == 0) check_protocol(member);
-        std::vector<Script> scripts{{random_tile_sizes(random)}, {random_tile_sizes(random)}};
-        if (seed % 4 == 3) scripts[seed / 4 % 2].stop_at = random.below(1000), scripts[seed / 4 % 2].stop_code = 4711;
-        check_steps(
-            member,
-            [&](qvo_seq_iterator_h it) {
-                return literal_overlap_next(it, [&](size_t i) {
-                    const qvo_seq_iterator_h a = it->opd[0], b = it->opd[1];
-                    literal_put(it, i,
-                                static_cast<typename R::value>(
-                                    model(literal_value<V>(a, a->tile_offs), literal_value<V>(b, b->tile_offs))));
-                });
-            },
-            scripts);
-        if (testing::Test::HasFailure()) return;
-    }
+    check_binary(
+        binary_member(name, construct, next, R::code, R::width),
+        [](Random& random, size_t n) { return operand<T>(random_items<T>(random, n)); },
+        [=](Random& random, size_t n) { return operand<T>(random_items<T>(random, n, draw_right)); },
+        [=](qvo_seq_iterator_h it, size_t i) {
+            const qvo_seq_iterator_h a = it->opd[0], b = it->opd[1];
+            const auto r = model(literal_value<V>(a, a->tile_offs), literal_value<V>(b, b->tile_offs));
+            literal_put(it, i, static_cast<typename R::value>(r));
+        });
 }
 
+template <class V> V draw_value(Random& random) { return random.value<V>(); }
+
 template <class T, class R, class Model>
-void check_binary(const char* name, QVO_RET (*construct)(qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_seq_iterator_h),
-                  qvo_seq_iterator_next_t next, Model model) {
-    check_binary<T, R>(name, construct, next, model,
-                       [](Random& random) { return random.template value<typename T::value>(); });
+void check_binary(const char* name, ConstructBinary construct, qvo_seq_iterator_next_t next, Model model) {
+    check_binary<T, R>(name, construct, next, model, draw_value<typename T::value>);
 }
 
 /// The one-operand element-wise `next`; element(i, k) writes result element i from operand element k.
@@ -142,7 +133,7 @@ Member unary_member(const char* name, QVO_RET (*construct)(qvo_seq_iterator_h, q
 }
 
 /// Checks the member over `draw_operand(random, n)`, n random elements each, as check_binary does.
-void check_unary(Member member, const std::function<MakeSource(Random&, size_t n)>& draw_operand,
+void check_unary(Member member, const DrawOperand& draw_operand,
                  const std::function<void(qvo_seq_iterator_h it, size_t i, size_t k)>& element);
 
 /// A one-operand element-wise member against its model, over random values, runs, tile sizes and operand errors.

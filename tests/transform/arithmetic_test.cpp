@@ -7,21 +7,25 @@ namespace test {
 namespace {
 
 __extension__ typedef __int128 wide_int;
+__extension__ typedef unsigned __int128 wide_uint;
 
-// Integers are computed in 128 bits and narrowed, floating values as they are.
-template <class V> auto wide(V v) {
-    if constexpr (std::is_floating_point_v<V>)
-        return v;
-    else
-        return static_cast<wide_int>(v);
+// Integers are computed in 128 bits and narrowed, floating values as they are. The models are functions and not closures:
+// one type for all members of an element type.
+template <class V> using Wide = std::conditional_t<std::is_floating_point_v<V>, V, wide_int>;
+template <class V> V add(V a, V b) { return static_cast<V>(Wide<V>(a) + Wide<V>(b)); }
+template <class V> V sub(V a, V b) { return static_cast<V>(Wide<V>(a) - Wide<V>(b)); }
+template <class V> V mul(V a, V b) {
+    return static_cast<V>(std::conditional_t<std::is_floating_point_v<V>, V, wide_uint>(a) * Wide<V>(b));
 }
-
-template <class V> V model_mod(V a, V b) {
+template <class V> V div(V a, V b) { return static_cast<V>(Wide<V>(a) / Wide<V>(b)); }
+template <class V> V mod(V a, V b) {
     if constexpr (std::is_floating_point_v<V>)
         return static_cast<V>(std::fmod(double{a}, double{b}));
     else
-        return static_cast<V>(wide(a) % wide(b));
+        return static_cast<V>(Wide<V>(a) % Wide<V>(b));
 }
+template <class V> V max(V a, V b) { return a > b ? a : b; }
+template <class V> V min(V a, V b) { return b > a ? a : b; }
 
 /// Divisors of integers that do not fault: neither 0 nor -1.
 template <class V> V divisor(Random& random) {
@@ -29,16 +33,14 @@ template <class V> V divisor(Random& random) {
         if (const V v = random.value<V>(); std::is_floating_point_v<V> || (v != 0 && v != static_cast<V>(-1))) return v;
 }
 
-#define TEST_MEMBER(type)                                                                                           \
-    check_binary<t_##type, t_##type>(MEMBER(qvo_seq_add_##type), [](auto a, auto b) { return wide(a) + wide(b); }); \
-    check_binary<t_##type, t_##type>(MEMBER(qvo_seq_sub_##type), [](auto a, auto b) { return wide(a) - wide(b); }); \
-    check_binary<t_##type, t_##type>(MEMBER(qvo_seq_mul_##type), [](auto a, auto b) { return wide(a) * wide(b); }); \
-    check_binary<t_##type, t_##type>(                                                                               \
-        MEMBER(qvo_seq_div_##type), [](auto a, auto b) { return wide(a) / wide(b); }, divisor<qvo_##type>);         \
-    check_binary<t_##type, t_##type>(                                                                               \
-        MEMBER(qvo_seq_mod_##type), [](auto a, auto b) { return model_mod(a, b); }, divisor<qvo_##type>);           \
-    check_binary<t_##type, t_##type>(MEMBER(qvo_seq_max_##type), [](auto a, auto b) { return a > b ? a : b; });     \
-    check_binary<t_##type, t_##type>(MEMBER(qvo_seq_min_##type), [](auto a, auto b) { return b > a ? a : b; });
+#define TEST_MEMBER(type)                                                                               \
+    check_binary<t_##type, t_##type>(MEMBER(qvo_seq_add_##type), add<qvo_##type>);                      \
+    check_binary<t_##type, t_##type>(MEMBER(qvo_seq_sub_##type), sub<qvo_##type>);                      \
+    check_binary<t_##type, t_##type>(MEMBER(qvo_seq_mul_##type), mul<qvo_##type>);                      \
+    check_binary<t_##type, t_##type>(MEMBER(qvo_seq_div_##type), div<qvo_##type>, divisor<qvo_##type>); \
+    check_binary<t_##type, t_##type>(MEMBER(qvo_seq_mod_##type), mod<qvo_##type>, divisor<qvo_##type>); \
+    check_binary<t_##type, t_##type>(MEMBER(qvo_seq_max_##type), max<qvo_##type>);                      \
+    check_binary<t_##type, t_##type>(MEMBER(qvo_seq_min_##type), min<qvo_##type>);
 
 TEST(Arithmetic, FollowsTheModel) { QVO_SEQ_FOR_FIXED_TYPES(TEST_MEMBER) }
 

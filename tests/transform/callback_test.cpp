@@ -15,8 +15,6 @@ template <class V> struct User {
     static V func2_ctx(V left, V right, void* ctx) { return left < right ? *static_cast<V*>(ctx) : left; }
 };
 
-template <class V> V draw(Random& random) { return random.template value<V>(); }
-
 // A member's name, its constructor with the caller's function bound in, and its `next`.
 #define WITH_FUNC(stem, ...) \
 #stem, [](qvo_seq_iterator_h it, qvo_seq_iterator_h input) { return stem(it, input, __VA_ARGS__); }, stem##_next
@@ -30,12 +28,12 @@ template <class V> V draw(Random& random) { return random.template value<V>(); }
         const auto less = [](auto than, auto yes) { return [=](auto v) { return v < than ? yes : v; }; };             \
         const auto is_less = [](auto than, int yes) { return [=](auto v) { return v < than ? yes : 0; }; };           \
         using V = qvo_##type;                                                                                         \
-        check_unary<t_##type, t_##type>(WITH_FUNC(qvo_seq_func_##type, U::func), less(V{3}, V{9}), draw<V>);          \
+        check_unary<t_##type, t_##type>(WITH_FUNC(qvo_seq_func_##type, U::func), less(V{3}, V{9}), draw_value<V>);    \
         check_unary<t_##type, t_##type>(WITH_FUNC(qvo_seq_func_ctx_##type, U::func_ctx, &U::limit), less(V{5}, V{8}), \
-                                        draw<V>);                                                                     \
-        check_unary<t_##type, t_bool>(WITH_FUNC(qvo_seq_cond_##type, U::cond), is_less(V{3}, 1), draw<V>);            \
+                                        draw_value<V>);                                                               \
+        check_unary<t_##type, t_bool>(WITH_FUNC(qvo_seq_cond_##type, U::cond), is_less(V{3}, 1), draw_value<V>);      \
         check_unary<t_##type, t_bool>(WITH_FUNC(qvo_seq_cond_ctx_##type, U::cond_ctx, &U::limit), is_less(V{5}, 2),   \
-                                      draw<V>);                                                                       \
+                                      draw_value<V>);                                                                 \
         check_binary<t_##type, t_##type>(WITH_FUNC2(qvo_seq_func2_##type, U::func2),                                  \
                                          [](V a, V b) { return a < b ? V{7} : a; });                                  \
         check_binary<t_##type, t_##type>(WITH_FUNC2(qvo_seq_func2_ctx_##type, U::func2_ctx, &U::limit),               \
@@ -143,28 +141,15 @@ TEST(Callback, FunctionsOfStrings) {
 
 TEST(Callback, FunctionsOfTwoStrings) {
     for (const bool ctx : {false, true}) {
-        Random random(ctx);
-        Member member;
-        member.name = ctx ? "qvo_seq_func2_ctx_char" : "qvo_seq_func2_char";
-        member.operands = {draw_strings(random, 700), draw_strings(random, 900)};
-        member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) {
-            return ctx ? qvo_seq_func2_ctx_char(it, o[0], o[1], halves_ctx, &mask)
-                       : qvo_seq_func2_char(it, o[0], o[1], halves);
+        const auto element = [=](qvo_seq_iterator_h it, size_t i) {
+            const std::string joined = std::string(string_at(it->opd[0], it->opd[0]->tile_offs), 2) +
+                                       std::string(string_at(it->opd[1], it->opd[1]->tile_offs), 3);
+            std::memcpy(string_at(it, i), joined.data(), width);
+            if (ctx) string_at(it, i)[width - 1] = mask;
         };
-        member.type = QVO_DD_CHAR;
-        member.width = width;
-        member.next = ctx ? qvo_seq_func2_ctx_char_next : qvo_seq_func2_char_next;
-        member.reset = qvo_seq_reset_binary_iterator;
-        check_protocol(member);
-        const auto literal = [&](qvo_seq_iterator_h it) {
-            return literal_overlap_next(it, [&](size_t i) {
-                const std::string joined = std::string(string_at(it->opd[0], it->opd[0]->tile_offs), 2) +
-                                           std::string(string_at(it->opd[1], it->opd[1]->tile_offs), 3);
-                std::memcpy(string_at(it, i), joined.data(), width);
-                if (ctx) string_at(it, i)[width - 1] = mask;
-            });
-        };
-        check_steps(member, literal, {{random_tile_sizes(random)}, {random_tile_sizes(random)}});
+        check_binary(ctx ? binary_member(WITH_FUNC2(qvo_seq_func2_ctx_char, halves_ctx, &mask), QVO_DD_CHAR, width)
+                         : binary_member(WITH_FUNC2(qvo_seq_func2_char, halves), QVO_DD_CHAR, width),
+                     draw_strings, draw_strings, element);
     }
     Source a(t_char{}, {{"a"}}, {}, 2), b(t_char{}, {{"b"}}, {}, 3);
     Record it;
