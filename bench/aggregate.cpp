@@ -113,6 +113,95 @@ template <class V, class Flat> void add_whole(const char* family, const char* ty
     add_case(family, type, "full", [=](benchmark::State& s) { run_whole<V, Flat>(s, construct, full_runs); });
 }
 
+// Members with a result per position or cell, beside the textbook's loop over a flat array of one tile.
+constexpr size_t window = 10;
+
+struct FlatWindowSum {
+    template <class V> static void run(Sum<V>* __restrict out, const V* __restrict values, size_t n) {
+        Sum<V> sum = 0;
+        for (size_t i = 0; i < n; ++i) {
+            sum += values[i];
+            if (i >= window) sum -= values[i - window];
+            out[i] = sum;
+        }
+    }
+};
+struct FlatWindowAverage {
+    template <class V> static void run(double* __restrict out, const V* __restrict values, size_t n) {
+        double sum = 0;
+        for (size_t i = 0; i < n; ++i) {
+            sum += static_cast<double>(values[i]);
+            if (i >= window) sum -= static_cast<double>(values[i - window]);
+            out[i] = sum / static_cast<double>(window);
+        }
+    }
+};
+struct FlatPrefixSum {
+    template <class V> static void run(Sum<V>* __restrict out, const V* __restrict values, size_t n) {
+        Sum<V> sum = 0;
+        for (size_t i = 0; i < n; ++i) out[i] = sum += values[i];
+    }
+};
+struct FlatCellSum {
+    template <class V> static void run(Sum<V>* __restrict out, const V* __restrict values, size_t n) {
+        for (size_t cell = 0; cell * window < n; ++cell) {
+            Sum<V> sum = 0;
+            for (size_t i = cell * window; i < std::min(n, (cell + 1) * window); ++i) sum += values[i];
+            out[cell] = sum;
+        }
+    }
+};
+
+template <class V, class R, class Flat> void run_flat_positions(benchmark::State& state) {
+    const auto column = random_column<V>(capacity<V>(), single_runs, 1);
+    std::vector<R> out(column.values.size());
+    double elements = 0;
+    for (auto _ : state) {
+        Flat::run(out.data(), column.values.data(), column.values.size());
+        benchmark::ClobberMemory();
+        elements += static_cast<double>(column.values.size());
+    }
+    count(state, elements, elements);
+}
+
+/// Elements are those of the input, so that runs show as positions. Windows differ from the textbook by design: results
+/// are left to the tests.
+template <class V, class Construct> void run_positions(benchmark::State& state, Construct construct, Runs runs) {
+    const auto column = random_column<V>(capacity<V>(), runs, 1);
+    const auto positions = static_cast<double>(column.positions() * pass_tiles);
+    PassSource<V> source(column);
+    qvo_seq_iterator_t it{};
+    if (construct(&it, source.get()) != QVO_S_OK) return fail(state);
+    double elements = 0;
+    for (auto _ : state) {
+        while (it.next(&it) == QVO_S_OK) it.tile_offs = 0;
+        it.reset(&it);
+        elements += static_cast<double>(column.values.size() * pass_tiles);
+    }
+    count(state, elements, elements / static_cast<double>(column.values.size() * pass_tiles) * positions);
+}
+
+template <class V, class R, class Flat, class Construct>
+void add_positions(const char* family, const char* type, Construct construct) {
+    add_case(family, type, "flat", run_flat_positions<V, R, Flat>);
+    add_case(family, type, "single", [=](benchmark::State& s) { run_positions<V>(s, construct, single_runs); });
+    add_case(family, type, "short", [=](benchmark::State& s) { run_positions<V>(s, construct, short_runs); });
+}
+
+template <QVO_RET (*construct)(qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_size_t)>
+QVO_RET with_window(qvo_seq_iterator_h it, qvo_seq_iterator_h input) {
+    return construct(it, input, window);
+}
+
+#define POSITIONS(type)                                                                                      \
+    add_positions<qvo_##type, Sum<qvo_##type>, FlatWindowSum>("window_sum", #type,                           \
+                                                              with_window<qvo_seq_window_agg_sum_##type>);   \
+    add_positions<qvo_##type, double, FlatWindowAverage>("window_avg", #type,                                \
+                                                         with_window<qvo_seq_window_agg_avg_##type>);        \
+    add_positions<qvo_##type, Sum<qvo_##type>, FlatPrefixSum>("cum_sum", #type, qvo_seq_cum_agg_sum_##type); \
+    add_positions<qvo_##type, Sum<qvo_##type>, FlatCellSum>("grid_sum", #type,                               \
+                                                            with_window<qvo_seq_grid_agg_sum_##type>);
+
 #define WHOLE(type)                                                                \
     add_whole<qvo_##type, FlatSum>("agg_sum", #type, qvo_seq_agg_sum_##type);      \
     add_whole<qvo_##type, FlatAverage>("agg_avg", #type, qvo_seq_agg_avg_##type);  \
@@ -123,6 +212,9 @@ QVO_BENCH_FAMILIES(aggregates) {
     WHOLE(int1)
     WHOLE(int4)
     WHOLE(double)
+    POSITIONS(int1)
+    POSITIONS(int4)
+    POSITIONS(double)
 }
 
 }  // namespace
