@@ -113,79 +113,103 @@ template <class V, class Flat> void add_whole(const char* family, const char* ty
     add_case(family, type, "full", [=](benchmark::State& s) { run_whole<V, Flat>(s, construct, full_runs); });
 }
 
-// Members with a result per position or cell, beside the textbook's loop over a flat array of one tile.
+// Members with a result per position or cell, beside the textbook's loop over a flat array of one tile. `expect` is what
+// the library delivers for all positions, in calls of `per_call` results.
 constexpr size_t window = 10;
 
-struct FlatWindowSum {
-    template <class V> static void run(Sum<V>* __restrict out, const V* __restrict values, size_t n) {
+struct SumOfWindow {
+    template <class S> static S of(S sum) { return sum; }
+};
+struct AverageOfWindow {
+    template <class S> static double of(S sum) { return static_cast<double>(sum) / static_cast<double>(window); }
+};
+template <class Finish> struct FlatWindow {
+    template <class R, class V> static void run(R* __restrict out, const V* __restrict values, size_t n) {
         Sum<V> sum = 0;
         for (size_t i = 0; i < n; ++i) {
             sum += values[i];
             if (i >= window) sum -= values[i - window];
-            out[i] = sum;
+            out[i] = Finish::of(sum);
         }
     }
-};
-struct FlatWindowAverage {
-    template <class V> static void run(double* __restrict out, const V* __restrict values, size_t n) {
-        double sum = 0;
-        for (size_t i = 0; i < n; ++i) {
-            sum += static_cast<double>(values[i]);
-            if (i >= window) sum -= static_cast<double>(values[i - window]);
-            out[i] = sum / static_cast<double>(window);
+    /// The values of a call all pass through one slot of the window; with a result per call that is the textbook's.
+    template <class R, class V> static void expect(std::vector<R>& out, const std::vector<V>& values, size_t per_call) {
+        Sum<V> slots[window] = {}, sum = 0;
+        for (size_t i = 0; i < values.size(); ++i) {
+            Sum<V>& slot = slots[i / per_call * per_call % window];
+            sum -= slot;
+            sum += slot = values[i];
+            out.push_back(Finish::of(sum));
         }
     }
 };
 struct FlatPrefixSum {
-    template <class V> static void run(Sum<V>* __restrict out, const V* __restrict values, size_t n) {
-        Sum<V> sum = 0;
+    template <class R, class V> static void run(R* __restrict out, const V* __restrict values, size_t n) {
+        R sum = 0;
         for (size_t i = 0; i < n; ++i) out[i] = sum += values[i];
+    }
+    template <class R, class V> static void expect(std::vector<R>& out, const std::vector<V>& values, size_t) {
+        out.resize(values.size());
+        run(out.data(), values.data(), values.size());
     }
 };
 struct FlatCellSum {
-    template <class V> static void run(Sum<V>* __restrict out, const V* __restrict values, size_t n) {
+    template <class R, class V> static void run(R* __restrict out, const V* __restrict values, size_t n) {
         for (size_t cell = 0; cell * window < n; ++cell) {
-            Sum<V> sum = 0;
+            R sum = 0;
             for (size_t i = cell * window; i < std::min(n, (cell + 1) * window); ++i) sum += values[i];
             out[cell] = sum;
         }
+    }
+    template <class R, class V> static void expect(std::vector<R>& out, const std::vector<V>& values, size_t) {
+        out.resize((values.size() + window - 1) / window);
+        run(out.data(), values.data(), values.size());
     }
 };
 
 template <class V, class R, class Flat> void run_flat_positions(benchmark::State& state) {
     const auto column = random_column<V>(capacity<V>(), single_runs, 1);
-    std::vector<R> out(column.values.size());
+    std::vector<R> out(column.values.size()), expected;
+    Flat::expect(expected, column.values, 1);
     double elements = 0;
     for (auto _ : state) {
         Flat::run(out.data(), column.values.data(), column.values.size());
         benchmark::ClobberMemory();
         elements += static_cast<double>(column.values.size());
     }
+    out.resize(expected.size());
+    if (out != expected) return fail(state);
     count(state, elements, elements);
 }
 
-/// Elements are those of the input, so that runs show as positions. Windows differ from the textbook by design: results
-/// are left to the tests.
-template <class V, class Construct> void run_positions(benchmark::State& state, Construct construct, Runs runs) {
+/// Elements are those of the input, so that runs show as positions.
+template <class V, class R, class Flat, class Construct>
+void run_positions(benchmark::State& state, Construct construct, Runs runs) {
     const auto column = random_column<V>(capacity<V>(), runs, 1);
-    const auto positions = static_cast<double>(column.positions() * pass_tiles);
+    std::vector<V> flat;
+    for (size_t pass = 0; pass < pass_tiles; ++pass)
+        for (const V value : column.flat()) flat.push_back(value);
+    std::vector<R> expected;
+    Flat::expect(expected, flat, capacity<R>());
     PassSource<V> source(column);
     qvo_seq_iterator_t it{};
-    if (construct(&it, source.get()) != QVO_S_OK) return fail(state);
-    double elements = 0;
+    if (construct(&it, source.get()) != QVO_S_OK || !delivers(it, expected)) return fail(state);
+    double elements = 0, positions = 0;
     for (auto _ : state) {
-        while (it.next(&it) == QVO_S_OK) it.tile_offs = 0;
         it.reset(&it);
+        while (it.next(&it) == QVO_S_OK) it.tile_offs = 0;
         elements += static_cast<double>(column.values.size() * pass_tiles);
+        positions += static_cast<double>(flat.size());
     }
-    count(state, elements, elements / static_cast<double>(column.values.size() * pass_tiles) * positions);
+    count(state, elements, positions);
 }
 
 template <class V, class R, class Flat, class Construct>
 void add_positions(const char* family, const char* type, Construct construct) {
     add_case(family, type, "flat", run_flat_positions<V, R, Flat>);
-    add_case(family, type, "single", [=](benchmark::State& s) { run_positions<V>(s, construct, single_runs); });
-    add_case(family, type, "short", [=](benchmark::State& s) { run_positions<V>(s, construct, short_runs); });
+    add_case(family, type, "single",
+             [=](benchmark::State& s) { run_positions<V, R, Flat>(s, construct, single_runs); });
+    add_case(family, type, "short", [=](benchmark::State& s) { run_positions<V, R, Flat>(s, construct, short_runs); });
 }
 
 template <QVO_RET (*construct)(qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_size_t)>
@@ -193,13 +217,13 @@ QVO_RET with_window(qvo_seq_iterator_h it, qvo_seq_iterator_h input) {
     return construct(it, input, window);
 }
 
-#define POSITIONS(type)                                                                                      \
-    add_positions<qvo_##type, Sum<qvo_##type>, FlatWindowSum>("window_sum", #type,                           \
-                                                              with_window<qvo_seq_window_agg_sum_##type>);   \
-    add_positions<qvo_##type, double, FlatWindowAverage>("window_avg", #type,                                \
-                                                         with_window<qvo_seq_window_agg_avg_##type>);        \
-    add_positions<qvo_##type, Sum<qvo_##type>, FlatPrefixSum>("cum_sum", #type, qvo_seq_cum_agg_sum_##type); \
-    add_positions<qvo_##type, Sum<qvo_##type>, FlatCellSum>("grid_sum", #type,                               \
+#define POSITIONS(type)                                                                                              \
+    add_positions<qvo_##type, Sum<qvo_##type>, FlatWindow<SumOfWindow>>("window_sum", #type,                         \
+                                                                        with_window<qvo_seq_window_agg_sum_##type>); \
+    add_positions<qvo_##type, double, FlatWindow<AverageOfWindow>>("window_avg", #type,                              \
+                                                                   with_window<qvo_seq_window_agg_avg_##type>);      \
+    add_positions<qvo_##type, Sum<qvo_##type>, FlatPrefixSum>("cum_sum", #type, qvo_seq_cum_agg_sum_##type);         \
+    add_positions<qvo_##type, Sum<qvo_##type>, FlatCellSum>("grid_sum", #type,                                       \
                                                             with_window<qvo_seq_grid_agg_sum_##type>);
 
 #define WHOLE(type)                                                                \

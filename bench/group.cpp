@@ -38,12 +38,7 @@ template <class V, class S> bool is_right(qvo_seq_iterator_t& it, const Rows<V>&
     const auto keys = data.keys.flat();
     std::vector<S> expected;
     Sum::plain<S>(values.data(), keys.data(), values.size(), expected);
-    size_t at = 0;
-    while (it.next(&it) == QVO_S_OK) {
-        if (std::memcmp(it.tile.u.arr_int8, expected.data() + at, it.tile_size * sizeof(S)) != 0) return false;
-        at += it.tile_size;
-    }
-    return at == expected.size();
+    return delivers(it, expected);
 }
 
 template <class V, class S>

@@ -135,6 +135,17 @@ template <class V> class TileSource {
     Source<V> source_;
 };
 
+/// Pulls an iterator to its end. True if it delivers the expected values, one after the other.
+template <class R> bool delivers(qvo_seq_iterator_t& it, const std::vector<R>& expected) {
+    size_t at = 0;
+    for (; it.next(&it) == QVO_S_OK; at += it.tile_size) {
+        it.tile_offs = it.tile_size;
+        if (it.tile_size > expected.size() - at) return false;
+        if (std::memcmp(it.tile.u.arr_uint1, expected.data() + at, it.tile_size * sizeof(R)) != 0) return false;
+    }
+    return at == expected.size();
+}
+
 /// Counts what a case has handled in all its iterations: elements of the input, and positions.
 inline void count(benchmark::State& state, double elements, double positions) {
     state.counters["elements"] = benchmark::Counter(elements, benchmark::Counter::kIsRate);
