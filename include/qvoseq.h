@@ -768,8 +768,9 @@ QVO_API QVO_RET qvo_seq_reset_custom_parse_iterator(qvo_seq_iterator_h iterator)
  * Numbers appear as printf prints them, in the current locale. Three things are unlike printf:
  *   - After %h, %hh, %l and %L the type letter appears in the text, too: %lld of 7 is "7d".
  *   - The operand does not move on, and a tile is always full: all its elements are the text of the
- *     operand's current element, in every call. So the sequence does not end. Read one element of a tile
- *     and add 1 to the operand's tile_offs to get the text of the next element from the next call.
+ *     operand's current element, in every call. So the sequence does not end: over 7, 8 every tile is
+ *     "7", "7", "7" ... Read one element of a tile and add 1 to the operand's tile_offs to get the text of
+ *     the next element from the next call.
  *   - No run bytes are written: they are what the tile held before.
  * Elements  Char, of any width to read from; a text of up to width - 1 characters and a zero byte. Bytes
  *           behind that are what the tile held before.
@@ -1065,13 +1066,129 @@ QVO_API qvo_seq_no_t qvo_seq_get_first_pos(qvo_seq_iterator_h iterator);
 
 /* ==== transform/norm =========================================================================== */
 
+/*
+ * qvo_seq_norm_<type> (result, input)
+ *
+ * Every element, as a double, divided by a norm of the whole sequence: (3, 4) gives 0.6, 0.8.
+ * Elements  The 11 fixed types; the result is double. A norm of 0 gives infinities and NaN.
+ * Runs      Each element keeps its run byte and is taken whole, whatever the operand's rle_offs.
+ *           Deliberately, the square root is taken after every tile of the input, of the root so far and the
+ *           tile's squares: (3, 4) and then (2) in a second tile is divided by sqrt(5 + 4) = 3, not by
+ *           sqrt(29). Only over one tile is it the Euclidean norm.
+ * Ends      With the operand. The first call reads the operand to its end and resets it.
+ * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed.
+ */
+#define QVO_SEQ_DECLARE(type)                                                                 \
+    QVO_API QVO_RET qvo_seq_norm_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input); \
+    QVO_API QVO_RET qvo_seq_norm_##type##_next(qvo_seq_iterator_h iterator);
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+#undef QVO_SEQ_DECLARE
+
 /* ==== transform/thin =========================================================================== */
+
+/*
+ * qvo_seq_thin_<type> (result, input, origin, step)
+ *
+ * The positions origin, origin + step, origin + 2 * step ... of the input: 1 and 2 over ten elements of run 1
+ * give those at 1, 3, 5, 7, 9.
+ * Elements  The 11 fixed types and char; the result has the input's type and width.
+ * Runs      One element with run 1 per position. MEANT FOR INPUTS WITH RUNS OF 1. Deliberately, the read
+ *           position within a run is kept as the distance from the last taken position, not from the start
+ *           of the run, and is kept when the next tile is pulled. So where three taken positions fall into one
+ *           run, or one into the last run of a tile, what follows is found at shifted positions: 0 and 1 over
+ *           (a x4, b x4) gives a eight times. A position shifted behind a tile's last element reads what lies
+ *           there, and the process is stopped where the tile ends. An error leaves next_seq_no without the
+ *           elements of that call.
+ * Ends      With the operand. A tile without elements is passed over.
+ * Parameters  Any. A step of 0 repeats the element at origin for ever.
+ * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed.
+ */
+#define QVO_SEQ_DECLARE(type)                                                                                   \
+    QVO_API QVO_RET qvo_seq_thin_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t origin, \
+                                        qvo_size_t step);                                                       \
+    QVO_API QVO_RET qvo_seq_thin_##type##_next(qvo_seq_iterator_h iterator);
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+QVO_SEQ_DECLARE(char)
+#undef QVO_SEQ_DECLARE
 
 /* ==== transform/repeat ========================================================================= */
 
+/*
+ * qvo_seq_repeat_<type> (result, input, n_times)
+ *
+ * Every position n_times times.
+ * Elements  The 11 fixed types and char; the result has the input's type and width.
+ * Runs      A tile per tile of the input, also one without elements, whatever its read position; each run
+ *           byte is multiplied. Deliberately, only its low 8 bits are kept: three times a run of 100 is a run
+ *           of 44, and nothing is carried into further elements. next_seq_no is the input's times n_times all
+ *           the same.
+ * Ends      With the operand.
+ * Parameters  n_times is widened to 64 bits with its sign; nothing is checked. Keep every run times n_times
+ *           between 1 and 255: no consumer expects the run of 0 that n_times 0 or 256 gives.
+ * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed.
+ */
+#define QVO_SEQ_DECLARE(type)                                                                                \
+    QVO_API QVO_RET qvo_seq_repeat_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, int n_times); \
+    QVO_API QVO_RET qvo_seq_repeat_##type##_next(qvo_seq_iterator_h iterator);
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+QVO_SEQ_DECLARE(char)
+#undef QVO_SEQ_DECLARE
+QVO_API QVO_RET qvo_seq_reset_repeat_iterator(qvo_seq_iterator_h iterator);
+
 /* ==== transform/reverse ======================================================================== */
 
+/*
+ * qvo_seq_reverse_<type> (result, input)
+ *
+ * The input from its end to its beginning.
+ * Elements  The 11 fixed types and char; the result has the input's type and width.
+ * Runs      Of an input of one tile the runs are kept; a longer one comes as positions with runs of 1.
+ * Ends      With the first position of the input. An input of several tiles is reset, counted, reset and read
+ *           to its end by the first call; if it delivers another number of positions than it counted, that
+ *           call deliberately returns QVO_S_OK without a tile.
+ * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed. From next:
+ *           QVO_E_NOMEM; QVO_E_ILLEGAL_TYPE if the width of a char input of several tiles has changed since.
+ * Lifetime  Over several tiles the result holds a buffer of all values: call qvo_seq_free_buffer, or reset,
+ *           before it is discarded. It is then an array source and its `bounded` is 0.
+ */
+#define QVO_SEQ_DECLARE(type)                                                                    \
+    QVO_API QVO_RET qvo_seq_reverse_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input); \
+    QVO_API QVO_RET qvo_seq_reverse_##type##_next(qvo_seq_iterator_h iterator);                  \
+    QVO_API QVO_RET qvo_seq_reverse_##type##_reset(qvo_seq_iterator_h iterator);
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+QVO_SEQ_DECLARE(char)
+#undef QVO_SEQ_DECLARE
+
 /* ==== transform/trend ========================================================================== */
+
+/*
+ * qvo_seq_diff_<type> (result, input)
+ *
+ * The difference of each position from the one before it; the first is 0.
+ * Elements  The 11 fixed types; the result has the same type. Integers wrap at their width.
+ * Runs      A run gives its difference with run 1 and, if it is longer, a 0 with the rest of the run: (5 x3, 8)
+ *           gives 0, 0 x2, 3. Deliberately, the rest of a run that was entered before (rle_offs is not 0) is
+ *           all but one of the whole run, and the first difference is taken from the first element of the
+ *           tile, wherever the operand stands: (5, 7 x9, 8) handed over inside the run gives 0 x8, 3.
+ * Ends      With the operand.
+ * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed.
+ *
+ * qvo_seq_trend_<type> (result, input)
+ *
+ * The direction of change: 1 for an element above the one before it, -1 below; an equal one keeps the
+ * direction before it, and the first is 0. (1, 2, 2, 1, 1) gives 0, 1, 1, -1, -1. A NaN counts as equal.
+ * Elements  The 11 fixed types; the result is int1.
+ * Runs      A tile per tile of the input, also one without elements, whatever its read position, with the
+ *           same runs.
+ * Ends, Errors  As for diff.
+ */
+#define QVO_SEQ_DECLARE(type)                                                                  \
+    QVO_API QVO_RET qvo_seq_diff_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input);  \
+    QVO_API QVO_RET qvo_seq_trend_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input); \
+    QVO_API QVO_RET qvo_seq_diff_##type##_next(qvo_seq_iterator_h iterator);                   \
+    QVO_API QVO_RET qvo_seq_trend_##type##_next(qvo_seq_iterator_h iterator);
+QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
+#undef QVO_SEQ_DECLARE
 
 /* ==== transform/concat ========================================================================= */
 

@@ -47,8 +47,11 @@ TABLE = [
     (ALL, "qvo_seq_{func,func2,cond}{,_ctx}_<t>" + NEXT),
     ([], "qvo_seq_match" + NEXT + " qvo_seq_match_{substring,regex} qvo_seq_exact_match"),
     # Choice, filters, shaping, combination
-    (ALL, "qvo_seq_{iif,if,filter}_<t>" + NEXT),
+    (ALL, "qvo_seq_{iif,if,filter,thin,repeat,reverse}_<t>" + NEXT),
     ([], "qvo_seq_{iif,if,filter_pos,map,concat,order_by}_reset qvo_seq_{filter_pos,concat}" + NEXT),
+    (FIXED, "qvo_seq_{norm,diff,trend}_<t>" + NEXT),
+    (ALL, "qvo_seq_reverse_<t>_reset"),
+    ([], "qvo_seq_reset_repeat_iterator"),
     ([], "qvo_seq_filter_first_pos" + MERGED + " qvo_seq_filter_search qvo_seq_get_first_pos"),
     (ALL, "qvo_seq_{map,unique,order_by}_<t>" + NEXT),
     (ALL, "qvo_seq_join_<t>"),

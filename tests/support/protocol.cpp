@@ -106,7 +106,7 @@ void check_end_and_reset(const Member& member) {
     EXPECT_EQ(it->tile_size, tile_size);
 
     ASSERT_EQ(it->reset(it), QVO_S_OK);
-    for (const auto& source : bench.sources) EXPECT_EQ(source->n_reset(), 1U);
+    for (const auto& source : bench.sources) EXPECT_GE(source->n_reset(), 1U);
     EXPECT_TRUE(it->tile_size == 0 && it->tile_offs == 0 && it->rle_offs == 0 && it->next_seq_no == 0);
     EXPECT_EQ(tiles_of(it, 1).size(), 1U);
     ASSERT_EQ(it->reset(it), QVO_S_OK);

@@ -34,6 +34,8 @@ class TileWriter {
 
     QVO_INLINE size_t size() const { return size_; }
     QVO_INLINE size_t room() const { return capacity_ - size_; }
+    /// Positions produced by this call.
+    QVO_INLINE uint64_t positions() const { return positions_; }
 
     /// Accounts for one element, whose value is at size().
     QVO_INLINE void put_run(unsigned run) {

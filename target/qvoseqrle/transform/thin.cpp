@@ -1,0 +1,151 @@
+// Every step-th position of a sequence, from `origin` on.
+//
+// Values are moved and never looked at, so all members share their code.
+#include "core/construct.h"
+#include "core/move.h"
+#include "core/operand.h"
+
+namespace qvo {
+namespace {
+
+struct ThinState {
+    qvo_size_t origin;      // the first position that is taken
+    qvo_size_t step;        // from one taken position to the next
+    qvo_seq_no_t curr_pos;  // the input position at which its read position stands
+};
+
+/// The walk over the input of one call.
+///
+/// Deliberate: the read position within a run is set to the distance from the last taken position, not from the start
+/// of the run, and it is kept when the next tile is pulled. So with several taken positions in a run, or a run cut by
+/// the end of a tile, the elements behind it are found at shifted positions. With runs of 1 the count is exact.
+class ThinWalk {
+ public:
+    ThinWalk(qvo_seq_iterator_h it, ThinState& s)
+        : input_(it->opd[0]), s_(s), next_pos_(it->next_seq_no * s.step + s.origin) {}
+
+    /// Pulls until the tile covers the next position. A tile without elements is passed over.
+    QVO_RET pull() {
+        while (next_pos_ >= input_->next_seq_no) {
+            s_.curr_pos = input_->next_seq_no;
+            if (const QVO_RET rc = input_->next(input_); rc != QVO_S_OK) return rc;
+            input_->tile_offs = 0;
+        }
+        return QVO_S_OK;
+    }
+
+    /// Moves the read position to the element that holds the next position.
+    void find(Where where) {
+        const uint8_t* const runs = runs_of(input_);
+        size_t index = input_->tile_offs;
+        uint64_t taken = input_->rle_offs, at = s_.curr_pos;
+        for (;;) {
+            // Shifted positions can lead behind the last element, where run bytes of earlier tiles still lie; but not
+            // out of the payload.
+            if (index >= payload_bytes || (index + 1) * input_->elem_size > payload_bytes) fatal_stop(where);
+            const uint64_t end = at + get_run(runs, index) - taken;
+            if (next_pos_ < end) break;
+            at = end;
+            taken = 0;
+            index = skip_words(runs, index + 1, at);
+        }
+        s_.curr_pos = at;
+        input_->tile_offs = static_cast<uint16_t>(index);
+        input_->rle_offs = static_cast<uint8_t>(taken);
+    }
+
+    size_t index() const { return input_->tile_offs; }
+    uint64_t step() const { return s_.step; }
+
+    /// How many positions, `room` at most, can be taken from elements of run 1 that follow each other.
+    size_t n_singles(size_t room) const {
+        const size_t size = input_->tile_size;
+        if (input_->rle_offs != 0 || index() >= size || s_.curr_pos != next_pos_) return 1;
+        const size_t n = leading_single_runs(runs_of(input_) - index(), size - index());
+        if (n == 0) return 1;
+        if (s_.step == 0) return room;
+        const uint64_t covered = std::min<uint64_t>(n, input_->next_seq_no - next_pos_);
+        return static_cast<size_t>(std::min<uint64_t>(room, (covered - 1) / s_.step + 1));
+    }
+
+    /// Takes `n` positions, of which all but the first lie in elements of run 1.
+    void take(size_t n) {
+        const uint64_t ahead = (n - 1) * s_.step;
+        if (n == 1) {
+            input_->rle_offs = static_cast<uint8_t>(next_pos_ - s_.curr_pos);
+        } else {
+            input_->tile_offs = static_cast<uint16_t>(index() + ahead);
+            input_->rle_offs = 0;
+        }
+        s_.curr_pos = next_pos_ + ahead;
+        next_pos_ = s_.curr_pos + s_.step;
+    }
+
+ private:
+    /// Passes over elements that end before the next position, eight at a time.
+    size_t skip_words(const uint8_t* runs, size_t index, uint64_t& at) const {
+        for (; index + run_word <= input_->tile_size; index += run_word) {
+            const uint64_t positions = lane_sum(pair_sums(load_runs(runs - index)));
+            if (next_pos_ < at + positions) break;
+            at += positions;
+        }
+        return index;
+    }
+
+    qvo_seq_iterator_h input_;
+    ThinState& s_;
+    qvo_seq_no_t next_pos_;
+};
+
+QVO_RET thin_next(qvo_seq_iterator_h it, Where where) {
+    ThinWalk walk(it, state<ThinState>(it));
+    const size_t capacity = capacity_of(it->elem_size);
+    uint8_t* const out = values_of<uint8_t>(it);
+    const uint8_t* const in = values_of<uint8_t>(it->opd[0]);
+    size_t size = 0;
+    while (size < capacity) {
+        if (const QVO_RET rc = walk.pull(); rc != QVO_S_OK) {
+            if (rc != QVO_S_CURSOR_END || size == 0) return rc;
+            break;
+        }
+        walk.find(where);
+        const size_t n = walk.n_singles(capacity - size), index = walk.index(), step = walk.step();
+        with_mover(
+            it->elem_size, [=](auto mover) __attribute__((always_inline)) {
+                for (size_t k = 0; k < n; ++k) mover.move(out, size + k, in, index + k * step);
+            });
+        fill_runs(runs_of(it) - size, n, 1);
+        walk.take(n);
+        size += n;
+    }
+    it->tile_size = static_cast<uint16_t>(size);
+    it->next_seq_no += size;
+    return QVO_S_OK;
+}
+
+QVO_RET construct_thin(qvo_seq_iterator_h result, qvo_seq_iterator_h input, ElementLayout layout, qvo_size_t origin,
+                       qvo_size_t step, qvo_seq_iterator_next_t next) {
+    if (!has_type(input, layout.type)) return QVO_E_ILLEGAL_TYPE;
+    if (const QVO_RET rc = bind({input}); rc != QVO_S_OK) return rc;
+    fill_result(result, layout, {input}, next, qvo_seq_reset_unary_iterator);
+    state<ThinState>(result) = {origin, step, 0};
+    return QVO_S_OK;
+}
+
+}  // namespace
+
+#define STAMP(type, code, width)                                                                        \
+    extern "C" QVO_API QVO_RET qvo_seq_thin_##type##_next(qvo_seq_iterator_h it) {                      \
+        return thin_next(it, Where::here());                                                            \
+    }                                                                                                   \
+    extern "C" QVO_API QVO_RET qvo_seq_thin_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, \
+                                                   qvo_size_t origin, qvo_size_t step) {                \
+        return construct_thin(result, input, {code, width}, origin, step, qvo_seq_thin_##type##_next);  \
+    }
+#define STAMP_FIXED(type) STAMP(type, elem_##type::code, elem_##type::width)
+QVO_SEQ_FOR_FIXED_TYPES(STAMP_FIXED)
+STAMP(char, QVO_DD_CHAR, input->elem_size)
+#undef STAMP_FIXED
+#undef STAMP
+
+}  // namespace qvo

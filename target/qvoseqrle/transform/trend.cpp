@@ -1,0 +1,178 @@
+// Each element against the one before it: the difference, and the direction of change.
+#include "core/elementwise.h"
+#include "core/number.h"
+#include "core/operand.h"
+
+namespace qvo {
+namespace {
+
+/// The value before the next one, in the context. It is part of a union: moved by memcpy.
+template <class V> V previous_value(qvo_seq_iterator_h it) {
+    V value;
+    std::memcpy(&value, &state<qvo_seq_agg_context_t>(it).accumulator, sizeof value);
+    return value;
+}
+template <class V> void set_previous(qvo_seq_iterator_h it, V value) {
+    std::memcpy(&state<qvo_seq_agg_context_t>(it).accumulator, &value, sizeof value);
+}
+
+// ---- diff ----
+
+// Elements of any runs between two looks for a stretch of runs of 1.
+constexpr size_t most_pairs = 64;
+
+struct Minus {
+    template <class V> QVO_INLINE static V apply(V a, V b) { return wrapping_sub(a, b); }
+};
+
+/// The loops of a member. Both read the previous value and leave the last one.
+struct DiffLoops {
+    UnaryLoop differences;  // of neighbouring elements, one result element each
+    // From n elements with any runs, each taken from its start: a difference with run 1, then 0 for the rest of the
+    // run, if there is one. There is room for two result elements each; their number is returned.
+    size_t (*with_rests)(qvo_seq_iterator_h it, size_t to, size_t from, size_t n);
+};
+
+template <class V> struct DiffOf {
+    QVO_CPU_VARIANTS static void differences(qvo_seq_iterator_h it, size_t to, size_t from, size_t n) {
+        const V* const values = values_of<V>(it->opd[0]) + from;
+        V* const out = values_of<V>(it) + to;
+        out[0] = wrapping_sub(values[0], previous_value<V>(it));
+        apply<1, 1, Minus>(out + 1, values + 1, values, n - 1);
+        set_previous(it, values[n - 1]);
+    }
+
+    static size_t with_rests(qvo_seq_iterator_h it, size_t to, size_t from, size_t n) {
+        const V* __restrict const values = values_of<V>(it->opd[0]) + from;
+        const uint8_t* const runs = runs_of(it->opd[0]) - from;
+        V* __restrict const out = values_of<V>(it) + to;
+        uint8_t* const out_runs = runs_of(it) - to;
+        V previous = previous_value<V>(it);
+        size_t k = 0;
+        const auto put_difference = [&](size_t i) __attribute__((always_inline)) {
+            out[k] = wrapping_sub(values[i], previous);
+            set_run(out_runs, k++, 1);
+            previous = values[i];
+        };
+        const auto put_rest = [&](size_t i) __attribute__((always_inline)) {
+            out[k] = 0;
+            set_run(out_runs, k, get_run(runs, i) - 1);
+        };
+        // Without a branch: a rest that is none is overwritten by the next difference. Behind the last one there is
+        // no next, so it is written only if it is one.
+        for (size_t i = 0; i + 1 < n; ++i) {
+            put_difference(i);
+            put_rest(i);
+            k += get_run(runs, i) != 1;
+        }
+        put_difference(n - 1);
+        if (get_run(runs, n - 1) != 1) {
+            put_rest(n - 1);
+            ++k;
+        }
+        set_previous(it, previous);
+        return k;
+    }
+};
+
+// Runs are split here into a first position and a rest, deliberately by rle_offs alone: wherever in a run the read
+// position stands, the rest is all but one of the whole run. So this walks its operand on its own.
+QVO_RET diff_next(qvo_seq_iterator_h it, const DiffLoops& loops, Where where) {
+    const qvo_seq_iterator_h operand = it->opd[0];
+    const size_t width = it->elem_size;
+    Operand input(operand);
+    TileWriter out(it, capacity_of(width));
+    QVO_RET rc = QVO_S_OK;
+    while (out.room() != 0) {
+        if (rc = input.refill(where); rc != QVO_S_OK) break;
+        if (it->next_seq_no + out.positions() == 0)
+            std::memcpy(&state<qvo_seq_agg_context_t>(it).accumulator, values_of<uint8_t>(operand), width);
+        if (input.taken() != 0) {
+            std::memset(values_of<uint8_t>(it) + out.size() * width, 0, width);
+            out.put_run(static_cast<uint8_t>(input.run() - 1));
+            input.move_to(input.index() + 1, 0);
+            continue;
+        }
+        const size_t n = std::min(out.room(), input.elements_left());
+        if (const size_t singles = leading_single_runs(input.runs(), n); singles == n || singles >= run_word) {
+            loops.differences(it, out.size(), input.index(), singles);
+            out.put_equal_runs(singles, 1);
+            input.skip(singles);
+        } else if (const size_t pairs = std::min({out.room() / 2, n, most_pairs}); pairs != 0) {
+            const uint8_t* const runs = runs_of(it) - out.size();
+            const size_t written = loops.with_rests(it, out.size(), input.index(), pairs);
+            out.advance({written, sum_runs(runs, written)});
+            input.skip(pairs);
+        } else {
+            loops.differences(it, out.size(), input.index(), 1);
+            out.put_run(1);
+            input.take(1);
+        }
+    }
+    input.store();
+    return out.finish(rc);
+}
+
+// ---- trend ----
+
+template <class V> struct TrendOf {
+    /// The signs of the differences of the tile's elements from those before them.
+    QVO_CPU_VARIANTS static void signs(qvo_seq_iterator_h it, size_t n) {
+        const V* __restrict const values = values_of<V>(it->opd[0]);
+        int8_t* __restrict const out = values_of<int8_t>(it);
+        const V previous = previous_value<V>(it);
+        out[0] = static_cast<int8_t>((values[0] > previous) - (values[0] < previous));
+        for (size_t i = 1; i < n; ++i)
+            out[i] = static_cast<int8_t>((values[i] > values[i - 1]) - (values[i] < values[i - 1]));
+        set_previous(it, values[n - 1]);
+    }
+};
+
+/// A zero takes the direction before it; returns the last one.
+int8_t fill_flat_stretches(int8_t* directions, size_t n, int8_t last) {
+    for (size_t i = 0; i < n; ++i) {
+        last = directions[i] != 0 ? directions[i] : last;
+        directions[i] = last;
+    }
+    return last;
+}
+
+// A result tile per input tile, whatever the input's read position; so no Operand here.
+QVO_RET trend_next(qvo_seq_iterator_h it, void (*signs)(qvo_seq_iterator_h it, size_t n)) {
+    const qvo_seq_iterator_h input = it->opd[0];
+    if (const QVO_RET rc = input->next(input); rc != QVO_S_OK) return rc;
+    qvo_seq_agg_context_t& s = state<qvo_seq_agg_context_t>(it);
+    if (it->next_seq_no == 0) {
+        std::memcpy(&s.accumulator, values_of<uint8_t>(input), input->elem_size);
+        s.history.trend = 0;
+    }
+    const size_t n = input->tile_size;
+    it->tile_size = static_cast<uint16_t>(n);
+    if (n == 0) return QVO_S_OK;
+    signs(it, n);
+    s.history.trend = fill_flat_stretches(values_of<int8_t>(it), n, s.history.trend);
+    copy_runs(runs_of(it), runs_of(input), n);
+    it->next_seq_no += sum_runs(runs_of(input), n);
+    return QVO_S_OK;
+}
+
+}  // namespace
+
+#define STAMP(type)                                                                                        \
+    extern "C" QVO_API QVO_RET qvo_seq_diff_##type##_next(qvo_seq_iterator_h it) {                         \
+        using Loops = DiffOf<elem_##type::value>;                                                          \
+        return diff_next(it, {Loops::differences, Loops::with_rests}, Where::here());                      \
+    }                                                                                                      \
+    extern "C" QVO_API QVO_RET qvo_seq_diff_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) {  \
+        return construct_unary<elem_##type, elem_##type>(result, input, qvo_seq_diff_##type##_next);       \
+    }                                                                                                      \
+    extern "C" QVO_API QVO_RET qvo_seq_trend_##type##_next(qvo_seq_iterator_h it) {                        \
+        return trend_next(it, TrendOf<elem_##type::value>::signs);                                         \
+    }                                                                                                      \
+    extern "C" QVO_API QVO_RET qvo_seq_trend_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) { \
+        return construct_unary<elem_##type, elem_int1>(result, input, qvo_seq_trend_##type##_next);        \
+    }
+QVO_SEQ_FOR_FIXED_TYPES(STAMP)
+#undef STAMP
+
+}  // namespace qvo
