@@ -13,7 +13,7 @@ void ask_about_keys(const station_t* a, const station_t* b);
 /* Aggregates of consecutive positions with the same key. */
 void ask_about_groups(const station_t* a, const station_t* b);
 
-/* Conversion, histogram, turning points, pattern matching. */
+/* Conversion, difference, trend, histogram, turning points, pattern matching. */
 void ask_about_shapes(const station_t* a, const station_t* b);
 
 /* Running totals, moving averages. */

@@ -1,4 +1,4 @@
-/* Values made into others: conversion, distributions, turning points, patterns. */
+/* Values made into others: conversion, changes, distributions, turning points, patterns. */
 #include <stdio.h>
 #include <string.h>
 
@@ -16,6 +16,31 @@ static void whole_degrees(const station_t* station) {
     MUST(qvo_seq_next_uint8(&different, &n));
     qvo_seq_free_hash(&days);
     answer("Different highs in whole degrees", "%llu in %s", (unsigned long long)n, station->name);
+}
+
+/* Each day's high less that of the day before; the first day's change is 0. */
+static void changes(const station_t* station) {
+    qvo_seq_iterator_t high, change, range;
+    qvo_double ends[2];
+    qvo_size_t n = 2;
+    open_column(&high, &station->high);
+    MUST(qvo_seq_diff_double(&change, &high));
+    MUST(qvo_seq_agg_min_max_double(&range, &change));
+    MUST(qvo_seq_get_double(&range, ends, &n));
+    answer("Change of the high from day to day", "%.1f to %+.1f in %s", ends[0], ends[1], station->name);
+}
+
+/* Days on which the high had last gone up: days without a change keep the direction. */
+static void days_of_rise(const station_t* station) {
+    qvo_seq_iterator_t high, direction, up, rising, days;
+    qvo_uint8 n;
+    open_column(&high, &station->high);
+    MUST(qvo_seq_trend_double(&direction, &high));
+    MUST(qvo_seq_const_int1(&up, 1));
+    MUST(qvo_seq_eq_int1(&rising, &direction, &up));
+    MUST(qvo_seq_agg_sum_uint1(&days, &rising));
+    MUST(qvo_seq_next_uint8(&days, &n));
+    answer("Days of a rising high", "%llu in %s", (unsigned long long)n, station->name);
 }
 
 /* Days by their high, in steps of five degrees, as bars. */
@@ -68,8 +93,10 @@ static void kinds_like(const station_t* station, const char* pattern) {
 
 void ask_about_shapes(const station_t* a, const station_t* b) {
     const station_t* stations[] = {a, b};
-    section("Conversion, distribution, patterns");
+    section("Conversion, changes, distribution, patterns");
     for (int i = 0; i < 2; ++i) whole_degrees(stations[i]);
+    for (int i = 0; i < 2; ++i) changes(stations[i]);
+    for (int i = 0; i < 2; ++i) days_of_rise(stations[i]);
     for (int i = 0; i < 2; ++i) turning_points(stations[i]);
     for (int i = 0; i < 2; ++i) kinds_like(stations[i], "s%");
     for (int i = 0; i < 2; ++i) kinds_like(stations[i], "%i%");

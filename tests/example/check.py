@@ -59,6 +59,10 @@ def expected(places):
         for most in sorted(rain)[-5:]:
             yield f"position {rain.index(most)} {days[rain.index(most)]['date']}", f"{most} mm"
         yield "Different highs in whole degrees", f"{len({int(high) for high in highs})} in {place}"
+        steps = [b - a for a, b in zip(highs, highs[1:])]
+        yield "Change of the high from day to day", f"{min(steps):.1f} to {max(steps):+.1f} in {place}"
+        rises = itertools.accumulate(steps, lambda up, step: step > 0 if step else up, initial=False)
+        yield "Days of a rising high", f"{sum(rises)} in {place}"
         slopes = [b > a for a, b in zip(highs, highs[1:]) if a != b]
         yield "Turning points of the high", f"{sum(a != b for a, b in zip(slopes, slopes[1:]))} in {place}"
         kinds = column(days, "weather")
