@@ -12,11 +12,36 @@ using Context = qvo_seq_hash_iterator_context_t;
 using Shared = qvo_seq_shared_hash_t;
 static_assert(sizeof(Shared) == 24);
 
-template <class Bits> void read_words(const Bits* values, const uint16_t* index, size_t n, qvo_seq_key_t* keys) {
+/// Reads the value at(i) as the i-th key.
+template <class Bits, class At> void read_words(const Bits* values, At at, size_t n, qvo_seq_key_t* keys) {
     for (size_t i = 0; i < n; ++i) {
         // On the bytes: where the low byte does not come first, the key stands at the front of its word too.
-        keys[i].val = values[index[i]];
+        keys[i].val = values[at(i)];
         if constexpr (std::endian::native == std::endian::big) keys[i].val <<= 64 - 8 * sizeof(Bits);
+    }
+}
+
+template <class At> void read_keys_at(qvo_seq_iterator_h it, At at, size_t n, qvo_seq_key_t* keys) {
+    const size_t width = it->elem_size;
+    uint8_t* values = values_of<uint8_t>(it);
+    switch (width) {
+        case 1:
+            return read_words(values_of<bits1>(it), at, n, keys);
+        case 2:
+            return read_words(values_of<bits2>(it), at, n, keys);
+        case 4:
+            return read_words(values_of<bits4>(it), at, n, keys);
+        case 8:
+            return read_words(values_of<bits8>(it), at, n, keys);
+        default:
+            break;
+    }
+    for (size_t i = 0; i < n; ++i) {
+        keys[i].val = 0;
+        if (width > HashLayout::widest_inline)
+            keys[i].ptr = values + at(i) * width;
+        else
+            std::memcpy(&keys[i], values + at(i) * width, width);
     }
 }
 
@@ -75,27 +100,8 @@ void write_wide_keys(qvo_seq_iterator_h it, size_t to, HashElem* const* elems, s
 }  // namespace
 
 void read_keys(qvo_seq_iterator_h it, const uint16_t* index, size_t n, qvo_seq_key_t* keys) {
-    const size_t width = it->elem_size;
-    uint8_t* values = values_of<uint8_t>(it);
-    switch (width) {
-        case 1:
-            return read_words(values_of<bits1>(it), index, n, keys);
-        case 2:
-            return read_words(values_of<bits2>(it), index, n, keys);
-        case 4:
-            return read_words(values_of<bits4>(it), index, n, keys);
-        case 8:
-            return read_words(values_of<bits8>(it), index, n, keys);
-        default:
-            break;
-    }
-    for (size_t i = 0; i < n; ++i) {
-        keys[i].val = 0;
-        if (width > HashLayout::widest_inline)
-            keys[i].ptr = values + index[i] * width;
-        else
-            std::memcpy(&keys[i], values + index[i] * width, width);
-    }
+    read_keys_at(
+        it, [=](size_t i) { return size_t{index[i]}; }, n, keys);
 }
 
 HashSteps::HashSteps(qvo_seq_iterator_h group_by, qvo_seq_iterator_h input)
@@ -114,9 +120,16 @@ QVO_RET HashSteps::collect(Where where) {
 
 void HashSteps::probe_keys(HashFiller::Probes& probes) const {
     const qvo_seq_iterator_h group_by = operands_[0].iterator();
-    const size_t first = keys()[0], width = group_by->elem_size;
+    const size_t first = keys()[0], width = group_by->elem_size, n = keys()[size() - 1] - first + 1;
+    const uint8_t* values = values_of<uint8_t>(group_by) + first * width;
+    if (n == size()) {  // a key a step
+        hash_values(values, width, n, hash_seed, probes.key_hash);
+        read_keys_at(
+            group_by, [=](size_t i) { return first + i; }, n, probes.key);
+        return;
+    }
     uint32_t hashes[OverlapList<2>::most];
-    hash_values(values_of<uint8_t>(group_by) + first * width, width, keys()[size() - 1] - first + 1, hash_seed, hashes);
+    hash_values(values, width, n, hash_seed, hashes);
     for (size_t i = 0; i < size(); ++i) probes.key_hash[i] = hashes[keys()[i] - first];
     read_keys(group_by, keys(), size(), probes.key);
 }

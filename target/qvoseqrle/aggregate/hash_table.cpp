@@ -91,20 +91,17 @@ template <class Keys> QVO_INLINE HashElem** place(const Keys& keys, HashElem** l
 // A table of up to this many bytes is in a cache near enough not to be asked for in advance.
 constexpr size_t near_bytes = 256 * 1024;
 
-// Elements of a chain that are looked at in a loop without exits.
-constexpr int short_chain = 3;
-
-/// The first of them that is not before an inline key, as far as there is one: which element of its chain a key is in
-/// cannot be foretold, and the lookups of a batch overlap better where little depends on it. What is found need not be
-/// of the key; the caller then looks again. `none` stands for the end of a chain.
-QVO_INLINE HashElem* find_short(HashElem* head, uint64_t key, HashElem* none) {
-    HashElem* elem = head != nullptr ? head : none;
-    for (int step = 1; step < short_chain; ++step) {
-        HashElem* next = elem->collision;
-        next = next != nullptr ? next : none;
-        elem = elem->grp.val < key ? next : elem;
-    }
-    return elem;
+/// The element of an inline key, or null. Whether it is the first or the second of its chain cannot be foretold, and
+/// the lookups of a batch overlap well as long as no branch depends on it. That there are more before it is rare, and
+/// that it is missing happens once per key.
+QVO_INLINE HashElem* find_inline(HashElem* elem, uint64_t key) {
+    if (elem == nullptr) return nullptr;
+    const auto first = reinterpret_cast<uintptr_t>(elem), second = reinterpret_cast<uintptr_t>(elem->collision);
+    uintptr_t before = -uintptr_t{elem->grp.val < key};
+    __asm__("" : "+r"(before));  // or the compiler makes the choice a branch
+    elem = reinterpret_cast<HashElem*>(first ^ ((first ^ second) & before));
+    while (elem != nullptr && elem->grp.val < key) elem = elem->collision;
+    return elem != nullptr && elem->grp.val == key ? elem : nullptr;
 }
 
 HashElem** new_chains(qvo_seq_iterator_h owner, qvo_size_t n) {
@@ -150,16 +147,17 @@ HashFiller::HashFiller(qvo_seq_iterator_h owner, qvo_seq_hash_t* table, HashLayo
 }
 
 void HashFiller::size_changed() {
-    reciprocal_ = ~uint64_t{0} / table_->table_size + 1;
-    limit_ = convert<uint64_t>(static_cast<double>(table_->table_size) * qvo_seq_hash_table_load_factor) - 1;
+    const qvo_size_t size = table_->table_size;
+    chains_ = {table_->table, size, ~uint64_t{0} / size + 1};
+    limit_ = convert<uint64_t>(static_cast<double>(size) * qvo_seq_hash_table_load_factor) - 1;
 }
 
-/// hash mod table_size, without a division: the low 64 bits of hash times 2^64 / size are the fraction of the
-/// quotient, and the fraction times the size is the remainder. Exact, as hash and size have 32 bits.
-QVO_INLINE uint32_t HashFiller::chain_of(uint32_t hash) const {
-    const uint64_t fraction = reciprocal_ * hash;
+/// hash mod size, without a division: the low 64 bits of hash times 2^64 / size are the fraction of the quotient, and
+/// the fraction times the size is the remainder. Exact, as hash and size have 32 bits.
+QVO_INLINE HashElem** HashFiller::Chains::of(uint32_t hash) const {
+    const uint64_t fraction = reciprocal * hash;
     __extension__ typedef unsigned __int128 wide;
-    return static_cast<uint32_t>(static_cast<wide>(fraction) * table_->table_size >> 64);
+    return heads + static_cast<uint32_t>(static_cast<wide>(fraction) * size >> 64);
 }
 
 Bucket* HashFiller::new_bucket() {
@@ -203,42 +201,38 @@ template <class Keys> bool HashFiller::grow(Keys keys) {
     while (i < last_prime && qvo_int_get_prime_number(i) <= table_->table_size) ++i;
     const qvo_size_t size = qvo_int_get_prime_number(i), old_size = table_->table_size;
     if (size <= old_size) return true;
-    HashElem** chains = new_chains(owner_, size);
-    if (chains == nullptr) return false;
-    HashElem** const old_chains = std::exchange(table_->table, chains);
+    HashElem** heads = new_chains(owner_, size);
+    if (heads == nullptr) return false;
+    HashElem** const old_heads = std::exchange(table_->table, heads);
     table_->table_size = size;
     size_changed();
     for (qvo_size_t c = 0; c < old_size; ++c)
-        for (HashElem* elem = old_chains[c]; elem != nullptr;) {
+        for (HashElem* elem = old_heads[c]; elem != nullptr;) {
             HashElem* next = elem->collision;
-            HashElem** link = place(keys, &chains[chain_of(keys.hash(*elem))], *elem);
+            HashElem** link = place(keys, chains_.of(keys.hash(*elem)), *elem);
             elem->collision = *link;
             *link = elem;
             elem = next;
         }
-    qvo_seq_free(owner_, old_chains, old_size * sizeof *old_chains);
+    qvo_seq_free(owner_, old_heads, old_size * sizeof *old_heads);
     return true;
 }
 
 template <class Keys> size_t HashFiller::locate_as(Keys keys, const Probes& probes, size_t n, HashElem** found) {
-    uint32_t chains[most];
     const uint32_t* hashes = layout_.pairs ? probes.pair_hash : probes.key_hash;
-    for (size_t i = 0; i < n; ++i) chains[i] = chain_of(hashes[i]);
-    HashElem** const heads = table_->table;
-    if (table_->table_size * sizeof *heads + used_ * sizeof(HashElem) > near_bytes) {
-        for (size_t i = 0; i < n; ++i) __builtin_prefetch(&heads[chains[i]]);
-        for (size_t i = 0; i < n; ++i) __builtin_prefetch(heads[chains[i]]);
-    }
-    HashElem none{};
-    if constexpr (Keys::is_inline) {
-        none.grp.val = ~uint64_t{0};  // no key is greater
-        for (size_t i = 0; i < n; ++i) found[i] = find_short(heads[chains[i]], probes.key[i].val, &none);
+    Chains chains = chains_;
+    if (chains.size * sizeof *chains.heads + used_ * sizeof(HashElem) > near_bytes) {
+        HashElem** heads[most];
+        for (size_t i = 0; i < n; ++i) __builtin_prefetch(heads[i] = chains.of(hashes[i]));
+        for (size_t i = 0; i < n; ++i) __builtin_prefetch(*heads[i]);
     }
     [[maybe_unused]] HashElem last{};
     for (size_t i = 0; i < n; ++i) {
-        if constexpr (Keys::is_inline)
-            if (found[i]->grp.val == probes.key[i].val && found[i] != &none) [[likely]]
-                continue;
+        HashElem** link = chains.of(hashes[i]);
+        if constexpr (Keys::is_inline) {
+            found[i] = find_inline(*link, probes.key[i].val);
+            if (found[i] != nullptr) continue;
+        }
         const HashElem like = keys.probe(probes, i);
         if constexpr (!Keys::is_inline) {
             if (i != 0 && keys.repeated(like, last)) {
@@ -247,7 +241,7 @@ template <class Keys> size_t HashFiller::locate_as(Keys keys, const Probes& prob
             }
             last = like;
         }
-        HashElem** link = place(keys, &table_->table[chains[i]], like);
+        link = place(keys, link, like);
         found[i] = *link;
         if (*link != nullptr && keys.same(**link, like)) continue;
 
@@ -269,7 +263,7 @@ template <class Keys> size_t HashFiller::locate_as(Keys keys, const Probes& prob
         found[i] = elem;
         if (++used_ >= limit_) {
             if (!grow(keys)) return i;
-            for (size_t k = i + 1; k < n; ++k) chains[k] = chain_of(hashes[k]);
+            chains = chains_;
         }
     }
     return n;
@@ -281,7 +275,7 @@ size_t HashFiller::locate(const Probes& probes, size_t n, HashElem** found) {
 
 HashElem* HashFiller::find(const HashElem& like) const {
     return with_keys([&](auto keys) -> HashElem* {
-        HashElem* elem = *place(keys, &table_->table[chain_of(keys.hash(like))], like);
+        HashElem* elem = *place(keys, chains_.of(keys.hash(like)), like);
         return elem != nullptr && keys.same(*elem, like) ? elem : nullptr;
     });
 }
@@ -298,12 +292,12 @@ template <class Keys> bool HashFiller::take_chains(Keys keys, qvo_seq_hash_t* ot
             if (next == nullptr) break;
             elems[n] = next;
             next = next->collision;
-            __builtin_prefetch(&table_->table[chain_of(keys.hash(*elems[n]))]);
+            __builtin_prefetch(chains_.of(keys.hash(*elems[n])));
         }
-        for (size_t i = 0; i < n; ++i) __builtin_prefetch(table_->table[chain_of(keys.hash(*elems[i]))]);
+        for (size_t i = 0; i < n; ++i) __builtin_prefetch(*chains_.of(keys.hash(*elems[i])));
         for (size_t i = 0; i < n; ++i) {
             HashElem& elem = *elems[i];
-            HashElem** link = place(keys, &table_->table[chain_of(keys.hash(elem))], elem);
+            HashElem** link = place(keys, chains_.of(keys.hash(elem)), elem);
             if (*link != nullptr && keys.same(**link, elem)) {
                 join(context, *link, elem);
                 continue;

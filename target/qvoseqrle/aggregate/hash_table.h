@@ -72,8 +72,14 @@ class HashFiller {
     template <class Keys> bool grow(Keys keys);
     template <class F> auto with_keys(F f) const;
 
+    /// Where the chains begin.
+    struct Chains {
+        HashElem** heads;
+        uint64_t size, reciprocal;  // the reciprocal is 2^64 / size
+        HashElem** of(uint32_t hash) const;
+    };
+
     void size_changed();
-    uint32_t chain_of(uint32_t hash) const;
     HashElem* new_elem();
     void* carve(size_t bytes);
     qvo_seq_hash_bucket_t* new_bucket();
@@ -81,8 +87,8 @@ class HashFiller {
     qvo_seq_iterator_h owner_;
     qvo_seq_hash_t* table_;
     HashLayout layout_;
-    uint64_t reciprocal_ = 0;  // of the number of chains, see chain_of
-    uint64_t limit_ = 0;       // groups at which the table grows
+    Chains chains_{};
+    uint64_t limit_ = 0;  // groups at which the table grows
     uint64_t used_;
     HashElem *elem_ = nullptr, *elems_end_ = nullptr;  // free elements of the newest bucket of elements
     char *byte_ = nullptr, *bytes_end_ = nullptr;      // free bytes of the newest bucket of keys
