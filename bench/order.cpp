@@ -107,28 +107,34 @@ template <class V> void run_order_by(benchmark::State& state, OrderBy<V> constru
     count(state, n, n);
 }
 
-template <class V> void run_gather(benchmark::State& state, bool near) {
+/// A tile's worth at a time, from the column itself, or from a copy of it that is made first.
+template <class V> void run_gather(benchmark::State& state, bool near, bool given) {
     const Column<V> input = random_column<V>(n_values, single_runs, 1);
     const auto permutation = permutation_of(near);
-    std::vector<V> out(capacity<V>());
-    for (auto _ : state)
+    std::vector<V> out(capacity<V>()), copy;
+    for (auto _ : state) {
+        if (!given) copy = std::vector<V>(input.values);
+        const V* const values = given ? input.values.data() : copy.data();
         for (size_t at = 0; at < n_values; at += capacity<V>()) {
             const size_t n = std::min(capacity<V>(), n_values - at);
-            for (size_t i = 0; i < n; ++i) out[i] = input.values[permutation[at + i]];
+            for (size_t i = 0; i < n; ++i) out[i] = values[permutation[at + i]];
             benchmark::DoNotOptimize(out.data());
             benchmark::ClobberMemory();
         }
+    }
     const double n = static_cast<double>(n_values) * static_cast<double>(state.iterations());
     count(state, n, n);
 }
 
 template <class V> void add_order_by(const char* type, OrderBy<V> construct) {
-    for (const bool near : {true, false}) {
-        const char* family = near ? "order_by_near" : "order_by_random";
-        add_case(family, type, "flat", [=](benchmark::State& state) { run_gather<V>(state, near); });
-        add_case(family, type, "data", [=](benchmark::State& state) { run_order_by<V>(state, construct, near, true); });
-        add_case(family, type, "load", [=](benchmark::State& s) { run_order_by<V>(s, construct, near, false); });
-    }
+    for (const bool given : {true, false})
+        for (const bool near : {true, false}) {
+            const std::string family = std::string("order_by_") + (given ? "data" : "load");
+            const std::string shape = near ? "near" : "random";
+            add_case(family + "_" + shape, type, "flat", [=](auto& state) { run_gather<V>(state, near, given); });
+            add_case(family + "_" + shape, type, "single",
+                     [=](auto& state) { run_order_by<V>(state, construct, near, given); });
+        }
 }
 
 /// An ascending timeline: steps of 1 to 3.

@@ -29,6 +29,25 @@ QVO_RET load(qvo_seq_iterator_h it, Where where) {
     return QVO_S_OK;
 }
 
+// Values that are read before the first of them is written: what is written could, for all the compiler knows, be part
+// of what is read next.
+constexpr size_t batch = 8;
+
+template <size_t Width>
+QVO_INLINE void gather(FixedMover<Width> mover, uint8_t* to, const void* values, const qvo_seq_no_t* permutation,
+                       size_t n) {
+    size_t i = 0;
+    for (; i + batch <= n; i += batch) {
+        unsigned_of<Width> picked[batch];
+        for (size_t k = 0; k < batch; ++k) mover.move(picked, k, values, permutation[i + k]);
+        for (size_t k = 0; k < batch; ++k) mover.move(to, i + k, picked, k);
+    }
+    for (; i < n; ++i) mover.move(to, i, values, permutation[i]);
+}
+void gather(ByteMover mover, uint8_t* to, const void* values, const qvo_seq_no_t* permutation, size_t n) {
+    for (size_t i = 0; i < n; ++i) mover.move(to, i, values, permutation[i]);
+}
+
 QVO_RET order_by_next(qvo_seq_iterator_h it, Where where) {
     const qvo_seq_order_by_context& order = state<qvo_seq_order_by_context>(it);
     const size_t n = std::min<qvo_size_t>(capacity_of(it->elem_size), order.n_elems - it->next_seq_no);
@@ -39,9 +58,7 @@ QVO_RET order_by_next(qvo_seq_iterator_h it, Where where) {
     const qvo_seq_no_t* const permutation = order.permutation + it->next_seq_no;
     const void* const values = it->buf;
     uint8_t* const to = values_of<uint8_t>(it);
-    with_mover(it->elem_size, [=](auto mover) {
-        for (size_t i = 0; i < n; ++i) mover.move(to, i, values, permutation[i]);
-    });
+    with_mover(it->elem_size, [=](auto mover) { gather(mover, to, values, permutation, n); });
     fill_runs(runs_of(it), n, 1);
     it->tile_size = static_cast<uint16_t>(n);
     it->next_seq_no += n;
