@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <atomic>
 #include <bit>
+#include <iterator>
 
 #include "core/move.h"
 
@@ -220,8 +221,11 @@ template <class V> size_t partition(const V* data, qvo_seq_no_t* slice, size_t n
             }
         }
         const size_t pairs = std::min(n_left, n_right);
-        for (size_t k = 0; k < pairs; ++k)
-            std::swap(slice[i + 1 + left[at_left + k]], slice[j - 1 - right[at_right + k]]);
+        if (pairs == partition_block)  // every position is a stop: values that are mostly equal
+            std::swap_ranges(slice + i + 1, slice + i + 1 + pairs, std::make_reverse_iterator(slice + j));
+        else
+            for (size_t k = 0; k < pairs; ++k)
+                std::swap(slice[i + 1 + left[at_left + k]], slice[j - 1 - right[at_right + k]]);
         at_left += pairs;
         at_right += pairs;
         n_left -= pairs;
