@@ -4,109 +4,73 @@
 namespace test {
 namespace {
 
-template <class R> R to_result(double v) {
-    if constexpr (std::is_floating_point_v<R>) {
-        return v;
-    } else {
-        const double limit = 9223372036854775808.0;
-        const auto to_signed = [=](double x) { return x >= -limit && x < limit ? static_cast<int64_t>(x) : INT64_MIN; };
-        if (std::is_unsigned_v<R> && v >= limit)
-            return static_cast<R>(static_cast<uint64_t>(to_signed(v - limit)) | 1ULL << 63);
-        return static_cast<R>(to_signed(v));
-    }
-}
-
-/// The state of a prefix after n counted steps; A is unsigned where the member's accumulator is an integer.
-template <class A> struct Prefix {
-    A accumulator{};
+/// The state of a prefix after n counted steps; the type is that of its results.
+struct Prefix {
+    uint8_t type;
+    Number accumulator = 0;
     double norm = 0;
     double n = 0;
     bool first = false;
-
-    template <class V> double spread(V v, double less) {
-        const auto x = static_cast<double>(v);
-        accumulator = first ? x : accumulator + x;
-        norm = first ? x * x : norm + x * x;
-        const double m = n - less;
-        return first ? 0.0 : (norm - accumulator * accumulator / m) / m;
-    }
 };
+using Formula = Number (*)(Prefix& p, Number v);
+
+double spread(Prefix& p, Number v, double less) {
+    const auto x = static_cast<double>(v);
+    const double s = p.first ? x : static_cast<double>(p.accumulator) + x, m = p.n - less;
+    p.accumulator = s;
+    p.norm = p.first ? x * x : p.norm + x * x;
+    return p.first ? 0.0 : (p.norm - s * s / m) / m;
+}
+Number sum(Prefix& p, Number v) { return p.accumulator = p.first ? v : sum_in(p.type, p.accumulator, v); }
+Number product(Prefix& p, Number v) { return p.accumulator = p.first ? v : product_in(p.type, p.accumulator, v); }
+Number largest(Prefix& p, Number v) { return p.accumulator = p.first || v > p.accumulator ? v : p.accumulator; }
+Number smallest(Prefix& p, Number v) { return p.accumulator = p.first || v < p.accumulator ? v : p.accumulator; }
+Number var(Prefix& p, Number v) { return converted(p.type, spread(p, v, 0)); }
+Number var_samp(Prefix& p, Number v) { return converted(p.type, spread(p, v, 1)); }
+Number dev(Prefix& p, Number v) { return converted(p.type, std::sqrt(spread(p, v, 0))); }
+Number dev_samp(Prefix& p, Number v) { return converted(p.type, std::sqrt(spread(p, v, 1))); }
+Number average(Prefix& p, Number v) {
+    const auto x = static_cast<double>(v);
+    return p.accumulator = p.first ? x : (x + (p.n - 1) * static_cast<double>(p.accumulator)) / p.n;
+}
 
 using Constructor = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h);
 
-template <class T, class R, class A, class Step>
-void check_member(const char* name, Constructor construct, qvo_seq_iterator_next_t next, Step step) {
+void check_member(const char* name, Constructor construct, qvo_seq_iterator_next_t next, uint8_t type, uint8_t result,
+                  Formula formula) {
     SCOPED_TRACE(name);
-    using V = typename T::value;
-    const Member member = unary_member<T>(name, construct, R::code, R::width, next, qvo_seq_reset_unary_iterator);
-    check_protocol(member);
-    check_random_steps<T>(member, 24, [=] {
-        auto prefix = std::make_shared<Prefix<A>>();
-        return [=](qvo_seq_iterator_h it) {
-            size_t n = 0;
-            const V in_tile = literal_value<V>(it->opd[0], 0);
+    const Member member = stepwise_member(name, construct, result, next, qvo_seq_reset_unary_iterator);
+    check_random_steps(member, type, 24, [=] {
+        return [=, prefix = Prefix{result}](qvo_seq_iterator_h it) mutable {
+            const Number in_tile = literal_number(it->opd[0], 0);
             const bool mid_tile = it->opd[0]->tile_offs < it->opd[0]->tile_size;
-            const QVO_RET rc = literal_positions<V>(
-                it, [&] { return n; },
-                [&](V v) {
-                    prefix->first = it->next_seq_no++ == 0;
-                    prefix->n = static_cast<double>(it->next_seq_no);
-                    const V value = prefix->first && mid_tile ? in_tile : v;
-                    literal_put(it, n, static_cast<typename R::value>(step(*prefix, value)));
-                    literal_put_run(it, n, 1);
-                    return ++n == capacity_of(it->elem_size);
-                });
-            if (rc != QVO_S_OK) return rc;
-            it->next_seq_no += n;
-            it->tile_size = static_cast<uint16_t>(n);
-            return rc;
+            return literal_each_position(it, [&](Number v) {
+                prefix.first = it->next_seq_no++ == 0;
+                prefix.n = static_cast<double>(it->next_seq_no);
+                return formula(prefix, prefix.first && mid_tile ? in_tile : v);
+            });
         };
     });
 }
 
-template <class A> using wrapping = std::conditional_t<std::is_floating_point_v<A>, double, uint64_t>;
+#define CHECK(op, type, result, formula) \
+    check_member(MEMBER(qvo_seq_cum_agg_##op##_##type), t_##type::code, t_##result::code, formula);
 
-#define CHECK(stem, T, R, A, ...) check_member<T, R, A>(MEMBER(stem), [](auto& p, auto v) { __VA_ARGS__ });
-
-#define TEST_SUM(type, total)                                                     \
-    CHECK(qvo_seq_cum_agg_sum_##type, t_##type, t_##total, wrapping<qvo_##total>, \
-          const auto x = static_cast<wrapping<qvo_##total>>(v);                   \
-          return p.accumulator = p.first ? x : p.accumulator + x;)
-
-#define TEST_MEMBERS(type, total, avg)                                                                             \
-    CHECK(qvo_seq_cum_agg_prd_##type, t_##type, t_##total, wrapping<qvo_##total>,                                  \
-          const auto x = static_cast<wrapping<qvo_##total>>(v);                                                    \
-          return p.accumulator = p.first ? x : p.accumulator * x;)                                                 \
-    CHECK(qvo_seq_cum_agg_max_##type, t_##type, t_##type, qvo_##type,                                              \
-          if (p.first || v > p.accumulator) p.accumulator = v;                                                     \
-          return p.accumulator;)                                                                                   \
-    CHECK(qvo_seq_cum_agg_min_##type, t_##type, t_##type, qvo_##type,                                              \
-          if (p.first || v < p.accumulator) p.accumulator = v;                                                     \
-          return p.accumulator;)                                                                                   \
-    CHECK(qvo_seq_cum_agg_var_##type, t_##type, t_##total, double, return to_result<qvo_##total>(p.spread(v, 0));) \
-    CHECK(qvo_seq_cum_agg_var_samp_##type, t_##type, t_##total, double,                                            \
-          return to_result<qvo_##total>(p.spread(v, 1));)                                                          \
-    CHECK(qvo_seq_cum_agg_dev_##type, t_##type, t_##total, double,                                                 \
-          return to_result<qvo_##total>(std::sqrt(p.spread(v, 0)));)                                               \
-    CHECK(qvo_seq_cum_agg_dev_samp_##type, t_##type, t_##total, double,                                            \
-          return to_result<qvo_##total>(std::sqrt(p.spread(v, 1)));)                                               \
-    CHECK(qvo_seq_cum_agg_avg_##type, t_##type, t_double, double, const auto x = static_cast<double>(v);           \
-          return p.accumulator = p.first ? x : (x + (p.n - 1) * p.accumulator) / p.n;)
+#define TEST_MEMBERS(type, total, mean)    \
+    CHECK(prd, type, total, product)       \
+    CHECK(max, type, type, largest)        \
+    CHECK(min, type, type, smallest)       \
+    CHECK(var, type, total, var)           \
+    CHECK(var_samp, type, total, var_samp) \
+    CHECK(dev, type, total, dev)           \
+    CHECK(dev_samp, type, total, dev_samp) \
+    CHECK(avg, type, double, average)      \
+    if (t_##type::code != QVO_DD_DATETIME) CHECK(sum, type, total, sum)
 
 TEST(Cumulative, StepsAreCountedTwice_deliberate){QVO_SEQ_FOR_AGGREGATE_TYPES(TEST_MEMBERS)}
 
 TEST(Cumulative, SumsOfDatetimesAreDoubles_deliberate) {
-    TEST_SUM(int1, int8)
-    TEST_SUM(int2, int8)
-    TEST_SUM(int4, int8)
-    TEST_SUM(int8, int8)
-    TEST_SUM(uint1, uint8)
-    TEST_SUM(uint2, uint8)
-    TEST_SUM(uint4, uint8)
-    TEST_SUM(uint8, uint8)
-    TEST_SUM(float, double)
-    TEST_SUM(double, double)
-    TEST_SUM(datetime, double)
+    CHECK(sum, datetime, double, sum)
 }
 
 /// The first tile of a member's result.

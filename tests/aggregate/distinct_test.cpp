@@ -2,6 +2,7 @@
 #include <array>
 
 #include "aggregate/group_model.h"
+#include "aggregate/parts.h"
 
 namespace test {
 namespace {
@@ -27,11 +28,7 @@ uint32_t model_estimate(const Registers& registers) {
     }
     return std::isnan(e) || std::isinf(e) ? 0 : static_cast<uint32_t>(static_cast<int64_t>(e));
 }
-template <class V> uint32_t model_count(const std::vector<V>& values) {
-    Registers registers{};
-    for (const V& v : values) model_enter(registers, murmur_hash3_32(&v, sizeof v, 377307));
-    return model_estimate(registers);
-}
+uint32_t hash_of(const std::string& bytes) { return murmur_hash3_32(bytes.data(), bytes.size(), 377307); }
 
 TEST(Murmur3, HasThePublishedValues) {
     const auto hash = [](const std::string& text, uint32_t seed) {
@@ -95,49 +92,40 @@ Member whole_member(MakeSource input) {
     return member;
 }
 
-/// One piece, hashes through qvo_seq_hash's definition, and parts joined by prepare and merge.
-template <class T> void check_whole() {
-    SCOPED_TRACE(T::name);
-    using V = typename T::value;
+/// In one piece and in parts, and from the hashes of the values.
+void check_whole(uint8_t type) {
+    SCOPED_TRACE(testing::Message() << "type " << int{type});
     for (unsigned seed = 0; seed < 6; ++seed) {
         Random random(seed);
-        const auto items = random_items<T>(random, seed == 0 ? 5 : random.between(1, 4000));
-        std::vector<V> values;
+        const auto elements = random_elements(random, type, seed == 0 ? 5 : random.between(1, 4000));
+        const size_t n = elements.items.size();
+        Registers registers{};
         Items<t_uint4> hashes;
-        for (const auto& item : items) {
-            values.push_back(item.value);
-            hashes.push_back({murmur_hash3_32(&item.value, sizeof item.value, 377307), item.run});
+        for (const auto& item : elements.items) {
+            hashes.push_back({hash_of(item.value), item.run});
+            model_enter(registers, hashes.back().value);
         }
-        const uint32_t expected = model_count(values);
-        if (seed == 0) check_protocol(whole_member(operand<T>(items)));
+        const Items<t_uint4> expected{{model_estimate(registers)}};
+        const Member member = whole_member(operand(elements));
+        if (seed == 0) check_protocol(member);
 
-        Source source(T{}, items, {random_tile_sizes(random)}), hashed(t_uint4{}, hashes);
-        Record it, from_hashes;
-        ASSERT_EQ(qvo_seq_agg_approxdc(it.get(), source.get()), QVO_S_OK);
-        check_items<t_uint4>(drain<t_uint4>(it.get()), {{expected}});
+        Source hashed(t_uint4{}, hashes);
+        Record from_hashes;
         ASSERT_EQ(qvo_seq_agg_approxdc_hash(from_hashes.get(), hashed.get()), QVO_S_OK);
-        check_items<t_uint4>(drain<t_uint4>(from_hashes.get()), {{expected}});
-
-        for (const size_t n_parts : {2, 5}) {
-            std::vector<std::unique_ptr<Source>> sources;
-            std::vector<Record> parts(n_parts);
-            for (size_t p = 0; p < n_parts; ++p) {
-                const auto at = [&](size_t i) {
-                    return items.begin() + static_cast<ptrdiff_t>(items.size() * i / n_parts);
-                };
-                sources.push_back(std::make_unique<Source>(T{}, Items<T>(at(p), at(p + 1))));
-                ASSERT_EQ(qvo_seq_agg_approxdc(parts[p].get(), sources[p]->get()), QVO_S_OK);
-                ASSERT_EQ(parts[p]->prepare(parts[p].get()), QVO_S_OK);
-                if (p != 0) { ASSERT_EQ(parts[0]->merge(parts[0].get(), parts[p].get()), QVO_S_OK); }
-            }
-            ASSERT_EQ(parts[0]->next(parts[0].get()), QVO_S_OK);
-            check_items<t_uint4>(tile_items<t_uint4>(parts[0].it), {{expected}});
-            EXPECT_EQ(parts[0]->next(parts[0].get()), QVO_S_CURSOR_END);
+        check_items<t_uint4>(drain<t_uint4>(from_hashes.get()), expected);
+        for (const size_t n_parts : {1, 2, 5}) {
+            const auto cut = cuts(random, n, n_parts);
+            Parts parts(member, {[&](size_t p) {
+                            return source_of(elements.cut(cut[p], cut[p + 1]), {random_tile_sizes(random)});
+                        }},
+                        n_parts);
+            parts.join([](size_t) { return false; });
+            check_items<t_uint4>(delivered<t_uint4>(parts.part(0)), expected);
         }
     }
 }
 
-#define TEST_MEMBER(type) check_whole<t_##type>();
+#define TEST_MEMBER(type) check_whole(t_##type::code);
 
 TEST(ApproximateDistinct, FollowsTheModel) { QVO_SEQ_FOR_FIXED_TYPES(TEST_MEMBER) }
 
@@ -177,25 +165,24 @@ TEST(ApproximateDistinct, HashFormProtocol) {
     check_protocol(member);
 }
 
-template <class T> void check_groups(Member member, bool hashed) {
-    using V = typename T::value;
+void check_groups(const char* name, ConstructBinary construct, qvo_seq_iterator_next_t next, uint8_t type,
+                  bool hashed) {
+    Member member = group_member(name, construct, next, QVO_DD_UINT4);
     member.bound = {true, false};
     member.aggregate = false;
-    check_group<T, t_uint4>(member, 2, [=](const GroupSteps<V>& group) {
+    check_group(member, type, 2, [=](const Group& group) -> Number {
         Registers registers{};
-        for (const auto& step : group)
-            model_enter(registers,
-                        hashed ? static_cast<uint32_t>(step.v) : murmur_hash3_32(&step.v, sizeof(V), 377307));
+        for (const Stretch& s : group.stretches)
+            model_enter(registers, hashed ? static_cast<uint32_t>(s.v) : hash_of(s.bytes));
         return model_estimate(registers);
     });
 }
 
-#define TEST_GROUPS(type) \
-    check_groups<t_##type>(group_member(MEMBER(qvo_seq_group_agg_approxdc), QVO_DD_UINT4, 4), false);
+#define TEST_GROUPS(type) check_groups(MEMBER(qvo_seq_group_agg_approxdc), t_##type::code, false);
 
 TEST(ApproximateDistinct, OfGroups) {
     QVO_SEQ_FOR_FIXED_TYPES(TEST_GROUPS)
-    check_groups<t_uint4>(group_member(MEMBER(qvo_seq_group_agg_approxdc_hash), QVO_DD_UINT4, 4), true);
+    check_groups(MEMBER(qvo_seq_group_agg_approxdc_hash), QVO_DD_UINT4, true);
 }
 
 TEST(ApproximateDistinct, OfGroupsRefusals) {

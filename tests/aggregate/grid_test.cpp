@@ -4,57 +4,72 @@
 namespace test {
 namespace {
 
-/// The state of a cell; A is unsigned where the member's accumulator is an integer.
-template <class A> struct Cell {
-    A accumulator{};
+/// The state of a cell; the type is that of its accumulator and of what the tile holds.
+struct Cell {
+    uint8_t type;
+    Number accumulator = 0;
     double norm = 0;
     uint64_t count = 0;
-
-    template <class V> void add(V v) {
-        const auto x = static_cast<double>(v);
-        accumulator = count == 0 ? static_cast<A>(v) : accumulator + static_cast<A>(v);
-        norm = count == 0 ? x * x : norm + x * x;
-    }
-    double spread(uint64_t less) const {
-        const auto s = static_cast<double>(accumulator), n = static_cast<double>(count - less);
-        return less != 0 && count == 1 ? 0.0 : (norm - s * s / n) / n;
-    }
 };
+
+/// How a value goes into a cell, and what the cell gives.
+struct Formula {
+    void (*fold)(Cell& c, Number v);
+    Number (*finish)(const Cell& c);
+};
+
+Number accumulated(const Cell& c) { return c.accumulator; }
+void add(Cell& c, Number v) {
+    const auto x = static_cast<double>(v);
+    c.accumulator = c.count == 0 ? v : sum_in(c.type, c.accumulator, v);
+    c.norm = c.count == 0 ? x * x : c.norm + x * x;
+}
+double spread(const Cell& c, uint64_t less) {
+    const auto s = static_cast<double>(c.accumulator), n = static_cast<double>(c.count - less);
+    return less != 0 && c.count == 1 ? 0.0 : (c.norm - s * s / n) / n;
+}
+void keep_larger(Cell& c, Number v) {
+    if (c.count == 0 || v > c.accumulator) c.accumulator = v;
+}
+void keep_smaller(Cell& c, Number v) {
+    if (c.count == 0 || v < c.accumulator) c.accumulator = v;
+}
+const Formula largest{keep_larger, accumulated}, smallest{keep_smaller, accumulated}, sum{add, accumulated},
+    average{add, [](const Cell&c) -> Number { return static_cast<double>(c.accumulator) / double(c.count); }},
+    var{add, [](const Cell&c) -> Number { return spread(c, 0); }},
+    var_samp{add, [](const Cell&c) -> Number { return spread(c, 1); }},
+    dev{add, [](const Cell&c) -> Number { return std::sqrt(spread(c, 0)); }},
+    dev_samp{add, [](const Cell&c) -> Number { return std::sqrt(spread(c, 1)); }};
 
 using Constructor = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_size_t);
 
-/// R is what the tile holds; the label is double throughout.
-template <class T, class R, class A, class Fold, class Finish>
-void check_member(const char* name, Constructor construct, qvo_seq_iterator_next_t next, Fold fold, Finish finish) {
+/// `held` is the type that the tile holds; the label is double throughout.
+void check_member(const char* name, Constructor construct, qvo_seq_iterator_next_t next, uint8_t type, uint8_t held,
+                  const Formula& formula) {
     SCOPED_TRACE(name);
-    using V = typename T::value;
     for (const uint64_t interval : {uint64_t{0}, uint64_t{1}, uint64_t{2}, uint64_t{7}, uint64_t{600}, ~uint64_t{0}}) {
         SCOPED_TRACE("interval " + std::to_string(interval));
-        const Member member = unary_member<T>(
+        const Member member = stepwise_member(
             name, [=](qvo_seq_iterator_h it, qvo_seq_iterator_h input) { return construct(it, input, interval); },
-            QVO_DD_DOUBLE, 8, next, qvo_seq_reset_unary_agg_iterator);
-        if (interval == 2) check_protocol(member);
-        check_random_steps<T>(member, 8, [=] {
-            auto cell = std::make_shared<Cell<A>>();
-            return [=](qvo_seq_iterator_h it) {
+            QVO_DD_DOUBLE, next, qvo_seq_reset_unary_agg_iterator);
+        check_random_steps(member, type, 8, [=] {
+            return [=, cell = Cell{held}](qvo_seq_iterator_h it) mutable {
                 size_t n = 0;
                 const auto emit = [&] {
-                    literal_put(it, n, static_cast<typename R::value>(finish(*cell)));
-                    literal_put_run(it, n, 1);
-                    ++n;
+                    literal_put_number(it, n++, held, formula.finish(cell));
                     ++it->next_seq_no;
-                    cell->count = 0;
+                    cell.count = 0;
                 };
-                const QVO_RET rc = literal_positions<V>(
-                    it, [&] { return n + cell->count; },
-                    [&](V v) {
-                        fold(*cell, v);
-                        if (++cell->count != interval) return false;
+                const QVO_RET rc = literal_positions(
+                    it, [&] { return n + cell.count; },
+                    [&](Number v) {
+                        formula.fold(cell, v);
+                        if (++cell.count != interval) return false;
                         emit();
-                        return n == capacity_of(R::width);
+                        return n == capacity_of(width_of(held));
                     });
                 if (rc != QVO_S_OK) return rc;
-                if (cell->count != 0) emit();
+                if (cell.count != 0) emit();
                 it->tile_size = static_cast<uint16_t>(n);
                 return rc;
             };
@@ -63,24 +78,18 @@ void check_member(const char* name, Constructor construct, qvo_seq_iterator_next
     }
 }
 
-template <class A> using wrapping = std::conditional_t<std::is_floating_point_v<A>, double, uint64_t>;
+#define CHECK(op, type, held, formula) \
+    check_member(MEMBER(qvo_seq_grid_agg_##op##_##type), t_##type::code, t_##held::code, formula);
 
-#define CHECK(stem, T, R, A, fold, finish) \
-    check_member<T, R, A>(                 \
-        MEMBER(stem), [](auto& c, auto v) { fold; }, [](const auto& c) { return finish; });
-
-#define TEST_MEMBERS(type, total, avg)                                                                      \
-    CHECK(qvo_seq_grid_agg_max_##type, t_##type, t_##type, qvo_##type,                                      \
-          if (c.count == 0 || v > c.accumulator) c.accumulator = v, c.accumulator)                          \
-    CHECK(qvo_seq_grid_agg_min_##type, t_##type, t_##type, qvo_##type,                                      \
-          if (c.count == 0 || v < c.accumulator) c.accumulator = v, c.accumulator)                          \
-    CHECK(qvo_seq_grid_agg_sum_##type, t_##type, t_##total, wrapping<qvo_##total>, c.add(v), c.accumulator) \
-    CHECK(qvo_seq_grid_agg_avg_##type, t_##type, t_double, double, c.add(v),                                \
-          c.accumulator / static_cast<double>(c.count))                                                     \
-    CHECK(qvo_seq_grid_agg_var_##type, t_##type, t_double, double, c.add(v), c.spread(0))                   \
-    CHECK(qvo_seq_grid_agg_var_samp_##type, t_##type, t_double, double, c.add(v), c.spread(1))              \
-    CHECK(qvo_seq_grid_agg_dev_##type, t_##type, t_double, double, c.add(v), std::sqrt(c.spread(0)))        \
-    CHECK(qvo_seq_grid_agg_dev_samp_##type, t_##type, t_double, double, c.add(v), std::sqrt(c.spread(1)))
+#define TEST_MEMBERS(type, total, mean)     \
+    CHECK(max, type, type, largest)         \
+    CHECK(min, type, type, smallest)        \
+    CHECK(sum, type, total, sum)            \
+    CHECK(avg, type, double, average)       \
+    CHECK(var, type, double, var)           \
+    CHECK(var_samp, type, double, var_samp) \
+    CHECK(dev, type, double, dev)           \
+    CHECK(dev_samp, type, double, dev_samp)
 
 TEST(Grid, AllResultsAreLabelledDouble_deliberate) { QVO_SEQ_FOR_AGGREGATE_TYPES(TEST_MEMBERS) }
 

@@ -4,135 +4,61 @@
 namespace test {
 namespace {
 
-// The results of a group. `product` is value x positions as it is accumulated.
-template <class V> uint64_t product(V v, unsigned n) {
-    __extension__ typedef __int128 wide;
-    return static_cast<uint64_t>(static_cast<wide>(v) * n);
-}
-template <class V> double product_as_double(V v, unsigned n) {
-    if constexpr (std::is_same_v<V, float>)
-        return v * static_cast<float>(n);
-    else if constexpr (std::is_same_v<V, double>)
-        return v * n;
-    else
-        return static_cast<double>(product(v, n));
-}
-template <class V> uint64_t count_of(const GroupSteps<V>& g) {
-    uint64_t count = 0;
-    for (const auto& s : g) count += s.n;
-    return count;
-}
-/// term(step) summed up from the first one on.
-template <class V, class Term> auto sum_of(const GroupSteps<V>& g, Term term) {
-    auto sum = term(g[0]);
-    for (size_t i = 1; i < g.size(); ++i) sum += term(g[i]);
-    return sum;
-}
-template <class V> V model_max(const GroupSteps<V>& g) {
-    V best = g[0].v;
-    for (const auto& s : g) best = s.v > best ? s.v : best;
-    return best;
-}
-template <class V> V model_min(const GroupSteps<V>& g) {
-    V best = g[0].v;
-    for (const auto& s : g) best = s.v < best ? s.v : best;
-    return best;
-}
-template <class V> double float_sum(const GroupSteps<V>& g) {
-    return sum_of(g, [](const auto& s) { return product_as_double(s.v, s.n); });
-}
-template <class R, class V> R model_sum(const GroupSteps<V>& g) {
-    if constexpr (std::is_floating_point_v<V>)
-        return float_sum(g);
-    else
-        return static_cast<R>(sum_of(g, [](const auto& s) { return product(s.v, s.n); }));
-}
-template <class R, class V> R model_avg(const GroupSteps<V>& g) {
-    if constexpr (std::is_floating_point_v<R>)
-        return float_sum(g) / static_cast<double>(count_of(g));
-    else
-        return model_sum<uint64_t>(g) / count_of(g);
-}
+Number first(const Group& g) { return g.stretches.front().v; }
+Number last(const Group& g) { return g.stretches.back().v; }
+
 /// (q - s^2 / n) / n, with one less for n in the sample form.
-template <class V> double model_var(const GroupSteps<V>& g, bool sample) {
+double variance(const Group& g, bool sample) {
     if (sample && count_of(g) == 1) return 0.0;
-    const double n = static_cast<double>(count_of(g) - sample), s = float_sum(g);
-    const double q = sum_of(g, [](const auto& t) {
+    const double n = static_cast<double>(count_of(g) - sample), s = real_sum(g);
+    const double q = sum_of(g, [](const Stretch& t) {
         return static_cast<double>(t.v) * static_cast<double>(t.v) * static_cast<double>(t.n);
     });
     return (q - s * s / n) / n;
 }
-template <class R, class V> R model_wavg(const GroupSteps<V>& g) {
-    const double norm = sum_of(g, [](const auto& t) {
+Number var(const Group& g) { return variance(g, false); }
+Number var_samp(const Group& g) { return variance(g, true); }
+Number dev(const Group& g) { return std::sqrt(variance(g, false)); }
+Number dev_samp(const Group& g) { return std::sqrt(variance(g, true)); }
+Number weighted_average(const Group& g) {
+    const double norm = sum_of(g, [](const Stretch& t) {
         return static_cast<double>(t.v) * static_cast<double>(t.w) * static_cast<double>(t.n);
     });
-    if constexpr (std::is_floating_point_v<R>) {
-        return norm / product_as_double(g.back().v, g.back().n);
-    } else {
-        // Out of range and not a number: the processor's answer for each of the two result types.
-        const double q = norm / static_cast<double>(static_cast<int64_t>(product(g.back().v, g.back().n)));
-        constexpr double half = 9223372036854775808.0;
-        const auto as_signed = [](double x) { return x >= -half && x < half ? static_cast<int64_t>(x) : INT64_MIN; };
-        if (std::is_signed_v<R> || !(q >= half)) return static_cast<R>(as_signed(q));
-        return static_cast<R>(static_cast<uint64_t>(as_signed(q - half)) | uint64_t{1} << 63);
-    }
+    if (is_floating(g.type)) return norm / product_as_double(g.type, g.stretches.back());
+    return converted(g.result, norm / static_cast<double>(static_cast<int64_t>(product(g.stretches.back()))));
 }
 
-template <class T> struct Of {
-    using V = typename T::value;
-    static constexpr bool floating = std::is_floating_point_v<V>, stamp = T::code == QVO_DD_DATETIME;
-    using Sum = std::conditional_t<
-        floating, t_double,
-        std::conditional_t<stamp, t_datetime, std::conditional_t<std::is_signed_v<V>, t_int8, t_uint8>>>;
-    using Avg = std::conditional_t<stamp, t_datetime, t_double>;
-    using Model = std::function<double(const GroupSteps<V>&)>;
-};
-
-#define GROUP_MEMBER(stem, Result) group_member(MEMBER(stem), Result::code, Result::width)
-template <class T, class R, class Model> void check(const Member& member, Model model) {
-    check_group<T, R>(member, 2, model);
+void check_weighted_average(const char* name, decltype(qvo_seq_group_agg_wavg_int4)* construct,
+                            qvo_seq_iterator_next_t next, uint8_t type, uint8_t result) {
+    Member member = group_member(name, nullptr, next, result);
+    member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) {
+        return construct(it, o[0], o[1], o[2]);
+    };
+    member.reset = qvo_seq_reset_ternary_agg_iterator;
+    member.own_refusals = false;
+    member.type_checked = {true, true, false};
+    check_group(member, type, 3, weighted_average);
 }
 
-#define TEST_MEMBER(type)                                                                                         \
-    {                                                                                                             \
-        using T = t_##type;                                                                                       \
-        using V = qvo_##type;                                                                                     \
-        using Sum = Of<T>::Sum;                                                                                   \
-        using Avg = Of<T>::Avg;                                                                                   \
-        using Steps = const GroupSteps<V>&;                                                                       \
-        using Value = std::function<V(Steps)>;                                                                    \
-        using Real = std::function<double(Steps)>;                                                                \
-        check<T, T, Value>(GROUP_MEMBER(qvo_seq_group_agg_max_##type, T), model_max<V>);                          \
-        check<T, T, Value>(GROUP_MEMBER(qvo_seq_group_agg_min_##type, T), model_min<V>);                          \
-        check<T, T, Value>(GROUP_MEMBER(qvo_seq_group_agg_first_##type, T), [](Steps g) { return g.front().v; }); \
-        check<T, T, Value>(GROUP_MEMBER(qvo_seq_group_agg_last_##type, T), [](Steps g) { return g.back().v; });   \
-        check<T, Sum>(GROUP_MEMBER(qvo_seq_group_agg_sum_##type, Sum), model_sum<Sum::value, V>);                 \
-        check<T, Avg>(GROUP_MEMBER(qvo_seq_group_agg_avg_##type, Avg), model_avg<Avg::value, V>);                 \
-        check<T, t_double, Real>(GROUP_MEMBER(qvo_seq_group_agg_var_##type, t_double),                            \
-                                 [](Steps g) { return model_var(g, false); });                                    \
-        check<T, t_double, Real>(GROUP_MEMBER(qvo_seq_group_agg_var_samp_##type, t_double),                       \
-                                 [](Steps g) { return model_var(g, true); });                                     \
-        check<T, t_double, Real>(GROUP_MEMBER(qvo_seq_group_agg_dev_##type, t_double),                            \
-                                 [](Steps g) { return std::sqrt(model_var(g, false)); });                         \
-        check<T, t_double, Real>(GROUP_MEMBER(qvo_seq_group_agg_dev_samp_##type, t_double),                       \
-                                 [](Steps g) { return std::sqrt(model_var(g, true)); });                          \
-        Member wavg = GROUP_MEMBER(qvo_seq_group_agg_sum_##type, Sum);                                            \
-        wavg.name = "qvo_seq_group_agg_wavg_" #type;                                                              \
-        wavg.construct = [](qvo_seq_iterator_h it, const Member::Operands& o) {                                   \
-            return qvo_seq_group_agg_wavg_##type(it, o[0], o[1], o[2]);                                           \
-        };                                                                                                        \
-        wavg.next = qvo_seq_group_agg_wavg_##type##_next;                                                         \
-        wavg.reset = qvo_seq_reset_ternary_agg_iterator;                                                          \
-        wavg.own_refusals = false;                                                                                \
-        wavg.type_checked = {true, true, false};                                                                  \
-        check_group<T, Sum>(wavg, 3, model_wavg<Sum::value, V>);                                                  \
-    }
+#define CHECK(op, type, result, model) \
+    check_group(group_member(MEMBER(qvo_seq_group_agg_##op##_##type), t_##result::code), t_##type::code, 2, model);
 
-TEST(Group, FollowsTheModel) { QVO_SEQ_FOR_FIXED_TYPES(TEST_MEMBER) }
+#define TEST_MEMBER(type, total, mean)      \
+    CHECK(max, type, type, model_max)       \
+    CHECK(min, type, type, model_min)       \
+    CHECK(first, type, type, first)         \
+    CHECK(last, type, type, last)           \
+    CHECK(sum, type, total, model_sum)      \
+    CHECK(avg, type, mean, model_avg)       \
+    CHECK(var, type, double, var)           \
+    CHECK(var_samp, type, double, var_samp) \
+    CHECK(dev, type, double, dev)           \
+    CHECK(dev_samp, type, double, dev_samp) \
+    check_weighted_average(MEMBER(qvo_seq_group_agg_wavg_##type), t_##type::code, t_##total::code);
 
-template <class R, class T, class K>
-Items<R> result_of(QVO_RET (*construct)(qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_seq_iterator_h), Items<T> values,
-                   Items<K> keys) {
+TEST(Group, FollowsTheModel) { QVO_SEQ_FOR_AGGREGATE_TYPES(TEST_MEMBER) }
+
+template <class R, class T, class K> Items<R> result_of(ConstructBinary construct, Items<T> values, Items<K> keys) {
     Source v(T{}, values), k(K{}, keys);
     Record it;
     EXPECT_EQ(construct(it.get(), v.get(), k.get()), QVO_S_OK);
@@ -203,51 +129,40 @@ TEST(Group, RefusesWideKeys) {
     EXPECT_EQ(wide->bounded, 1);
 }
 
-template <class K> void check_count(Random& random, size_t n, size_t width) {
-    SCOPED_TRACE(testing::Message() << K::name << " of width " << width);
-    const auto keys = random_group_keys<K>(random, n, width);
+void check_count(const Elements& keys, Script script) {
+    SCOPED_TRACE(testing::Message() << "type " << int{keys.type} << " of width " << keys.width);
     Items<t_uint8> expected;
-    for (size_t i = 0; i < keys.size(); ++i) {
-        if (i == 0 || keys[i].value != keys[i - 1].value) expected.push_back({0});
-        expected.back().value += keys[i].run;
+    for (size_t i = 0; i < keys.items.size(); ++i) {
+        if (i == 0 || keys.items[i].value != keys.items[i - 1].value) expected.push_back({0});
+        expected.back().value += keys.items[i].run;
     }
-    Member member;
-    member.name = "qvo_seq_group_agg_count";
-    member.operands = {operand<K>(keys, width)};
+    Member member = group_member("qvo_seq_group_agg_count", nullptr, qvo_seq_group_agg_count_next, QVO_DD_UINT8);
+    member.operands = {operand(keys)};
     member.construct = [](qvo_seq_iterator_h it, const Member::Operands& o) {
         return qvo_seq_group_agg_count(it, o[0]);
     };
-    member.next = qvo_seq_group_agg_count_next;
     member.reset = qvo_seq_reset_unary_agg_iterator;
-    member.type = QVO_DD_UINT8;
-    member.width = 8;
-    member.aggregate = true;
+    member.own_refusals = false;
     member.type_checked = member.stops_on_empty = {false};
     check_protocol(member);
-    Source source(K{}, keys, {random_tile_sizes(random)}, width);
+    const auto source = source_of(keys, script);
     Record it;
-    ASSERT_EQ(qvo_seq_group_agg_count(it.get(), source.get()), QVO_S_OK);
+    ASSERT_EQ(qvo_seq_group_agg_count(it.get(), source->get()), QVO_S_OK);
     check_items<t_uint8>(drain<t_uint8>(it.get()), expected);
 }
 
 TEST(Group, Count) {
-    check_items<t_uint8>(
-        [] {
-            Source keys(t_int1{}, {{7, 3}, {8}});
-            Record it;
-            EXPECT_EQ(qvo_seq_group_agg_count(it.get(), keys.get()), QVO_S_OK);
-            return drain<t_uint8>(it.get());
-        }(),
-        {{3}, {1}});
+    check_count(elements_of<t_int1>({{7, 3}, {8}, {8}, {7}}), {});  // 3, 2, 1
     for (unsigned seed = 0; seed < 4; ++seed) {
         Random random(seed);
-        const size_t n = random.between(4, 4000);
-        check_count<t_int1>(random, n, 1);
-        check_count<t_int2>(random, n, 2);
-        check_count<t_float>(random, n, 4);
-        check_count<t_uint8>(random, n, 8);
-        check_count<t_char>(random, n, 3);
-        check_count<t_char>(random, n, 200);
+        for (const auto& [type, width] : {std::pair(QVO_DD_INT1, 1),
+                                          {QVO_DD_INT2, 2},
+                                          {QVO_DD_FLOAT, 4},
+                                          {QVO_DD_UINT8, 8},
+                                          {QVO_DD_CHAR, 3},
+                                          {QVO_DD_CHAR, 200}})
+            check_count(random_group_keys(random, random.between(4, 4000), uint8_t(type), size_t(width)),
+                        {random_tile_sizes(random)});
     }
 }
 

@@ -1,33 +1,50 @@
-// A naive statement of hash aggregation: steps, groups, and the order in which a table delivers them.
+// A naive statement of hash aggregation: groups, the order in which a table delivers them, parts that are merged; and
+// the checks of a member that follow from it.
 #pragma once
 
 #include <algorithm>
-#include <cmath>
 #include <map>
 
-#include "support/host.h"
-#include "support/protocol.h"
+#include "aggregate/formulas.h"
 
 namespace test {
 
-/// One overlap of keys and values: the keys' bytes, the index of the value, the positions shared.
-struct Step {
-    std::string key;
-    size_t value;
-    unsigned n;
+struct HashMember {
+    const char* name;
+    std::function<QVO_RET(qvo_seq_iterator_h agg, qvo_seq_iterator_h grp, qvo_seq_iterator_h values,
+                          qvo_seq_iterator_h keys, qvo_size_t n_groups)>
+        construct;
+    qvo_seq_iterator_next_t next_agg, next_grp;
+    qvo_seq_iterator_prepare_t prepare;
+    qvo_seq_iterator_merge_t merge;
+    uint8_t result;
+    Model model;
 };
 
-template <class K, class V> std::vector<Step> steps_of(const Items<K>& keys, const Items<V>& values, size_t width) {
-    std::vector<Step> steps;
-    for (size_t k = 0, v = 0, key_taken = 0, value_taken = 0; k < keys.size() && v < values.size();) {
-        const size_t n = std::min(keys[k].run - key_taken, values[v].run - value_taken);
-        steps.push_back({Source::bytes_of<K>(keys[k].value, width), v, static_cast<unsigned>(n)});
-        key_taken += n, value_taken += n;
-        if (key_taken == keys[k].run) ++k, key_taken = 0;
-        if (value_taken == values[v].run) ++v, value_taken = 0;
+/// The data of one part.
+struct HashInput {
+    Elements keys, values;
+};
+
+/// One part: its operands and its pair of results.
+struct HashPart {
+    std::unique_ptr<Source> keys, values;
+    Record agg, grp;
+    bool constructed = false;
+
+    explicit HashPart(const HashInput& input, Script of_keys = {}, Script of_values = {})
+        : keys(source_of(input.keys, of_keys)), values(source_of(input.values, of_values)) {}
+    ~HashPart() {
+        if (constructed) qvo_seq_release_hash(grp.get());
     }
-    return steps;
-}
+    QVO_RET construct(const HashMember& member, uint64_t n_groups = 0) {
+        const QVO_RET rc = member.construct(agg.get(), grp.get(), values->get(), keys->get(), n_groups);
+        constructed = rc == QVO_S_OK;
+        return rc;
+    }
+    QVO_RET prepare() { return agg->prepare(agg.get()); }
+    QVO_RET merge(HashPart& other) { return agg->merge(agg.get(), other.agg.get()); }
+};
 
 inline uint32_t hash_of(const std::string& bytes, uint32_t seed = 377307) {
     return murmur_hash3_32(bytes.data(), bytes.size(), seed);
@@ -47,34 +64,163 @@ inline uint64_t chains_after(uint64_t wanted, size_t groups) {
     return size;
 }
 
-/// Keys in the order of delivery: by chain, and in a chain as numbers or, if they are wide, as bytes.
-inline void sort_as_delivered(std::vector<std::string>& keys, uint64_t chains) {
-    const auto rank = [=](const std::string& key) {
-        std::string order = key;
-        if (key.size() <= 8) std::reverse(order.begin(), order.end());
-        return std::pair(hash_of(key) % chains, order);
-    };
-    std::sort(keys.begin(), keys.end(), [&](const auto& a, const auto& b) {
-        const auto x = rank(a), y = rank(b);
-        if (x.first != y.first) return x.first < y.first;
-        return std::lexicographical_compare(
-            x.second.begin(), x.second.end(), y.second.begin(), y.second.end(),
-            [](char p, char q) { return static_cast<uint8_t>(p) < static_cast<uint8_t>(q); });
-    });
-}
+/// What a member makes of all parts, in the order of delivery: by chain, and in a chain with the keys as numbers or, if
+/// they are wide, as bytes.
+struct Expected {
+    std::vector<std::string> keys;
+    Items<t_number> aggregates;
+
+    Expected(const HashMember& member, const std::vector<HashInput>& parts, uint64_t wanted) {
+        std::map<std::string, Group> groups;
+        for (size_t p = 0; p < parts.size(); ++p) {
+            const auto& [key_items, values] = parts[p];
+            unsigned key_taken = 0, value_taken = 0;
+            for (size_t k = 0, v = 0; k < key_items.items.size() && v < values.items.size();) {
+                const auto &key = key_items.items[k], &value = values.items[v];
+                const unsigned n = std::min(key.run - key_taken, value.run - value_taken);
+                const Number number = values.type == QVO_DD_CHAR ? 0 : values.number(v);
+                Group& group = groups.try_emplace(key.value, Group{values.type, member.result, {}}).first->second;
+                group.stretches.push_back({number, 0, value.value, n, p});
+                if ((key_taken += n) == key.run) ++k, key_taken = 0;
+                if ((value_taken += n) == value.run) ++v, value_taken = 0;
+            }
+        }
+        const uint64_t chains = chains_after(wanted, groups.size());
+        std::map<std::pair<uint64_t, std::basic_string<unsigned char>>, std::string> ordered;
+        for (const auto& group : groups) {
+            const std::string& key = group.first;
+            std::basic_string<unsigned char> rank(key.begin(), key.end());
+            if (key.size() <= 8) std::reverse(rank.begin(), rank.end());
+            ordered[{hash_of(key) % chains, rank}] = key;
+        }
+        for (const auto& [rank, key] : ordered) {
+            keys.push_back(key);
+            aggregates.push_back({member.model(groups[key]), 1});
+        }
+    }
+};
 
 /// What an iterator over keys of any type delivers, as bytes.
 inline std::vector<std::string> drain_keys(qvo_seq_iterator_h it) {
     std::vector<std::string> keys;
-    for (QVO_RET rc; (rc = it->next(it)) != QVO_S_CURSOR_END;) {
-        EXPECT_EQ(rc, QVO_S_OK);
-        if (rc != QVO_S_OK) break;
-        for (const auto& item : tile_items<t_char>(*it)) {
-            keys.push_back(item.value);
-            EXPECT_EQ(item.run, 1U);
-        }
+    for (const auto& item : drain<t_char>(it)) {
+        keys.push_back(item.value);
+        EXPECT_EQ(item.run, 1U);
     }
     return keys;
+}
+
+/// Both results, twice.
+inline void check_delivery(HashPart& part, const Expected& expected) {
+    for (int round = 0; round < 2; ++round) {
+        check_items<t_number>(drain<t_number>(part.agg.get()), expected.aggregates);
+        EXPECT_TRUE(drain_keys(part.grp.get()) == expected.keys);
+        EXPECT_EQ(part.agg->reset(part.agg.get()), QVO_S_OK);
+        EXPECT_EQ(part.grp->reset(part.grp.get()), QVO_S_OK);
+    }
+}
+
+inline void check_fields(const HashMember& member, HashPart& part) {
+    const qvo_seq_iterator_t &agg = part.agg.it, &grp = part.grp.it, &keys = *part.keys->get();
+    EXPECT_TRUE(agg.next == member.next_agg && grp.next == member.next_grp);
+    EXPECT_TRUE(agg.prepare == member.prepare && agg.merge == member.merge);
+    EXPECT_TRUE(grp.prepare == nullptr && grp.merge == nullptr);
+    EXPECT_TRUE(agg.reset == qvo_seq_hash_agg_reset && grp.reset == qvo_seq_hash_agg_reset);
+    EXPECT_TRUE(agg.elem_type == member.result && agg.elem_size == width_of(member.result));
+    EXPECT_TRUE(grp.elem_type == keys.elem_type && grp.elem_size == keys.elem_size);
+    EXPECT_TRUE(agg.opd[1] == &keys && grp.opd[1] == &keys && part.keys->n_next() == 0);
+    EXPECT_TRUE(qvo_seq_is_hash_aggreate(part.agg.get()) && qvo_seq_is_hash_aggreate(part.grp.get()));
+}
+
+/// One member: whole and read again, with the results pulled in any order; in parts, one of them empty, that start with
+/// tables of any size.
+inline void check_hash(const HashMember& member, Random& random, const HashInput& input) {
+    SCOPED_TRACE(member.name);
+    for (const size_t n_parts : {1, 2, 5}) {
+        std::vector<std::unique_ptr<HashPart>> parts;
+        std::vector<HashInput> inputs;
+        uint64_t wanted = 0;
+        for (size_t p = 0; p < n_parts; ++p) {
+            const size_t n = input.keys.items.size(), from = n * p / n_parts,
+                         to = p == 1 ? from : n * (p + 1) / n_parts;
+            inputs.push_back({input.keys.cut(from, to), input.values.cut(from, n_parts == 1 ? SIZE_MAX : to)});
+            parts.push_back(std::make_unique<HashPart>(inputs.back(), Script{random_tile_sizes(random)},
+                                                       Script{random_tile_sizes(random)}));
+            HashPart& part = *parts.back();
+            const uint64_t n_groups = random.chance(30) ? 0 : random.below(100);
+            if (p == 0) wanted = n_groups;
+            ASSERT_EQ(part.construct(member, n_groups), QVO_S_OK);
+            check_fields(member, part);
+            if (random.chance(50)) { ASSERT_EQ(part.prepare(), QVO_S_OK); }
+            if (p != 0) { ASSERT_EQ(parts[0]->merge(part), QVO_S_OK); }
+        }
+        HashPart& all = *parts[0];
+        if (random.chance(50)) {
+            EXPECT_EQ(all.grp->next(all.grp.get()), QVO_S_OK);
+            EXPECT_EQ(all.grp->reset(all.grp.get()), QVO_S_OK);
+        }
+        check_delivery(all, Expected(member, inputs, wanted));
+        if (testing::Test::HasFailure()) return;
+    }
+}
+
+/// Every allocation in turn fails, once and for ever, while the tables are built: the next build has all.
+inline void check_out_of_memory(const HashMember& member, const HashInput& input, uint64_t wanted) {
+    const Expected expected(member, {input}, wanted);
+    for (const bool forever : {false, true})
+        for (size_t n = 0;; ++n) {
+            Allocator allocator;
+            HashPart part(input);
+            allocator.fail_at(n, forever);
+            QVO_RET rc = part.construct(member, wanted);
+            if (rc == QVO_S_OK) rc = part.prepare();
+            if (rc == QVO_S_OK) rc = part.agg->next(part.agg.get());
+            allocator.never_fail();
+            if (rc == QVO_S_OK) {
+                EXPECT_GT(n, 3U);
+                EXPECT_EQ(part.agg->reset(part.agg.get()), QVO_S_OK);
+                check_delivery(part, expected);
+                break;
+            }
+            ASSERT_EQ(rc, QVO_E_NOMEM) << "allocation " << n;
+            if (!part.constructed) continue;
+            for (const auto& source : {part.keys->get(), part.values->get()}) source->reset(source);
+            if (n % 2 != 0) {  // whichever result is asked first
+                EXPECT_EQ(drain_keys(part.grp.get()), expected.keys);
+                EXPECT_EQ(part.grp->reset(part.grp.get()), QVO_S_OK);
+            }
+            check_delivery(part, expected);
+        }
+}
+
+/// The same while two parts are merged: nothing is lost, the table only has fewer chains than it would.
+inline void check_merge_out_of_memory(const HashMember& member, const std::vector<HashInput>& inputs, uint64_t wanted) {
+    const Expected expected(member, inputs, wanted);
+    std::map<std::string, Number> groups;
+    for (size_t i = 0; i < expected.keys.size(); ++i) groups[expected.keys[i]] = expected.aggregates[i].value;
+    for (const bool forever : {false, true})
+        for (size_t n = 0;; ++n) {
+            Allocator allocator;
+            HashPart a(inputs[0]), b(inputs[1]);
+            for (HashPart* part : {&a, &b}) {
+                ASSERT_EQ(part->construct(member, wanted), QVO_S_OK);
+                ASSERT_EQ(part->prepare(), QVO_S_OK);
+            }
+            allocator.fail_at(n, forever);
+            const QVO_RET rc = a.merge(b);
+            const auto aggregates = drain<t_number>(a.agg.get());
+            const auto keys = drain_keys(a.grp.get());
+            allocator.never_fail();
+            std::map<std::string, Number> actual;
+            for (size_t i = 0; i < std::min(keys.size(), aggregates.size()); ++i) actual[keys[i]] = aggregates[i].value;
+            EXPECT_TRUE(actual == groups && keys.size() == groups.size() && aggregates.size() == groups.size());
+            EXPECT_EQ(b.agg->next(b.agg.get()), QVO_S_CURSOR_END) << "the other side has nothing left";
+            if (rc == QVO_S_OK) {
+                EXPECT_GT(n, 2U);
+                break;
+            }
+            ASSERT_EQ(rc, QVO_E_NOMEM) << "allocation " << n;
+        }
 }
 
 /// Wide keys that often differ at their end only.
@@ -84,14 +230,9 @@ inline std::string random_key(Random& random, unsigned distinct, size_t width) {
     for (size_t i = 0; i < std::min<size_t>(width, 4); ++i) key[width - 1 - i] = static_cast<char>(n >> (8 * i));
     return key;
 }
-
-/// Makes a pair of results and releases them.
-struct HashResults {
-    Record agg, grp;
-    bool constructed = false;
-    ~HashResults() {
-        if (constructed) qvo_seq_release_hash(grp.get());
-    }
-};
+inline Elements random_keys(Random& random, size_t n, unsigned distinct, size_t width) {
+    return {QVO_DD_CHAR, width,
+            random_items<t_char>(random, n, [=](Random& r) { return random_key(r, distinct, width); })};
+}
 
 }  // namespace test

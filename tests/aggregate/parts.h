@@ -1,7 +1,9 @@
 // Aggregates in parts: one iterator per part of the data, joined by prepare and merge.
 #pragma once
 
-#include "support/protocol.h"
+#include <algorithm>
+
+#include "support/number.h"
 
 namespace test {
 
@@ -11,6 +13,22 @@ inline std::vector<size_t> cuts(Random& random, size_t n, size_t parts) {
     for (size_t i = 1; i < parts; ++i) at.push_back(random.below(static_cast<unsigned>(n) + 1));
     std::sort(at.begin(), at.end());
     return at;
+}
+
+/// What the members without parameters have in common.
+inline Member aggregate_member(const char* name, uint8_t type, qvo_seq_iterator_next_t next,
+                               qvo_seq_iterator_merge_t merge) {
+    Member member;
+    member.name = name;
+    member.type = type;
+    member.width = width_of(type);
+    member.next = next;
+    member.reset = qvo_seq_reset_unary_iterator;
+    member.prepare = merge != nullptr ? qvo_seq_prepare_aggregate : nullptr;
+    member.merge = merge;
+    member.aggregate = merge != nullptr;
+    member.stops_on_empty = {false};
+    return member;
 }
 
 /// What an aggregate delivers: one element, or nothing.

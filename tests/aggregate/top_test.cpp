@@ -1,21 +1,21 @@
 // Top values and their positions: against the selection stated step by step, merging, worked cases.
 #include <algorithm>
 
-#include "support/protocol.h"
+#include "aggregate/parts.h"
 
 namespace test {
 namespace {
 
-template <class V> using Better = bool (*)(V, V);
-template <class V> bool larger(V x, V y) { return x > y; }
-template <class V> bool smaller(V x, V y) { return x < y; }
+using Better = bool (*)(Number, Number);
+bool larger(Number x, Number y) { return x > y; }
+bool smaller(Number x, Number y) { return x < y; }
 
 /// A candidate at a time: binary search, insertion, and the last one falls out.
-template <class V> struct Selection {
-    std::vector<V> values;
+struct Selection {
+    std::vector<Number> values;
     std::vector<uint64_t> positions;
 
-    void offer(V x, uint64_t position, size_t top, Better<V> better) {
+    void offer(Number x, uint64_t position, size_t top, Better better) {
         if (top == 0) return;
         if (values.size() == top && (x == values.back() || better(values.back(), x))) return;
         size_t low = 0, high = values.size();
@@ -34,24 +34,19 @@ template <class V> struct Selection {
     }
 };
 
-template <class V> QVO_RET literal_next(qvo_seq_iterator_h it, size_t top, bool wants_positions, Better<V> better) {
+QVO_RET literal_next(qvo_seq_iterator_h it, size_t top, bool wants_positions, Better better) {
     if (it->next_seq_no != 0) {
         if (wants_positions) it->tile_size = 0;
         return QVO_S_CURSOR_END;
     }
-    Selection<V> kept;
+    Selection kept;
     uint64_t before = 0;
     QVO_RET rc;
     for (const qvo_seq_iterator_h input = it->opd[0]; (rc = input->next(input)) == QVO_S_OK; before += input->tile_size)
-        for (size_t i = 0; i < input->tile_size; ++i) kept.offer(literal_value<V>(input, i), before + i, top, better);
+        for (size_t i = 0; i < input->tile_size; ++i) kept.offer(literal_number(input, i), before + i, top, better);
     const size_t n = kept.values.size();
-    for (size_t i = 0; i < n; ++i) {
-        if (wants_positions)
-            literal_put(it, i, kept.positions[i]);
-        else
-            literal_put(it, i, kept.values[i]);
-        literal_put_run(it, i, 1);
-    }
+    for (size_t i = 0; i < n; ++i)
+        literal_put_number(it, i, it->elem_type, wants_positions ? Number(kept.positions[i]) : kept.values[i]);
     const bool delivers = rc == QVO_S_CURSOR_END && n != 0;
     if (delivers || wants_positions) {
         it->next_seq_no += n;
@@ -60,8 +55,7 @@ template <class V> QVO_RET literal_next(qvo_seq_iterator_h it, size_t top, bool 
     return delivers ? QVO_S_OK : rc;
 }
 
-template <class V>
-std::vector<V> literal_merge(std::vector<V> a, const std::vector<V>& b, size_t top, Better<V> better) {
+std::vector<Number> literal_merge(std::vector<Number> a, const std::vector<Number>& b, size_t top, Better better) {
     bool a_ran_out = false;
     size_t i = 0, j = 0;
     for (;;) {
@@ -85,17 +79,23 @@ std::vector<V> literal_merge(std::vector<V> a, const std::vector<V>& b, size_t t
 
 using Construct = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_size_t);
 
-template <class T> Items<T> candidates(Random& random, size_t n) {
-    // Ascending, falling and random stretches, and often NaN or none at all.
+/// Ascending, falling and random stretches, and often NaN or none at all.
+Elements candidates(Random& random, uint8_t type, size_t n) {
     const unsigned shape = random.below(4);
-    return random_items<T>(random, n, [=, i = 0](Random& r) mutable {
-        using V = typename T::value;
+    return random_elements(random, type, n, [=, i = 0](Random& r) mutable {
         ++i;
-        if (shape == 0) return static_cast<V>(i / 7);
-        if (shape == 1) return static_cast<V>(100000 - i / 3);
-        if (shape == 2 && std::is_floating_point_v<V> && r.chance(50)) return std::numeric_limits<V>::quiet_NaN();
-        return r.value<V>();
+        if (shape == 0) return wrapped(type, i / 7);
+        if (shape == 1) return wrapped(type, 100000 - i / 3);
+        if (shape == 2 && is_floating(type) && r.chance(50)) return std::numeric_limits<Number>::quiet_NaN();
+        return random_number(r, type);
     });
+}
+
+Member top_member(const char* name, Construct construct, qvo_seq_iterator_next_t next, qvo_seq_iterator_merge_t merge,
+                  uint8_t type, size_t top) {
+    Member member = aggregate_member(name, merge == nullptr ? t_uint8::code : type, next, merge);
+    member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) { return construct(it, o[0], top); };
+    return member;
 }
 
 /// The positions' own end, which empties the tile, is no case for the shared check.
@@ -113,28 +113,16 @@ void check_fields(const Member& member) {
     EXPECT_EQ(member.construct(it.get(), {good->get()}), QVO_E_SEQ_BOUNDED);
 }
 
-template <class T>
 void check_member(const char* name, Construct construct, qvo_seq_iterator_next_t next, qvo_seq_iterator_merge_t merge,
-                  Better<typename T::value> better) {
-    SCOPED_TRACE(name);
+                  uint8_t type, Better better) {
     const bool positions = merge == nullptr;
-    const size_t most = std::min(capacity_of(T::width), positions ? 455 : size_t{2048});
+    const size_t most = std::min(capacity_of(width_of(type)), positions ? 455 : size_t{2048});
     for (unsigned seed = 0; seed < 16; ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         Random random(seed);
         const size_t top = seed == 1 ? 0 : seed == 2 ? most : random.between(1, random.chance(50) ? 20 : 455);
-        Member member;
-        member.name = name;
-        member.operands = {operand<T>(candidates<T>(random, seed == 0 ? 6 : random.between(1, 6000)))};
-        member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) { return construct(it, o[0], top); };
-        member.type = positions ? t_uint8::code : T::code;
-        member.width = positions ? 8 : T::width;
-        member.next = next;
-        member.reset = qvo_seq_reset_unary_iterator;
-        member.prepare = positions ? nullptr : qvo_seq_prepare_aggregate;
-        member.merge = merge;
-        member.aggregate = !positions;
-        member.stops_on_empty = {false};
+        Member member = top_member(name, construct, next, merge, type, top);
+        member.operands = {operand(candidates(random, type, seed == 0 ? 6 : random.between(1, 6000)))};
         if (seed == 0 && !positions) check_protocol(member);
         if (seed == 0 && positions) check_fields(member);
         check_steps(member, [=](qvo_seq_iterator_h it) { return literal_next(it, top, positions, better); },
@@ -144,40 +132,41 @@ void check_member(const char* name, Construct construct, qvo_seq_iterator_next_t
 }
 
 /// Parts of any sizes, joined one after the other, and read before and after.
-template <class T> void check_merge(const char* name, Construct construct, Better<typename T::value> better) {
+void check_merge(const char* name, Construct construct, qvo_seq_iterator_next_t next, qvo_seq_iterator_merge_t merge,
+                 uint8_t type, Better better) {
     SCOPED_TRACE(name);
-    using V = typename T::value;
     for (unsigned seed = 0; seed < 20; ++seed) {
         Random random(seed);
         const size_t top = random.between(1, 40), n_parts = seed % 2 ? 2 : 5;
-        std::vector<std::unique_ptr<Source>> sources;
-        std::vector<Record> parts(n_parts);
-        std::vector<V> expected;
+        Parts parts(top_member(name, construct, next, merge, type, top), {[&](size_t) {
+                        return source_of(candidates(random, type, random.between(1, random.chance(50) ? 10 : 500)));
+                    }},
+                    n_parts);
+        std::vector<Number> expected;
         for (size_t p = 0; p < n_parts; ++p) {
-            const auto items = candidates<T>(random, random.between(1, random.chance(50) ? 10 : 500));
-            sources.push_back(std::make_unique<Source>(T{}, items));
-            ASSERT_EQ(construct(parts[p].get(), sources[p]->get(), top), QVO_S_OK);
-            ASSERT_EQ(parts[p]->prepare(parts[p].get()), QVO_S_OK);
-            Selection<V> kept;
-            for (const auto& item : items) kept.offer(item.value, 0, top, better);
-            expected = p == 0 ? kept.values : literal_merge(expected, kept.values, top, better);
+            const qvo_seq_iterator_h part = parts.part(p);
+            ASSERT_EQ(part->prepare(part), QVO_S_OK);
+            std::vector<Number> kept;
+            for (const auto& item : tile_items<t_number>(*part)) kept.push_back(item.value);
+            expected = p == 0 ? kept : literal_merge(expected, kept, top, better);
             if (p == 0) continue;
-            ASSERT_EQ(parts[0]->merge(parts[0].get(), parts[p].get()), QVO_S_OK);
-            EXPECT_EQ(parts[0]->next_seq_no, expected.size());
+            ASSERT_EQ(parts.part(0)->merge(parts.part(0), part), QVO_S_OK);
+            EXPECT_EQ(parts.part(0)->next_seq_no, expected.size());
         }
-        ASSERT_EQ(parts[0]->next(parts[0].get()), QVO_S_OK);
-        check_items<T>(tile_items<T>(parts[0].it), singles<T>(expected));
-        EXPECT_EQ(parts[0]->next(parts[0].get()), QVO_S_CURSOR_END);
+        ASSERT_EQ(parts.part(0)->next(parts.part(0)), QVO_S_OK);
+        check_items<t_number>(tile_items<t_number>(*parts.part(0)), singles<t_number>(expected));
+        EXPECT_EQ(parts.part(0)->next(parts.part(0)), QVO_S_CURSOR_END);
     }
 }
 
-#define TEST_MEMBER(type)                                                                                        \
-    check_member<t_##type>(MEMBER(qvo_seq_top_max_##type), qvo_seq_top_max_##type##_merge, larger<qvo_##type>);  \
-    check_member<t_##type>(MEMBER(qvo_seq_top_min_##type), qvo_seq_top_min_##type##_merge, smaller<qvo_##type>); \
-    check_member<t_##type>(MEMBER(qvo_seq_top_pos_max_##type), nullptr, larger<qvo_##type>);                     \
-    check_member<t_##type>(MEMBER(qvo_seq_top_pos_min_##type), nullptr, smaller<qvo_##type>);                    \
-    check_merge<t_##type>("qvo_seq_top_max_" #type, qvo_seq_top_max_##type, larger<qvo_##type>);                 \
-    check_merge<t_##type>("qvo_seq_top_min_" #type, qvo_seq_top_min_##type, smaller<qvo_##type>);
+#define CHECK(check, stem, type, merge, better) check(MEMBER(stem##_##type), merge, t_##type::code, better);
+#define TEST_MEMBER(type)                                                               \
+    CHECK(check_member, qvo_seq_top_max, type, qvo_seq_top_max_##type##_merge, larger)  \
+    CHECK(check_member, qvo_seq_top_min, type, qvo_seq_top_min_##type##_merge, smaller) \
+    CHECK(check_member, qvo_seq_top_pos_max, type, nullptr, larger)                     \
+    CHECK(check_member, qvo_seq_top_pos_min, type, nullptr, smaller)                    \
+    CHECK(check_merge, qvo_seq_top_max, type, qvo_seq_top_max_##type##_merge, larger)   \
+    CHECK(check_merge, qvo_seq_top_min, type, qvo_seq_top_min_##type##_merge, smaller)
 
 TEST(Top, FollowsTheModel) { QVO_SEQ_FOR_FIXED_TYPES(TEST_MEMBER) }
 

@@ -6,132 +6,118 @@
 namespace test {
 namespace {
 
-/// The state of a window, in the accumulator's type.
-template <class V, class A> struct Window {
+/// The state of a window; the type is that of its accumulator.
+struct Window {
+    uint8_t type;
     uint64_t interval;
     uint64_t position = 0;  // at the start of the call
-    A accumulator{};
+    Number accumulator = 0;
     double norm = 0;
-    std::vector<V> history = std::vector<V>(interval);
+    std::vector<Number> history = std::vector<Number>(interval);
 
-    void take(V v) {
-        V& slot = history[position % interval];
-        accumulator -= static_cast<A>(slot);
+    void take(Number v) {
+        Number& slot = history[position % interval];
+        accumulator = sum_in(type, accumulator, -slot);
         norm -= static_cast<double>(slot) * static_cast<double>(slot);
         slot = v;
-        accumulator += static_cast<A>(v);
+        accumulator = sum_in(type, accumulator, v);
         norm += static_cast<double>(v) * static_cast<double>(v);
     }
-    A extreme(V v, bool (*better)(A, A)) {
-        V& slot = history[position % interval];
-        const V old = slot;
-        slot = v;
+    Number extreme(Number v, bool (*better)(Number, Number)) {
+        const Number old = std::exchange(history[position % interval], v);
         if (better(v, accumulator)) return accumulator = v;
         if (accumulator != old) return accumulator;
         accumulator = history[0];
-        for (const V h : history)
+        for (const Number h : history)
             if (better(h, accumulator)) accumulator = h;
         return accumulator;
     }
-    double spread(double n) const {
-        const auto s = static_cast<double>(accumulator);
+    double spread(Number v, double less) {
+        take(v);
+        const auto s = static_cast<double>(accumulator), n = static_cast<double>(interval) - less;
         return (norm - s * s / n) / n;
     }
 };
+using Formula = Number (*)(Window& w, Number v);
+
+Number sum(Window& w, Number v) {
+    w.take(v);
+    return w.accumulator;
+}
+Number largest(Window& w, Number v) {
+    return w.extreme(v, [](Number a, Number b) { return a > b; });
+}
+Number smallest(Window& w, Number v) {
+    return w.extreme(v, [](Number a, Number b) { return a < b; });
+}
+Number average(Window& w, Number v) {
+    w.take(v);
+    if (is_floating(w.type)) return static_cast<double>(w.accumulator) / static_cast<double>(w.interval);
+    return static_cast<uint64_t>(w.accumulator) / w.interval;
+}
+Number var(Window& w, Number v) { return w.spread(v, 0); }
+Number var_samp(Window& w, Number v) { return w.spread(v, 1); }
+Number dev(Window& w, Number v) { return std::sqrt(w.spread(v, 0)); }
+Number dev_samp(Window& w, Number v) { return std::sqrt(w.spread(v, 1)); }
+Number ema(Window& w, Number v) {
+    const double alpha = 2.0 / (static_cast<double>(w.interval) + 1), x = static_cast<double>(v);
+    return w.accumulator = w.position == 0 ? x : (1.0 - alpha) * static_cast<double>(w.accumulator) + alpha * x;
+}
+Number atr(Window& w, Number v) {
+    const auto k = static_cast<double>(w.position < w.interval ? w.position + 1 : w.interval);
+    return w.accumulator = (static_cast<double>(w.accumulator) * (k - 1) + static_cast<double>(v)) / k;
+}
 
 using Constructor = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_size_t);
 
-/// A is the model's accumulator: unsigned where the member's is an integer, so that it wraps.
-template <class T, class R, class A, class Step>
 void check_member(const char* name, Constructor construct, qvo_seq_iterator_next_t next, qvo_seq_iterator_reset_t reset,
-                  Step step) {
+                  uint8_t type, uint8_t result, Formula formula) {
     SCOPED_TRACE(name);
-    using V = typename T::value;
-    const uint64_t most = 208 / sizeof(V);
+    const uint64_t most = 208 / width_of(type);
     for (const uint64_t interval : {uint64_t{1}, uint64_t{2}, uint64_t{5}, most}) {
         SCOPED_TRACE("interval " + std::to_string(interval));
-        const Member member = unary_member<T>(
+        const Member member = stepwise_member(
             name, [=](qvo_seq_iterator_h it, qvo_seq_iterator_h input) { return construct(it, input, interval); },
-            R::code, R::width, next, reset);
-        if (interval == 2) check_protocol(member);
-        check_random_steps<T>(member, 8, [=] {
-            auto window = std::make_shared<Window<V, A>>(Window<V, A>{interval});
-            return [=](qvo_seq_iterator_h it) {
-                size_t n = 0;
-                window->position = it->next_seq_no;
-                const QVO_RET rc = literal_positions<V>(
-                    it, [&] { return n; },
-                    [&](V v) {
-                        literal_put(it, n, static_cast<typename R::value>(step(*window, v)));
-                        literal_put_run(it, n, 1);
-                        return ++n == capacity_of(it->elem_size);
-                    });
-                if (rc != QVO_S_OK) return rc;
-                it->next_seq_no += n;
-                it->tile_size = static_cast<uint16_t>(n);
-                return rc;
+            result, next, reset);
+        check_random_steps(member, type, 8, [=] {
+            return [=, window = Window{result, interval}](qvo_seq_iterator_h it) mutable {
+                window.position = it->next_seq_no;
+                return literal_each_position(it, [&](Number v) { return formula(window, v); });
             };
         });
         if (testing::Test::HasFailure()) return;
     }
-    Source source(T{}, {{1}});
+    const auto source = source_of({type, width_of(type), {}});
     Record it;
-    EXPECT_EQ(construct(it.get(), source.get(), most + 1), QVO_E_ILLEGAL_PARAM);
-    EXPECT_EQ(source->bounded, 1) << "the operand stays marked";
+    EXPECT_EQ(construct(it.get(), source->get(), most + 1), QVO_E_ILLEGAL_PARAM);
+    EXPECT_EQ(source->get()->bounded, 1) << "the operand stays marked";
 }
 
-template <class A> using wrapping = std::conditional_t<std::is_floating_point_v<A>, double, uint64_t>;
+#define CHECK(op, type, result, formula)                                                                             \
+    check_member(MEMBER(qvo_seq_window_agg_##op##_##type), qvo_seq_window_agg_##op##_##type##_reset, t_##type::code, \
+                 t_##result::code, formula);
 
-#define CHECK(stem, T, R, A, ...) \
-    check_member<T, R, A>(#stem, stem, stem##_next, stem##_reset, [](auto& w, auto v) { __VA_ARGS__ });
-
-#define TEST_MEMBERS(type, total, avg)                                                                                 \
-    CHECK(qvo_seq_window_agg_sum_##type, t_##type, t_##total, wrapping<qvo_##total>, w.take(v); return w.accumulator;) \
-    CHECK(qvo_seq_window_agg_min_##type, t_##type, t_##type, qvo_##type,                                               \
-          return w.extreme(v, [](qvo_##type a, qvo_##type b) { return a < b; });)                                      \
-    CHECK(qvo_seq_window_agg_max_##type, t_##type, t_##type, qvo_##type,                                               \
-          return w.extreme(v, [](qvo_##type a, qvo_##type b) { return a > b; });)                                      \
-    CHECK(qvo_seq_window_agg_avg_##type, t_##type, t_##avg, wrapping<qvo_##avg>, w.take(v);                            \
-          return w.accumulator / static_cast<wrapping<qvo_##avg>>(w.interval);)
-
-#define TEST_STATISTICS(type)                                                                        \
-    CHECK(qvo_seq_window_agg_var_samp_##type, t_##type, t_double, double, w.take(v);                 \
-          return w.spread(static_cast<double>(w.interval) - 1);)                                     \
-    CHECK(qvo_seq_window_agg_dev_##type, t_##type, t_double, double, w.take(v);                      \
-          return std::sqrt(w.spread(static_cast<double>(w.interval)));)                              \
-    CHECK(qvo_seq_window_agg_dev_samp_##type, t_##type, t_double, double, w.take(v);                 \
-          return std::sqrt(w.spread(static_cast<double>(w.interval) - 1));)                          \
-    CHECK(qvo_seq_window_agg_ema_##type, t_##type, t_double, double,                                 \
-          const double alpha = 2.0 / (static_cast<double>(w.interval) + 1);                          \
-          const auto x = static_cast<double>(v);                                                     \
-          return w.accumulator = w.position == 0 ? x : (1.0 - alpha) * w.accumulator + alpha * x;)   \
-    CHECK(qvo_seq_window_agg_atr_##type, t_##type, t_double, double,                                 \
-          const auto k = static_cast<double>(w.position < w.interval ? w.position + 1 : w.interval); \
-          return w.accumulator = (w.accumulator * (k - 1) + static_cast<double>(v)) / k;)
-
-#define TEST_VARIANCE(type)                                                     \
-    CHECK(qvo_seq_window_agg_var_##type, t_##type, t_double, double, w.take(v); \
-          return w.spread(static_cast<double>(w.interval));)
+#define TEST_MEMBERS(type, total, mean)     \
+    CHECK(sum, type, total, sum)            \
+    CHECK(min, type, type, smallest)        \
+    CHECK(max, type, type, largest)         \
+    CHECK(avg, type, mean, average)         \
+    CHECK(var_samp, type, double, var_samp) \
+    CHECK(dev, type, double, dev)           \
+    CHECK(dev_samp, type, double, dev_samp) \
+    CHECK(ema, type, double, ema)           \
+    CHECK(atr, type, double, atr)           \
+    if (t_##type::code != QVO_DD_DATETIME) CHECK(var, type, double, var)
 
 TEST(Window, ValuesOfACallShareASlot_deliberate){QVO_SEQ_FOR_AGGREGATE_TYPES(TEST_MEMBERS)}
 
-TEST(Window, StatisticsFollowTheSteps){QVO_SEQ_FOR_FIXED_TYPES(TEST_STATISTICS)}
-
-TEST(Window, VarianceFollowsTheSteps){TEST_VARIANCE(int1) TEST_VARIANCE(int2) TEST_VARIANCE(int4) TEST_VARIANCE(int8)
-                                          TEST_VARIANCE(uint1) TEST_VARIANCE(uint2) TEST_VARIANCE(uint4)
-                                              TEST_VARIANCE(uint8) TEST_VARIANCE(float) TEST_VARIANCE(double)}
-
-uint64_t to_unsigned(double v) {
-    const double limit = 9223372036854775808.0;
-    const auto to_signed = [=](double x) { return x >= -limit && x < limit ? static_cast<int64_t>(x) : INT64_MIN; };
-    return v >= limit ? static_cast<uint64_t>(to_signed(v - limit)) | 1ULL << 63 : static_cast<uint64_t>(to_signed(v));
+Number datetime_var(Window& w, Number v) {
+    w.take(v);
+    const auto square = static_cast<uint64_t>(product_in(w.type, w.accumulator, w.accumulator));
+    return converted(w.type, (w.norm - static_cast<double>(square / w.interval)) / static_cast<double>(w.interval));
 }
 
-TEST(Window, VarianceOfDatetimesIsADatetime_deliberate) {
-    CHECK(qvo_seq_window_agg_var_datetime, t_datetime, t_datetime, uint64_t, w.take(v);
-          return to_unsigned((w.norm - static_cast<double>(w.accumulator * w.accumulator / w.interval)) /
-                             static_cast<double>(w.interval));)
-}
+TEST(Window, VarianceOfDatetimesIsADatetime_deliberate) { CHECK(var, datetime, datetime, datetime_var) }
 
 template <class R, class T> Items<R> result_of(Constructor construct, Items<T> items, uint64_t interval) {
     Source source(T{}, items);

@@ -74,13 +74,10 @@ template <class T> using Items = std::vector<Item<T>>;
 
 /// Equal to the bit, but that any NaN equals any other: the bits of a fresh one differ between machines.
 template <class V> bool same_value(const V& a, const V& b) {
-    if constexpr (std::is_same_v<V, std::string>) {
+    if constexpr (std::is_floating_point_v<V>)
+        return a == b ? std::signbit(a) == std::signbit(b) : std::isnan(a) && std::isnan(b);
+    else
         return a == b;
-    } else {
-        if constexpr (std::is_floating_point_v<V>)
-            if (std::isnan(a) && std::isnan(b)) return true;
-        return std::memcmp(&a, &b, sizeof a) == 0;
-    }
 }
 
 template <class V> std::string to_text(const V& v) {
@@ -88,7 +85,7 @@ template <class V> std::string to_text(const V& v) {
         return testing::PrintToString(v);
     } else if constexpr (std::is_floating_point_v<V>) {
         char text[40];
-        std::snprintf(text, sizeof text, "%.17g", static_cast<double>(v));
+        std::snprintf(text, sizeof text, "%.*Lg", sizeof v > 8 ? 20 : 17, static_cast<long double>(v));
         return text;
     } else {
         return std::to_string(v);
