@@ -71,6 +71,55 @@ template <class V, class S> void run_flat(benchmark::State& state, unsigned grou
     count(state, elements, elements);
 }
 
+// Runs of 100 on both sides, and groups of that many runs: beside a loop over flat arrays of keys, values and runs.
+template <class V> struct RunRows {
+    Column<V> values = random_column<V>(rows / 10, {100, 100}, 1);
+    Column<int32_t> keys;
+
+    explicit RunRows(size_t group) {
+        for (size_t i = 0; i < values.values.size(); ++i) keys.values.push_back(static_cast<int32_t>(i / group));
+        keys.runs = values.runs;
+    }
+    template <class S> void plain(std::vector<S>& out) const {
+        for (size_t i = 0; i < keys.values.size();) {
+            S sum = 0;
+            for (const int32_t key = keys.values[i]; i < keys.values.size() && keys.values[i] == key; ++i)
+                sum += static_cast<S>(values.values[i]) * values.runs[i];
+            out.push_back(sum);
+        }
+    }
+};
+
+template <class V, class S> void run_run_groups(benchmark::State& state, Construct construct, size_t group) {
+    const RunRows<V> data(group);
+    Source<V> values(data.values);
+    Source<int32_t> keys(data.keys);
+    std::vector<S> expected;
+    data.plain(expected);
+    static qvo_seq_iterator_t it;
+    if (construct(&it, values.get(), keys.get()) != QVO_S_OK || !delivers(it, expected)) return fail(state);
+    double runs = 0;
+    for (auto _ : state) {
+        it.reset(&it);
+        while (it.next(&it) == QVO_S_OK) benchmark::ClobberMemory();
+        runs += static_cast<double>(data.values.values.size());
+    }
+    count(state, runs, runs * data.values.runs[0]);
+}
+
+template <class V, class S> void run_flat_runs(benchmark::State& state, size_t group) {
+    const RunRows<V> data(group);
+    std::vector<S> out;
+    double runs = 0;
+    for (auto _ : state) {
+        out.clear();
+        data.plain(out);
+        benchmark::DoNotOptimize(out.data());
+        runs += static_cast<double>(data.values.values.size());
+    }
+    count(state, runs, runs);
+}
+
 template <class V, class S> void add_member(const char* type, Construct construct) {
     for (const unsigned group : {1U, 10U, 100U}) {
         const std::string name = std::string(type) + "_of_" + std::to_string(group);
@@ -82,6 +131,9 @@ template <class V, class S> void add_member(const char* type, Construct construc
         add_case("group_agg_sum", name, "both_runs", [=](benchmark::State& state) {
             run_groups<V, S>(state, construct, group, true, {10, 10});
         });
+        add_case("group_agg_sum_runs", name, "flat", [=](benchmark::State& s) { run_flat_runs<V, S>(s, group); });
+        add_case("group_agg_sum_runs", name, "runs",
+                 [=](benchmark::State& s) { run_run_groups<V, S>(s, construct, group); });
     }
 }
 

@@ -72,11 +72,21 @@ template <class Fold> struct GroupLoops {
         R* out = values_of<R>(it) + to;
         A a;
         load(context, a);
-        walk_groups(
-            steps, context.count,
-            [&](size_t i) __attribute__((always_inline)) { a = Fold::first(values[steps.value[i]], steps.run[i]); },
-            [&](size_t i) __attribute__((always_inline)) { a = Fold::fold(a, values[steps.value[i]], steps.run[i]); },
-            [&](uint64_t count) __attribute__((always_inline)) { *out++ = Fold::finish(a, count); });
+        const auto end = [&](uint64_t count) __attribute__((always_inline)) { *out++ = Fold::finish(a, count); };
+        if (steps.plain) {
+            values += steps.value[0];
+            walk_groups(
+                steps, context.count, [](size_t) { return 1U; },
+                [&](size_t i) __attribute__((always_inline)) { a = Fold::first(values[i], 1); },
+                [&](size_t i) __attribute__((always_inline)) { a = Fold::fold(a, values[i], 1); }, end);
+        } else {
+            walk_groups(
+                steps, context.count,
+                [&](size_t i) __attribute__((always_inline)) { a = Fold::first(values[steps.value[i]], steps.run[i]); },
+                [&](size_t i)
+                    __attribute__((always_inline)) { a = Fold::fold(a, values[steps.value[i]], steps.run[i]); },
+                end);
+        }
         store(context, a);
     }
     static void close(qvo_seq_iterator_h it, size_t to) {

@@ -19,26 +19,53 @@ struct KeySteps {
     size_t room;
 };
 
+// Values that are looked at in one go: enough to pay, few enough that short groups do not always break them.
+constexpr size_t block_bytes = sizeof(RunVector);
+
+/// True if the values of a block are all equal to the one before it.
+template <class V> QVO_INLINE bool repeats(const V* values) {
+    RunVector a, b;
+    std::memcpy(&a, values, block_bytes);
+    std::memcpy(&b, values - 1, block_bytes);
+    a ^= b;
+    return (a[0] | a[1] | a[2] | a[3]) == 0;
+}
+
 /// Writes the ends and returns their number; cuts steps.n behind the last one that there is room for.
-template <class Bits> size_t find_ends(KeySteps& steps, uint8_t* kept_key, uint16_t* ends) {
-    const Bits* keys = reinterpret_cast<const Bits*>(steps.values);
+template <class Bits> QVO_CPU_VARIANTS size_t find_ends(KeySteps& steps, uint8_t* kept_key, uint16_t* ends) {
+    const Bits* const keys = reinterpret_cast<const Bits*>(steps.values);
+    const uint16_t* const index = steps.index;
+    const size_t n = steps.n;
     size_t i = 0;
     if (steps.inside)
-        while (i != steps.n && steps.index[i] == steps.index[0]) ++i;
-    if (i == steps.n) return 0;
+        while (i != n && index[i] == index[0]) ++i;
+    if (i == n) return 0;
     Bits last = 0;
     std::memcpy(&last, kept_key, sizeof(Bits));
-    if (i == 0 && !steps.open) last = keys[steps.index[i++]];
+    if (i == 0 && !steps.open) last = keys[index[0]];
     size_t n_ends = 0;
-    for (; i != steps.n; ++i) {
-        const Bits key = keys[steps.index[i]];
-        ends[n_ends] = static_cast<uint16_t>(i);
-        n_ends += key != last;
-        last = key;
-        if (n_ends == steps.room) {
-            steps.n = i;
-            break;
+    const auto look = [&](size_t end) __attribute__((always_inline)) {
+        for (; i != end; ++i) {
+            const Bits key = keys[index[i]];
+            ends[n_ends] = static_cast<uint16_t>(i);
+            n_ends += key != last;
+            last = key;
         }
+    };
+    look(i + 1);
+    // With a key per step it is the keys that are compared, else their indexes.
+    const bool key_per_step = size_t{index[n - 1]} - index[0] == n - 1;
+    const size_t block = block_bytes / (key_per_step ? sizeof(Bits) : sizeof *index);
+    while (n - i >= block)
+        if (key_per_step ? repeats(keys + index[i]) : repeats(index + i))
+            i += block;
+        else
+            look(i + block);
+    look(n);
+    if (n_ends >= steps.room) {
+        n_ends = steps.room;
+        steps.n = ends[n_ends - 1];
+        last = keys[index[steps.n]];
     }
     std::memcpy(kept_key, &last, sizeof(Bits));
     return n_ends;
@@ -94,6 +121,12 @@ template <size_t N> QVO_RET refill_all(Operand (&operands)[N], Where where) {
     return QVO_S_OK;
 }
 
+bool all_ones(const uint8_t* runs, size_t n) {
+    unsigned any = 0;
+    for (size_t i = 0; i < n; ++i) any |= runs[i] ^ 1U;
+    return any == 0;
+}
+
 template <size_t N>
 QVO_RET next_groups(qvo_seq_iterator_h it, Operand (&operands)[N], const GroupMember& member, uint8_t* kept_key,
                     Where where) {
@@ -124,7 +157,9 @@ QVO_RET next_groups(qvo_seq_iterator_h it, Operand (&operands)[N], const GroupMe
                       k,
                       most - k};
         const size_t n_ends = find_ends(keys, kept_key, ends);
-        member.fold(it, {list.index[0], N == 3 ? list.index[1] : nullptr, list.run, keys.n, ends, n_ends}, k);
+        const uint16_t* values = list.index[0];
+        const bool plain = N == 2 && size_t{values[list.n - 1]} - values[0] == list.n - 1 && all_ones(list.run, list.n);
+        member.fold(it, {values, N == 3 ? list.index[1] : nullptr, list.run, keys.n, ends, n_ends, plain}, k);
         count_groups(n_ends);
         if (k == most) {
             // The step that opens the next group comes again in the next call.

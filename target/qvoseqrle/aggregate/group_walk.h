@@ -17,6 +17,7 @@ struct GroupSteps {
     size_t n;
     const uint16_t* ends;
     size_t n_ends;
+    bool plain;  // the values are neighbours, and all runs are 1
 };
 
 struct GroupMember {
@@ -46,26 +47,32 @@ inline uint8_t* key_in_accumulator(qvo_seq_iterator_h it) {
     return reinterpret_cast<uint8_t*>(&state<qvo_seq_agg_context_t>(it).accumulator);
 }
 
-/// Calls first(i) for the step that opens a group, fold(i) for the further ones and close(count) where a group ends.
-template <class First, class Fold, class Close>
-QVO_INLINE void walk_groups(const GroupSteps& steps, qvo_size_t& count, First first, Fold fold, Close close) {
+/// Calls first(i) for the step that opens a group, fold(i) for the further ones and close(count) where a group ends;
+/// run(i) is the run of a step.
+template <class Run, class First, class Fold, class Close>
+QVO_INLINE void walk_groups(const GroupSteps& steps, qvo_size_t& count, Run run, First first, Fold fold, Close close) {
     uint64_t positions = count;
     size_t i = 0;
     for (size_t j = 0;; ++j) {
         const size_t end = j == steps.n_ends ? steps.n : steps.ends[j];
         if (positions == 0 && i != end) {
             first(i);
-            positions = steps.run[i++];
+            positions = run(i++);
         }
         for (; i != end; ++i) {
             fold(i);
-            positions += steps.run[i];
+            positions += run(i);
         }
         if (j == steps.n_ends) break;
         close(positions);
         positions = 0;
     }
     count = positions;
+}
+template <class First, class Fold, class Close>
+QVO_INLINE void walk_groups(const GroupSteps& steps, qvo_size_t& count, First first, Fold fold, Close close) {
+    walk_groups(
+        steps, count, [&](size_t i) { return unsigned{steps.run[i]}; }, first, fold, close);
 }
 
 }  // namespace qvo

@@ -41,15 +41,22 @@ class ListSink {
     QVO_INLINE void end_singles(RunSpan span) { n_ += span.elements; }
 
  private:
+    // Stretches are short as a rule: eight indexes at a time do with few branches.
+    typedef uint16_t Indexes __attribute__((vector_size(16)));
+    static constexpr size_t step = sizeof(Indexes) / sizeof(uint16_t);
+    static_assert(step == OverlapList<2>::slack + 1);
+    QVO_INLINE static void put(uint16_t* to, Indexes indexes, unsigned up, size_t n) {
+        for (size_t i = 0; i < n; i += step, indexes += static_cast<uint16_t>(up))
+            std::memcpy(to + i, &indexes, sizeof indexes);
+    }
     QVO_INLINE static void count_up(uint16_t* to, size_t first, size_t n) {
-        for (size_t i = 0; i < n; ++i) to[i] = static_cast<uint16_t>(first + i);
+        put(to, Indexes{0, 1, 2, 3, 4, 5, 6, 7} + static_cast<uint16_t>(first), step, n);
     }
     QVO_INLINE static void repeat(uint16_t* to, size_t index, size_t n) {
-        for (size_t i = 0; i < n; ++i) to[i] = static_cast<uint16_t>(index);
+        put(to, Indexes{} + static_cast<uint16_t>(index), 0, n);
     }
     QVO_INLINE RunSpan take_runs(const uint8_t* runs, RunSpan span) {
-        uint8_t* to = run_ + n_;
-        for (size_t i = 0; i < span.elements; ++i) to[i] = runs[-static_cast<ptrdiff_t>(i)];
+        copy_in_order(run_ + n_, runs, span.elements);
         n_ += span.elements;
         return span;
     }

@@ -10,9 +10,10 @@ namespace qvo {
 template <size_t Operands> struct OverlapList {
     // Short enough to stay in the nearest cache along with what families compute beside it.
     static constexpr size_t most = 256;
+    static constexpr size_t slack = 7;  // stretches are written in steps of eight
 
-    uint16_t index[Operands][most];
-    uint8_t run[most];
+    uint16_t index[Operands][most + slack];
+    uint8_t run[most + slack];
     size_t n = 0;
     unsigned taken[Operands];  // positions of the first elements that were taken before
 
