@@ -127,6 +127,25 @@ TEST(Parse, WorkedCases) {
               (std::vector<qvo_float>{0.25F, HUGE_VALF, 0.1F}));
 }
 
+TEST(Parse, NumbersAreWhatTheScannerReads) {
+    Random random(1);
+    for (int round = 0; round < 20000; ++round) {
+        std::string number = random.chance(30) ? "-" : "";
+        for (unsigned n = random.between(1, 20); n != 0; --n) number += static_cast<char>('0' + random.below(10));
+        long long integer = 0;
+        ASSERT_EQ(std::sscanf(number.c_str(), "%lli", &integer), 1);
+        ASSERT_EQ(values_of<t_int8>(qvo_seq_parse_int8, number).first.at(0), integer) << number;
+        int narrow = 0;
+        ASSERT_EQ(std::sscanf(number.c_str(), "%i", &narrow), 1);
+        ASSERT_EQ(values_of<t_int4>(qvo_seq_parse_int4, number).first.at(0), narrow) << number;
+        if (random.chance(80)) number += '.';
+        for (unsigned n = random.below(20); n != 0; --n) number += static_cast<char>('0' + random.below(10));
+        double floating = 0;
+        ASSERT_EQ(std::sscanf(number.c_str(), "%lf", &floating), 1);
+        ASSERT_TRUE(same_value(values_of<t_double>(qvo_seq_parse_double, number).first.at(0), floating)) << number;
+    }
+}
+
 TEST(Parse, OnlyTheLastRunByteIsWritten_deliberate) {
     Record it;
     std::memset(&it->tile, 9, sizeof it->tile);

@@ -2,6 +2,8 @@
 //
 // The text is the caller's and is read in place; the read position is saved only by a call that succeeds, so a text
 // that does not scan fails again at the same place.
+#include <langinfo.h>
+
 #include <cstdio>
 
 #include "core/construct.h"
@@ -75,6 +77,36 @@ template <size_t Window, class S> size_t scan_window(const char* text, S& value)
     return n + scan_ahead <= Window && text[n] != '(' ? n : 0;
 }
 
+bool is_digit(char c) { return c >= '0' && c <= '9'; }
+
+/// Reads a decimal number of few digits without the scanner, where it is beyond doubt what that would make of it:
+/// without a leading zero (but for 0 itself) and with so few digits that nothing overflows or, divided by an exact
+/// power of ten, is rounded twice. Returns 0 for anything else.
+template <class S> size_t read_plain(const char* text, S& value, bool has_point) {
+    constexpr bool floating = std::is_floating_point_v<S>;
+    constexpr ptrdiff_t most_digits = floating ? 15 : sizeof(S) == 8 ? 18 : 9;
+    const bool negative = std::is_signed_v<S> && *text == '-';
+    const char* const first = text + negative;
+    const char* at = first;
+    int64_t number = 0;
+    while (is_digit(*at) && at - first < most_digits) number = number * 10 + (*at++ - '0');
+    if (at == first || (*first == '0' && at - first > 1)) return 0;
+    if constexpr (floating) {
+        static constexpr double powers[] = {1,   1e1, 1e2,  1e3,  1e4,  1e5,  1e6, 1e7,
+                                            1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14};
+        if (!has_point) return 0;
+        const char* const point = at;
+        if (*at == '.')
+            for (++at; is_digit(*at) && at - first <= most_digits; ++at) number = number * 10 + (*at - '0');
+        const auto decimals = at == point ? 0 : at - point - 1;
+        value = static_cast<double>(number) / powers[decimals];
+        value = negative ? -value : value;
+    } else {
+        value = static_cast<S>(negative ? -number : number);
+    }
+    return *at == ',' || *at == '}' || *at == '\0' ? static_cast<size_t>(at - text) : 0;
+}
+
 /// Scans one number; returns the characters consumed, 0 if there is no number.
 ///
 /// The scanner measures all of its text before it reads the first character, so scanning each number of a long text
@@ -99,9 +131,11 @@ template <class E> QVO_RET parse_next(qvo_seq_iterator_h it) {
     size_t count = 0;
     unsigned run = 0;
     V last{};
+    const bool has_point = E::is_floating && std::strcmp(nl_langinfo(RADIXCHAR), ".") == 0;
     while (!at_end(text)) {
         scanned<E> number{};
-        const size_t length = scan_number(text, number);
+        size_t length = read_plain(text, number, has_point);
+        if (length == 0) length = scan_number(text, number);
         if (length == 0) return QVO_E_ILLEGAL_PARAM;
         const V value = convert<V>(number);
         if (count == 0 || value != last || run == max_run) {
