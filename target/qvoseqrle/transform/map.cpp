@@ -34,6 +34,31 @@ QVO_INLINE qvo_seq_no_t seek(Operand& input, qvo_seq_no_t at, qvo_seq_no_t wante
     }
 }
 
+/// Delivers positions, all of run 1, as long as they ascend within a stretch of input elements of run 1 that starts at
+/// position `at`. Returns how many, and moves `at` to the last of them.
+template <class Mover>
+QVO_INLINE size_t map_singles(const Mover& mover, qvo_seq_iterator_h it, Operand& input, Operand& positions,
+                              TileWriter& out, qvo_seq_no_t& at) {
+    if (input.used_up() || input.taken() != 0 || input.run() != 1) return 0;
+    const size_t most = leading_single_runs(positions.runs(), std::min(out.room(), positions.elements_left()));
+    const qvo_seq_no_t behind = std::min<qvo_seq_no_t>(at + leading_single_runs(input.runs(), input.elements_left()),
+                                                       input.iterator()->next_seq_no);
+    const qvo_uint8* __restrict const wanted = values_of<qvo_uint8>(it->opd[1]) + positions.index();
+    const uint8_t* __restrict const from = values_of<uint8_t>(it->opd[0]) + input.index() * mover.width();
+    uint8_t* __restrict const to = values_of<uint8_t>(it) + out.size() * mover.width();
+    qvo_seq_no_t last = at;
+    size_t n = 0;
+    for (; n < most && wanted[n] >= last && wanted[n] < behind; ++n) {
+        last = wanted[n];
+        mover.move(to, n, from, last - at);
+    }
+    out.put_equal_runs(n, 1);
+    positions.skip(n);
+    input.skip(last - at);
+    at = last;
+    return n;
+}
+
 template <class Mover> QVO_RET map_elements(const Mover& mover, qvo_seq_iterator_h it, Where where) {
     qvo_seq_no_t at = state<MapState>(it).right_seq_no;
     Operand input(it->opd[0]), positions(it->opd[1]);
@@ -48,6 +73,7 @@ template <class Mover> QVO_RET map_elements(const Mover& mover, qvo_seq_iterator
     QVO_RET rc = QVO_S_OK;
     while (out.room() != 0) {
         if (rc = positions.refill(where); rc != QVO_S_OK) break;
+        if (map_singles(mover, it, input, positions, out, at) != 0) continue;
         const qvo_seq_no_t position = wanted[positions.index()];
         if (positions.run() != 1) fatal_stop(where);
         positions.skip(1);

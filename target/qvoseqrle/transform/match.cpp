@@ -9,6 +9,9 @@ namespace {
 
 inline constexpr unsigned max_shift = 255;
 
+// Strings of one byte in a call from which on each byte is matched once and looked up from there on.
+inline constexpr size_t fewest_for_table = 512;
+
 static_assert(sizeof(void*) != 8 || sizeof(qvo_seq_match_context_t) == sizeof(qvo_seq_iterator_t::context));
 
 struct PatternScan {
@@ -46,6 +49,15 @@ void match_elements(qvo_seq_iterator_h it, size_t to, size_t /*from*/, size_t n)
     const char* const tile = values_of<char>(it->opd[0]);
     qvo_seq_bool* const out = values_of<qvo_seq_bool>(it);
     const int width = context.elem_size;
+    if (width == 1 && n >= fewest_for_table) {
+        qvo_seq_bool matches[256];
+        for (unsigned byte = 0; byte < sizeof matches; ++byte) {
+            const char string = static_cast<char>(byte);
+            matches[byte] = context.match(&context, &string) != 0;
+        }
+        for (size_t i = to; i < to + n; ++i) out[i] = matches[static_cast<uint8_t>(tile[i])];
+        return;
+    }
     for (size_t i = to; i < to + n; ++i) {
         // A wide string far behind would go on past the tile: it ends there.
         context.elem_size = std::min(width, static_cast<int>(payload_bytes - i));

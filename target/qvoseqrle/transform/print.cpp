@@ -142,6 +142,31 @@ bool print_element(const char* format, ElementBytes bytes, TextWriter& out) {
     return true;
 }
 
+/// Writes n bytes of text `count` times, `stride` bytes apart, as two overlapping blocks of n / 2 to n bytes: what lies
+/// behind a text stays.
+template <size_t Block>
+void fill_texts(char* __restrict to, size_t stride, const char* __restrict text, size_t n, size_t count) {
+    for (; count != 0; --count, to += stride) {
+        std::memcpy(to, text, Block);
+        std::memcpy(to + n - Block, text + n - Block, Block);
+    }
+}
+void fill_texts(char* to, size_t stride, const char* text, size_t n, size_t count) {
+    static_assert(max_text_width <= 2 * 16);
+    switch (std::bit_floor(n)) {
+        case 1:
+            return fill_texts<1>(to, stride, text, n, count);
+        case 2:
+            return fill_texts<2>(to, stride, text, n, count);
+        case 4:
+            return fill_texts<4>(to, stride, text, n, count);
+        case 8:
+            return fill_texts<8>(to, stride, text, n, count);
+        default:
+            return fill_texts<16>(to, stride, text, n, count);
+    }
+}
+
 }  // namespace
 
 extern "C" {
@@ -157,7 +182,7 @@ QVO_API QVO_RET qvo_seq_print_char_next(qvo_seq_iterator_h it) {
     if (!print_element(state<Format>(it).text, {element, operand->elem_size}, out)) return QVO_E_ILLEGAL_PARAM;
     const size_t capacity = capacity_of(it->elem_size);
     char* const values = values_of<char>(it);
-    for (size_t i = 0; i < capacity; ++i) std::memcpy(values + i * it->elem_size, out.text(), out.size());
+    fill_texts(values, it->elem_size, out.text(), out.size(), capacity);
     it->tile_size = static_cast<uint16_t>(capacity);
     it->next_seq_no += capacity;
     return QVO_S_OK;
