@@ -47,30 +47,27 @@ template <class V> struct DiffOf {
         const uint8_t* const runs = runs_of(it->opd[0]) - from;
         V* __restrict const out = values_of<V>(it) + to;
         uint8_t* const out_runs = runs_of(it) - to;
-        V previous = previous_value<V>(it);
         size_t k = 0;
-        const auto put_difference = [&](size_t i) __attribute__((always_inline)) {
-            out[k] = wrapping_sub(values[i], previous);
-            set_run(out_runs, k++, 1);
-            previous = values[i];
+        // Without a branch, and as pairs, which take a store each: a rest that is none is overwritten by the next
+        // difference. Behind the last one there is no next, so it is written only if it is one.
+        const auto put_pair = [&](size_t i, V previous) __attribute__((always_inline)) {
+            const unsigned rest = static_cast<uint8_t>(get_run(runs, i) - 1);
+            const V pair[] = {wrapping_sub(values[i], previous), V{0}};
+            const uint8_t pair_runs[] = {static_cast<uint8_t>(rest), 1};  // run bytes grow downwards
+            std::memcpy(out + k, pair, sizeof pair);
+            std::memcpy(out_runs - k - 1, pair_runs, sizeof pair_runs);
+            k += 1 + ((rest + max_run) >> 8);  // 1 if there is no rest, else 2; a comparison would become a branch
         };
-        const auto put_rest = [&](size_t i) __attribute__((always_inline)) {
-            out[k] = 0;
-            set_run(out_runs, k, get_run(runs, i) - 1);
-        };
-        // Without a branch: a rest that is none is overwritten by the next difference. Behind the last one there is
-        // no next, so it is written only if it is one.
-        for (size_t i = 0; i + 1 < n; ++i) {
-            put_difference(i);
-            put_rest(i);
-            k += get_run(runs, i) != 1;
-        }
-        put_difference(n - 1);
+        const V previous = previous_value<V>(it), last = values[n - 1];
+        if (n > 1) put_pair(0, previous);
+        for (size_t i = 1; i + 1 < n; ++i) put_pair(i, values[i - 1]);
         if (get_run(runs, n - 1) != 1) {
-            put_rest(n - 1);
-            ++k;
+            put_pair(n - 1, n > 1 ? values[n - 2] : previous);
+        } else {
+            out[k] = wrapping_sub(last, n > 1 ? values[n - 2] : previous);
+            set_run(out_runs, k++, 1);
         }
-        set_previous(it, previous);
+        set_previous(it, last);
         return k;
     }
 };
