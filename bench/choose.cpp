@@ -64,14 +64,7 @@ void run_tiles(benchmark::State& state, Constructor construct, Runs condition_ru
     if (construct(&it, sc.get(), sa.get(), sb.get()) != QVO_S_OK || it.next(&it) != QVO_S_OK ||
         (aligned && !tile_is_right<V, LockStep>(it, conditions.values, a.values, b.values)))
         return fail(state);
-    const uint64_t before = it.next_seq_no;
-    double elements = 0;
-    for (auto _ : state) {
-        it.next(&it);
-        elements += it.tile_size;
-        benchmark::ClobberMemory();
-    }
-    count(state, elements, static_cast<double>(it.next_seq_no - before));
+    time_tiles(state, it);
 }
 
 template <class V, bool LockStep> void add_member(const char* family, const char* type, Constructor construct) {

@@ -19,6 +19,7 @@
 namespace qvo::bench {
 
 template <class V> constexpr uint8_t type_code() {
+    if constexpr (std::is_same_v<V, char>) return QVO_DD_CHAR;
     if constexpr (std::is_same_v<V, qvo_int1>) return QVO_DD_INT1;
     if constexpr (std::is_same_v<V, qvo_int2>) return QVO_DD_INT2;
     if constexpr (std::is_same_v<V, qvo_int4>) return QVO_DD_INT4;
@@ -146,10 +147,59 @@ template <class R> bool delivers(qvo_seq_iterator_t& it, const std::vector<R>& e
     return at == expected.size();
 }
 
+/// An iterator that hands out one and the same tile, which stays in cache, a number of times.
+template <class V> class TileSeries {
+ public:
+    TileSeries(const Column<V>& column, size_t n_tiles) : source_(column), n_tiles_(n_tiles) {
+        const qvo_seq_iterator_h it = get();
+        it->next(it);
+        n_positions_ = it->next_seq_no;
+        tile_size_ = it->tile_size;
+        it->buf = this;
+        it->next = [](qvo_seq_iterator_h series) { return static_cast<TileSeries*>(series->buf)->next(); };
+        it->reset = [](qvo_seq_iterator_h series) { return static_cast<TileSeries*>(series->buf)->reset(); };
+        reset();
+    }
+    qvo_seq_iterator_h get() { return source_.get(); }
+
+ private:
+    QVO_RET next() {
+        if (left_ == 0) return QVO_S_CURSOR_END;
+        --left_;
+        get()->next_seq_no += n_positions_;
+        get()->tile_size = tile_size_;
+        return QVO_S_OK;
+    }
+    QVO_RET reset() {
+        left_ = n_tiles_;
+        get()->tile_size = get()->tile_offs = 0;
+        get()->rle_offs = 0;
+        get()->next_seq_no = 0;
+        return QVO_S_OK;
+    }
+
+    Source<V> source_;
+    uint64_t n_positions_;
+    uint16_t tile_size_;
+    size_t n_tiles_, left_;
+};
+
 /// Counts what a case has handled in all its iterations: elements of the input, and positions.
 inline void count(benchmark::State& state, double elements, double positions) {
     state.counters["elements"] = benchmark::Counter(elements, benchmark::Counter::kIsRate);
     state.counters["positions"] = benchmark::Counter(positions, benchmark::Counter::kIsRate);
+}
+
+/// Times `next` of an iterator that never ends.
+inline void time_tiles(benchmark::State& state, qvo_seq_iterator_t& it) {
+    const uint64_t before = it.next_seq_no;
+    double elements = 0;
+    for (auto _ : state) {
+        it.next(&it);
+        elements += it.tile_size;
+        benchmark::ClobberMemory();
+    }
+    count(state, elements, static_cast<double>(it.next_seq_no - before));
 }
 
 inline void fail(benchmark::State& state) { state.SkipWithError("the result differs from the plain computation"); }

@@ -32,14 +32,7 @@ void run_tiles(benchmark::State& state, Constructor construct, Op op, Runs left,
     if (construct(&it, sa.get(), sb.get()) != QVO_S_OK || it.next(&it) != QVO_S_OK ||
         !tile_is_right<V, R>(it, a, b, op))
         return fail(state);
-    const uint64_t before = it.next_seq_no;
-    double elements = 0;
-    for (auto _ : state) {
-        it.next(&it);
-        elements += it.tile_size;
-        benchmark::ClobberMemory();
-    }
-    count(state, elements, static_cast<double>(it.next_seq_no - before));
+    time_tiles(state, it);
 }
 
 template <class V, class R, class Op> void run_flat(benchmark::State& state, Op op) {

@@ -31,14 +31,7 @@ template <class V, class R, class Op> void run_tiles(benchmark::State& state, Co
     qvo_seq_iterator_t it{};
     if (construct(&it, source.get()) != QVO_S_OK || it.next(&it) != QVO_S_OK || !tile_is_right<V, R>(it, column, op))
         return fail(state);
-    const uint64_t before = it.next_seq_no;
-    double elements = 0;
-    for (auto _ : state) {
-        it.next(&it);
-        elements += it.tile_size;
-        benchmark::ClobberMemory();
-    }
-    count(state, elements, static_cast<double>(it.next_seq_no - before));
+    time_tiles(state, it);
 }
 
 /// As many elements a round as the operator produces.

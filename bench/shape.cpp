@@ -1,0 +1,346 @@
+// Operators that reshape, combine or look along one sequence, and callbacks, on tiles that are in cache. A table: a row
+// has the constructor and the same computation over flat arrays, which checks it and is what it is compared with.
+#include <cmath>
+#include <limits>
+
+#include "support.h"
+
+namespace qvo::bench {
+namespace {
+
+/// What a family is fed with: a tile of elements with such runs, so many times.
+struct Shape {
+    const char* name;
+    Runs runs;
+    size_t n_tiles;
+};
+using Shapes = std::vector<Shape>;
+const Shapes all{{"single", single_runs, 4}, {"short", short_runs, 4}, {"full", full_runs, 4}};
+const Shapes singles{all[0]}, short_ones{all[0], all[1]};
+const Shapes tile{{"single", single_runs, 1}}, tiles{tile[0], {"full", full_runs, 1}};
+
+template <class V, class R> struct Row {
+    QVO_RET (*construct)(qvo_seq_iterator_h result, qvo_seq_iterator_h input);
+    /// The result of n positions, whose length is returned.
+    size_t (*loop)(R* __restrict out, const V* __restrict in, size_t n);
+    void (*prepare)(Column<V>& column) = nullptr;  // makes the input fit for the family
+};
+
+template <class V, class R> Column<V> input_of(const Row<V, R>& row, Runs runs) {
+    auto column = random_column<V>(capacity<V>(), runs, 1);
+    if (row.prepare != nullptr) row.prepare(column);
+    return column;
+}
+
+template <class V> std::vector<V> flat_of(const Column<V>& column, size_t n_tiles) {
+    const std::vector<V> tile = column.flat();
+    std::vector<V> all;
+    for (size_t i = 0; i < n_tiles; ++i) all.insert(all.end(), tile.begin(), tile.end());
+    return all;
+}
+
+/// No family here delivers more than two positions for one and a tile.
+template <class V, class R> std::vector<R> run_loop(const Row<V, R>& row, const std::vector<V>& in) {
+    std::vector<R> out(2 * in.size() + sizeof(qvo_seq_payload_t));
+    out.resize(row.loop(out.data(), in.data(), in.size()));
+    return out;
+}
+
+template <class R> std::vector<R> drain(qvo_seq_iterator_h it) {
+    std::vector<R> all;
+    while (it->next(it) == QVO_S_OK)
+        for (size_t i = 0; i < it->tile_size; ++i) {
+            R value;
+            std::memcpy(&value, it->tile.u.arr_uint1 + i * sizeof value, sizeof value);
+            all.insert(all.end(), it->tile.u.arr_uint1[sizeof(qvo_seq_payload_t) - 1 - i], value);
+        }
+    return all;
+}
+
+template <class V, class R> void run_tiles(benchmark::State& state, const Row<V, R>& row, const Shape& shape) {
+    const auto column = input_of(row, shape.runs);
+    TileSeries<V> input(column, shape.n_tiles);
+    qvo_seq_iterator_t it{};
+    if (row.construct(&it, input.get()) != QVO_S_OK) return fail(state);
+    const auto expected = run_loop(row, flat_of(column, shape.n_tiles)), actual = drain<R>(&it);
+    if (actual.size() != expected.size() ||
+        std::memcmp(actual.data(), expected.data(), expected.size() * sizeof(R)) != 0)
+        return fail(state);
+    double rounds = 0;
+    for (auto _ : state) {
+        it.reset(&it);
+        while (it.next(&it) == QVO_S_OK) {}
+        benchmark::ClobberMemory();
+        ++rounds;
+    }
+    qvo_seq_free_buffer(&it);
+    rounds *= static_cast<double>(shape.n_tiles);
+    count(state, rounds * static_cast<double>(column.values.size()), rounds * static_cast<double>(column.positions()));
+}
+
+template <class V, class R> void run_flat(benchmark::State& state, const Row<V, R>& row, const Shape& shape) {
+    const auto in = flat_of(input_of(row, single_runs), shape.n_tiles);
+    // Half a page behind the input, modulo a page: arrays at the same place of their pages slow each other down.
+    constexpr size_t page = 4096;
+    std::vector<R> out(2 * in.size() + 2 * page);
+    const size_t distance = (reinterpret_cast<uintptr_t>(in.data()) - reinterpret_cast<uintptr_t>(out.data())) % page;
+    R* const result = out.data() + (distance + page / 2) % page / sizeof(R);
+    double elements = 0;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(row.loop(result, in.data(), in.size()));
+        benchmark::ClobberMemory();
+        elements += static_cast<double>(in.size());
+    }
+    count(state, elements, elements);
+}
+
+template <class V, class R> void add_rows(const char* family, const char* type, const Shapes& shapes, Row<V, R> row) {
+    add_case(family, type, "flat", [row, shape = shapes[0]](benchmark::State& state) { run_flat(state, row, shape); });
+    for (const Shape& shape : shapes)
+        add_case(family, type, shape.name, [=](benchmark::State& state) { run_tiles(state, row, shape); });
+}
+
+// ---- Second operands and callbacks ----
+
+/// Every 3rd position of four tiles of a type of the given width.
+template <size_t Width> qvo_seq_iterator_h some_positions() {
+    static const Column<qvo_uint8> column = [] {
+        Column<qvo_uint8> c;
+        for (size_t at = 1; at < 4 * (sizeof(qvo_seq_payload_t) / (Width + 1)); at += 3) c.values.push_back(at);
+        c.runs.assign(c.values.size(), 1);
+        return c;
+    }();
+    static Source<qvo_uint8> source(column);
+    source.get()->reset(source.get());
+    return source.get();
+}
+
+template <class V> const Column<V>& other_column() {
+    static const auto column = random_column<V>(capacity<V>(), single_runs, 2);
+    return column;
+}
+template <class V> qvo_seq_iterator_h other() {
+    static TileSeries<V> source(other_column<V>(), 1);
+    source.get()->reset(source.get());
+    return source.get();
+}
+
+/// A series of four arrays, each the tile of `input`.
+template <class V> struct Series {
+    qvo_seq_meta_iterator_t meta{};
+    QVO_RET (*unget)(qvo_seq_iterator_h, V*, qvo_size_t) = nullptr;
+    std::vector<V> values;
+    unsigned at = 0;
+
+    QVO_RET next() {
+        if (at == 4) return QVO_S_CURSOR_END;
+        ++at;
+        return unget(&meta.iterator, values.data(), values.size());
+    }
+    static Series& of(qvo_seq_meta_iterator_h meta) { return *static_cast<Series*>(meta->user_data); }
+    qvo_seq_meta_iterator_h open(qvo_seq_iterator_h input, decltype(unget) open_array) {
+        unget = open_array;
+        values.assign(capacity<V>(), V{});
+        std::memcpy(values.data(), input->tile.u.arr_uint1, values.size() * sizeof(V));
+        meta.user_data = this;
+        meta.first = [](qvo_seq_meta_iterator_h m) {
+            of(m).at = 0;
+            return of(m).next();
+        };
+        meta.next = [](qvo_seq_meta_iterator_h m) { return of(m).next(); };
+        return &meta;
+    }
+};
+template <class V> Series<V> series;
+
+template <class V> [[gnu::noinline]] V half(V v) { return static_cast<V>(v / 2); }
+template <class V> [[gnu::noinline]] qvo_seq_bool is_large(V v) { return v > 50; }
+template <class V> [[gnu::noinline]] V larger(V a, V b) { return a > b ? a : b; }
+template <class V> V (*volatile call_half)(V) = half<V>;
+template <class V> qvo_seq_bool (*volatile call_is_large)(V) = is_large<V>;
+template <class V> V (*volatile call_larger)(V, V) = larger<V>;
+
+/// Signs that change, and zeros.
+template <class V> void centre(Column<V>& column) {
+    for (V& value : column.values) value = static_cast<V>(value - 50);
+}
+template <class V> void with_nans(Column<V>& column) {
+    for (V& value : column.values) value = value > 80 ? std::numeric_limits<V>::quiet_NaN() : value;
+}
+
+// ---- The same over flat arrays ----
+
+template <class V> size_t flat_norm(double* __restrict out, const V* __restrict in, size_t n) {
+    double sum = 0;
+    for (size_t i = 0; i < n; ++i) sum += static_cast<double>(in[i]) * static_cast<double>(in[i]);
+    const double norm = std::sqrt(sum);
+    for (size_t i = 0; i < n; ++i) out[i] = static_cast<double>(in[i]) / norm;
+    return n;
+}
+template <class V> size_t flat_thin(V* __restrict out, const V* __restrict in, size_t n) {
+    size_t k = 0;
+    for (size_t i = 1; i < n; i += 3) out[k++] = in[i];
+    return k;
+}
+template <class V> size_t flat_repeat(V* __restrict out, const V* __restrict in, size_t n) {
+    for (size_t i = 0; i < n; ++i) out[2 * i] = out[2 * i + 1] = in[i];
+    return 2 * n;
+}
+template <class V> size_t flat_reverse(V* __restrict out, const V* __restrict in, size_t n) {
+    for (size_t i = 0; i < n; ++i) out[i] = in[n - 1 - i];
+    return n;
+}
+template <class V> size_t flat_diff(V* __restrict out, const V* __restrict in, size_t n) {
+    out[0] = 0;
+    for (size_t i = 1; i < n; ++i) out[i] = static_cast<V>(in[i] - in[i - 1]);
+    return n;
+}
+template <class V> size_t flat_trend(qvo_int1* __restrict out, const V* __restrict in, size_t n) {
+    int trend = out[0] = 0;
+    for (size_t i = 1; i < n; ++i) {
+        trend = in[i] > in[i - 1] ? 1 : in[i] < in[i - 1] ? -1 : trend;
+        out[i] = static_cast<qvo_int1>(trend);
+    }
+    return n;
+}
+
+template <class V> size_t flat_join(V* __restrict out, const V* __restrict in, size_t n) {
+    std::memcpy(out, in, n * sizeof(V));
+    return n;
+}
+template <class V> size_t flat_concat(V* __restrict out, const V* __restrict in, size_t n) {
+    const auto& right = other_column<V>().values;
+    std::memcpy(out, in, n * sizeof(V));
+    std::memcpy(out + n, right.data(), right.size() * sizeof(V));
+    return n + right.size();
+}
+/// The first call keeps every element.
+template <class V> size_t flat_unique(V* __restrict out, const V* __restrict in, size_t n) {
+    size_t k = 0;
+    for (size_t i = 0; i < n; ++i) {
+        out[k] = in[i];
+        k += i < capacity<V>() || in[i] != in[i - 1];
+    }
+    return k;
+}
+/// A zero counts for the value behind it.
+template <class V> size_t flat_cross(qvo_uint8* __restrict out, const V* __restrict in, size_t n) {
+    size_t k = 0, n_zeros = 0;
+    int sign = 0;
+    for (size_t i = 0; i < n; ++i) {
+        if (in[i] == 0) {
+            n_zeros += sign != 0;
+            continue;
+        }
+        const int now = in[i] > 0 ? 1 : -1;
+        if (now == -sign) out[k++] = i - n_zeros;
+        if (now != sign) n_zeros = 0;
+        sign = now;
+    }
+    return k;
+}
+template <class V> size_t flat_skip_nan(V* __restrict out, const V* __restrict in, size_t n) {
+    size_t k = 0;
+    for (size_t i = 0; i < n; ++i) {
+        out[k] = in[i];
+        k += in[i] == in[i];
+    }
+    return k;
+}
+constexpr size_t n_intervals = 50;
+template <class V> size_t flat_histogram(qvo_uint8* __restrict out, const V* __restrict in, size_t n) {
+    std::memset(out, 0, n_intervals * sizeof *out);
+    for (size_t i = 0; i < n; ++i) {
+        if (!(in[i] >= 0 && in[i] < 101)) return 0;
+        ++out[static_cast<size_t>(in[i]) * n_intervals / 101];
+    }
+    return n_intervals;
+}
+template <class V> size_t flat_extrema(qvo_uint8* __restrict out, const V* __restrict in, size_t n) {
+    size_t k = 0;
+    int direction = 0;
+    for (size_t i = 1; i < n; ++i) {
+        if (in[i] == in[i - 1]) continue;
+        const int now = in[i] > in[i - 1] ? 1 : -1;
+        if (now == -direction) out[k++] = i - 1;
+        direction = now;
+    }
+    return k;
+}
+/// As many as there is input.
+template <class V> size_t flat_progression(V* __restrict out, const V*, size_t n) {
+    for (size_t i = 0; i < n; ++i) out[i] = static_cast<V>(static_cast<V>(i) * 3 + 1);
+    return n;
+}
+
+template <class V> size_t flat_func(V* __restrict out, const V* __restrict in, size_t n) {
+    const auto f = call_half<V>;
+    for (size_t i = 0; i < n; ++i) out[i] = f(in[i]);
+    return n;
+}
+template <class V> size_t flat_cond(qvo_seq_bool* __restrict out, const V* __restrict in, size_t n) {
+    const auto f = call_is_large<V>;
+    for (size_t i = 0; i < n; ++i) out[i] = f(in[i]);
+    return n;
+}
+template <class V> size_t flat_func2(V* __restrict out, const V* __restrict in, size_t n) {
+    const auto f = call_larger<V>;
+    const auto& right = other_column<V>().values;
+    n = std::min(n, right.size());
+    for (size_t i = 0; i < n; ++i) out[i] = f(in[i], right[i]);
+    return n;
+}
+
+[[gnu::noinline]] bool is_word(const char* string, size_t width) { return std::memcmp(string, "A", width) == 0; }
+bool (*volatile call_is_word)(const char*, size_t) = is_word;
+size_t flat_match(qvo_seq_bool* __restrict out, const char* __restrict in, size_t n) {
+    const auto match = call_is_word;
+    for (size_t i = 0; i < n; ++i) out[i] = match(in + i, 1);
+    return n;
+}
+
+// ---- The table ----
+
+#define ROW(family, type, Result, shapes, ...) add_rows<qvo_##type, Result>(family, #type, shapes, {__VA_ARGS__});
+#define WITH(...) [](qvo_seq_iterator_h result, qvo_seq_iterator_h input) { return __VA_ARGS__; }
+
+#define FAMILIES(type)                                                                                             \
+    ROW("norm", type, double, tiles, qvo_seq_norm_##type, flat_norm)                                               \
+    ROW("thin", type, qvo_##type, singles, WITH(qvo_seq_thin_##type(result, input, 1, 3)), flat_thin)              \
+    ROW("repeat", type, qvo_##type, short_ones, WITH(qvo_seq_repeat_##type(result, input, 2)), flat_repeat)        \
+    ROW("reverse", type, qvo_##type, tiles, qvo_seq_reverse_##type, flat_reverse)                                  \
+    ROW("reverse_buffer", type, qvo_##type, singles, qvo_seq_reverse_##type, flat_reverse)                         \
+    ROW("diff", type, qvo_##type, all, qvo_seq_diff_##type, flat_diff)                                             \
+    ROW("trend", type, qvo_int1, all, qvo_seq_trend_##type, flat_trend)                                            \
+    ROW("concat", type, qvo_##type, all, WITH(qvo_seq_concat(result, input, other<qvo_##type>())), flat_concat)    \
+    ROW("join", type, qvo_##type, singles,                                                                         \
+        WITH(qvo_seq_join_##type(result, series<qvo_##type>.open(input, qvo_seq_unget_##type))), flat_join)        \
+    ROW("map", type, qvo_##type, singles,                                                                          \
+        WITH(qvo_seq_map_##type(result, input, some_positions<sizeof(qvo_##type)>())), flat_thin)                  \
+    ROW("unique", type, qvo_##type, singles, qvo_seq_unique_##type, flat_unique)                                   \
+    ROW("cross", type, qvo_uint8, singles, WITH(qvo_seq_cross_##type(result, input, 0)), flat_cross,               \
+        centre<qvo_##type>)                                                                                        \
+    ROW("histogram", type, qvo_uint8, singles, WITH(qvo_seq_histogram_##type(result, input, 0, 101, n_intervals)), \
+        flat_histogram)                                                                                            \
+    ROW("extrema", type, qvo_uint8, all, WITH(qvo_seq_extrema_##type(result, input, 0)), flat_extrema)             \
+    ROW("aprogres", type, qvo_##type, singles,                                                                     \
+        WITH((void(input), qvo_seq_aprogres_##type(result, 1, 3, 4 * capacity<qvo_##type>()))), flat_progression)  \
+    ROW("func", type, qvo_##type, all, WITH(qvo_seq_func_##type(result, input, call_half<qvo_##type>)), flat_func) \
+    ROW("cond", type, qvo_seq_bool, all, WITH(qvo_seq_cond_##type(result, input, call_is_large<qvo_##type>)),      \
+        flat_cond)                                                                                                 \
+    ROW("func2", type, qvo_##type, tile,                                                                           \
+        WITH(qvo_seq_func2_##type(result, input, other<qvo_##type>(), call_larger<qvo_##type>)), flat_func2)
+
+QVO_BENCH_FAMILIES(shape) {
+    FAMILIES(int1)
+    FAMILIES(int4)
+    FAMILIES(double)
+    ROW("skip_nan", float, float, all, qvo_seq_skip_nan_float, flat_skip_nan<float>, with_nans<float>)
+    ROW("skip_nan", double, double, all, qvo_seq_skip_nan_double, flat_skip_nan<double>, with_nans<double>)
+    // Strings of one byte, the pattern once without wildcards and once as a substring.
+    add_rows<char, qvo_seq_bool>("match", "equal", all, {WITH(qvo_seq_match(result, input, "A")), flat_match});
+    add_rows<char, qvo_seq_bool>("match", "within", all, {WITH(qvo_seq_match(result, input, "%A%")), flat_match});
+}
+
+}  // namespace
+}  // namespace qvo::bench
