@@ -80,7 +80,7 @@ void check_member(const char* name, ConstructBinary construct, qvo_seq_iterator_
             const auto part_of = [&](const std::vector<Elements>& side) {
                 return [&](size_t p) { return source_of(side[p], {random_tile_sizes(random)}); };
             };
-            const auto& [left, right] = sides;
+            const auto &left = sides[0], &right = sides[1];
             Parts joined(member, {part_of(left), part_of(right)}, parts);
             joined.join([&](size_t p) { return left[p].items.empty() || right[p].items.empty(); });
             Sums expected = fold(family, left[0], right[0]);

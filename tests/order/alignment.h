@@ -2,14 +2,15 @@
 // literal steps. The steps are stated on bytes, so that one statement serves all types.
 #pragma once
 
-#include "support/protocol.h"
+#include "support/number.h"
 
 namespace test {
 
 /// One member, its filler (where it has one) as bytes.
 struct Alignment {
-    std::string name;
-    std::function<QVO_RET(qvo_seq_iterator_h, const Member::Operands&, const std::string& filler)> construct;
+    const char* name;
+    uint8_t ts, type;
+    QVO_RET (*construct)(qvo_seq_iterator_h, const Member::Operands&, const std::string& filler);
     qvo_seq_iterator_next_t next;
     qvo_seq_iterator_reset_t reset;
 };
@@ -50,80 +51,73 @@ inline QVO_RET literal_deliver(qvo_seq_iterator_h it, size_t n) {
 }
 
 /// Timestamps that mostly ascend, with equal ones among them, and the extremes.
-template <class S> Items<S> random_timeline(Random& random, size_t n, unsigned most_apart) {
-    using V = typename S::value;
-    std::vector<V> stamps;
-    V at = random.below(4);
+inline Elements random_timeline(Random& random, uint8_t type, size_t n, unsigned most_apart) {
+    std::vector<Number> stamps;
+    Number at = random.below(4);
     for (size_t i = 0; i < n; ++i, at += random.below(most_apart + 1)) stamps.push_back(at);
-    if (random.chance(20)) stamps.back() = std::numeric_limits<V>::max();
-    if (random.chance(20)) stamps[random.below(unsigned(n))] = random.value<V>();
-    return singles<S>(stamps);
+    if (random.chance(20)) stamps.back() = wrapped(type, -1);
+    if (random.chance(20)) stamps[random.below(unsigned(n))] = random_number(random, type);
+    return elements_of(type, stamps);
 }
 
-/// A member over timestamps of S and values of T against the literal steps; steps(filler) makes a fresh statement.
-template <class S, class T>
-void check_alignment(
+/// A member against the literal steps; steps(filler) makes a fresh statement.
+inline void check_alignment(
     const Alignment& alignment, bool endless,
     const std::function<std::function<QVO_RET(qvo_seq_iterator_h)>(const std::string& filler)>& steps) {
-    using V = typename T::value;
     Member member;
     member.name = alignment.name;
-    member.type = T::code;
-    member.width = T::width;
+    member.type = alignment.type;
+    member.width = width_of(alignment.type);
     member.next = alignment.next;
     member.reset = alignment.reset;
     member.endless = endless;
     for (unsigned seed = 0; seed < 16; ++seed) {
-        SCOPED_TRACE(alignment.name + ", seed " + std::to_string(seed));
+        SCOPED_TRACE(alignment.name + (", seed " + std::to_string(seed)));
         Random random(seed);
-        const V filler = random.value<V>();
-        const std::string bytes(reinterpret_cast<const char*>(&filler), sizeof filler);
+        const std::string filler = bytes_of(alignment.type, random_number(random, alignment.type));
         member.construct = [&](qvo_seq_iterator_h it, const Member::Operands& o) {
-            return alignment.construct(it, o, bytes);
+            return alignment.construct(it, o, filler);
         };
         if (seed == 0) {
             // The last timestamp of ts1 is the largest, so that stretch0 ends with both.
-            member.operands = {operand<S>({{7}, {8}, {9}, {12}}), operand<S>({{1}, {3}, {8}, {10}}),
-                               operand<T>(random_items<T>(random, 4))};
+            member.operands = {operand(elements_of(alignment.ts, {7, 8, 9, 12})),
+                               operand(elements_of(alignment.ts, {1, 3, 8, 10})),
+                               operand(random_elements(random, alignment.type, 4))};
             check_protocol(member);
         }
         const size_t n1 = random.between(1, 2500), n2 = random.chance(30) ? 5 : random.between(1, 2500);
         const bool long_runs = random.chance(50);
-        Items<T> values = random_items<T>(random, long_runs ? n2 : n2 + random.below(700));
+        Elements values = random_elements(random, alignment.type, long_runs ? n2 : n2 + random.below(700));
         if (!long_runs)
-            for (auto& item : values) item.run = random.chance(95) ? 1 : 3;
-        const Items<S> ts1 = endless ? Items<S>{{std::numeric_limits<typename S::value>::max() / (1 + random.below(2))}}
-                                     : random_timeline<S>(random, n1, 3);
-        member.operands = {operand<S>(random.chance(50) ? ts1 : random_timeline<S>(random, n1, 3)),
-                           operand<S>(random_timeline<S>(random, n2, random.between(1, 20))), operand<T>(values)};
+            for (auto& item : values.items) item.run = random.chance(95) ? 1 : 3;
+        const Number late = wrapped(alignment.ts, -1) / (1 + random.below(2));
+        member.operands = {operand(endless && random.chance(50) ? elements_of(alignment.ts, {late})
+                                                                : random_timeline(random, alignment.ts, n1, 3)),
+                           operand(random_timeline(random, alignment.ts, n2, random.between(1, 20))), operand(values)};
         std::vector<Script> scripts(3);
-        for (Script& script : scripts) script.tile_sizes = random_tile_sizes(random);
-        if (seed % 3 == 2) {
-            Script& script = scripts[random.below(3)];
-            script.stop_at = random.below(1200);
-            script.stop_code = 4711;
-        }
-        check_steps(member, steps(bytes), scripts, nullptr, endless ? 12 : 10000);
+        for (Script& script : scripts) script = {random_tile_sizes(random), SIZE_MAX, 4711};
+        if (seed % 3 == 2) scripts[random.below(3)].stop_at = random.below(1200);
+        check_steps(member, steps(filler), scripts, nullptr, endless ? 12 : 10000);
         if (testing::Test::HasFailure()) return;
     }
 }
 
 /// Four elements of each operand, with one run that is not 1: the fatal stop, at the latest in the second call.
-template <class S> bool stops_on_run(const Alignment& alignment, size_t which, size_t element) {
-    Items<S> ts[2] = {{{5}, {6}, {7}, {8}}, {{1}, {2}, {6}, {7}}};
-    ts[which][element].run = 2;
-    Source ts1(S{}, ts[0]), ts2(S{}, ts[1]), values(t_int4{}, {{1, 255}});
+inline bool stops_on_run(const Alignment& alignment, size_t which, size_t element) {
+    Elements ts[] = {elements_of(alignment.ts, {5, 6, 7, 8}), elements_of(alignment.ts, {1, 2, 6, 7})};
+    ts[which].items[element].run = 2;
+    const auto ts1 = source_of(ts[0]), ts2 = source_of(ts[1]), values = source_of(elements_of<t_int4>({{1, 255}}));
     Record it;
-    EXPECT_EQ(alignment.construct(it.get(), {ts1.get(), ts2.get(), values.get()}, std::string(4, '\0')), QVO_S_OK);
+    EXPECT_EQ(alignment.construct(it.get(), {ts1->get(), ts2->get(), values->get()}, std::string(4, '\0')), QVO_S_OK);
     return catch_stop([&] { it->next(it.get()); }).stopped;
 }
 
 }  // namespace test
 
 /// A member by the types of its timestamps and values: with and without a filler.
-#define FILLED(stem, ts, type)                                                                     \
-    Alignment {                                                                                    \
-#stem "_" #ts "_" #type,                                                                         \
+#define FILLED(stem, ts, type)                                                                                                   \
+    Alignment {                                                                                                                  \
+#stem "_" #ts "_" #type, t_##ts::code, t_##type::code,                                                                         \
             [](qvo_seq_iterator_h it, const Member::Operands& o, const std::string& bytes) {             \
                 qvo_##type filler;                                                                       \
                 std::memcpy(&filler, bytes.data(), sizeof filler);                                       \
@@ -133,7 +127,7 @@ template <class S> bool stops_on_run(const Alignment& alignment, size_t which, s
     }
 #define UNFILLED(stem, ts, type)                                                                                     \
     Alignment {                                                                                                      \
-#stem "_" #ts "_" #type,                                                                                     \
+#stem "_" #ts "_" #type, t_##ts::code, t_##type::code,                                                       \
             [](qvo_seq_iterator_h it, const Member::Operands& o,                                                     \
                const std::string&) { return stem##_##ts##_##type(it, o[0], o[1], o[2]); },                           \
                                                                                         stem##_##ts##_##type##_next, \

@@ -37,8 +37,7 @@ auto asof_join_steps(const std::string& filler) {
 }
 
 TEST(AsofJoin, FollowsTheSteps) {
-#define CHECK_ASOF(ts, type) \
-    check_alignment<t_##ts, t_##type>(UNFILLED(qvo_seq_asof_join, ts, type), true, asof_join_steps);
+#define CHECK_ASOF(ts, type) check_alignment(UNFILLED(qvo_seq_asof_join, ts, type), true, asof_join_steps);
     QVO_SEQ_FOR_ALIGNED_TYPES(CHECK_ASOF)
 }
 
@@ -81,8 +80,8 @@ TEST(AsofJoin, EndsWithoutTimestampsOrValues) {
 TEST(AsofJoin, TimestampsOfTheSecondTimelineHaveRun1) {
     const Alignment asof_join = UNFILLED(qvo_seq_asof_join, uint8, int4);
     for (size_t element = 0; element < 3; ++element) {
-        EXPECT_TRUE(stops_on_run<t_uint8>(asof_join, 1, element));
-        EXPECT_FALSE(stops_on_run<t_uint8>(asof_join, 0, element));
+        EXPECT_TRUE(stops_on_run(asof_join, 1, element));
+        EXPECT_FALSE(stops_on_run(asof_join, 0, element));
     }
 }
 

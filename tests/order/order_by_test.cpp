@@ -1,5 +1,5 @@
 // A sequence in the order of a permutation: every type against the picked positions, loading and its failures.
-#include "support/protocol.h"
+#include "support/number.h"
 
 namespace test {
 namespace {
@@ -7,84 +7,76 @@ namespace {
 using Permutation = std::vector<qvo_seq_no_t>;
 
 /// The constructor of one type, the array of values untyped.
-using Construct = std::function<QVO_RET(qvo_seq_iterator_h, qvo_seq_iterator_h, const Permutation&, void*)>;
+using Construct = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h, const Permutation&, void*);
 
-template <class T> typename T::value draw(Random& random) {
-    if constexpr (std::is_same_v<T, t_char>)
-        return std::string(1, static_cast<char>(random.below(256))) + "bcdefghijklmnop" +
-               std::to_string(random.below(9));
-    else
-        return random.value<typename T::value>();
-}
-
-template <class T>
-void check_member(const char* name, Construct construct, qvo_seq_iterator_next_t next, size_t width) {
+void check_member(const char* name, Construct construct, qvo_seq_iterator_next_t next, uint8_t type, size_t width) {
     SCOPED_TRACE(name);
-    Random random(T::code);
+    Random random(type);
+    const auto draw = [&](size_t n) -> Elements {
+        if (type != QVO_DD_CHAR) return random_elements(random, type, n);
+        return {type, width, random_items<t_char>(random, n, [=](Random& r) {
+                    std::string bytes = std::string(1, static_cast<char>(r.below(256))) + "bcdefghijklmnop";
+                    bytes.resize(width, static_cast<char>('0' + r.below(9)));
+                    return bytes;
+                })};
+    };
+    const Permutation backwards{3, 2, 1, 0};
     Member member;
     member.name = name;
-    const typename T::value a = draw<T>(random), b = draw<T>(random);
-    const Permutation backwards{3, 2, 1, 0};
     member.construct = [&](qvo_seq_iterator_h it, const Member::Operands& o) {
         return construct(it, o[0], backwards, nullptr);
     };
-    member.type = T::code;
+    member.type = type;
     member.width = width;
     member.next = next;
     member.reset = qvo_seq_reset_unary_iterator;
     member.aggregate = true;  // sets `prepared` like one
     member.bound = {false};
-    member.operands = {operand<T>({{a}, {b}, {a}, {a}}, width)};
+    Elements four = draw(4);
+    for (auto& item : four.items) item.run = 1;
+    member.operands = {operand(four)};
     check_protocol(member);
 
     for (unsigned round = 0; round < 6; ++round) {
-        const Items<T> items = random_items<T>(random, random.between(1, 200), draw<T>);
-        const auto values = expand<T>(items);
+        const Elements elements = draw(random.between(1, 200));
+        const auto values = expand<t_char>(elements.items);
         Permutation permutation(values.size());
         for (auto& position : permutation) position = random.below(unsigned(values.size()));
-        Source input(T{}, items, {random_tile_sizes(random)}, width);
+        const auto input = source_of(elements, {random_tile_sizes(random)});
         std::string array;
-        for (const auto& value : values) array += Source::bytes_of<T>(value, width);
-        Items<T> expected;
-        for (const qvo_seq_no_t position : permutation) {
-            expected.push_back({values[position], 1});
-            if constexpr (std::is_same_v<T, t_char>) expected.back().value.resize(width, '\0');
-        }
+        for (const auto& value : values) array += value;
+        Items<t_char> expected;
+        for (const qvo_seq_no_t position : permutation) expected.push_back({values[position], 1});
         const bool given = round % 2 != 0;
         Allocator allocator;
         Record it;
-        ASSERT_EQ(construct(it.get(), input.get(), permutation, given ? array.data() : nullptr), QVO_S_OK);
+        ASSERT_EQ(construct(it.get(), input->get(), permutation, given ? array.data() : nullptr), QVO_S_OK);
         EXPECT_EQ(it->last_seq_no, values.size() - 1);
         EXPECT_EQ(it->buf_size, values.size() * width);
-        EXPECT_TRUE(it->owned_buf == 1 && it->prepared == 0 && input->bounded == 0);
-        check_items<T>(drain<T>(it.get()), expected);
-        EXPECT_EQ(input.n_next() == 0, given);
+        EXPECT_TRUE(it->owned_buf == 1 && it->prepared == 0 && input->get()->bounded == 0);
+        check_items<t_char>(drain<t_char>(it.get()), expected);
+        EXPECT_EQ(input->n_next() == 0, given);
         EXPECT_EQ(allocator.blocks(), given ? 0U : 1U);
         EXPECT_EQ(it->reset(it.get()), QVO_S_OK);
         EXPECT_EQ(allocator.blocks(), 0U);
         EXPECT_EQ(it->buf, given ? array.data() : nullptr) << "the caller's array stays over a reset";
-        check_items<T>(drain<T>(it.get()), expected);
+        check_items<t_char>(drain<t_char>(it.get()), expected);
         if (!given) qvo_seq_free_buffer(it.get());
     }
 }
 
-#define CHECK_MEMBER(type, width)                                                                            \
-    check_member<t_##type>(                                                                                  \
-        "qvo_seq_order_by_" #type,                                                                           \
-        [](qvo_seq_iterator_h it, qvo_seq_iterator_h input, const Permutation& p, void* data) {              \
-            return qvo_seq_order_by_##type(it, input, p.data(), p.size(), static_cast<type##_value*>(data)); \
-        },                                                                                                   \
-        qvo_seq_order_by_##type##_next, width);
-#define CHECK_FIXED(type)                      \
-    {                                          \
-        using type##_value = qvo_##type;       \
-        CHECK_MEMBER(type, sizeof(qvo_##type)) \
-    }
+#define CHECK_MEMBER(type, value_type, width)                                                              \
+    check_member(                                                                                          \
+        "qvo_seq_order_by_" #type,                                                                         \
+        [](qvo_seq_iterator_h it, qvo_seq_iterator_h input, const Permutation& p, void* data) {            \
+            return qvo_seq_order_by_##type(it, input, p.data(), p.size(), static_cast<value_type*>(data)); \
+        },                                                                                                 \
+        qvo_seq_order_by_##type##_next, t_##type::code, width);
+#define CHECK_FIXED(type) CHECK_MEMBER(type, qvo_##type, sizeof(qvo_##type))
 
 TEST(OrderBy, PicksThePositions) {
     QVO_SEQ_FOR_FIXED_TYPES(CHECK_FIXED)
-    using char_value = char;
-    for (const size_t width : {1U, 8U, 15U, 300U}) CHECK_MEMBER(char, width)
+    for (const size_t width : {1U, 8U, 15U, 300U}) CHECK_MEMBER(char, char, width)
 }
 
 struct Int4 {

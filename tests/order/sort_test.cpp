@@ -3,18 +3,22 @@
 #include <algorithm>
 #include <numeric>
 
-#include "support/types.h"
+#include "support/number.h"
 
 namespace test {
 namespace {
 
 using Permutation = std::vector<qvo_seq_no_t>;
 
-template <class T> uint32_t model_seed = 123456789;
+/// The seed of the sorts of a type.
+uint32_t& model_seed(uint8_t type) {
+    static std::vector<uint32_t> seeds(256, 123456789);
+    return seeds[type];
+}
 
 /// The steps on positions; gt(a, b) says whether the value at position a is greater than that at b.
-template <class Gt> struct Model {
-    Gt gt;
+struct Model {
+    std::function<bool(qvo_seq_no_t a, qvo_seq_no_t b)> gt;
     uint32_t& seed;
     size_t heap_sorts = 0;
 
@@ -122,27 +126,40 @@ template <class Gt> struct Model {
     }
 };
 
-template <class T> auto model_of(const std::vector<typename T::value>& data) {
-    const auto gt = [&data](qvo_seq_no_t a, qvo_seq_no_t b) { return data[a] > data[b]; };
-    return Model<decltype(gt)>{gt, model_seed<T>};
-}
+/// Values of one type.
+struct Data {
+    uint8_t type;
+    std::vector<Number> values;
+
+    size_t size() const { return values.size(); }
+    std::string bytes() const {
+        std::string all;
+        for (const Number v : values) all += bytes_of(type, v);
+        return all;
+    }
+    Model model() const {
+        return {[this](qvo_seq_no_t a, qvo_seq_no_t b) { return values[a] > values[b]; }, model_seed(type)};
+    }
+};
 
 /// The functions of one type.
-template <class T> struct Api {
-    using V = typename T::value;
-    QVO_RET (*sort)(const V*, qvo_seq_no_t*, qvo_size_t, qvo_seq_order_t);
-    qvo_bool (*sorted)(const V*, qvo_size_t);
-    qvo_bool (*rev_sorted)(const V*, qvo_size_t);
+struct Api {
+    uint8_t type;
+    QVO_RET (*sort)(const void*, qvo_seq_no_t*, qvo_size_t, qvo_seq_order_t);
+    qvo_bool (*sorted)(const void*, qvo_size_t);
+    qvo_bool (*rev_sorted)(const void*, qvo_size_t);
     void (*init)(qvo_seq_no_t*, qvo_size_t, qvo_seq_order_t);
-    void (*insertion)(const V*, qvo_seq_no_t*, qvo_size_t);
-    void (*median)(const V*, qvo_seq_no_t*, qvo_size_t);
-    void (*heap)(const V*, qvo_seq_no_t*, qvo_size_t);
-    void (*qloop)(const V*, qvo_seq_no_t*, qvo_size_t, unsigned);
+    void (*insertion)(const void*, qvo_seq_no_t*, qvo_size_t);
+    void (*median)(const void*, qvo_seq_no_t*, qvo_size_t);
+    void (*heap)(const void*, qvo_seq_no_t*, qvo_size_t);
+    void (*qloop)(const void*, qvo_seq_no_t*, qvo_size_t, unsigned);
 };
-#define API(type)                                                                                              \
-    Api<t_##type> {                                                                                            \
-        qvo_seq_sort_##type, sorted_##type, rev_sorted_##type, init_permutation_##type, insertion_sort_##type, \
-            median_estimate_##type, heap_sort_##type, qloop_##type                                             \
+#define CALL(function, type) \
+    [](const void* data, auto... rest) { return function##_##type(static_cast<const qvo_##type*>(data), rest...); }
+#define API(type)                                                                                                      \
+    Api {                                                                                                              \
+        t_##type::code, CALL(qvo_seq_sort, type), CALL(sorted, type), CALL(rev_sorted, type), init_permutation_##type, \
+            CALL(insertion_sort, type), CALL(median_estimate, type), CALL(heap_sort, type), CALL(qloop, type)          \
     }
 
 void expect_same(const Permutation& actual, const Permutation& expected, const std::string& what) {
@@ -150,27 +167,27 @@ void expect_same(const Permutation& actual, const Permutation& expected, const s
     EXPECT_TRUE(actual == expected) << what << ": differs from entry " << at - actual.begin() << " on";
 }
 
-template <class T>
-void sorts_as_model(const Api<T>& api, const std::vector<typename T::value>& data, const std::string& what,
+void sorts_as_model(const Api& api, const Data& data, const std::string& what,
                     qvo_seq_order_t order = QVO_SEQ_ASC_ORDER) {
     Permutation actual(data.size(), ~qvo_seq_no_t{0});
-    EXPECT_EQ(api.sort(data.data(), actual.data(), data.size(), order), QVO_S_OK);
-    const std::string name = std::string(T::name) + ", " + what + ", n " + std::to_string(data.size());
-    expect_same(actual, model_of<T>(data).sort(data.size(), order), name);
+    EXPECT_EQ(api.sort(data.bytes().data(), actual.data(), data.size(), order), QVO_S_OK);
+    expect_same(actual, data.model().sort(data.size(), order), what + ", n " + std::to_string(data.size()));
 }
 
 /// Inputs by name; values are drawn anew for every call.
-template <class V> std::vector<V> input(const std::string& kind, size_t n, Random& random) {
-    std::vector<V> data(n);
-    for (V& v : data) do
-            v = random.value<V>();
-        while (!(v == v) && kind != "random with NaN");
+Data input(const std::string& kind, uint8_t type, size_t n, Random& random) {
+    std::vector<Number> data(n);
+    for (Number& v : data) do
+            v = random_number(random, type);
+        while (std::isnan(v) && kind != "random with NaN");
     if (kind == "few values")
-        for (V& v : data) v = static_cast<V>(random.below(3));
+        for (Number& v : data) v = random.below(3);
     else if (kind == "spread")
-        for (V& v : data) v = static_cast<V>(static_cast<V>(random.below(1U << 30)) + V(0.25 * random.below(4)));
+        for (Number& v : data)
+            v = is_floating(type) ? random.below(1U << 20) + 0.25 * random.below(4)
+                                  : wrapped(type, random.below(1U << 30));
     else if (kind == "constant")
-        std::fill(data.begin(), data.end(), static_cast<V>(7));
+        std::fill(data.begin(), data.end(), 7);
     else if (kind != "random" && kind != "random with NaN")
         std::sort(data.begin(), data.end());
     if (kind == "descending") std::reverse(data.begin(), data.end());
@@ -180,28 +197,30 @@ template <class V> std::vector<V> input(const std::string& kind, size_t n, Rando
     if (kind == "ascending start") std::shuffle(data.begin() + std::ptrdiff_t(n * 3 / 4), data.end(), std::mt19937(1));
     if (kind == "organ pipe") std::reverse(data.begin() + std::ptrdiff_t(n / 2), data.end());
     if (kind == "mostly NaN")
-        for (V& v : data)
-            if (random.chance(70))
-                v = std::numeric_limits<V>::has_quiet_NaN ? std::numeric_limits<V>::quiet_NaN() : V{};
-    return data;
+        for (Number& v : data)
+            if (random.chance(70)) v = is_floating(type) ? std::numeric_limits<Number>::quiet_NaN() : 0;
+    return {type, data};
 }
 
-template <class T> void check_sort(const Api<T>& api) {
-    Random random(T::code + 1);
+void check_sort(const Api& api) {
+    SCOPED_TRACE(testing::Message() << "type " << int{api.type});
+    Random random(api.type + 1U);
     static constexpr qvo_seq_order_t orders[] = {QVO_SEQ_ASC_ORDER, QVO_SEQ_DESC_ORDER, QVO_SEQ_NO_ORDER,
                                                  static_cast<qvo_seq_order_t>(3)};
+    const auto check = [&](const char* kind, size_t n, qvo_seq_order_t order) {
+        sorts_as_model(api, input(kind, api.type, n, random), kind, order);
+    };
     for (const char* kind : {"random", "random with NaN", "mostly NaN", "few values", "spread", "constant", "ascending",
                              "descending", "nearly ascending", "ascending start", "organ pipe"}) {
         for (const unsigned n :
              {0U, 1U, 2U, 3U, 7U, 49U, 50U, 51U, 52U, 53U, 100U, 129U, 130U, 131U, 195U, 1000U, 3001U})
-            sorts_as_model(api, input<typename T::value>(kind, n, random), kind, orders[random.below(4)]);
-        for (size_t i = 0; i < 20; ++i)
-            sorts_as_model(api, input<typename T::value>(kind, random.between(2, 400), random), kind, orders[i % 4]);
+            check(kind, n, orders[random.below(4)]);
+        for (size_t i = 0; i < 20; ++i) check(kind, random.between(2, 400), orders[i % 4]);
         if (testing::Test::HasFailure()) return;
     }
-    sorts_as_model(api, input<typename T::value>("random", 100000, random), "random");
-    sorts_as_model(api, input<typename T::value>("spread", 100000, random), "spread", QVO_SEQ_DESC_ORDER);
-    sorts_as_model(api, input<typename T::value>("nearly ascending", 100000, random), "nearly ascending");
+    check("random", 100000, QVO_SEQ_ASC_ORDER);
+    check("spread", 100000, QVO_SEQ_DESC_ORDER);
+    check("nearly ascending", 100000, QVO_SEQ_ASC_ORDER);
 }
 
 TEST(Sort, FollowsTheModel) {
@@ -211,77 +230,66 @@ TEST(Sort, FollowsTheModel) {
 
 /// Values that make every pivot a bad one: they are settled while the model compares them, as late as possible and as
 /// low as possible.
-template <class T> std::vector<typename T::value> killer(size_t n) {
-    const auto open = static_cast<typename T::value>(n);  // above all settled ones
-    std::vector<typename T::value> data(n, open);
+Data killer(uint8_t type, size_t n) {
+    const Number open = n;  // above all settled ones
+    std::vector<Number> data(n, open);
     data[0] = 1, data[1] = 0;  // no order to begin with
     size_t n_settled = 2, candidate = 0;
     const auto gt = [&](qvo_seq_no_t a, qvo_seq_no_t b) {
-        if (data[a] == open && data[b] == open && a != b)
-            data[a == candidate ? a : b] = static_cast<typename T::value>(n_settled++);
+        if (data[a] == open && data[b] == open && a != b) data[a == candidate ? a : b] = n_settled++;
         if (data[a] == open)
             candidate = a;
         else if (data[b] == open)
             candidate = b;
         return data[a] > data[b];
     };
-    uint32_t seed = model_seed<T>;  // of the sort that is to come
-    Model<decltype(gt)>{gt, seed}.sort(n, QVO_SEQ_ASC_ORDER);
-    return data;
-}
-
-template <class T> void check_killer(const Api<T>& api, size_t n) {
-    const auto data = killer<T>(n);
-    uint32_t seed = model_seed<T>;
-    auto model = model_of<T>(data);
-    model.sort(n, QVO_SEQ_ASC_ORDER);
-    EXPECT_GT(model.heap_sorts, 0U) << "bad pivots must end in heap sort";
-    model_seed<T> = seed;
-    sorts_as_model(api, data, "bad pivots");
+    uint32_t seed = model_seed(type);  // of the sort that is to come
+    Model{gt, seed}.sort(n, QVO_SEQ_ASC_ORDER);
+    return {type, data};
 }
 
 TEST(Sort, BadPivotsEndInHeapSort) {
-    check_killer(API(double), 2000);
-    check_killer(API(int4), 100000);
-    check_killer(API(datetime), 5000);
+    for (const auto& [api, n] : {std::pair(API(double), 2000U), {API(int4), 100000U}, {API(datetime), 5000U}}) {
+        const Data data = killer(api.type, n);
+        const uint32_t seed = model_seed(api.type);
+        Model model = data.model();
+        model.sort(n, QVO_SEQ_ASC_ORDER);
+        EXPECT_GT(model.heap_sorts, 0U) << "bad pivots must end in heap sort";
+        model_seed(api.type) = seed;
+        sorts_as_model(api, data, "bad pivots");
+    }
 }
 
-template <class T> void check_steps_of(const Api<T>& api) {
-    using V = typename T::value;
-    Random random(T::code + 100);
-    for (size_t round = 0; round < 60; ++round) {
+void check_steps_of(const Api& api) {
+    SCOPED_TRACE(testing::Message() << "type " << int{api.type});
+    Random random(api.type + 100U);
+    for (unsigned round = 0; round < 60; ++round) {
         const char* kinds[] = {"random with NaN", "mostly NaN", "few values", "spread", "nearly ascending"};
         const size_t n = round < 10 ? round : random.between(3, 300);
-        const std::vector<V> data = input<V>(kinds[round % 5], n, random);
-        auto model = model_of<T>(data);
+        const Data data = input(kinds[round % 5], api.type, n, random);
+        const std::string bytes = data.bytes();
+        const void* values = bytes.data();
+        Model model = data.model();
         if (n != 0) {
-            EXPECT_EQ(api.sorted(data.data(), n), model.sorted(n));
-            EXPECT_EQ(api.rev_sorted(data.data(), n), model.rev_sorted(n));
+            EXPECT_EQ(api.sorted(values, n), model.sorted(n));
+            EXPECT_EQ(api.rev_sorted(values, n), model.rev_sorted(n));
         }
         Permutation start(n), actual, expected;
         api.init(start.data(), n, QVO_SEQ_DESC_ORDER);
         for (size_t i = 0; i < n; ++i) EXPECT_EQ(start[i], n - 1 - i);
         api.init(start.data(), n, QVO_SEQ_NO_ORDER);
         for (size_t i = 0; i < n; ++i) EXPECT_EQ(start[i], i);
-        std::shuffle(start.begin(), start.end(), std::mt19937(static_cast<unsigned>(round)));
-        const auto check = [&](const char* step, auto library, auto literal) {
+        std::shuffle(start.begin(), start.end(), std::mt19937(round));
+        const auto check = [&](const char* step, auto library, auto literal, auto... depth) {
             actual = expected = start;
-            library(actual.data());
-            literal(expected.data());
-            expect_same(actual, expected, std::string(T::name) + " " + step + ", round " + std::to_string(round));
+            library(values, actual.data(), n, depth...);
+            (model.*literal)(expected.data(), n, depth...);
+            expect_same(actual, expected, std::string(step) + ", round " + std::to_string(round));
         };
-        check(
-            "insertion_sort", [&](auto p) { api.insertion(data.data(), p, n); },
-            [&](auto p) { model.insertion_sort(p, n); });
-        check(
-            "heap_sort", [&](auto p) { api.heap(data.data(), p, n); }, [&](auto p) { model.heap_sort(p, n); });
-        if (n >= 3)
-            check(
-                "median_estimate", [&](auto p) { api.median(data.data(), p, n); },
-                [&](auto p) { model.median_estimate(p, n); });
-        for (unsigned d = 0; d < 4; ++d)
-            check(
-                "qloop", [&](auto p) { api.qloop(data.data(), p, n, d); }, [&](auto p) { model.qloop(p, n, d); });
+        check("insertion_sort", api.insertion, &Model::insertion_sort);
+        check("heap_sort", api.heap, &Model::heap_sort);
+        if (n >= 3) check("median_estimate", api.median, &Model::median_estimate);
+        for (unsigned d = 0; d < 4; ++d) check("qloop", api.qloop, &Model::qloop, d);
         if (testing::Test::HasFailure()) return;
     }
 }
@@ -291,7 +299,7 @@ TEST(Sort, StepsFollowTheModel) {
     QVO_SEQ_FOR_FIXED_TYPES(CHECK_STEPS)
 }
 
-template <class V> Permutation sorted_by(const std::vector<V>& data, qvo_seq_order_t order) {
+Permutation sorted_by(const std::vector<int>& data, qvo_seq_order_t order) {
     Permutation p(data.size());
     qvo_seq_sort_int4(data.data(), p.data(), data.size(), order);
     return p;
@@ -299,33 +307,31 @@ template <class V> Permutation sorted_by(const std::vector<V>& data, qvo_seq_ord
 
 TEST(Sort, WorkedCases) {
     using P = Permutation;
-    EXPECT_EQ(sorted_by<int>({3, 1, 2}, QVO_SEQ_ASC_ORDER), (P{1, 2, 0}));
-    EXPECT_EQ(sorted_by<int>({1, 2, 2, 0}, QVO_SEQ_ASC_ORDER), (P{3, 0, 1, 2}));
-    EXPECT_EQ(sorted_by<int>({1, 2, 2, 0}, QVO_SEQ_DESC_ORDER), (P{2, 1, 0, 3}));
-    EXPECT_EQ(sorted_by<int>({5, 5, 5}, QVO_SEQ_DESC_ORDER), (P{2, 1, 0}));
+    EXPECT_EQ(sorted_by({3, 1, 2}, QVO_SEQ_ASC_ORDER), (P{1, 2, 0}));
+    EXPECT_EQ(sorted_by({1, 2, 2, 0}, QVO_SEQ_ASC_ORDER), (P{3, 0, 1, 2}));
+    EXPECT_EQ(sorted_by({1, 2, 2, 0}, QVO_SEQ_DESC_ORDER), (P{2, 1, 0, 3}));
+    EXPECT_EQ(sorted_by({5, 5, 5}, QVO_SEQ_DESC_ORDER), (P{2, 1, 0}));
 }
 
 TEST(Sort, WithoutAnOrderOnlyDescendingValuesStay_deliberate) {
     using P = Permutation;
-    EXPECT_EQ(sorted_by<int>({3, 2, 1}, QVO_SEQ_NO_ORDER), (P{0, 1, 2}));
-    EXPECT_EQ(sorted_by<int>({3, 2, 1}, QVO_SEQ_ASC_ORDER), (P{2, 1, 0}));
-    EXPECT_EQ(sorted_by<int>({3, 1, 2}, QVO_SEQ_NO_ORDER), (P{1, 2, 0}));
+    EXPECT_EQ(sorted_by({3, 2, 1}, QVO_SEQ_NO_ORDER), (P{0, 1, 2}));
+    EXPECT_EQ(sorted_by({3, 2, 1}, QVO_SEQ_ASC_ORDER), (P{2, 1, 0}));
+    EXPECT_EQ(sorted_by({3, 1, 2}, QVO_SEQ_NO_ORDER), (P{1, 2, 0}));
 }
 
 TEST(Sort, AnAscendingStartLeavesSlicesUnsorted_deliberate) {
-    std::vector<qvo_int4> data(1000);
-    for (int i = 0; i < 1000; ++i) data[size_t(i)] = i < 900 ? i : i * 37 % 100;
+    Data data{QVO_DD_INT4, std::vector<Number>(1000)};
+    for (int i = 0; i < 1000; ++i) data.values[size_t(i)] = i < 900 ? i : i * 37 % 100;
     const auto unsorted = [&data] {
+        const Permutation p = sorted_by(std::vector<int>(data.values.begin(), data.values.end()), QVO_SEQ_ASC_ORDER);
+        EXPECT_EQ(p, data.model().sort(p.size(), QVO_SEQ_ASC_ORDER));
         size_t n = 0;
-        Permutation p(data.size());
-        auto model = model_of<t_int4>(data);
-        qvo_seq_sort_int4(data.data(), p.data(), data.size(), QVO_SEQ_ASC_ORDER);
-        EXPECT_EQ(p, model.sort(data.size(), QVO_SEQ_ASC_ORDER));
-        for (size_t i = 1; i < p.size(); ++i) n += data[p[i - 1]] > data[p[i]];
+        for (size_t i = 1; i < p.size(); ++i) n += data.values[p[i - 1]] > data.values[p[i]];
         return n;
     };
     EXPECT_GT(unsorted(), 0U);
-    std::reverse(data.begin(), data.end());
+    std::reverse(data.values.begin(), data.values.end());
     EXPECT_EQ(unsorted(), 0U);
 }
 

@@ -38,23 +38,12 @@ auto stretch0_steps(const std::string& filler) {
         const size_t capacity = capacity_of(it->elem_size);
         if (left_end && right_end) return QVO_S_CURSOR_END;
         for (size_t i = 0; i < capacity; ++i) {
-            if (!left_end) {
-                const QVO_RET rc = literal_pull(ts1);
-                if (rc == QVO_S_CURSOR_END) {
-                    left_end = true;
-                    if (right_end) return i != 0 ? literal_deliver(it, i) : rc;
-                } else if (rc != QVO_S_OK) {
-                    return rc;
-                }
-            }
-            if (!right_end) {
-                const QVO_RET rc = literal_pull(ts2);
-                if (rc == QVO_S_CURSOR_END) {
-                    right_end = true;
-                    if (left_end) return i != 0 ? literal_deliver(it, i) : rc;
-                } else if (rc != QVO_S_OK) {
-                    return rc;
-                }
+            for (const auto& [ts, end] : {std::pair(ts1, &left_end), {ts2, &right_end}}) {
+                if (*end) continue;
+                const QVO_RET rc = literal_pull(ts);
+                *end = rc == QVO_S_CURSOR_END;
+                if (left_end && right_end) return i != 0 ? literal_deliver(it, i) : rc;
+                if (rc != QVO_S_OK && !*end) return rc;
             }
             std::string bytes = filler;
             if (left_end) {
@@ -73,14 +62,12 @@ auto stretch0_steps(const std::string& filler) {
 }
 
 TEST(Stretch, FollowsTheSteps) {
-#define CHECK_STRETCH(ts, type) \
-    check_alignment<t_##ts, t_##type>(FILLED(qvo_seq_stretch, ts, type), true, stretch_steps);
+#define CHECK_STRETCH(ts, type) check_alignment(FILLED(qvo_seq_stretch, ts, type), true, stretch_steps);
     QVO_SEQ_FOR_ALIGNED_TYPES(CHECK_STRETCH)
 }
 
 TEST(Stretch0, FollowsTheSteps) {
-#define CHECK_STRETCH0(ts, type) \
-    check_alignment<t_##ts, t_##type>(FILLED(qvo_seq_stretch0, ts, type), false, stretch0_steps);
+#define CHECK_STRETCH0(ts, type) check_alignment(FILLED(qvo_seq_stretch0, ts, type), false, stretch0_steps);
     QVO_SEQ_FOR_ALIGNED_TYPES(CHECK_STRETCH0)
 }
 
@@ -148,10 +135,10 @@ TEST(Stretch0, AfterTheFirstTimelineTheValuesDecide_deliberate) {
 TEST(Stretch, TimestampsHaveRun1) {
     const Alignment stretch = FILLED(qvo_seq_stretch, uint4, int4), stretch0 = FILLED(qvo_seq_stretch0, datetime, int4);
     for (size_t element = 0; element < 3; ++element) {
-        EXPECT_TRUE(stops_on_run<t_uint4>(stretch, 1, element));
-        EXPECT_FALSE(stops_on_run<t_uint4>(stretch, 0, element));
-        EXPECT_TRUE(stops_on_run<t_datetime>(stretch0, 0, element));
-        EXPECT_TRUE(stops_on_run<t_datetime>(stretch0, 1, element));
+        EXPECT_TRUE(stops_on_run(stretch, 1, element));
+        EXPECT_FALSE(stops_on_run(stretch, 0, element));
+        EXPECT_TRUE(stops_on_run(stretch0, 0, element));
+        EXPECT_TRUE(stops_on_run(stretch0, 1, element));
     }
 }
 

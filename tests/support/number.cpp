@@ -87,6 +87,12 @@ Elements random_elements(Random& random, uint8_t type, size_t n) {
     return random_elements(random, type, n, [=](Random& r) { return random_number(r, type); });
 }
 
+Elements elements_of(uint8_t type, const std::vector<Number>& values) {
+    Elements elements{type, width_of(type), {}};
+    for (const Number v : values) elements.items.push_back({bytes_of(type, v), 1});
+    return elements;
+}
+
 std::unique_ptr<Source> source_of(const Elements& elements, Script script) {
     auto source = std::make_unique<Source>(t_char{}, elements.items, std::move(script), elements.width);
     source->get()->elem_type = elements.type;

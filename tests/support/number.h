@@ -47,6 +47,7 @@ template <class T> Elements elements_of(const Items<T>& items, size_t width = So
     for (const auto& item : items) elements.items.push_back({Source::bytes_of<T>(item.value, width), item.run});
     return elements;
 }
+Elements elements_of(uint8_t type, const std::vector<Number>& values);
 std::unique_ptr<Source> source_of(const Elements& elements, Script script = {});
 MakeSource operand(const Elements& elements);
 
