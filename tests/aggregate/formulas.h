@@ -66,4 +66,18 @@ inline Number model_avg(const Group& g) {
 }
 inline Number model_count(const Group& g) { return count_of(g); }
 
+/// (q - s^2 / n) / n, with one less for n in the sample form.
+inline double variance(const Group& g, bool sample) {
+    if (sample && count_of(g) == 1) return 0.0;
+    const double n = static_cast<double>(count_of(g) - sample), s = real_sum(g);
+    const double q = sum_of(g, [](const Stretch& t) {
+        return static_cast<double>(t.v) * static_cast<double>(t.v) * static_cast<double>(t.n);
+    });
+    return (q - s * s / n) / n;
+}
+inline Number model_var(const Group& g) { return variance(g, false); }
+inline Number model_var_samp(const Group& g) { return variance(g, true); }
+inline Number model_dev(const Group& g) { return std::sqrt(variance(g, false)); }
+inline Number model_dev_samp(const Group& g) { return std::sqrt(variance(g, true)); }
+
 }  // namespace test

@@ -1,51 +1,15 @@
 // Cells: every member against a literal statement of its steps.
+#include "aggregate/formulas.h"
 #include "aggregate/steps.h"
 
 namespace test {
 namespace {
 
-/// The state of a cell; the type is that of its accumulator and of what the tile holds.
-struct Cell {
-    uint8_t type;
-    Number accumulator = 0;
-    double norm = 0;
-    uint64_t count = 0;
-};
-
-/// How a value goes into a cell, and what the cell gives.
-struct Formula {
-    void (*fold)(Cell& c, Number v);
-    Number (*finish)(const Cell& c);
-};
-
-Number accumulated(const Cell& c) { return c.accumulator; }
-void add(Cell& c, Number v) {
-    const auto x = static_cast<double>(v);
-    c.accumulator = c.count == 0 ? v : sum_in(c.type, c.accumulator, v);
-    c.norm = c.count == 0 ? x * x : c.norm + x * x;
-}
-double spread(const Cell& c, uint64_t less) {
-    const auto s = static_cast<double>(c.accumulator), n = static_cast<double>(c.count - less);
-    return less != 0 && c.count == 1 ? 0.0 : (c.norm - s * s / n) / n;
-}
-void keep_larger(Cell& c, Number v) {
-    if (c.count == 0 || v > c.accumulator) c.accumulator = v;
-}
-void keep_smaller(Cell& c, Number v) {
-    if (c.count == 0 || v < c.accumulator) c.accumulator = v;
-}
-const Formula largest{keep_larger, accumulated}, smallest{keep_smaller, accumulated}, sum{add, accumulated},
-    average{add, [](const Cell&c) -> Number { return static_cast<double>(c.accumulator) / double(c.count); }},
-    var{add, [](const Cell&c) -> Number { return spread(c, 0); }},
-    var_samp{add, [](const Cell&c) -> Number { return spread(c, 1); }},
-    dev{add, [](const Cell&c) -> Number { return std::sqrt(spread(c, 0)); }},
-    dev_samp{add, [](const Cell&c) -> Number { return std::sqrt(spread(c, 1)); }};
-
 using Constructor = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_size_t);
 
-/// `held` is the type that the tile holds; the label is double throughout.
+/// The tile holds values of `held`, the label is double throughout. What is double is also summed up in double.
 void check_member(const char* name, Constructor construct, qvo_seq_iterator_next_t next, uint8_t type, uint8_t held,
-                  const Formula& formula) {
+                  const Model& model) {
     SCOPED_TRACE(name);
     for (const uint64_t interval : {uint64_t{0}, uint64_t{1}, uint64_t{2}, uint64_t{7}, uint64_t{600}, ~uint64_t{0}}) {
         SCOPED_TRACE("interval " + std::to_string(interval));
@@ -53,23 +17,23 @@ void check_member(const char* name, Constructor construct, qvo_seq_iterator_next
             name, [=](qvo_seq_iterator_h it, qvo_seq_iterator_h input) { return construct(it, input, interval); },
             QVO_DD_DOUBLE, next, qvo_seq_reset_unary_agg_iterator);
         check_random_steps(member, type, 8, [=] {
-            return [=, cell = Cell{held}](qvo_seq_iterator_h it) mutable {
+            return [=, cell = Group{held == QVO_DD_DOUBLE ? held : type, held, {}}](qvo_seq_iterator_h it) mutable {
                 size_t n = 0;
                 const auto emit = [&] {
-                    literal_put_number(it, n++, held, formula.finish(cell));
+                    literal_put_number(it, n++, held, model(cell));
                     ++it->next_seq_no;
-                    cell.count = 0;
+                    cell.stretches.clear();
                 };
                 const QVO_RET rc = literal_positions(
-                    it, [&] { return n + cell.count; },
+                    it, [&] { return n + cell.stretches.size(); },
                     [&](Number v) {
-                        formula.fold(cell, v);
-                        if (++cell.count != interval) return false;
+                        cell.stretches.push_back({v, 0, "", 1, 0});
+                        if (cell.stretches.size() != interval) return false;
                         emit();
                         return n == capacity_of(width_of(held));
                     });
                 if (rc != QVO_S_OK) return rc;
-                if (cell.count != 0) emit();
+                if (!cell.stretches.empty()) emit();
                 it->tile_size = static_cast<uint16_t>(n);
                 return rc;
             };
@@ -78,18 +42,18 @@ void check_member(const char* name, Constructor construct, qvo_seq_iterator_next
     }
 }
 
-#define CHECK(op, type, held, formula) \
-    check_member(MEMBER(qvo_seq_grid_agg_##op##_##type), t_##type::code, t_##held::code, formula);
+#define CHECK(op, type, held) \
+    check_member(MEMBER(qvo_seq_grid_agg_##op##_##type), t_##type::code, t_##held::code, model_##op);
 
-#define TEST_MEMBERS(type, total, mean)     \
-    CHECK(max, type, type, largest)         \
-    CHECK(min, type, type, smallest)        \
-    CHECK(sum, type, total, sum)            \
-    CHECK(avg, type, double, average)       \
-    CHECK(var, type, double, var)           \
-    CHECK(var_samp, type, double, var_samp) \
-    CHECK(dev, type, double, dev)           \
-    CHECK(dev_samp, type, double, dev_samp)
+#define TEST_MEMBERS(type, total, mean) \
+    CHECK(max, type, type)              \
+    CHECK(min, type, type)              \
+    CHECK(sum, type, total)             \
+    CHECK(avg, type, double)            \
+    CHECK(var, type, double)            \
+    CHECK(var_samp, type, double)       \
+    CHECK(dev, type, double)            \
+    CHECK(dev_samp, type, double)
 
 TEST(Grid, AllResultsAreLabelledDouble_deliberate) { QVO_SEQ_FOR_AGGREGATE_TYPES(TEST_MEMBERS) }
 

@@ -9,55 +9,56 @@ namespace test {
 
 /// `next` of a member; what it keeps between calls is in the returned function.
 inline std::function<QVO_RET(qvo_seq_iterator_h)> literal_group_next(size_t n_operands, const Model& model) {
-    return [=, group = Group{}, count = uint64_t{0}, last_key = std::string()](qvo_seq_iterator_h it) mutable -> QVO_RET {
-        const qvo_seq_iterator_h group_by = it->opd[n_operands - 1];
-        const size_t width = group_by->elem_size;
-        const bool whole = width == 1 || width == 2 || width == 4 || width == 8;
-        const size_t capacity = std::min(capacity_of(it->elem_size), whole ? 4096 : 4096 / width);
-        size_t k = 0;
-        const auto close = [&] {
-            group.type = it->opd[0]->elem_type;
-            group.result = it->elem_type;
-            literal_put_number(it, k++, it->elem_type, model(group));
-            ++it->next_seq_no;
-            group.stretches.clear();
-            count = 0;
-        };
-        for (;;) {
-            for (size_t o = 0; o < n_operands; ++o) {
-                const qvo_seq_iterator_h operand = it->opd[o];
-                if (operand->tile_offs < operand->tile_size) continue;
-                const QVO_RET rc = operand->next(operand);
-                if (rc == QVO_S_CURSOR_END && k + count != 0) {
-                    if (count != 0) close();
-                    it->tile_size = static_cast<uint16_t>(k);
-                    return QVO_S_OK;
-                }
-                if (rc != QVO_S_OK) return rc;
-                operand->tile_offs = 0;
-            }
-            unsigned n = 255;
-            for (size_t o = 0; o < n_operands; ++o) n = std::min(n, literal_run_left(it->opd[o]));
-            if (group_by->rle_offs == 0) {
-                const size_t at = whole ? group_by->tile_offs : k;
-                const std::string key(group_by->tile.u.arr_char + at * width, width);
-                const bool differs = std::exchange(last_key, key) != key;
-                if (count != 0 && differs) {
-                    close();
-                    if (k == capacity) {
+    return
+        [=, group = Group{}, count = uint64_t{0}, last_key = std::string()](qvo_seq_iterator_h it) mutable -> QVO_RET {
+            const qvo_seq_iterator_h group_by = it->opd[n_operands - 1];
+            const size_t width = group_by->elem_size;
+            const bool whole = width == 1 || width == 2 || width == 4 || width == 8;
+            const size_t capacity = std::min(capacity_of(it->elem_size), whole ? 4096 : 4096 / width);
+            size_t k = 0;
+            const auto close = [&] {
+                group.type = it->opd[0]->elem_type;
+                group.result = it->elem_type;
+                literal_put_number(it, k++, it->elem_type, model(group));
+                ++it->next_seq_no;
+                group.stretches.clear();
+                count = 0;
+            };
+            for (;;) {
+                for (size_t o = 0; o < n_operands; ++o) {
+                    const qvo_seq_iterator_h operand = it->opd[o];
+                    if (operand->tile_offs < operand->tile_size) continue;
+                    const QVO_RET rc = operand->next(operand);
+                    if (rc == QVO_S_CURSOR_END && k + count != 0) {
+                        if (count != 0) close();
                         it->tile_size = static_cast<uint16_t>(k);
                         return QVO_S_OK;
                     }
+                    if (rc != QVO_S_OK) return rc;
+                    operand->tile_offs = 0;
                 }
+                unsigned n = 255;
+                for (size_t o = 0; o < n_operands; ++o) n = std::min(n, literal_run_left(it->opd[o]));
+                if (group_by->rle_offs == 0) {
+                    const size_t at = whole ? group_by->tile_offs : k;
+                    const std::string key(group_by->tile.u.arr_char + at * width, width);
+                    const bool differs = std::exchange(last_key, key) != key;
+                    if (count != 0 && differs) {
+                        close();
+                        if (k == capacity) {
+                            it->tile_size = static_cast<uint16_t>(k);
+                            return QVO_S_OK;
+                        }
+                    }
+                }
+                const auto value = [&](size_t o) { return literal_number(it->opd[o], it->opd[o]->tile_offs); };
+                const Number v = value(0);
+                group.stretches.push_back(
+                    {v, n_operands == 3 ? value(1) : 0, bytes_of(it->opd[0]->elem_type, v), n, /*part=*/0});
+                count += n;
+                for (size_t o = 0; o < n_operands; ++o) literal_take(it->opd[o], n);
             }
-            const auto value = [&](size_t o) { return literal_number(it->opd[o], it->opd[o]->tile_offs); };
-            const Number v = value(0);
-            group.stretches.push_back(
-                {v, n_operands == 3 ? value(1) : 0, bytes_of(it->opd[0]->elem_type, v), n, /*part=*/0});
-            count += n;
-            for (size_t o = 0; o < n_operands; ++o) literal_take(it->opd[o], n);
-        }
-    };
+        };
 }
 
 /// Keys that stay the same over several elements now and then, come again, and differ in one byte.

@@ -4,23 +4,10 @@
 namespace test {
 namespace {
 
-Number first(const Group& g) { return g.stretches.front().v; }
-Number last(const Group& g) { return g.stretches.back().v; }
+Number model_first(const Group& g) { return g.stretches.front().v; }
+Number model_last(const Group& g) { return g.stretches.back().v; }
 
-/// (q - s^2 / n) / n, with one less for n in the sample form.
-double variance(const Group& g, bool sample) {
-    if (sample && count_of(g) == 1) return 0.0;
-    const double n = static_cast<double>(count_of(g) - sample), s = real_sum(g);
-    const double q = sum_of(g, [](const Stretch& t) {
-        return static_cast<double>(t.v) * static_cast<double>(t.v) * static_cast<double>(t.n);
-    });
-    return (q - s * s / n) / n;
-}
-Number var(const Group& g) { return variance(g, false); }
-Number var_samp(const Group& g) { return variance(g, true); }
-Number dev(const Group& g) { return std::sqrt(variance(g, false)); }
-Number dev_samp(const Group& g) { return std::sqrt(variance(g, true)); }
-Number weighted_average(const Group& g) {
+Number model_wavg(const Group& g) {
     const double norm = sum_of(g, [](const Stretch& t) {
         return static_cast<double>(t.v) * static_cast<double>(t.w) * static_cast<double>(t.n);
     });
@@ -28,8 +15,8 @@ Number weighted_average(const Group& g) {
     return converted(g.result, norm / static_cast<double>(static_cast<int64_t>(product(g.stretches.back()))));
 }
 
-void check_weighted_average(const char* name, decltype(qvo_seq_group_agg_wavg_int4)* construct,
-                            qvo_seq_iterator_next_t next, uint8_t type, uint8_t result) {
+void check_wavg(const char* name, decltype(qvo_seq_group_agg_wavg_int4)* construct, qvo_seq_iterator_next_t next,
+                uint8_t type, uint8_t result) {
     Member member = group_member(name, nullptr, next, result);
     member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) {
         return construct(it, o[0], o[1], o[2]);
@@ -37,24 +24,24 @@ void check_weighted_average(const char* name, decltype(qvo_seq_group_agg_wavg_in
     member.reset = qvo_seq_reset_ternary_agg_iterator;
     member.own_refusals = false;
     member.type_checked = {true, true, false};
-    check_group(member, type, 3, weighted_average);
+    check_group(member, type, 3, model_wavg);
 }
 
-#define CHECK(op, type, result, model) \
-    check_group(group_member(MEMBER(qvo_seq_group_agg_##op##_##type), t_##result::code), t_##type::code, 2, model);
+#define CHECK(op, type, result) \
+    check_group(group_member(MEMBER(qvo_seq_group_agg_##op##_##type), t_##result::code), t_##type::code, 2, model_##op);
 
-#define TEST_MEMBER(type, total, mean)      \
-    CHECK(max, type, type, model_max)       \
-    CHECK(min, type, type, model_min)       \
-    CHECK(first, type, type, first)         \
-    CHECK(last, type, type, last)           \
-    CHECK(sum, type, total, model_sum)      \
-    CHECK(avg, type, mean, model_avg)       \
-    CHECK(var, type, double, var)           \
-    CHECK(var_samp, type, double, var_samp) \
-    CHECK(dev, type, double, dev)           \
-    CHECK(dev_samp, type, double, dev_samp) \
-    check_weighted_average(MEMBER(qvo_seq_group_agg_wavg_##type), t_##type::code, t_##total::code);
+#define TEST_MEMBER(type, total, mean) \
+    CHECK(max, type, type)             \
+    CHECK(min, type, type)             \
+    CHECK(first, type, type)           \
+    CHECK(last, type, type)            \
+    CHECK(sum, type, total)            \
+    CHECK(avg, type, mean)             \
+    CHECK(var, type, double)           \
+    CHECK(var_samp, type, double)      \
+    CHECK(dev, type, double)           \
+    CHECK(dev_samp, type, double)      \
+    check_wavg(MEMBER(qvo_seq_group_agg_wavg_##type), t_##type::code, t_##total::code);
 
 TEST(Group, FollowsTheModel) { QVO_SEQ_FOR_AGGREGATE_TYPES(TEST_MEMBER) }
 
