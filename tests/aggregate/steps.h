@@ -56,7 +56,7 @@ inline void check_random_steps(Member member, uint8_t type, unsigned seeds,
         SCOPED_TRACE("seed " + std::to_string(seed));
         Random random(seed);
         const auto draw = [=](Random& r) { return seed % 2 != 0 ? random_number(r, type) : Number(r.below(100)); };
-        member.operands = {operand(random_elements(random, type, seed == 0 ? 5 : random.between(1, 300), draw))};
+        member.operands = {operand(random_elements(random, type, random.between(seed == 0 ? 50 : 1, 300), draw))};
         if (seed == 0) check_protocol(member);
         Script script{random_tile_sizes(random)};
         if (seed % 4 == 3) script.stop_at = random.below(200), script.stop_code = 4711;

@@ -134,15 +134,6 @@ TEST(Window, WorkedCases) {
     check_items<t_int4>(result_of<t_int4>(qvo_seq_window_agg_min_int4, counted, 3), {{0}, {0}, {0}, {0}});
 }
 
-TEST(Window, ResetStartsWithAnEmptyWindow) {
-    Source source(t_int4{}, {{7}, {3}, {9}}, {{1}});
-    Record it;
-    ASSERT_EQ(qvo_seq_window_agg_max_int4(it.get(), source.get(), 2), QVO_S_OK);
-    const auto first = drain<t_int4>(it.get());
-    ASSERT_EQ(it->reset(it.get()), QVO_S_OK);
-    check_items<t_int4>(drain<t_int4>(it.get()), first);
-}
-
 TEST(WindowDeathTest, AnIntervalOf0DividesByZero) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(result_of<t_int8>(qvo_seq_window_agg_sum_int4, Items<t_int4>{{1}}, 0), testing::KilledBySignal(SIGFPE),

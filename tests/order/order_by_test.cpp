@@ -91,18 +91,6 @@ struct Int4 {
     QVO_RET next() { return it->next(it.get()); }
 };
 
-TEST(OrderBy, TilesOf820Elements) {
-    Permutation backwards(820);
-    for (size_t i = 0; i < 820; ++i) backwards[i] = 819 - i;
-    Int4 by({{1, 255}, {2, 255}, {3, 255}, {4, 55}}, backwards);
-    EXPECT_EQ(by.next(), QVO_S_OK);
-    EXPECT_EQ(by.it->tile_size, 819);
-    EXPECT_EQ(tile_items<t_int4>(by.it.it)[0].value, 4);
-    EXPECT_EQ(by.next(), QVO_S_OK);
-    check_items<t_int4>(tile_items<t_int4>(by.it.it), {{1}});
-    EXPECT_EQ(by.next(), QVO_S_CURSOR_END);
-}
-
 TEST(OrderBy, AFailedLoadReleasesItsBufferAndLoadsAgain) {
     Allocator allocator;
     Int4 by({{10}, {20}, {30}}, {2, 0, 1}, {{}, 2, 4711});
