@@ -16,28 +16,31 @@ void check_member(const char* name, Constructor construct, qvo_seq_iterator_next
         const Member member = stepwise_member(
             name, [=](qvo_seq_iterator_h it, qvo_seq_iterator_h input) { return construct(it, input, interval); },
             QVO_DD_DOUBLE, next, qvo_seq_reset_unary_agg_iterator);
-        check_random_steps(member, type, 8, [=] {
-            return [=, cell = Group{held == QVO_DD_DOUBLE ? held : type, held, {}}](qvo_seq_iterator_h it) mutable {
-                size_t n = 0;
-                const auto emit = [&] {
-                    literal_put_number(it, n++, held, model(cell));
-                    ++it->next_seq_no;
-                    cell.stretches.clear();
+        check_random_steps(
+            member, type, 8,
+            [=] {
+                return [=, cell = Group{held == QVO_DD_DOUBLE ? held : type, held, {}}](qvo_seq_iterator_h it) mutable {
+                    size_t n = 0;
+                    const auto emit = [&] {
+                        literal_put_number(it, n++, held, model(cell));
+                        ++it->next_seq_no;
+                        cell.stretches.clear();
+                    };
+                    const QVO_RET rc = literal_positions(
+                        it, [&] { return n + cell.stretches.size(); },
+                        [&](Number v) {
+                            cell.stretches.push_back({v, 0, "", 1, 0});
+                            if (cell.stretches.size() != interval) return false;
+                            emit();
+                            return n == capacity_of(width_of(held));
+                        });
+                    if (rc != QVO_S_OK) return rc;
+                    if (!cell.stretches.empty()) emit();
+                    it->tile_size = static_cast<uint16_t>(n);
+                    return rc;
                 };
-                const QVO_RET rc = literal_positions(
-                    it, [&] { return n + cell.stretches.size(); },
-                    [&](Number v) {
-                        cell.stretches.push_back({v, 0, "", 1, 0});
-                        if (cell.stretches.size() != interval) return false;
-                        emit();
-                        return n == capacity_of(width_of(held));
-                    });
-                if (rc != QVO_S_OK) return rc;
-                if (!cell.stretches.empty()) emit();
-                it->tile_size = static_cast<uint16_t>(n);
-                return rc;
-            };
-        });
+            },
+            5);
         if (testing::Test::HasFailure()) return;
     }
 }

@@ -49,14 +49,16 @@ inline QVO_RET literal_each_position(qvo_seq_iterator_h it, const std::function<
 }
 
 /// The literal next against the member's, over random elements, tile sizes and errors. `fresh` makes a literal next
-/// with a state of its own.
+/// with a state of its own. The protocol is checked over so many elements.
 inline void check_random_steps(Member member, uint8_t type, unsigned seeds,
-                               const std::function<std::function<QVO_RET(qvo_seq_iterator_h)>()>& fresh) {
+                               const std::function<std::function<QVO_RET(qvo_seq_iterator_h)>()>& fresh,
+                               unsigned of_protocol = 50) {
     for (unsigned seed = 0; seed < seeds; ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         Random random(seed);
         const auto draw = [=](Random& r) { return seed % 2 != 0 ? random_number(r, type) : Number(r.below(100)); };
-        member.operands = {operand(random_elements(random, type, random.between(seed == 0 ? 50 : 1, 300), draw))};
+        member.operands = {
+            operand(random_elements(random, type, seed == 0 ? of_protocol : random.between(1, 300), draw))};
         if (seed == 0) check_protocol(member);
         Script script{random_tile_sizes(random)};
         if (seed % 4 == 3) script.stop_at = random.below(200), script.stop_code = 4711;
