@@ -4,12 +4,10 @@
 namespace test {
 namespace {
 
-using Construct = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h);
-
 qvo_uint8 value_of(const Record& it) { return it.it.tile.u.arr_uint8[0]; }
 
 /// The one element of a count over a source, which ends after it.
-qvo_uint8 count_of(Construct construct, qvo_seq_iterator_h operand) {
+qvo_uint8 count_of(ConstructUnary construct, qvo_seq_iterator_h operand) {
     Record it;
     EXPECT_EQ(construct(it.get(), operand), QVO_S_OK);
     EXPECT_EQ(it->next(it.get()), QVO_S_OK);
@@ -19,28 +17,19 @@ qvo_uint8 count_of(Construct construct, qvo_seq_iterator_h operand) {
 }
 
 TEST(Count, FollowsTheProtocolButForBindingAndErrors_deliberate) {
-    Member member;
-    member.operands = {operand<t_int4>({{1, 3}, {2, 1}, {2, 255}, {3, 1}, {4, 1}})};
-    member.type = QVO_DD_UINT8;
-    member.width = 8;
-    member.reset = qvo_seq_reset_unary_iterator;
-    member.prepare = qvo_seq_prepare_aggregate;
-    member.merge = qvo_seq_count_merge;
-    member.aggregate = true;
-    member.passes_errors = false;
-    member.type_checked = {false};
-    member.bound = {false};
-
-    member.name = "agg_count";
-    member.construct = [](qvo_seq_iterator_h it, const Member::Operands& o) { return qvo_seq_agg_count(it, o[0]); };
-    member.next = qvo_seq_count_next;
-    check_protocol(member);
-    member.name = "agg_count_not_null";
-    member.construct = [](qvo_seq_iterator_h it, const Member::Operands& o) {
-        return qvo_seq_agg_count_not_null(it, o[0]);
+    Member members[] = {
+        unary_member<t_uint8>("agg_count", qvo_seq_agg_count, qvo_seq_count_next),
+        unary_member<t_uint8>("agg_count_not_null", qvo_seq_agg_count_not_null, qvo_seq_count_not_null_next),
     };
-    member.next = qvo_seq_count_not_null_next;
-    check_protocol(member);
+    for (Member& member : members) {
+        member.operands = {operand<t_int4>({{1, 3}, {2, 1}, {2, 255}, {3, 1}, {4, 1}})};
+        member.prepare = qvo_seq_prepare_aggregate;
+        member.merge = qvo_seq_count_merge;
+        member.aggregate = true;
+        member.passes_errors = false;
+        member.type_checked = member.bound = {false};
+        check_protocol(member);
+    }
 }
 
 TEST(Count, AnOperandsErrorEndsTheCount_deliberate) {
@@ -52,32 +41,26 @@ TEST(Count, AnOperandsErrorEndsTheCount_deliberate) {
 }
 
 TEST(Count, CountsPositionsWholeAndInParts) {
-    for (unsigned seed = 0; seed < 20; ++seed) {
-        Random random(seed);
-        const Items<t_uint1> items = random_items<t_uint1>(random, random.between(1, 6000));
-        uint64_t positions = 0;
-        for (const auto& item : items) positions += item.run;
-        Source whole(t_uint1{}, items, {random_tile_sizes(random)});
-        EXPECT_EQ(count_of(qvo_seq_agg_count, whole.get()), positions);
-
-        for (const size_t n_parts : {2U, 5U}) {
+    for (unsigned seed = 0; seed < 20; ++seed)
+        for (const size_t n_parts : {1U, 2U, 5U}) {
+            Random random(seed);
             std::vector<std::unique_ptr<Source>> sources;
             std::vector<Record> parts(n_parts);
-            for (size_t p = 0; p < n_parts; ++p) {
-                const auto at = [&](size_t k) {
-                    return items.begin() + static_cast<ptrdiff_t>(items.size() * k / n_parts);
-                };
-                sources.push_back(std::make_unique<Source>(t_uint1{}, Items<t_uint1>(at(p), at(p + 1))));
-                ASSERT_EQ(qvo_seq_agg_count(parts[p].get(), sources[p]->get()), QVO_S_OK);
-                EXPECT_EQ(parts[p]->prepare(parts[p].get()), QVO_S_OK);
-                EXPECT_EQ(parts[p]->prepared, 1);
-                if (p != 0) { EXPECT_EQ(parts[0]->merge(parts[0].get(), parts[p].get()), QVO_S_OK); }
+            uint64_t positions = 0;
+            for (Record& part : parts) {
+                const auto items = random_items<t_uint1>(random, random.between(1, 3000));
+                positions += expand(items).size();
+                sources.push_back(std::make_unique<Source>(t_uint1{}, items, Script{random_tile_sizes(random)}));
+                ASSERT_EQ(qvo_seq_agg_count(part.get(), sources.back()->get()), QVO_S_OK);
+                if (n_parts == 1) break;  // is left to `next`
+                EXPECT_EQ(part->prepare(part.get()), QVO_S_OK);
+                EXPECT_EQ(part->prepared, 1);
+                if (sources.size() > 1) { EXPECT_EQ(parts[0]->merge(parts[0].get(), part.get()), QVO_S_OK); }
             }
             EXPECT_EQ(parts[0]->next(parts[0].get()), QVO_S_OK);
             check_items<t_uint8>(tile_items<t_uint8>(parts[0].it), {{positions, 1}});
             EXPECT_EQ(parts[0]->next(parts[0].get()), QVO_S_CURSOR_END);
         }
-    }
 }
 
 TEST(Count, CountsElementsThatAreNotNull_deliberate) {
@@ -107,17 +90,24 @@ TEST(Count, CountsElementsThatAreNotNull_deliberate) {
     }
 }
 
+/// Both counts of what is known without pulling all of it; such a count has no parts.
+void check_known(qvo_seq_iterator_h operand, qvo_uint8 expected) {
+    for (const auto construct : {qvo_seq_agg_count, qvo_seq_agg_count_not_null}) {
+        Record it;
+        EXPECT_EQ(count_of(construct, operand), expected);
+        ASSERT_EQ(construct(it.get(), operand), QVO_S_OK);
+        EXPECT_TRUE(it->prepare == nullptr && it->merge == nullptr && it->prepared == 0);
+    }
+}
+
 TEST(Count, KnowsTheLengthOfAnArray) {
     qvo_int4 values[3] = {1, 2, 3};
-    for (const Construct construct : {qvo_seq_agg_count, qvo_seq_agg_count_not_null})
-        for (const qvo_size_t n : {0U, 3U}) {
-            Record array, it;
-            ASSERT_EQ(qvo_seq_unget_int4(array.get(), values, n), QVO_S_OK);
-            EXPECT_EQ(count_of(construct, array.get()), n);
-            EXPECT_EQ(array->next_seq_no, 0U) << "without pulling";
-            ASSERT_EQ(construct(it.get(), array.get()), QVO_S_OK);
-            EXPECT_TRUE(it->prepare == nullptr && it->merge == nullptr && it->prepared == 0);
-        }
+    for (const qvo_size_t n : {0U, 3U}) {
+        Record array;
+        ASSERT_EQ(qvo_seq_unget_int4(array.get(), values, n), QVO_S_OK);
+        check_known(array.get(), n);
+        EXPECT_EQ(array->next_seq_no, 0U) << "without pulling";
+    }
 }
 
 TEST(Count, CountsTheGroupsOfAHashAggregate) {
@@ -127,17 +117,13 @@ TEST(Count, CountsTheGroupsOfAHashAggregate) {
     shared.hash = &table;
     qvo_seq_hash_iterator_context_t context{};
     context.shared = &shared;
-    for (const Construct construct : {qvo_seq_agg_count, qvo_seq_agg_count_not_null})
-        for (const bool fails : {false, true}) {
-            Source groups(t_int4{}, {{1}, {2}, {3}}, {{1}, fails ? 0 : SIZE_MAX, 4711, QVO_S_OK});
-            groups->reset = qvo_seq_hash_agg_reset;
-            std::memcpy(groups->context, &context, sizeof context);
-            Record it;
-            EXPECT_EQ(count_of(construct, groups.get()), fails ? 0U : 5000U);
-            EXPECT_EQ(groups.n_next(), 1U) << "pulled once";
-            ASSERT_EQ(construct(it.get(), groups.get()), QVO_S_OK);
-            EXPECT_TRUE(it->prepare == nullptr && it->merge == nullptr && it->prepared == 0);
-        }
+    for (const bool fails : {false, true}) {
+        Source groups(t_int4{}, {{1}, {2}, {3}}, {{1}, fails ? 0 : SIZE_MAX, 4711, QVO_S_OK});
+        groups->reset = qvo_seq_hash_agg_reset;
+        std::memcpy(groups->context, &context, sizeof context);
+        check_known(groups.get(), fails ? 0 : 5000);
+        EXPECT_EQ(groups.n_next(), 2U) << "pulled once by each";
+    }
 }
 
 TEST(Count, CountsALimitedConstant) {

@@ -1,4 +1,4 @@
-// The protocol helpers, buffers, and the host services that the library brings itself.
+// The protocol helpers, buffers, and the fatal stop.
 #include "support/protocol.h"
 
 namespace test {
@@ -89,63 +89,50 @@ TEST(Helpers, PrepareMarksWhateverCameOfIt) {
 
 // ---- Resets
 
-using Reset = QVO_RET (*)(qvo_seq_iterator_h);
+constexpr QVO_RET empty_slot = -1;
 
-/// An iterator in mid-stream over operands whose resets return the given codes; an empty slot for SLOT_EMPTY.
-constexpr QVO_RET slot_empty = -1;
-struct Chain {
+/// Resets an iterator in mid-stream over operands whose resets return the given codes, up to `n_resets` of them; the
+/// iterator must be rewound, or as it was, and the count word cleared or not; nothing else may change.
+void check_reset(qvo_seq_iterator_reset_t reset, const std::vector<QVO_RET>& codes, QVO_RET expected, size_t n_resets,
+                 bool count_cleared, bool rewound = true) {
     std::vector<std::unique_ptr<Source>> sources;
     Record it;
-    explicit Chain(const std::vector<QVO_RET>& codes) {
-        for (size_t i = 0; i < codes.size(); ++i) {
-            Script script;
-            script.reset_code = codes[i];
-            sources.push_back(std::make_unique<Source>(t_int4{}, Items<t_int4>{{1}}, script));
-            if (codes[i] != slot_empty) it->opd[i] = sources[i]->get();
-        }
+    for (size_t i = 0; i < codes.size(); ++i) {
+        sources.push_back(std::make_unique<Source>(t_int4{}, Items<t_int4>{{1}}, Script{{}, SIZE_MAX, 0, codes[i]}));
+        if (codes[i] != empty_slot) it->opd[i] = sources[i]->get();
     }
-    std::vector<unsigned> n_resets() const {
-        std::vector<unsigned> n;
-        for (const auto& source : sources) n.push_back(source->n_reset());
-        return n;
-    }
-};
-
-/// Resets; the iterator must be rewound, or as it was, and the count word cleared or not; nothing else may change.
-void check_reset(Reset reset, const std::vector<QVO_RET>& codes, QVO_RET expected,
-                 const std::vector<unsigned>& expected_resets, bool rewound, bool count_cleared) {
-    Chain chain(codes);
-    qvo_seq_iterator_t after = chain.it.it;
+    qvo_seq_iterator_t after = it.it;
     if (rewound) {
         after.tile_size = after.tile_offs = 0;
         after.rle_offs = after.prepared = 0;
         after.next_seq_no = 0;
     }
     if (count_cleared) after.context[1] = 0;
-    EXPECT_EQ(reset(chain.it.get()), expected);
-    EXPECT_EQ(chain.n_resets(), expected_resets);
-    EXPECT_EQ(std::memcmp(&after, &chain.it.it, sizeof after), 0);
+    EXPECT_EQ(reset(it.get()), expected);
+    for (size_t i = 0; i < codes.size(); ++i)
+        EXPECT_EQ(sources[i]->n_reset(), i < n_resets && codes[i] != empty_slot) << "operand " << i;
+    EXPECT_EQ(std::memcmp(&after, &it.it, sizeof after), 0);
 }
 
 TEST(Resets, RewindTheIteratorThenItsOperandsUpToTheFirstFailure) {
-    check_reset(qvo_seq_reset_iterator, {0, 0}, QVO_S_OK, {0, 0}, true, false);
-    check_reset(qvo_seq_reset_unary_iterator, {0, 0}, QVO_S_OK, {1, 0}, true, false);
-    check_reset(qvo_seq_reset_unary_iterator, {7}, 7, {1}, true, false);
-    check_reset(qvo_seq_reset_binary_iterator, {0, 0, 0}, QVO_S_OK, {1, 1, 0}, true, false);
-    check_reset(qvo_seq_reset_binary_iterator, {7, 8}, 7, {1, 0}, true, false);
-    check_reset(qvo_seq_reset_binary_iterator, {0, 8}, 8, {1, 1}, true, false);
-    check_reset(qvo_seq_reset_unary_agg_iterator, {0, 0}, QVO_S_OK, {1, 0}, true, true);
-    check_reset(qvo_seq_reset_unary_agg_iterator, {7}, 7, {1}, true, true);
-    check_reset(qvo_seq_reset_binary_agg_iterator, {0, 0, 0}, QVO_S_OK, {1, 1, 0}, true, true);
-    check_reset(qvo_seq_reset_binary_agg_iterator, {7, 8}, 7, {1, 0}, true, true);
+    check_reset(qvo_seq_reset_iterator, {0, 0}, QVO_S_OK, 0, false);
+    const qvo_seq_iterator_reset_t unary[] = {qvo_seq_reset_unary_iterator, qvo_seq_reset_unary_agg_iterator};
+    const qvo_seq_iterator_reset_t binary[] = {qvo_seq_reset_binary_iterator, qvo_seq_reset_binary_agg_iterator};
+    for (const bool aggregate : {false, true}) {
+        check_reset(unary[aggregate], {0, 0}, QVO_S_OK, 1, aggregate);
+        check_reset(unary[aggregate], {7}, 7, 1, aggregate);
+        check_reset(binary[aggregate], {0, 0, 0}, QVO_S_OK, 2, aggregate);
+        check_reset(binary[aggregate], {7, 8}, 7, 1, aggregate);
+        check_reset(binary[aggregate], {0, 8}, 8, 2, aggregate);
+    }
 }
 
 TEST(Resets, TheTernaryOneRewindsItsOperandsFirst_deliberate) {
-    const Reset reset = qvo_seq_reset_ternary_agg_iterator;
-    check_reset(reset, {0, 0, 0}, QVO_S_OK, {1, 1, 1}, true, true);
-    check_reset(reset, {0, slot_empty, 0}, QVO_S_OK, {1, 0, 1}, true, true);
-    check_reset(reset, {slot_empty, slot_empty, slot_empty}, QVO_S_OK, {0, 0, 0}, true, true);
-    check_reset(reset, {0, 7, 8}, 7, {1, 1, 0}, false, true);
+    const auto reset = qvo_seq_reset_ternary_agg_iterator;
+    check_reset(reset, {0, 0, 0}, QVO_S_OK, 3, true);
+    check_reset(reset, {0, empty_slot, 0}, QVO_S_OK, 3, true);
+    check_reset(reset, {empty_slot, empty_slot, empty_slot}, QVO_S_OK, 3, true);
+    check_reset(reset, {0, 7, 8}, 7, 2, true, false);
 }
 
 // ---- The fatal stop
@@ -165,57 +152,6 @@ TEST(FatalStop, TracesOnlyWhereTracingIsOn) {
         EXPECT_TRUE(stop.stopped && stop.code == QVO_ERR_SEQ) << i;
         EXPECT_EQ(stop.traces, i == 0) << i;
     }
-}
-
-// ---- Host services
-
-bool is_prime(uint32_t n) {
-    for (uint64_t d = 2; d * d <= n; ++d)
-        if (n % d == 0) return false;
-    return n > 1;
-}
-
-TEST(HostServices, PrimesAscend) {
-    for (int i = 0; i < 29; ++i) {
-        EXPECT_TRUE(is_prime(qvo_int_get_prime_number(i))) << i;
-        if (i > 0) { EXPECT_LT(qvo_int_get_prime_number(i - 1), qvo_int_get_prime_number(i)); }
-    }
-}
-
-TEST(HostServices, CopyBitmapMovesBits) {
-    Random random(1);
-    const auto bit = [](const std::vector<uint64_t>& words, size_t i) { return words[i / 64] >> (i % 64) & 1; };
-    for (unsigned round = 0; round < 1000; ++round) {
-        std::vector<uint64_t> from(5), to(5);
-        for (size_t i = 0; i < 5; ++i) {
-            from[i] = random.value<uint64_t>() * 0x9e3779b97f4a7c15U;
-            to[i] = random.value<uint64_t>() * 0x9e3779b97f4a7c15U;
-        }
-        const unsigned n = random.chance(30) ? 64 * random.below(3) : random.below(190);
-        const unsigned at = random.chance(30) ? 64 : random.below(321 - n), source = random.below(321 - n);
-        std::vector<uint64_t> expected = to;
-        for (unsigned i = 0; i < n; ++i) {
-            expected[(at + i) / 64] &= ~(uint64_t{1} << ((at + i) % 64));
-            expected[(at + i) / 64] |= bit(from, source + i) << ((at + i) % 64);
-        }
-        qvo_seq_copy_bitmap(to.data(), at, from.data(), source, n);
-        ASSERT_EQ(to, expected) << n << " bits from " << source << " to " << at;
-    }
-}
-
-TEST(HostServices, Memory) {
-    char text[] = "abcdef";
-    qvo_memmove(text + 1, text, 5);
-    EXPECT_STREQ(text, "aabcde");
-    qvo_memmove(text, text + 2, 4);
-    EXPECT_STREQ(text, "bcdede");
-    EXPECT_GT(qvo_memcmp("\xff", "a", 1), 0) << "bytes are unsigned";
-    EXPECT_LT(qvo_memcmp("a\0a", "a\0b", 3), 0) << "zero bytes do not end it";
-    EXPECT_EQ(qvo_memcmp("ax", "ay", 1), 0);
-    EXPECT_EQ(qvo_strchr(text, 'd'), text + 2);
-    EXPECT_EQ(qvo_strchr(text, 'x'), nullptr);
-    qvo_memnull(text + 1, 2);
-    EXPECT_EQ(std::string(text, 6), std::string("b\0\0ede", 6));
 }
 
 }  // namespace

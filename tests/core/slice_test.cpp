@@ -21,64 +21,39 @@ QVO_RET literal_limit(qvo_seq_iterator_h it) {
         it->next_seq_no = it->first_seq_no;
     }
     size_t i = 0;
-    for (; i < capacity_of(it->elem_size) && it->next_seq_no <= it->last_seq_no; ++i) {
-        QVO_RET rc = QVO_S_OK;
-        if (!literal_refill(operand, i, &rc)) {
-            if (rc == QVO_S_OK) it->tile_size = static_cast<uint16_t>(i);
-            return rc;
-        }
+    for (QVO_RET rc = QVO_S_OK; i < capacity_of(it->elem_size) && it->next_seq_no <= it->last_seq_no; ++i) {
+        if (!literal_refill(operand, i, &rc)) return literal_end(it, i, rc);
         literal_copy(it, i, operand, operand->tile_offs);
-        literal_put_run(it, i, literal_run(operand, operand->tile_offs) - trim);
+        literal_put_run(it, i, literal_run(operand, operand->tile_offs++) - trim);
         it->next_seq_no += literal_run(it, i);
-        ++operand->tile_offs;
         trim = 0;
     }
     if (i == 0) return QVO_S_CURSOR_END;
     if (it->next_seq_no > it->last_seq_no) {
-        literal_put_run(it, i - 1,
-                        static_cast<unsigned>(literal_run(it, i - 1) + it->last_seq_no - it->next_seq_no + 1));
-        it->next_seq_no = it->last_seq_no + 1;
+        const qvo_seq_no_t surplus = it->next_seq_no - it->last_seq_no - 1;
+        literal_put_run(it, i - 1, literal_run(it, i - 1) - static_cast<unsigned>(surplus));
+        it->next_seq_no -= surplus;
     }
-    it->tile_size = static_cast<uint16_t>(i);
-    return QVO_S_OK;
-}
-
-template <class T> Member limit_member(qvo_seq_no_t first, qvo_seq_no_t last) {
-    Member member;
-    member.name = std::string("limit ") + T::name + " " + std::to_string(first) + ".." + std::to_string(last);
-    member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) {
-        return qvo_seq_limit(it, o[0], first, last);
-    };
-    member.type = T::code;
-    member.width = test_width<T>;
-    member.next = qvo_seq_limit_next;
-    member.reset = qvo_seq_reset_unary_agg_iterator;
-    member.type_checked = {false};
-    return member;
-}
-
-template <class T> void check_limit() {
-    for (unsigned seed = 0; seed < 24; ++seed) {
-        Random random(seed);
-        const Items<T> items = draw_items<T>(random, random.between(4, 3000));
-        const auto positions = static_cast<unsigned>(expand(items).size());
-        const qvo_seq_no_t first = random.chance(25) ? 0 : random.below(positions);
-        const qvo_seq_no_t last = random.chance(25) ? ~qvo_seq_no_t{0} : first + random.below(2 * positions);
-        Member member = limit_member<T>(first, last);
-        member.operands = {operand<T>(items, test_width<T>)};
-        check_steps(member, literal_limit, {random_script(random, seed)});
-        if (testing::Test::HasFailure()) return;
-    }
-    Member member = limit_member<T>(0, 1000);
-    Random random(1);
-    member.operands = {operand<T>(draw_items<T>(random, 2000), test_width<T>)};
-    check_protocol(member);
+    return literal_end(it, i, QVO_S_OK);
 }
 
 TEST(Limit, FollowsTheSteps) {
-#define CHECK(type) check_limit<t_##type>();
-    QVO_SEQ_FOR_FIXED_TYPES(CHECK) CHECK(char)
-#undef CHECK
+    for (const AnyType& type : all_types()) {
+        Member member = unary_member("limit " + type.name, nullptr, qvo_seq_limit_next, type.code, type.width,
+                                     qvo_seq_reset_unary_agg_iterator);
+        member.type_checked = {false};
+        check_random(member, 24, [&](Random& random, unsigned seed, Member& m) {
+            const Items<t_char> items = type.items(random, random.between(4, 3000));
+            const auto positions = static_cast<unsigned>(expand(items).size());
+            const qvo_seq_no_t first = seed == 0 || random.chance(25) ? 0 : random.below(positions);
+            const qvo_seq_no_t last = random.chance(25) ? ~qvo_seq_no_t{0} : first + random.below(2 * positions);
+            m.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) {
+                return qvo_seq_limit(it, o[0], first, last);
+            };
+            m.operands = {type.operand(items)};
+            return literal_limit;
+        });
+    }
 }
 
 TEST(Limit, CutsTheFirstAndTheLastRun) {
@@ -103,10 +78,7 @@ TEST(Limit, CutsTheFirstAndTheLastRun) {
         ASSERT_EQ(qvo_seq_limit(it.get(), source.get(), c.first, c.last), QVO_S_OK);
         for (unsigned round = 0; round < 2; ++round) {
             Items<t_int4> items;
-            QVO_RET rc;
-            while ((rc = it->next(it.get())) == QVO_S_OK)
-                for (const auto& item : tile_items<t_int4>(it.it)) items.push_back(item);
-            EXPECT_EQ(rc, QVO_S_CURSOR_END);
+            EXPECT_EQ(read_items<t_int4>(it.get(), items), QVO_S_CURSOR_END);
             check_items(items, c.expected);
             EXPECT_EQ(it->reset(it.get()), QVO_S_OK);
         }
@@ -156,27 +128,22 @@ TEST(Tee, BothReadersSeeTheWhole) {
         Tee tee(items, {random_tile_sizes(random)});
         for (unsigned round = 0; round < 2; ++round) {
             Items<t_int4> seen[2];
-            size_t tiles[2] = {0, 0}, ends = 0;
-            while (ends < 2) {
-                const size_t reader = tiles[0] > tiles[1]   ? 1
-                                      : tiles[1] > tiles[0] ? 0
-                                                            : random.below(2);  // a tile apart at most
+            // A tile apart at most.
+            for (int ahead = 0, ends = 0; ends < 2;) {
+                const size_t reader = ahead > 0 ? 1 : ahead < 0 ? 0 : random.below(2);
+                ahead += reader == 0 ? 1 : -1;
                 const QVO_RET rc = tee.next(reader);
-                ++tiles[reader];
-                if (rc != QVO_S_OK) {
-                    ASSERT_EQ(rc, QVO_S_CURSOR_END);
-                    ++ends;
-                    continue;
-                }
+                ends += rc != QVO_S_OK;
+                ASSERT_EQ(rc, ends == 0 ? QVO_S_OK : QVO_S_CURSOR_END);
+                if (rc != QVO_S_OK) continue;
                 for (const auto& item : tile_items<t_int4>(tee.readers[reader].it)) seen[reader].push_back(item);
                 EXPECT_EQ(tee.readers[reader]->next_seq_no, seen[reader].size());
             }
-            check_items(seen[0], items);
-            check_items(seen[1], items);
+            for (const auto& s : seen) check_items(s, items);
             ASSERT_EQ(tee.readers[round]->reset(tee.readers[round].get()), QVO_S_OK);
             EXPECT_EQ(tee.source.n_reset(), round + 1);
-            EXPECT_TRUE(tee.readers[0]->tile_size == 0 && tee.readers[1]->tile_size == 0);
-            EXPECT_TRUE(tee.readers[0]->next_seq_no == 0 && tee.readers[1]->next_seq_no == 0);
+            for (const Record& reader : tee.readers)
+                EXPECT_TRUE(reader.it.tile_size == 0 && reader.it.next_seq_no == 0);
         }
     }
 }
@@ -224,49 +191,38 @@ QVO_RET literal_decode(qvo_seq_iterator_h it) {
     const qvo_seq_iterator_h operand = it->opd[0];
     size_t i = 0;
     QVO_RET rc = QVO_S_OK;
-    for (; i < std::min<size_t>(128, capacity_of(it->elem_size)); ++i) {
-        if (!literal_refill(operand, i, &rc)) break;
+    for (; i < std::min<size_t>(128, capacity_of(it->elem_size)) && literal_refill(operand, i, &rc); ++i) {
         literal_copy(it, i, operand, operand->tile_offs);
         literal_take(operand, 1);
     }
-    if (rc != QVO_S_OK) return rc;
-    it->tile_size = static_cast<uint16_t>(i);
-    it->next_seq_no += i;
-    return QVO_S_OK;
+    if (rc == QVO_S_OK) it->next_seq_no += i;
+    return literal_end(it, i, rc);
 }
 
-template <class T> void check_decode(size_t width) {
-    Member member;
-    member.name = std::string("rle_decode ") + T::name + " " + std::to_string(width);
-    member.construct = [](qvo_seq_iterator_h it, const Member::Operands& o) {
+void check_decode(const AnyType& type) {
+    const auto construct = [](qvo_seq_iterator_h it, qvo_seq_iterator_h operand) {
         const qvo_seq_iterator_t before = *it;
-        const QVO_RET rc = qvo_seq_rle_decode(it, o[0]);
-        EXPECT_TRUE(it->elem_type == o[0]->elem_type && it->elem_size == o[0]->elem_size);  // of a refused one too
+        const QVO_RET rc = qvo_seq_rle_decode(it, operand);
+        EXPECT_TRUE(it->elem_type == operand->elem_type &&
+                    it->elem_size == operand->elem_size);  // of a refused one too
         if (rc != QVO_S_OK)
             it->elem_type = before.elem_type, it->elem_size = before.elem_size;
         else
-            EXPECT_EQ(it->last_seq_no, o[0]->last_seq_no);
+            EXPECT_EQ(it->last_seq_no, operand->last_seq_no);
         return rc;
     };
-    member.type = T::code;
-    member.width = width;
-    member.next = qvo_seq_rle_decode_next;
-    member.reset = qvo_seq_reset_unary_iterator;
+    Member member = unary_member("rle_decode " + type.name + " " + std::to_string(type.width), construct,
+                                 qvo_seq_rle_decode_next, type.code, type.width);
     member.type_checked = {false};
-    for (unsigned seed = 0; seed < 9; ++seed) {
-        Random random(seed);
-        member.operands = {operand<T>(draw_items<T>(random, random.between(4, 500)), width)};
-        if (seed == 0) check_protocol(member);
-        check_steps(member, literal_decode, {random_script(random, seed)});
-        if (testing::Test::HasFailure()) return;
-    }
+    check_random(member, 9, [&](Random& random, unsigned, Member& m) {
+        m.operands = {type.operand(random, random.between(4, 500))};
+        return literal_decode;
+    });
 }
 
 TEST(RleDecode, OneElementPerPositionAndNoRunBytes_deliberate) {
-#define CHECK(type) check_decode<t_##type>(sizeof(qvo_##type));
-    QVO_SEQ_FOR_FIXED_TYPES(CHECK)
-#undef CHECK
-    for (const size_t width : {1U, 3U, 4U, 31U, 200U}) check_decode<t_char>(width);
+    for (const AnyType& type : all_types()) check_decode(type);
+    for (const size_t width : {1U, 3U, 4U, 31U, 200U}) check_decode(any_type<t_char>(width));
 }
 
 }  // namespace

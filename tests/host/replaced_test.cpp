@@ -93,11 +93,8 @@ char* qvo_strchr(const char* str, int ch) {
 // This host's tables begin small: entry 0 is 3.
 uint32_t qvo_int_get_prime_number(int index) {
     ++called["prime"];
-    static const uint32_t primes[] = {3,        5,        7,        11,        17,       31,      67,      127,
-                                      257,      521,      1031,     2053,      4099,     8209,    16411,   32771,
-                                      65537,    131101,   262147,   524309,    1048583,  2097169, 4194319, 8388617,
-                                      16777259, 33554467, 67108879, 134217757, 268435459};
-    return primes[index];
+    static const uint32_t primes[] = {3, 5, 7, 11, 17, 31, 67, 127};
+    return index < 8 ? primes[index] : 0;
 }
 
 }  // extern "C"
@@ -115,30 +112,18 @@ struct Host : testing::Test {
     }
 };
 
-TEST_F(Host, Stop) {
-    const auto empty_tile = [](qvo_seq_iterator_h it) -> QVO_RET {
-        it->tile_size = 0;
-        return QVO_S_OK;
-    };
-    a.next = empty_tile;
+TEST_F(Host, StopAndTraceGlobals) {
+    a.next = [](qvo_seq_iterator_h it) -> QVO_RET { return it->tile_size = 0, QVO_S_OK; };
     ASSERT_EQ(qvo_seq_add_int4(&result, &a, &b), QVO_S_OK);
-    if (setjmp(stopped) == 0) {
-        result.next(&result);
-        FAIL() << "the library went on";
-    }
-    EXPECT_EQ(called["stop"], 1);
-    EXPECT_NE(stop_file, nullptr);
-}
-
-TEST_F(Host, TraceGlobals) {
     const auto traces = [&] {
         traced = 0;
-        if (setjmp(stopped) == 0) a.tile_size = 0, result.next(&result);
+        called.clear();
+        if (setjmp(stopped) == 0) result.next(&result);
+        EXPECT_EQ(called["stop"], 1) << "the library went on";
         return traced;
     };
-    a.next = [](qvo_seq_iterator_h) -> QVO_RET { return QVO_S_OK; };
-    ASSERT_EQ(qvo_seq_add_int4(&result, &a, &b), QVO_S_OK);
     EXPECT_EQ(traces(), 1);
+    EXPECT_NE(stop_file, nullptr);
     qvo_trace_level = 0;
     EXPECT_EQ(traces(), 0);
     qvo_trace_level = 3;

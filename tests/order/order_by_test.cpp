@@ -15,7 +15,8 @@ void check_member(const char* name, Construct construct, qvo_seq_iterator_next_t
     const auto draw = [&](size_t n) -> Elements {
         if (type != QVO_DD_CHAR) return random_elements(random, type, n);
         return {type, width, random_items<t_char>(random, n, [=](Random& r) {
-                    std::string bytes = std::string(1, static_cast<char>(r.below(256))) + "bcdefghijklmnop";
+                    std::string bytes = "abcdefghijklmnop";
+                    bytes[0] = static_cast<char>(r.below(256));
                     bytes.resize(width, static_cast<char>('0' + r.below(9)));
                     return bytes;
                 })};

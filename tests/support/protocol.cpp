@@ -152,7 +152,66 @@ void check_stops(const Member& member) {
     }
 }
 
+Member make_member(std::string name, qvo_seq_iterator_next_t next, uint8_t type, size_t width,
+                   qvo_seq_iterator_reset_t reset) {
+    Member member;
+    member.name = std::move(name);
+    member.next = next;
+    member.type = type;
+    member.width = width;
+    member.reset = reset;
+    return member;
+}
+
 }  // namespace
+
+template <class T> MakeSource operand(Items<T> items, size_t width) {
+    return [=](Script script) { return std::make_unique<Source>(T{}, items, std::move(script), width); };
+}
+
+MakeSource AnyType::operand(const Items<t_char>& items) const {
+    return [make = test::operand<t_char>(items, width), code = code](Script script) {
+        auto source = make(std::move(script));
+        (*source)->elem_type = code;
+        return source;
+    };
+}
+
+template <class T> AnyType any_type(size_t width) {
+    const auto draw = [width](Random& random) {
+        if constexpr (!std::is_same_v<T, t_char>) return Source::bytes_of<T>(random.value<typename T::value>(), width);
+        std::string bytes;
+        while (bytes.size() < width) bytes += static_cast<char>(random.below(256));
+        return bytes;
+    };
+    return {T::name, T::code, width, draw};
+}
+
+std::vector<AnyType> all_types() {
+#define TYPE(type) any_type<t_##type>(),
+    return {QVO_SEQ_FOR_FIXED_TYPES(TYPE) TYPE(char)};
+#undef TYPE
+}
+
+#define INSTANTIATE(type)                                           \
+    template MakeSource operand<t_##type>(Items<t_##type>, size_t); \
+    template AnyType any_type<t_##type>(size_t);
+QVO_SEQ_FOR_FIXED_TYPES(INSTANTIATE)
+INSTANTIATE(char)
+
+Member unary_member(std::string name, const std::function<std::remove_pointer_t<ConstructUnary>>& construct,
+                    qvo_seq_iterator_next_t next, uint8_t type, size_t width, qvo_seq_iterator_reset_t reset) {
+    Member member = make_member(std::move(name), next, type, width, reset);
+    member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) { return construct(it, o[0]); };
+    return member;
+}
+
+Member binary_member(std::string name, const std::function<std::remove_pointer_t<ConstructBinary>>& construct,
+                     qvo_seq_iterator_next_t next, uint8_t type, size_t width, qvo_seq_iterator_reset_t reset) {
+    Member member = make_member(std::move(name), next, type, width, reset);
+    member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) { return construct(it, o[0], o[1]); };
+    return member;
+}
 
 void check_protocol(const Member& member) {
     SCOPED_TRACE(member.name);
@@ -186,18 +245,15 @@ void expect_same_record(const qvo_seq_iterator_t& actual, const qvo_seq_iterator
     }
 }
 
-void check_steps(const Member& member, const std::function<QVO_RET(qvo_seq_iterator_h)>& literal,
-                 const std::vector<Script>& scripts, const std::function<void(const Member::Operands&)>& before,
-                 unsigned most_calls) {
+void check_steps(const Member& member, const Steps& literal, const std::vector<Script>& scripts,
+                 const std::function<void(const Member::Operands&)>& before, unsigned most_calls) {
     SCOPED_TRACE(member.name);
     Bench actual(member, scripts), expected(member, scripts);
     ASSERT_EQ(member.construct(actual.result.get(), actual.handles), QVO_S_OK);
     expected.result.it = actual.result.it;
     for (size_t i = 0; i < expected.handles.size(); ++i) expected.result->opd[i] = expected.handles[i];
-    if (before) {
-        before(actual.handles);
-        before(expected.handles);
-    }
+    for (const Bench* bench : {&actual, &expected})
+        if (const auto& read = before ? before : member.before; read) read(bench->handles);
     for (unsigned call = 0, ends = 0; ends < 2 && call < most_calls; ++call) {
         const std::string what = member.name + ", call " + std::to_string(call);
         const QVO_RET rc = actual.result->next(actual.result.get());
@@ -247,93 +303,89 @@ void literal_copy(qvo_seq_iterator_h it, size_t to, const qvo_seq_iterator_t* op
     std::memcpy(it->tile.u.arr_uint1 + to * width, operand->tile.u.arr_uint1 + from * width, width);
 }
 
-QVO_RET literal_overlap_next(qvo_seq_iterator_h it, const std::function<void(size_t i)>& element) {
-    const size_t capacity = capacity_of(it->elem_size);
+QVO_RET literal_end(qvo_seq_iterator_h it, size_t produced, QVO_RET rc) {
+    if (rc == QVO_S_OK) it->tile_size = static_cast<uint16_t>(produced);
+    return rc;
+}
+
+QVO_RET literal_selected_next(qvo_seq_iterator_h it, const std::function<bool(size_t i, size_t k)>& element) {
     size_t i = 0;
     QVO_RET rc = QVO_S_OK;
-    for (; i < capacity; ++i) {
-        if (!literal_refill(it->opd[0], i, &rc)) break;
-        if (!literal_refill(it->opd[1], i, &rc)) break;
-        element(i);
-        const unsigned a = literal_run_left(it->opd[0]), b = literal_run_left(it->opd[1]);
-        const unsigned run = b < a ? b : a;
-        literal_put_run(it, i, run);
-        it->next_seq_no += run;
-        literal_take(it->opd[0], run);
-        literal_take(it->opd[1], run);
-    }
-    if (rc != QVO_S_OK) return rc;
-    it->tile_size = static_cast<uint16_t>(i);
-    return QVO_S_OK;
+    while (i < capacity_of(it->elem_size) && literal_refill(it->opd[0], i, &rc))
+        i += element(i, it->opd[0]->tile_offs++);
+    if (rc == QVO_S_OK) it->next_seq_no += i;
+    return literal_end(it, i, rc);
 }
 
 QVO_RET literal_elements_next(qvo_seq_iterator_h it, const std::function<void(size_t i, size_t k)>& element) {
     const qvo_seq_iterator_h operand = it->opd[0];
-    const size_t capacity = capacity_of(it->elem_size);
     size_t i = 0;
     QVO_RET rc = QVO_S_OK;
-    for (; i < capacity; ++i) {
-        if (!literal_refill(operand, i, &rc)) break;
+    for (; i < capacity_of(it->elem_size) && literal_refill(operand, i, &rc); ++i) {
         element(i, operand->tile_offs);
         literal_put_run(it, i, literal_run(operand, operand->tile_offs));
         it->next_seq_no += literal_run(operand, operand->tile_offs);
         ++operand->tile_offs;
     }
-    if (rc != QVO_S_OK) return rc;
-    it->tile_size = static_cast<uint16_t>(i);
-    return QVO_S_OK;
+    return literal_end(it, i, rc);
 }
 
-Member binary_member(const char* name, ConstructBinary construct, qvo_seq_iterator_next_t next, uint8_t type,
-                     size_t width) {
-    Member member;
-    member.name = name;
-    member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) { return construct(it, o[0], o[1]); };
-    member.type = type;
-    member.width = width;
-    member.next = next;
-    member.reset = qvo_seq_reset_binary_iterator;
-    return member;
+QVO_RET literal_overlap_next(qvo_seq_iterator_h it, const std::function<bool(size_t i)>& element) {
+    const qvo_seq_iterator_h a = it->opd[0], b = it->opd[1];
+    size_t i = 0;
+    QVO_RET rc = QVO_S_OK;
+    while (i < capacity_of(it->elem_size) && literal_refill(a, i, &rc) && literal_refill(b, i, &rc)) {
+        const unsigned run = std::min(literal_run_left(a), literal_run_left(b));
+        if (element(i)) {
+            literal_put_run(it, i++, run);
+            it->next_seq_no += run;
+        }
+        literal_take(a, run);
+        literal_take(b, run);
+    }
+    return literal_end(it, i, rc);
+}
+
+void check_random(Member member, unsigned seeds, const std::function<Steps(Random&, unsigned seed, Member&)>& draw,
+                  unsigned most_calls) {
+    SCOPED_TRACE(member.name);
+    for (unsigned seed = 0; seed < seeds && !testing::Test::HasFailure(); ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        Random random(seed);
+        const Steps literal = draw(random, seed, member);
+        if (seed == 0) check_protocol(member);
+        std::vector<Script> scripts;
+        for (size_t i = 0; i < member.operands.size(); ++i) scripts.push_back({random_tile_sizes(random)});
+        if (seed % 3 == 2 && !scripts.empty()) {
+            Script& script = scripts[seed / 3 % scripts.size()];
+            script.stop_at = random.below(1000);
+            script.stop_code = 4711;
+        }
+        check_steps(member, literal, scripts, nullptr, most_calls);
+    }
 }
 
 void check_binary(Member member, const DrawOperand& draw_left, const DrawOperand& draw_right,
                   const std::function<void(qvo_seq_iterator_h it, size_t i)>& element) {
-    SCOPED_TRACE(member.name);
-    for (unsigned seed = 0; seed < 12; ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
-        Random random(seed);
-        const unsigned n = seed % 3 == 0 ? 5 : random.between(4, 3000);
-        member.operands = {draw_left(random, n), draw_right(random, random.chance(50) ? n : random.between(4, 3000))};
-        if (seed == 0) check_protocol(member);
-        std::vector<Script> scripts{{random_tile_sizes(random)}, {random_tile_sizes(random)}};
-        if (seed % 4 == 3) scripts[seed / 4 % 2].stop_at = random.below(1000), scripts[seed / 4 % 2].stop_code = 4711;
-        check_steps(
-            member, [&](qvo_seq_iterator_h it) { return literal_overlap_next(it, [&](size_t i) { element(it, i); }); },
-            scripts);
-        if (testing::Test::HasFailure()) return;
-    }
+    check_random(std::move(member), 12, [&](Random& random, unsigned seed, Member& m) {
+        const unsigned n = seed % 4 == 0 ? 5 : random.between(4, 3000);
+        m.operands = {draw_left(random, n), draw_right(random, random.chance(50) ? n : random.between(4, 3000))};
+        return [&](qvo_seq_iterator_h it) {
+            return literal_overlap_next(it, [&](size_t i) { return element(it, i), true; });
+        };
+    });
 }
 
 void check_unary(Member member, const DrawOperand& draw_operand,
                  const std::function<void(qvo_seq_iterator_h it, size_t i, size_t k)>& element) {
-    SCOPED_TRACE(member.name);
-    for (unsigned seed = 0; seed < 6; ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
-        Random random(seed);
-        member.operands = {draw_operand(random, seed % 3 == 0 ? 5 : random.between(4, 3000))};
-        if (seed == 0) check_protocol(member);
-        Script script{random_tile_sizes(random)};
-        if (seed % 3 == 2) script.stop_at = random.below(1000), script.stop_code = 4711;
-        check_steps(
-            member,
-            [&](qvo_seq_iterator_h it) {
-                return literal_elements_next(it, [&](size_t i, size_t k) { element(it, i, k); });
-            },
-            {script},
-            // A read position inside a run is neither consulted nor changed.
-            [&](const Member::Operands& o) { o[0]->rle_offs = static_cast<uint8_t>(seed % 2); });
-        if (testing::Test::HasFailure()) return;
-    }
+    check_random(std::move(member), 6, [&](Random& random, unsigned seed, Member& m) {
+        m.operands = {draw_operand(random, seed % 3 == 0 ? 5 : random.between(4, 3000))};
+        // A read position inside a run is neither consulted nor changed.
+        m.before = [=](const Member::Operands& o) { o[0]->rle_offs = static_cast<uint8_t>(seed % 2); };
+        return [&](qvo_seq_iterator_h it) {
+            return literal_elements_next(it, [&](size_t i, size_t k) { element(it, i, k); });
+        };
+    });
 }
 
 }  // namespace test

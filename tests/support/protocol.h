@@ -13,9 +13,7 @@ namespace test {
 /// Makes one operand of a family, with a script of its own.
 using MakeSource = std::function<std::unique_ptr<Source>(Script)>;
 
-template <class T> MakeSource operand(Items<T> items, size_t width = Source::width_of<T>()) {
-    return [=](Script script) { return std::make_unique<Source>(T{}, items, std::move(script), width); };
-}
+template <class T> MakeSource operand(Items<T> items, size_t width = Source::width_of<T>());
 
 /// A member of a family, as the shared checks see it. The operands need at least 4 elements each, and the member must
 /// deliver at least one element from them.
@@ -38,7 +36,23 @@ struct Member {
     std::vector<bool> type_checked;    // per operand; none: all
     std::vector<bool> bound;           // per operand, whether it is checked and marked; none: all
     std::vector<bool> stops_on_empty;  // per operand, whether an empty tile is the fatal stop; none: all
+
+    std::function<void(const Operands&)>
+        before;  // for steps: reads from the operands first, so that they start in mid-tile
 };
+
+// Members by their name, constructor and `next`; the constructor has got its parameters.
+using ConstructUnary = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h);
+using ConstructBinary = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_seq_iterator_h);
+Member unary_member(std::string name, const std::function<std::remove_pointer_t<ConstructUnary>>& construct,
+                    qvo_seq_iterator_next_t next, uint8_t type, size_t width,
+                    qvo_seq_iterator_reset_t reset = qvo_seq_reset_unary_iterator);
+Member binary_member(std::string name, const std::function<std::remove_pointer_t<ConstructBinary>>& construct,
+                     qvo_seq_iterator_next_t next, uint8_t type, size_t width,
+                     qvo_seq_iterator_reset_t reset = qvo_seq_reset_binary_iterator);
+template <class R> Member unary_member(std::string name, ConstructUnary construct, qvo_seq_iterator_next_t next) {
+    return unary_member(std::move(name), construct, next, R::code, R::width);
+}
 
 /// The constructor's checks in their order and what each leaves; the fields of the result; the end that lasts; an
 /// operand's error passed on; the fatal stop with and without tracing; reset in mid-stream and at the end.
@@ -47,13 +61,42 @@ void check_protocol(const Member& member);
 /// Everything in two records but pointers is the same: the tile with its bytes behind the last element as well.
 void expect_same_record(const qvo_seq_iterator_t& actual, const qvo_seq_iterator_t& expected, const std::string& what);
 
-/// One run of a member against a literal statement of its `next`, on operands of the same scripts: after every call
-/// the code, the record, the operands' read positions and the number of their `next` calls are the same.
-/// `literal` is called with the model's record, which starts as a copy of the constructed one. `before` may read from
-/// the operands first, so that they start in mid-tile. A member that may never end is given a number of calls.
-void check_steps(const Member& member, const std::function<QVO_RET(qvo_seq_iterator_h)>& literal,
-                 const std::vector<Script>& scripts,
+/// What a member of one type, or of types T and R, makes of elements.
+template <class T, class R = T> Items<R> applied(ConstructUnary construct, const Items<T>& items) {
+    return drained<R>(construct, Source(T{}, items).get());
+}
+template <class T, class R = T>
+Items<R> applied(ConstructBinary construct, const Items<T>& left, const Items<T>& right) {
+    return drained<R>(construct, Source(T{}, left).get(), Source(T{}, right).get());
+}
+
+/// A literal statement of a `next`, on the model's record, which starts as a copy of the constructed one.
+using Steps = std::function<QVO_RET(qvo_seq_iterator_h)>;
+
+/// One run of a member against its steps, on operands of the same scripts: after every call the code, the record, the
+/// operands' read positions and the number of their `next` calls are the same.
+void check_steps(const Member& member, const Steps& literal, const std::vector<Script>& scripts,
                  const std::function<void(const Member::Operands&)>& before = nullptr, unsigned most_calls = 10000);
+
+/// The protocol, and the steps over random tile sizes and operand errors. For each seed, draw(random, seed, member)
+/// gives the member its operands, and what else may depend on the seed, and returns its steps. A member that may never
+/// end is given a number of calls.
+void check_random(Member member, unsigned seeds, const std::function<Steps(Random&, unsigned seed, Member&)>& draw,
+                  unsigned most_calls = 10000);
+
+/// Any fixed type, or strings of some width, as bytes: for checks that are compiled once for all types.
+struct AnyType {
+    std::string name;
+    uint8_t code;
+    size_t width;
+    DrawValue<t_char> draw;
+
+    Items<t_char> items(Random& random, size_t n) const { return random_items<t_char>(random, n, draw); }
+    MakeSource operand(const Items<t_char>& items) const;
+    MakeSource operand(Random& random, size_t n) const { return operand(items(random, n)); }
+};
+template <class T> AnyType any_type(size_t width = test_width<T>);
+std::vector<AnyType> all_types();  // the fixed types, and strings
 
 // Parts of the numbered steps, stated literally on the records.
 
@@ -66,6 +109,8 @@ unsigned literal_run_left(const qvo_seq_iterator_t* it);
 void literal_take(qvo_seq_iterator_h it, unsigned positions);
 /// Copies element `from` of one tile to element `to` of another; the run is left alone.
 void literal_copy(qvo_seq_iterator_h it, size_t to, const qvo_seq_iterator_t* operand, size_t from);
+/// What a call returns that has come to `rc` with so many elements: all are lost with an error.
+QVO_RET literal_end(qvo_seq_iterator_h it, size_t produced, QVO_RET rc);
 
 template <class V> V literal_value(const qvo_seq_iterator_t* it, size_t i) {
     V v;
@@ -76,26 +121,29 @@ template <class V> void literal_put(qvo_seq_iterator_h it, size_t i, V v) {
     std::memcpy(it->tile.u.arr_uint1 + i * sizeof v, &v, sizeof v);
 }
 
-/// The two-operand element-wise `next`; element(i) writes result element i from the operands' current elements.
-QVO_RET literal_overlap_next(qvo_seq_iterator_h it, const std::function<void(size_t i)>& element);
+/// The `next` of one operand that takes whole elements and delivers some, counting elements: element(i, k) writes
+/// result element i from operand element k, its run as well, and says whether it did.
+QVO_RET literal_selected_next(qvo_seq_iterator_h it, const std::function<bool(size_t i, size_t k)>& element);
 
-using ConstructBinary = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_seq_iterator_h);
+/// The one-operand element-wise `next`; element(i, k) writes result element i from operand element k.
+QVO_RET literal_elements_next(qvo_seq_iterator_h it, const std::function<void(size_t i, size_t k)>& element);
 
-/// A two-operand element-wise member without parameters, as far as it is known without its name.
-Member binary_member(const char* name, ConstructBinary construct, qvo_seq_iterator_next_t next, uint8_t type,
-                     size_t width);
+/// The `next` of two operands that delivers for some of their overlaps: element(i) writes result element i from the
+/// operands' current elements and says whether it did.
+QVO_RET literal_overlap_next(qvo_seq_iterator_h it, const std::function<bool(size_t i)>& element);
 
 /// Draws an operand of `n` random elements.
 using DrawOperand = std::function<MakeSource(Random&, size_t n)>;
 
-/// Checks the member over random runs, tile sizes and operand errors; element(it, i) as above.
+/// Checks the member over random operands; element(it, i) writes each result element.
 void check_binary(Member member, const DrawOperand& draw_left, const DrawOperand& draw_right,
                   const std::function<void(qvo_seq_iterator_h it, size_t i)>& element);
 
-/// The same for a member of fixed types, against a model of its values.
-template <class T, class R, class Model, class Draw>
+/// The same for a member of fixed types, against a model of its values, over all values or those of draw_right.
+template <class V> V draw_value(Random& random) { return random.value<V>(); }
+template <class T, class R, class Model>
 void check_binary(const char* name, ConstructBinary construct, qvo_seq_iterator_next_t next, Model model,
-                  Draw draw_right) {
+                  const DrawValue<T>& draw_right = draw_value<typename T::value>) {
     using V = typename T::value;
     check_binary(
         binary_member(name, construct, next, R::code, R::width),
@@ -108,38 +156,14 @@ void check_binary(const char* name, ConstructBinary construct, qvo_seq_iterator_
         });
 }
 
-template <class V> V draw_value(Random& random) { return random.value<V>(); }
-
-template <class T, class R, class Model>
-void check_binary(const char* name, ConstructBinary construct, qvo_seq_iterator_next_t next, Model model) {
-    check_binary<T, R>(name, construct, next, model, draw_value<typename T::value>);
-}
-
-/// The one-operand element-wise `next`; element(i, k) writes result element i from operand element k.
-QVO_RET literal_elements_next(qvo_seq_iterator_h it, const std::function<void(size_t i, size_t k)>& element);
-
-/// A one-operand element-wise member without parameters, as far as it is known without its name.
-template <class R>
-Member unary_member(const char* name, QVO_RET (*construct)(qvo_seq_iterator_h, qvo_seq_iterator_h),
-                    qvo_seq_iterator_next_t next) {
-    Member member;
-    member.name = name;
-    member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) { return construct(it, o[0]); };
-    member.type = R::code;
-    member.width = R::width;
-    member.next = next;
-    member.reset = qvo_seq_reset_unary_iterator;
-    return member;
-}
-
 /// Checks the member over `draw_operand(random, n)`, n random elements each, as check_binary does.
 void check_unary(Member member, const DrawOperand& draw_operand,
                  const std::function<void(qvo_seq_iterator_h it, size_t i, size_t k)>& element);
 
 /// A one-operand element-wise member against its model, over random values, runs, tile sizes and operand errors.
-template <class T, class R, class Model, class Draw>
-void check_unary(const char* name, QVO_RET (*construct)(qvo_seq_iterator_h, qvo_seq_iterator_h),
-                 qvo_seq_iterator_next_t next, Model model, Draw draw) {
+template <class T, class R, class Model>
+void check_unary(const char* name, ConstructUnary construct, qvo_seq_iterator_next_t next, Model model,
+                 const DrawValue<T>& draw = draw_value<typename T::value>) {
     check_unary(
         unary_member<R>(name, construct, next),
         [=](Random& random, size_t n) { return operand<T>(random_items<T>(random, n, draw)); },

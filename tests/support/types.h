@@ -17,47 +17,27 @@
 
 namespace test {
 
+constexpr const char* type_names[] = {"uint1", "uint2", "uint4",  "uint8", "int1", "int2",    "int4",
+                                      "int8",  "float", "double", "",      "",     "datetime"};
+
 template <class Value, uint8_t Code> struct Type {
     using value = Value;
     static constexpr uint8_t code = Code;
     static constexpr uint16_t width = sizeof(Value);
+    static constexpr const char* name = type_names[Code];
 };
-struct t_int1 : Type<qvo_int1, QVO_DD_INT1> {
-    static constexpr const char* name = "int1";
-};
-struct t_int2 : Type<qvo_int2, QVO_DD_INT2> {
-    static constexpr const char* name = "int2";
-};
-struct t_int4 : Type<qvo_int4, QVO_DD_INT4> {
-    static constexpr const char* name = "int4";
-};
-struct t_int8 : Type<qvo_int8, QVO_DD_INT8> {
-    static constexpr const char* name = "int8";
-};
-struct t_uint1 : Type<qvo_uint1, QVO_DD_UINT1> {
-    static constexpr const char* name = "uint1";
-};
-struct t_uint2 : Type<qvo_uint2, QVO_DD_UINT2> {
-    static constexpr const char* name = "uint2";
-};
-struct t_uint4 : Type<qvo_uint4, QVO_DD_UINT4> {
-    static constexpr const char* name = "uint4";
-};
-struct t_uint8 : Type<qvo_uint8, QVO_DD_UINT8> {
-    static constexpr const char* name = "uint8";
-};
-struct t_float : Type<qvo_float, QVO_DD_FLOAT> {
-    static constexpr const char* name = "float";
-};
-struct t_double : Type<qvo_double, QVO_DD_DOUBLE> {
-    static constexpr const char* name = "double";
-};
-struct t_datetime : Type<qvo_datetime, QVO_DD_DATETIME> {
-    static constexpr const char* name = "datetime";
-};
-struct t_bool : Type<qvo_seq_bool, QVO_DD_UINT1> {
-    static constexpr const char* name = "bool";
-};
+using t_int1 = Type<qvo_int1, QVO_DD_INT1>;
+using t_int2 = Type<qvo_int2, QVO_DD_INT2>;
+using t_int4 = Type<qvo_int4, QVO_DD_INT4>;
+using t_int8 = Type<qvo_int8, QVO_DD_INT8>;
+using t_uint1 = Type<qvo_uint1, QVO_DD_UINT1>;
+using t_uint2 = Type<qvo_uint2, QVO_DD_UINT2>;
+using t_uint4 = Type<qvo_uint4, QVO_DD_UINT4>;
+using t_uint8 = Type<qvo_uint8, QVO_DD_UINT8>;
+using t_float = Type<qvo_float, QVO_DD_FLOAT>;
+using t_double = Type<qvo_double, QVO_DD_DOUBLE>;
+using t_datetime = Type<qvo_datetime, QVO_DD_DATETIME>;
+using t_bool = t_uint1;
 /// Fixed-width strings; the values are padded with zero bytes to the width of the sequence.
 struct t_char {
     using value = std::string;
@@ -92,84 +72,36 @@ template <class V> std::string to_text(const V& v) {
     }
 }
 
-template <class T> std::string to_text(const Items<T>& items) {
-    std::string text = "{";
-    for (const auto& item : items) text += " " + to_text(item.value) + "x" + std::to_string(item.run);
-    return text + " }";
-}
-
 /// The elements are the expected ones: values and runs.
-template <class T> void check_items(const Items<T>& actual, const Items<T>& expected) {
-    bool same = actual.size() == expected.size();
-    for (size_t i = 0; same && i < actual.size(); ++i)
-        same = actual[i].run == expected[i].run && same_value(actual[i].value, expected[i].value);
-    if (same) return;
-    if (actual.size() + expected.size() < 40) {
-        ADD_FAILURE() << T::name << "\n  expected " << to_text<T>(expected) << "\n  actual   " << to_text<T>(actual);
-        return;
-    }
-    size_t i = 0;
-    while (i < actual.size() && i < expected.size() && actual[i].run == expected[i].run &&
-           same_value(actual[i].value, expected[i].value))
-        ++i;
-    const auto at = [i](const Items<T>& items) {
-        return i < items.size() ? to_text(items[i].value) + "x" + std::to_string(items[i].run) : "no element";
-    };
-    ADD_FAILURE() << T::name << ": " << actual.size() << " elements, expected " << expected.size() << "; element " << i
-                  << " is " << at(actual) << ", expected " << at(expected);
-}
+template <class T> void check_items(const Items<T>& actual, const Items<T>& expected);
 
 /// Draws values that hurt: extremes, zeros, and for floating types NaN, infinities and signed zeros; else small ones.
 class Random {
  public:
     explicit Random(unsigned seed) : engine_(seed) {}
 
-    unsigned below(unsigned n) { return std::uniform_int_distribution<unsigned>(0, n - 1)(engine_); }
+    unsigned below(unsigned n);
     unsigned between(unsigned low, unsigned high) { return low + below(high - low + 1); }
     bool chance(unsigned percent) { return below(100) < percent; }
-
     template <class V> V value() {
         using Limits = std::numeric_limits<V>;
         if constexpr (std::is_floating_point_v<V>) {
-            switch (below(24)) {
-                case 0:
-                    return Limits::quiet_NaN();
-                case 1:
-                    return Limits::infinity();
-                case 2:
-                    return -Limits::infinity();
-                case 3:
-                    return V{0};
-                case 4:
-                    return -V{0};
-                case 5:
-                    return Limits::max();
-                case 6:
-                    return Limits::denorm_min();
-                case 7:
-                    return Limits::lowest();
-                default:
-                    return static_cast<V>(std::uniform_real_distribution<double>(-1000, 1000)(engine_));
-            }
+            static constexpr V hard[] = {Limits::quiet_NaN(), Limits::infinity(), -Limits::infinity(), V{0}, -V{0},
+                                         Limits::max(),       Limits::lowest(),   Limits::denorm_min()};
+            const unsigned k = below(24);
+            return k < std::size(hard) ? hard[k] : static_cast<V>(small_real());
         } else {
-            switch (below(12)) {
-                case 0:
-                    return Limits::min();
-                case 1:
-                    return Limits::max();
-                case 2:
-                    return V{0};
-                case 3:
-                    return static_cast<V>(-1);
-                case 4:
-                    return static_cast<V>(std::uniform_int_distribution<uint64_t>()(engine_));
-                default:
-                    return static_cast<V>(std::uniform_int_distribution<int>(-100, 100)(engine_));
-            }
+            static constexpr V hard[] = {Limits::min(), Limits::max(), V{0}, static_cast<V>(-1)};
+            const unsigned k = below(12);
+            return k < std::size(hard) ? hard[k] : static_cast<V>(k == 4 ? word() : small());
         }
     }
 
  private:
+    uint64_t word();
+    uint64_t small();  // -100 to 100
+    double small_real();
+
     std::mt19937 engine_;
 };
 

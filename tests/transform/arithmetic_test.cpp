@@ -44,46 +44,37 @@ template <class V> V divisor(Random& random) {
 
 TEST(Arithmetic, FollowsTheModel) { QVO_SEQ_FOR_FIXED_TYPES(TEST_MEMBER) }
 
-template <class T>
-Items<T> result_of(QVO_RET (*construct)(qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_seq_iterator_h), Items<T> left,
-                   Items<T> right) {
-    Source a(T{}, left), b(T{}, right);
-    Record it;
-    EXPECT_EQ(construct(it.get(), a.get(), b.get()), QVO_S_OK);
-    return drain<T>(it.get());
-}
-
 TEST(Arithmetic, OneResultElementPerOverlap) {
-    check_items<t_int4>(result_of<t_int4>(qvo_seq_add_int4, {{10, 255}, {20, 1}}, {{1, 128}, {2, 128}}),
+    check_items<t_int4>(applied<t_int4>(qvo_seq_add_int4, {{10, 255}, {20, 1}}, {{1, 128}, {2, 128}}),
                         {{11, 128}, {12, 127}, {22, 1}});
-    check_items<t_int4>(result_of<t_int4>(qvo_seq_sub_int4, {{1, 3}, {1, 3}, {1, 3}}, {{1, 255}}),
+    check_items<t_int4>(applied<t_int4>(qvo_seq_sub_int4, {{1, 3}, {1, 3}, {1, 3}}, {{1, 255}}),
                         {{0, 3}, {0, 3}, {0, 3}});
 }
 
 TEST(Arithmetic, NarrowIntegersWrapAtTheirWidth) {
-    check_items<t_int1>(result_of<t_int1>(qvo_seq_add_int1, {{100}}, {{100}}), {{-56}});
-    check_items<t_int1>(result_of<t_int1>(qvo_seq_div_int1, {{-128}}, {{-1}}), {{-128}});
-    check_items<t_int2>(result_of<t_int2>(qvo_seq_mul_int2, {{-32768}}, {{-1}}), {{-32768}});
-    check_items<t_uint2>(result_of<t_uint2>(qvo_seq_mul_uint2, {{65535}}, {{65535}}), {{1}});
-    check_items<t_int4>(result_of<t_int4>(qvo_seq_mod_int4, {{-7}}, {{3}}), {{-1}});
-    check_items<t_float>(result_of<t_float>(qvo_seq_mod_float, {{5.5F}}, {{2}}), {{1.5F}});
+    check_items<t_int1>(applied<t_int1>(qvo_seq_add_int1, {{100}}, {{100}}), {{-56}});
+    check_items<t_int1>(applied<t_int1>(qvo_seq_div_int1, {{-128}}, {{-1}}), {{-128}});
+    check_items<t_int2>(applied<t_int2>(qvo_seq_mul_int2, {{-32768}}, {{-1}}), {{-32768}});
+    check_items<t_uint2>(applied<t_uint2>(qvo_seq_mul_uint2, {{65535}}, {{65535}}), {{1}});
+    check_items<t_int4>(applied<t_int4>(qvo_seq_mod_int4, {{-7}}, {{3}}), {{-1}});
+    check_items<t_float>(applied<t_float>(qvo_seq_mod_float, {{5.5F}}, {{2}}), {{1.5F}});
 }
 
 TEST(Arithmetic, MaxAndMinDeliverTheRightValueNextToNaN_deliberate) {
     const double nan = std::numeric_limits<double>::quiet_NaN();
-    check_items<t_double>(result_of<t_double>(qvo_seq_max_double, {{nan}, {1}}, {{1}, {nan}}), {{1}, {nan}});
-    check_items<t_double>(result_of<t_double>(qvo_seq_min_double, {{nan}, {1}}, {{1}, {nan}}), {{1}, {nan}});
-    check_items<t_double>(result_of<t_double>(qvo_seq_min_double, {{0.0}, {-0.0}}, {{-0.0}, {0.0}}), {{-0.0}, {0.0}});
+    check_items<t_double>(applied<t_double>(qvo_seq_max_double, {{nan}, {1}}, {{1}, {nan}}), {{1}, {nan}});
+    check_items<t_double>(applied<t_double>(qvo_seq_min_double, {{nan}, {1}}, {{1}, {nan}}), {{1}, {nan}});
+    check_items<t_double>(applied<t_double>(qvo_seq_min_double, {{0.0}, {-0.0}}, {{-0.0}, {0.0}}), {{-0.0}, {0.0}});
 }
 
 TEST(ArithmeticDeathTest, IntegerDivisionFaults) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto divides = testing::KilledBySignal(SIGFPE);
-    EXPECT_EXIT(result_of<t_int4>(qvo_seq_div_int4, {{1}}, {{0}}), divides, "");
-    EXPECT_EXIT(result_of<t_uint1>(qvo_seq_mod_uint1, {{1}}, {{0}}), divides, "");
-    EXPECT_EXIT(result_of<t_datetime>(qvo_seq_div_datetime, {{1}}, {{0}}), divides, "");
-    EXPECT_EXIT(result_of<t_int4>(qvo_seq_div_int4, {{INT32_MIN}}, {{-1}}), divides, "");
-    EXPECT_EXIT(result_of<t_int8>(qvo_seq_mod_int8, {{INT64_MIN}}, {{-1}}), divides, "");
+    EXPECT_EXIT(applied<t_int4>(qvo_seq_div_int4, {{1}}, {{0}}), divides, "");
+    EXPECT_EXIT(applied<t_uint1>(qvo_seq_mod_uint1, {{1}}, {{0}}), divides, "");
+    EXPECT_EXIT(applied<t_datetime>(qvo_seq_div_datetime, {{1}}, {{0}}), divides, "");
+    EXPECT_EXIT(applied<t_int4>(qvo_seq_div_int4, {{INT32_MIN}}, {{-1}}), divides, "");
+    EXPECT_EXIT(applied<t_int8>(qvo_seq_mod_int8, {{INT64_MIN}}, {{-1}}), divides, "");
 }
 
 }  // namespace

@@ -71,12 +71,6 @@ TEST(Compare, StringsOfUnequalWidthsAreRefusedBeforeTheBindingCheck) {
     }
 }
 
-Items<t_bool> result_of(ConstructBinary construct, Source& left, Source& right) {
-    Record it;
-    EXPECT_EQ(construct(it.get(), left.get(), right.get()), QVO_S_OK);
-    return drain<t_bool>(it.get());
-}
-
 TEST(Compare, NaNIsUnequalToEverything) {
     const double nan = std::numeric_limits<double>::quiet_NaN();
     const struct {
@@ -84,26 +78,21 @@ TEST(Compare, NaNIsUnequalToEverything) {
         qvo_seq_bool with_nan;
     } members[] = {{qvo_seq_eq_double, 0}, {qvo_seq_ne_double, 1}, {qvo_seq_ge_double, 0},
                    {qvo_seq_le_double, 0}, {qvo_seq_gt_double, 0}, {qvo_seq_lt_double, 0}};
-    for (const auto& m : members) {
-        Source left(t_double{}, {{nan, 2}, {1, 1}, {nan, 1}}), right(t_double{}, {{1, 2}, {nan, 2}});
-        check_items<t_bool>(result_of(m.construct, left, right), {{m.with_nan, 2}, {m.with_nan, 1}, {m.with_nan, 1}});
-    }
-    Source zero(t_double{}, {{0.0}}), minus_zero(t_double{}, {{-0.0}});
-    check_items<t_bool>(result_of(qvo_seq_eq_double, zero, minus_zero), {{1}});
+    for (const auto& m : members)
+        check_items<t_bool>(applied<t_double, t_bool>(m.construct, {{nan, 2}, {1, 1}, {nan, 1}}, {{1, 2}, {nan, 2}}),
+                            {{m.with_nan, 2}, {m.with_nan, 1}, {m.with_nan, 1}});
+    check_items<t_bool>(applied<t_double, t_bool>(qvo_seq_eq_double, {{0.0}}, {{-0.0}}), {{1}});
 }
 
 TEST(Compare, AConstantKeepsTheRunsOfTheColumn) {
-    const Items<t_int4> column{{5, 200}, {7, 55}, {7, 45}};
-    for (const bool constant_first : {false, true}) {
-        Source source(t_int4{}, column);
-        Record constant, it;
-        ASSERT_EQ(qvo_seq_const_int4(constant.get(), 6), QVO_S_OK);
-        ASSERT_EQ(constant_first ? qvo_seq_lt_int4(it.get(), constant.get(), source.get())
-                                 : qvo_seq_gt_int4(it.get(), source.get(), constant.get()),
-                  QVO_S_OK);
-        // A run of the constant ends after 255 positions, which is where one of the column's ends.
-        check_items<t_bool>(drain<t_bool>(it.get()), {{0, 200}, {1, 55}, {1, 45}});
-    }
+    Source column(t_int4{}, {{5, 200}, {7, 55}, {7, 45}});
+    Record constant;
+    ASSERT_EQ(qvo_seq_const_int4(constant.get(), 6), QVO_S_OK);
+    // A run of the constant ends after 255 positions, which is where one of the column's ends.
+    const Items<t_bool> expected{{0, 200}, {1, 55}, {1, 45}};
+    check_items<t_bool>(drained<t_bool>(qvo_seq_lt_int4, constant.get(), column.get()), expected);
+    for (const qvo_seq_iterator_h it : {constant.get(), column.get()}) ASSERT_EQ(it->reset(it), QVO_S_OK);
+    check_items<t_bool>(drained<t_bool>(qvo_seq_gt_int4, column.get(), constant.get()), expected);
 }
 
 }  // namespace

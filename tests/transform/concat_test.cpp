@@ -4,18 +4,6 @@
 namespace test {
 namespace {
 
-template <class T> Member concat_member(Items<T> left, Items<T> right) {
-    Member member;
-    member.name = std::string("concat ") + T::name;
-    member.operands = {operand<T>(std::move(left), test_width<T>), operand<T>(std::move(right), test_width<T>)};
-    member.construct = [](qvo_seq_iterator_h it, const Member::Operands& o) { return qvo_seq_concat(it, o[0], o[1]); };
-    member.type = T::code;
-    member.width = test_width<T>;
-    member.next = qvo_seq_concat_next;
-    member.reset = qvo_seq_concat_reset;
-    return member;
-}
-
 QVO_RET literal_copy_tile(qvo_seq_iterator_h it, qvo_seq_iterator_h from) {
     const QVO_RET rc = from->next(from);
     if (rc != QVO_S_OK) return rc;
@@ -40,25 +28,16 @@ QVO_RET literal_concat(qvo_seq_iterator_h it, bool& in_left) {
     return rc;
 }
 
-template <class T> void check_concat() {
-    for (unsigned seed = 0; seed < 9; ++seed) {
-        Random random(seed);
-        const Member member = concat_member(draw_items<T>(random, random.between(4, 3000)),
-                                            draw_items<T>(random, random.between(4, 3000)));
-        if (seed == 0) check_protocol(member);
-        bool in_left = true;
-        check_steps(
-            member, [&](qvo_seq_iterator_h it) { return literal_concat(it, in_left); },
-            {random_script(random, seed), random_script(random, seed + 1)},
-            [](const Member::Operands& o) { o[0]->tile_offs = 1; });  // read positions are not used
-        if (testing::Test::HasFailure()) return;
-    }
-}
-
 TEST(Concat, FollowsTheSteps) {
-#define CHECK(type) check_concat<t_##type>();
-    QVO_SEQ_FOR_FIXED_TYPES(CHECK) CHECK(char)
-#undef CHECK
+    for (const AnyType& type : all_types()) {
+        Member member = binary_member("concat " + type.name, qvo_seq_concat, qvo_seq_concat_next, type.code, type.width,
+                                      qvo_seq_concat_reset);
+        member.before = [](const Member::Operands& o) { o[0]->tile_offs = 1; };  // read positions are not used
+        check_random(member, 9, [&](Random& random, unsigned, Member& m) {
+            m.operands = {type.operand(random, random.between(4, 3000)), type.operand(random, random.between(4, 3000))};
+            return [in_left = true](qvo_seq_iterator_h it) mutable { return literal_concat(it, in_left); };
+        });
+    }
 }
 
 TEST(Concat, TilesOfBothOperandsStayApart) {

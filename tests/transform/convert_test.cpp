@@ -40,88 +40,89 @@ template <class From, class To> To model(From value) {
 }
 
 /// Values where conversions go wrong: powers of two and halves between numbers, and their neighbours.
-template <class V> const std::vector<V>& hard_values() {
-    static const std::vector<V> all = [] {
-        std::vector<V> values;
-        for (int k = 0; k <= 70; ++k) {
-            if constexpr (std::is_integral_v<V>) {
-                // Next to 2^k, and to the middle between two floats or doubles that follow it.
-                for (const int step : {k, k - 24, k - 53})
-                    for (const int off : {-1, 0, 1})
-                        for (const bool minus : {false, true}) {
-                            if (k > 63) continue;
-                            const uint64_t v = (uint64_t{1} << k) + (step >= 0 && step < k ? uint64_t{1} << step : 0) +
-                                               static_cast<uint64_t>(off);
-                            values.push_back(static_cast<V>(minus ? ~v + 1 : v));
-                        }
-            } else {
-                for (const double sum : {0.0, -1.0, 1.0, -0.5, 0.5, -0.75, 0.75})
-                    for (const double factor : {1.0, -1.0}) {
-                        const V v = static_cast<V>(factor * (std::ldexp(1.0, k) + sum));
-                        for (const V infinite : {-INFINITY, INFINITY}) values.push_back(std::nextafter(v, infinite));
-                        values.push_back(v);
-                    }
-            }
+template <class V> std::vector<V> hard_values() {
+    std::vector<V> values;
+    if constexpr (std::is_integral_v<V>) {
+        // Next to 2^k, and to the middle between two floats or doubles that follow it.
+        for (int k = 0; k < 64; ++k)
+            for (const int step : {k, k - 24, k - 53})
+                for (const uint64_t off : {~uint64_t{0}, uint64_t{0}, uint64_t{1}}) {
+                    const uint64_t v = (uint64_t{1} << k) + (step >= 0 && step < k ? uint64_t{1} << step : 0) + off;
+                    values.insert(values.end(), {static_cast<V>(v), static_cast<V>(~v + 1)});
+                }
+    } else {
+        for (int k = 0; k <= 70; ++k)
+            for (const double sum : {0.0, -1.0, 1.0, -0.5, 0.5, -0.75, 0.75})
+                values.push_back(static_cast<V>(std::ldexp(1.0, k) + sum));
+        using Limits = std::numeric_limits<V>;
+        values.insert(values.end(), {Limits::quiet_NaN(), Limits::infinity(), Limits::max(), Limits::min(),
+                                     Limits::denorm_min(), V{0}, static_cast<V>(FLT_MAX), static_cast<V>(0x1p-149),
+                                     static_cast<V>(0x1p-150), static_cast<V>(1 + 0x1p-24), static_cast<V>(3.9)});
+        for (size_t i = values.size(); i-- != 0;) {
+            const V v = values[i];
+            for (const V w : {v, -v})
+                values.insert(values.end(), {w, std::nextafter(w, V{-INFINITY}), std::nextafter(w, V{INFINITY})});
         }
-        if constexpr (std::is_floating_point_v<V>) {
-            using Limits = std::numeric_limits<V>;
-            for (const V v : {Limits::quiet_NaN(), Limits::infinity(), Limits::max(), Limits::min(),
-                              Limits::denorm_min(), V{0}, static_cast<V>(FLT_MAX), static_cast<V>(0x1p-149),
-                              static_cast<V>(0x1p-150), static_cast<V>(1 + 0x1p-24), static_cast<V>(3.9)}) {
-                values.push_back(v);
-                values.push_back(-v);
-                values.push_back(std::nextafter(v, V{1}));
-            }
-        }
-        return values;
-    }();
-    return all;
-}
-
-template <class V> V draw(Random& random) {
-    const auto& hard = hard_values<V>();
-    return random.chance(70) ? hard[random.below(static_cast<unsigned>(hard.size()))] : random.value<V>();
-}
-
-template <class T, class R>
-void check_pair(const char* name, QVO_RET (*construct)(qvo_seq_iterator_h, qvo_seq_iterator_h),
-                qvo_seq_iterator_next_t next, QVO_RET (*other_name)(qvo_seq_iterator_h, qvo_seq_iterator_h)) {
-    using V = typename T::value;
-    check_unary<T, R>(name, construct, next, model<V, typename R::value>, draw<V>);
-    // Every hard value, in one piece; and the second name builds the same. Where vector code takes many values at once
-    // only if all of them allow it, it meets as many of each.
-    const size_t n = std::is_floating_point_v<V> && std::is_same_v<R, t_uint4> ? 64 : 1;
-    Items<T> items;
-    Items<R> expected;
-    for (const V v : hard_values<V>()) {
-        items.insert(items.end(), n, {v, 1});
-        expected.insert(expected.end(), n, {model<V, typename R::value>(v), 1});
     }
-    for (const auto& build : {construct, other_name}) {
-        Source source(T{}, items);
-        Record it;
-        ASSERT_EQ(build(it.get(), source.get()), QVO_S_OK) << name;
-        EXPECT_EQ(it->next, next) << name;
-        check_items<R>(drain<R>(it.get()), expected);
-        source->elem_type = 99;
-        EXPECT_EQ(build(it.get(), source.get()), QVO_E_ILLEGAL_TYPE) << name;
-    }
+    return values;
 }
 
-#define TEST_PAIR(from, to)                                                                     \
-    check_pair<t_##from, t_##to>(MEMBER(qvo_seq_##from##_to_##to), qvo_seq_##to##_from_##from); \
+/// A type to convert from, and its hard values, as bytes.
+struct From {
+    AnyType type;
+    Items<t_char> hard;
+};
+template <class T> From from_type() {
+    From from{any_type<T>(), {}};
+    for (const auto v : hard_values<typename T::value>()) from.hard.push_back({Source::bytes_of<T>(v, sizeof v)});
+    from.type.draw = [hard = from.hard, any = from.type.draw](Random& random) {
+        return random.chance(70) ? hard[random.below(static_cast<unsigned>(hard.size()))].value : any(random);
+    };
+    return from;
+}
+
+template <class V, class R> void convert(const char* from, char* to) {
+    V v;
+    std::memcpy(&v, from, sizeof v);
+    const R r = model<V, R>(v);
+    std::memcpy(to, &r, sizeof r);
+}
+
+void check_pair(const From& from, const char* name, ConstructUnary construct, qvo_seq_iterator_next_t next,
+                ConstructUnary other_name, uint8_t type, size_t width, void (*model)(const char*, char*)) {
+    // Every hard value, where few values are asked for. Where vector code takes many values at once only if all of them
+    // allow it, it meets as many of each.
+    const auto draw = [&](Random& random, size_t n) {
+        if (n != 5) return from.type.operand(random, n);
+        Items<t_char> hard;
+        for (const auto& item : from.hard) hard.insert(hard.end(), type == QVO_DD_UINT4 ? 64 : 1, item);
+        return from.type.operand(hard);
+    };
+    check_unary(unary_member(name, construct, next, type, width), draw, [=](qvo_seq_iterator_h it, size_t i, size_t k) {
+        model(it->opd[0]->tile.u.arr_char + k * it->opd[0]->elem_size, it->tile.u.arr_char + i * width);
+    });
+    // The second name builds the same.
+    const auto source = from.type.operand(from.hard)({});
+    Record it;
+    EXPECT_EQ(other_name(it.get(), source->get()), QVO_S_OK) << name;
+    EXPECT_TRUE(it->next == next && it->elem_type == type) << name;
+    (*source)->elem_type = 99;
+    EXPECT_EQ(other_name(it.get(), source->get()), QVO_E_ILLEGAL_TYPE) << name;
+}
+
+#define TEST_PAIR(from, to)                                                                                          \
+    check_pair(values, MEMBER(qvo_seq_##from##_to_##to), qvo_seq_##to##_from_##from, t_##to::code, sizeof(qvo_##to), \
+               convert<qvo_##from, qvo_##to>);                                                                       \
     if (HasFailure()) return;
-#define TEST_FROM(type) \
-    TEST(Convert, type) { QVO_SEQ_FOR_FIXED_TYPES_WITH(TEST_PAIR, type) }
+#define TEST_FROM(type)                               \
+    TEST(Convert, type) {                             \
+        const From values = from_type<t_##type>();    \
+        QVO_SEQ_FOR_FIXED_TYPES_WITH(TEST_PAIR, type) \
+    }
 QVO_SEQ_FOR_FIXED_TYPES(TEST_FROM)
 
-template <class T, class R>
-void check_case(QVO_RET (*construct)(qvo_seq_iterator_h, qvo_seq_iterator_h), const Items<T>& from,
-                const Items<R>& to) {
-    Source source(T{}, from);
-    Record it;
-    ASSERT_EQ(construct(it.get(), source.get()), QVO_S_OK);
-    check_items<R>(drain<R>(it.get()), to);
+template <class T, class R> void check_case(ConstructUnary construct, const Items<T>& from, const Items<R>& to) {
+    check_items<R>(applied<T, R>(construct, from), to);
 }
 
 TEST(Convert, WorkedCases) {

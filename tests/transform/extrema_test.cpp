@@ -10,34 +10,26 @@ template <class V> struct State {
     uint64_t pos = 0;
 };
 
-template <class V> QVO_RET literal_extrema(qvo_seq_iterator_h it, int first_extremum, State<V>& stored) {
+template <class V> QVO_RET literal_extrema(qvo_seq_iterator_h it, int first_extremum, State<V>& state) {
     const qvo_seq_iterator_h input = it->opd[0];
-    State<V> s = stored;
-    size_t i = 0;
-    for (bool first = true; i < 455; first = false) {
-        QVO_RET rc = QVO_S_OK;
-        if (!literal_refill(input, i, &rc)) {
-            if (rc != QVO_S_OK) return rc;
-            break;
+    State<V> s = state;
+    bool first = it->next_seq_no == 0;
+    const QVO_RET rc = literal_selected_next(it, [&](size_t i, size_t k) {
+        const V v = literal_value<V>(input, k);
+        const int direction = first ? 0 : s.prev_val > v ? -1 : v > s.prev_val ? 1 : 0;
+        const bool turns = s.prev_trend * direction < 0 && (first_extremum == 0 || s.prev_trend == first_extremum);
+        if (turns) {
+            literal_put(it, i, s.pos - 1);
+            literal_put_run(it, i, 1);
         }
-        const V v = literal_value<V>(input, input->tile_offs);
-        const unsigned run = literal_run(input, input->tile_offs++);
-        int direction = 0;
-        if (it->next_seq_no != 0 || !first) direction = s.prev_val > v ? -1 : v > s.prev_val ? 1 : 0;
-        if (direction != s.prev_trend) {
-            if ((s.prev_trend & direction) != 0 && (first_extremum == 0 || s.prev_trend == first_extremum)) {
-                literal_put<uint64_t>(it, i, s.pos - 1);
-                literal_put_run(it, i++, 1);
-            }
-            if (direction != 0) s.prev_trend = direction;
-        }
+        first = false;
+        if (direction != 0) s.prev_trend = direction;
         s.prev_val = v;
-        s.pos += run;
-    }
-    stored = s;
-    it->next_seq_no += i;
-    it->tile_size = static_cast<uint16_t>(i);
-    return QVO_S_OK;
+        s.pos += literal_run(input, k);
+        return turns;
+    });
+    if (rc == QVO_S_OK) state = s;
+    return rc;
 }
 
 using Constructor = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h, int);
@@ -46,46 +38,32 @@ template <class T>
 void check_extrema(const char* name, Constructor construct, qvo_seq_iterator_next_t next,
                    qvo_seq_iterator_reset_t reset) {
     using V = typename T::value;
-    Member member;
-    member.name = name;
-    member.type = QVO_DD_UINT8;
-    member.width = 8;
-    member.next = next;
-    member.reset = reset;
-    for (unsigned seed = 0; seed < 24; ++seed) {
-        Random random(seed);
-        const int first = seed == 0 ? 0 : static_cast<int>(random.below(4)) - 1;
-        member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) { return construct(it, o[0], first); };
-        // Stretches that rise, fall, stay or jump.
-        unsigned shape = 0;
-        V at{50};
-        const auto draw = [&](Random& r) {
-            if (r.chance(5)) shape = r.below(4);
-            if (shape == 0 && at < 120) at = static_cast<V>(at + static_cast<V>(r.below(2)));
-            if (shape == 1 && at > 0) at = static_cast<V>(at - static_cast<V>(1));
-            if (shape == 3 || at != at) at = r.value<V>();
-            return at;
-        };
-        member.operands = {operand<T>(random_items<T>(random, random.between(200, 6000), draw))};
-        if (seed == 0) check_protocol(member);
-        State<V> state;
-        check_steps(member, [&](qvo_seq_iterator_h it) { return literal_extrema<V>(it, first, state); },
-                    {random_script(random, seed)});
-        if (testing::Test::HasFailure()) return;
-    }
+    check_random(
+        unary_member(name, nullptr, next, QVO_DD_UINT8, 8, reset), 24, [=](Random& random, unsigned seed, Member& m) {
+            const int first = seed == 0 ? 0 : static_cast<int>(random.below(4)) - 1;
+            m.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) { return construct(it, o[0], first); };
+            // Stretches that rise, fall, stay or jump.
+            unsigned shape = 0;
+            V at{50};
+            m.operands = {operand<T>(random_items<T>(random, random.between(200, 6000), [&](Random& r) {
+                if (r.chance(5)) shape = r.below(4);
+                if (shape == 0 && at < 120) at = static_cast<V>(at + static_cast<V>(r.below(2)));
+                if (shape == 1 && at > 0) at = static_cast<V>(at - static_cast<V>(1));
+                if (shape == 3 || at != at) at = r.value<V>();
+                return at;
+            }))};
+            return
+                [=, state = State<V>{}](qvo_seq_iterator_h it) mutable { return literal_extrema<V>(it, first, state); };
+        });
 }
 
-TEST(Extrema, FollowsTheSteps) {
-#define CHECK(type) check_extrema<t_##type>(MEMBER(qvo_seq_extrema_##type), qvo_seq_extrema_##type##_reset_iterator);
-    QVO_SEQ_FOR_FIXED_TYPES(CHECK)
-#undef CHECK
-}
+#define TEST_MEMBER(type) \
+    check_extrema<t_##type>(MEMBER(qvo_seq_extrema_##type), qvo_seq_extrema_##type##_reset_iterator);
+
+TEST(Extrema, FollowsTheSteps) { QVO_SEQ_FOR_FIXED_TYPES(TEST_MEMBER) }
 
 std::vector<uint64_t> positions(const Items<t_double>& items, int first_extremum) {
-    Source source(t_double{}, items);
-    Record it;
-    EXPECT_EQ(qvo_seq_extrema_double(it.get(), source.get(), first_extremum), QVO_S_OK);
-    return expand(drain<t_uint8>(it.get()));
+    return expand(drained<t_uint8>(qvo_seq_extrema_double, Source(t_double{}, items).get(), first_extremum));
 }
 
 TEST(Extrema, PlateausCountAtTheirLastPosition) {

@@ -9,59 +9,29 @@
 namespace test {
 namespace {
 
-using Construct = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_seq_iterator_h);
-
-QVO_RET literal_filter(qvo_seq_iterator_h it) {
-    const qvo_seq_iterator_h cond = it->opd[0], input = it->opd[1];
-    size_t i = 0;
-    QVO_RET rc = QVO_S_OK;
-    while (i < capacity_of(it->elem_size)) {
-        if (!literal_refill(cond, i, &rc) || !literal_refill(input, i, &rc)) break;
-        const unsigned run = std::min(literal_run_left(cond), literal_run_left(input));
-        if (literal_condition(cond)) {
-            literal_copy(it, i, input);
-            literal_put_run(it, i++, run);
-            it->next_seq_no += run;
-        }
-        literal_take(cond, run);
-        literal_take(input, run);
-    }
-    return literal_end(it, i, rc);
+void check_filter(const AnyType& type, const char* name, ConstructBinary construct, qvo_seq_iterator_next_t next) {
+    check_random(binary_member(name, construct, next, type.code, type.width), 12,
+                 [&](Random& random, unsigned seed, Member& m) {
+                     const size_t n = seed == 0 ? 100 : random.between(1, 5000);
+                     auto conditions = random_conditions(random, n);
+                     if (seed == 0) conditions[1].value = 1;
+                     if (seed % 5 == 1) conditions.assign(n, {static_cast<qvo_seq_bool>(seed / 5 % 2), 1});
+                     m.operands = {operand<t_bool>(conditions), type.operand(random, random.chance(50) ? n : 3000)};
+                     return [](qvo_seq_iterator_h it) {
+                         return literal_overlap_next(it, [it](size_t i) {
+                             if (!literal_condition(it->opd[0])) return false;
+                             return literal_copy(it, i, it->opd[1], it->opd[1]->tile_offs), true;
+                         });
+                     };
+                 });
 }
 
-template <class T>
-void check_filter(const char* name, Construct construct, qvo_seq_iterator_next_t next,
-                  size_t width = Source::width_of<T>()) {
-    Member member;
-    member.name = name;
-    member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) { return construct(it, o[0], o[1]); };
-    member.type = T::code;
-    member.width = width;
-    member.next = next;
-    member.reset = qvo_seq_reset_binary_iterator;
-    for (unsigned seed = 0; seed < 12; ++seed) {
-        SCOPED_TRACE(std::string(name) + ", seed " + std::to_string(seed));
-        Random random(seed);
-        const size_t n = seed == 0 ? 100 : random.between(1, 5000);
-        auto conditions = random_conditions(random, n);
-        if (seed == 0) conditions[1].value = 1;
-        if (seed % 5 == 1) conditions = Items<t_bool>(n, {static_cast<qvo_seq_bool>(seed / 5 % 2), 1});
-        member.operands = {operand<t_bool>(conditions),
-                           operand<T>(random_values<T>(random, random.chance(50) ? n : 3000, width), width)};
-        if (seed == 0) check_protocol(member);
-        std::vector<Script> scripts{{random_tile_sizes(random)}, {random_tile_sizes(random)}};
-        if (seed % 4 == 3) scripts[seed / 4 % 2].stop_at = random.below(2000), scripts[seed / 4 % 2].stop_code = 4711;
-        check_steps(member, literal_filter, scripts);
-        if (testing::Test::HasFailure()) return;
-    }
-}
-
-#define TEST_MEMBER(type) check_filter<t_##type>(MEMBER(qvo_seq_filter_##type));
+#define TEST_MEMBER(type) check_filter(any_type<t_##type>(), MEMBER(qvo_seq_filter_##type));
 
 TEST(Filter, FollowsTheSteps) { QVO_SEQ_FOR_FIXED_TYPES(TEST_MEMBER) }
 
 TEST(Filter, MovesStringsOfAnyWidth) {
-    for (const size_t width : {1, 3, 8, 40, 300}) check_filter<t_char>(MEMBER(qvo_seq_filter_char), width);
+    for (const size_t width : {1, 3, 8, 40, 300}) check_filter(any_type<t_char>(width), MEMBER(qvo_seq_filter_char));
 }
 
 TEST(Filter, KeepsThePartsOfRunsThatAreTrue) {
@@ -92,8 +62,7 @@ QVO_RET literal_filter_pos(qvo_seq_iterator_h it) {
     const qvo_seq_iterator_h cond = it->opd[0];
     size_t i = 0;
     QVO_RET rc = QVO_S_OK;
-    while (i < 455) {
-        if (!literal_refill(cond, i, &rc)) break;
+    while (i < 455 && literal_refill(cond, i, &rc)) {
         if (literal_condition(cond)) {
             literal_put(it, i, it->context[1]++);
             literal_put_run(it, i++, 1);
@@ -107,50 +76,40 @@ QVO_RET literal_filter_pos(qvo_seq_iterator_h it) {
     return literal_end(it, i, rc);
 }
 
-Member filter_pos_member(Items<t_bool> conditions, qvo_seq_no_t first) {
-    Member member;
-    member.name = "qvo_seq_filter_search from " + std::to_string(first);
-    member.operands = {operand<t_bool>(std::move(conditions))};
-    member.construct = [first](qvo_seq_iterator_h it, const Member::Operands& o) {
-        if (first == 0) return qvo_seq_filter_pos(it, o[0]);
+/// filter_pos, or with `first` filter_search.
+Member filter_pos_member(qvo_seq_no_t first) {
+    const auto construct = [first](qvo_seq_iterator_h it, qvo_seq_iterator_h conditions) {
+        if (first == 0) return qvo_seq_filter_pos(it, conditions);
         Source searched(t_int1{}, {{1}});
         searched->first_seq_no = first;
-        return qvo_seq_filter_search(it, o[0], searched.get());
+        return qvo_seq_filter_search(it, conditions, searched.get());
     };
-    member.type = QVO_DD_UINT8;
-    member.width = 8;
-    member.next = qvo_seq_filter_pos_next;
-    member.reset = qvo_seq_filter_pos_reset;
-    return member;
+    return unary_member("qvo_seq_filter_search from " + std::to_string(first), construct, qvo_seq_filter_pos_next,
+                        QVO_DD_UINT8, 8, qvo_seq_filter_pos_reset);
 }
 
 TEST(FilterPos, FollowsTheSteps) {
-    for (unsigned seed = 0; seed < 40; ++seed) {
-        SCOPED_TRACE(seed);
-        Random random(seed);
-        auto conditions = random_conditions(random, random.between(4, 8000));
-        conditions[0].value = 1;
-        const Member member = filter_pos_member(std::move(conditions), seed % 2 * 1000);
-        if (seed < 2) check_protocol(member);
-        Script script{random_tile_sizes(random)};
-        if (seed % 4 == 3) script.stop_at = random.below(2000), script.stop_code = 4711;
-        check_steps(member, literal_filter_pos, {script});
-        if (testing::Test::HasFailure()) return;
-    }
+    for (const qvo_seq_no_t first : {0, 1000})
+        check_random(filter_pos_member(first), 20, [](Random& random, unsigned, Member& m) {
+            auto conditions = random_conditions(random, random.between(4, 8000));
+            conditions[0].value = 1;
+            m.operands = {operand<t_bool>(conditions)};
+            return literal_filter_pos;
+        });
 }
 
 TEST(FilterPos, NumbersThePositionsOfTrueRuns) {
     for (const qvo_seq_no_t first : {0, 100}) {
         Source conditions(t_bool{}, {{1, 3}, {0, 2}, {1, 1}}), searched(t_int4{}, {{1}});
         searched->first_seq_no = first;
-        Record it;
-        ASSERT_EQ(qvo_seq_filter_search(it.get(), conditions.get(), searched.get()), QVO_S_OK);
-        check_items<t_uint8>(drain<t_uint8>(it.get()), {{first}, {first + 1}, {first + 2}, {first + 5}});
+        check_items<t_uint8>(drained<t_uint8>(qvo_seq_filter_search, conditions.get(), searched.get()),
+                             {{first}, {first + 1}, {first + 2}, {first + 5}});
     }
 }
 
 TEST(FilterPos, PassesFalseRunsWholeAndKeepsTheirReadPosition_deliberate) {
-    const Member member = filter_pos_member({{0, 10}, {1, 3}, {1, 1}, {0, 2}, {1, 9}}, 0);
+    Member member = filter_pos_member(0);
+    member.operands = {operand<t_bool>({{0, 10}, {1, 3}, {1, 1}, {0, 2}, {1, 9}})};
     check_steps(member, literal_filter_pos, {}, [](const Member::Operands& o) {
         ASSERT_EQ(o[0]->next(o[0]), QVO_S_OK);
         o[0]->tile_offs = 0;

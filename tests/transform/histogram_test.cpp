@@ -44,15 +44,10 @@ using Constructor = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h, typename
 
 template <class T> void check_histogram(const char* name, Constructor<T> construct, qvo_seq_iterator_next_t next) {
     using V = typename T::value;
-    Member member;
-    member.name = name;
-    member.type = QVO_DD_UINT8;
-    member.width = 8;
-    member.next = next;
-    member.reset = qvo_seq_reset_unary_iterator;
+    Member member = unary_member<t_uint8>(name, nullptr, next);
     member.stops_on_empty = {false};
-    for (unsigned seed = 0; seed < 30; ++seed) {
-        Random random(seed);
+    member.before = [](const Member::Operands& o) { o[0]->tile_offs = 2; };
+    check_random(member, 30, [=](Random& random, unsigned seed, Member& m) {
         V low, high;
         do {
             low = random.value<V>();
@@ -60,33 +55,28 @@ template <class T> void check_histogram(const char* name, Constructor<T> constru
             if (random.chance(50) && std::is_integral_v<V>) low = std::numeric_limits<V>::min();
         } while (!(low < high) || std::isinf(static_cast<double>(low) - static_cast<double>(high)));
         const uint64_t n = random.chance(30) ? random.between(1, 455) : random.between(1, 12);
-        const unsigned bad = seed % 4 == 1 ? 1 : 0;
+        m.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) {
+            return construct(it, o[0], low, high, n);
+        };
         const auto draw = [=](Random& r) {
             for (;;) {
-                // Anything, the bounds, and values a part of the way between them.
+                // Anything, the bounds, and values a part of the way between them; now and then one outside.
                 V v = r.chance(20) ? low : r.value<V>();
                 const double part = r.below(1001) / 1000.0;
                 if (r.chance(50))
                     v = static_cast<V>(static_cast<long double>(low) +
                                        part * (static_cast<long double>(high) - static_cast<long double>(low)));
-                if (!(v < low || v >= high) || (bad && r.chance(1))) return v;
+                if (!(v < low || v >= high) || (seed % 4 == 1 && r.chance(1))) return v;
             }
         };
-        member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) {
-            return construct(it, o[0], low, high, n);
-        };
-        member.operands = {operand<T>(random_items<T>(random, random.between(4, 4000), draw))};
-        if (seed == 0) check_protocol(member);
-        check_steps(
-            member, [=](qvo_seq_iterator_h it) { return literal_histogram<V>(it, low, high, n); },
-            {random_script(random, seed)}, [](const Member::Operands& o) { o[0]->tile_offs = 2; });
-        if (testing::Test::HasFailure()) return;
-    }
+        m.operands = {operand<T>(random_items<T>(random, random.between(4, 4000), draw))};
+        return [=](qvo_seq_iterator_h it) { return literal_histogram<V>(it, low, high, n); };
+    });
     Source source(T{}, {{V{1}}});
     source->bounded = 1;
     const BindingCheck check;
-    for (const auto& [low, high, n] : std::vector<std::tuple<int, int, uint64_t>>{
-             {0, 10, 0}, {0, 10, 456}, {5, 5, 3}, {6, 5, 3}, {0, 10, ~uint64_t{0}}}) {
+    for (const auto& [low, high, n] :
+         {std::tuple(0, 10, uint64_t{0}), {0, 10, 456}, {5, 5, 3}, {6, 5, 3}, {0, 10, ~uint64_t{0}}}) {
         Record it;
         const qvo_seq_iterator_t before = it.it;
         EXPECT_EQ(construct(it.get(), source.get(), static_cast<V>(low), static_cast<V>(high), n), QVO_E_ILLEGAL_PARAM);
@@ -94,11 +84,9 @@ template <class T> void check_histogram(const char* name, Constructor<T> constru
     }
 }
 
-TEST(Histogram, FollowsTheSteps) {
-#define CHECK(type) check_histogram<t_##type>(MEMBER(qvo_seq_histogram_##type));
-    QVO_SEQ_FOR_FIXED_TYPES(CHECK)
-#undef CHECK
-}
+#define TEST_MEMBER(type) check_histogram<t_##type>(MEMBER(qvo_seq_histogram_##type));
+
+TEST(Histogram, FollowsTheSteps) { QVO_SEQ_FOR_FIXED_TYPES(TEST_MEMBER) }
 
 template <class T>
 std::vector<uint64_t> counts(Constructor<T> construct, const Items<T>& items, typename T::value low,

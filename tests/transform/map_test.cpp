@@ -10,12 +10,8 @@ QVO_RET literal_map(qvo_seq_iterator_h it) {
     const qvo_seq_iterator_h input = it->opd[0], positions = it->opd[1];
     qvo_seq_no_t at = it->context[0];
     size_t i = 0;
-    for (; i < capacity_of(it->elem_size); ++i) {
-        QVO_RET rc = QVO_S_OK;
-        if (!literal_refill(positions, i, &rc)) {
-            if (rc != QVO_S_OK) return rc;
-            break;
-        }
+    QVO_RET rc = QVO_S_OK;
+    for (; i < capacity_of(it->elem_size) && literal_refill(positions, i, &rc); ++i) {
         const auto p = literal_value<qvo_uint8>(positions, positions->tile_offs++);
         while (p >= input->next_seq_no) {
             at = input->next_seq_no;
@@ -36,10 +32,10 @@ QVO_RET literal_map(qvo_seq_iterator_h it) {
         literal_copy(it, i, input, input->tile_offs);
         literal_put_run(it, i, 1);
     }
+    if (rc != QVO_S_OK) return rc;
     it->context[0] = at;
     it->next_seq_no += i;
-    it->tile_size = static_cast<uint16_t>(i);
-    return QVO_S_OK;
+    return literal_end(it, i, rc);
 }
 
 /// Whether `next` comes to the fatal stop, in as many calls as check_steps makes.
@@ -56,20 +52,12 @@ bool stops(const Member& member, const std::vector<Script>& scripts, QVO_RET (*n
     return stop.stopped || thrown;
 }
 
-using Constructor = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_seq_iterator_h);
-
-template <class T> void check_map(const char* name, Constructor construct, qvo_seq_iterator_next_t next) {
-    Member member;
-    member.name = name;
-    member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) { return construct(it, o[0], o[1]); };
-    member.type = T::code;
-    member.width = test_width<T>;
-    member.next = next;
-    member.reset = qvo_seq_map_reset;
+void check_map(const AnyType& type, const char* name, ConstructBinary construct, qvo_seq_iterator_next_t next) {
+    Member member = binary_member(name, construct, next, type.code, type.width, qvo_seq_map_reset);
     for (unsigned seed = 0; seed < 30; ++seed) {
-        SCOPED_TRACE(std::string(name) + ", seed " + std::to_string(seed));
+        SCOPED_TRACE(member.name + ", seed " + std::to_string(seed));
         Random random(seed);
-        Items<T> input = draw_items<T>(random, random.between(4, 3000));
+        Items<t_char> input = type.items(random, random.between(4, 3000));
         if (seed % 3 == 0)
             for (auto& item : input) item.run = 1;
         const uint64_t length = expand(input).size();
@@ -77,8 +65,8 @@ template <class T> void check_map(const char* name, Constructor construct, qvo_s
         const unsigned stride = random.chance(50) ? 3 : random.between(4, 300);
         for (uint64_t p = 0; (p < length && positions.size() < 4000) || positions.size() < 4; p += random.below(stride))
             positions.push_back({seed == 0 ? std::min(p, length - 1) : p, 1});
-        if (random.chance(20)) positions[random.below(static_cast<unsigned>(positions.size()))].value = 3;
-        member.operands = {operand<T>(input, test_width<T>), operand<t_uint8>(positions)};
+        if (seed != 0 && random.chance(20)) positions[random.below(static_cast<unsigned>(positions.size()))].value = 3;
+        member.operands = {type.operand(input), operand<t_uint8>(positions)};
         if (seed == 0) check_protocol(member);
         const std::vector<Script> scripts{random_script(random, seed), random_script(random, seed + 1)};
         if (stops(member, scripts, literal_map))
@@ -89,22 +77,16 @@ template <class T> void check_map(const char* name, Constructor construct, qvo_s
     }
 }
 
-TEST(Map, FollowsTheSteps) {
-#define CHECK(type) check_map<t_##type>(MEMBER(qvo_seq_map_##type));
-    QVO_SEQ_FOR_FIXED_TYPES(CHECK) CHECK(char)
-#undef CHECK
-}
+#define TEST_MEMBER(type) check_map(any_type<t_##type>(), MEMBER(qvo_seq_map_##type));
+
+TEST(Map, FollowsTheSteps) { QVO_SEQ_FOR_FIXED_TYPES(TEST_MEMBER) TEST_MEMBER(char) }
 
 /// The result, and the code that ends it.
 QVO_RET map_all(Items<t_int4> input, Items<t_uint8> positions, Items<t_int4>* result) {
     Source a(t_int4{}, input), b(t_uint8{}, positions);
     Record it;
     EXPECT_EQ(qvo_seq_map_int4(it.get(), a.get(), b.get()), QVO_S_OK);
-    for (;;) {
-        const QVO_RET rc = it->next(it.get());
-        if (rc != QVO_S_OK) return rc;
-        for (const auto& item : tile_items<t_int4>(it.it)) result->push_back(item);
-    }
+    return read_items<t_int4>(it.get(), *result);
 }
 
 TEST(Map, WorkedCases) {

@@ -153,9 +153,8 @@ TEST(Match, SubstringSearchStepsOverZeroBytes_deliberate) {
 
 /// The i-th match of a call is tried on what follows byte i of the operand's tile, which ends with the tile.
 void check_match(const char* pattern, size_t width) {
-    Member member = unary_member<t_bool>("qvo_seq_match", nullptr, qvo_seq_match_next);
-    member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) {
-        return qvo_seq_match(it, o[0], pattern);
+    const auto construct = [=](qvo_seq_iterator_h it, qvo_seq_iterator_h input) {
+        return qvo_seq_match(it, input, pattern);
     };
     const auto draw_strings = [=](Random& random, size_t n) {
         // The substring search may step over a zero byte: it gets none to see.
@@ -166,10 +165,11 @@ void check_match(const char* pattern, size_t width) {
         };
         return operand<t_char>(random_items<t_char>(random, n, word), width);
     };
-    check_unary(member, draw_strings, [=](qvo_seq_iterator_h it, size_t i, size_t) {
-        const size_t n = std::min(width, sizeof(qvo_seq_payload_t) - i);
-        it->tile.u.arr_uint1[i] = model(pattern, std::string(it->opd[0]->tile.u.arr_char + i, n));
-    });
+    check_unary(unary_member("qvo_seq_match", construct, qvo_seq_match_next, QVO_DD_UINT1, 1), draw_strings,
+                [=](qvo_seq_iterator_h it, size_t i, size_t) {
+                    const size_t n = std::min(width, sizeof(qvo_seq_payload_t) - i);
+                    it->tile.u.arr_uint1[i] = model(pattern, std::string(it->opd[0]->tile.u.arr_char + i, n));
+                });
 }
 
 TEST(Match, TheStringMovesByOneByte_deliberate) {

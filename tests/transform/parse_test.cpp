@@ -19,12 +19,11 @@ class Text {
     std::unique_ptr<char[]> text_;
 };
 
-template <class Construct> Member parser_member(const char* name, Construct construct, qvo_seq_iterator_next_t next) {
-    Member member;
-    member.name = name;
+Member parser_member(const char* name, const std::function<QVO_RET(qvo_seq_iterator_h)>& construct,
+                     qvo_seq_iterator_next_t next, uint8_t type, size_t width,
+                     qvo_seq_iterator_reset_t reset = qvo_seq_reset_parse_iterator) {
+    Member member = unary_member(name, nullptr, next, type, width, reset);
     member.construct = [=](qvo_seq_iterator_h it, const Member::Operands&) { return construct(it); };
-    member.next = next;
-    member.reset = qvo_seq_reset_parse_iterator;
     return member;
 }
 
@@ -66,48 +65,42 @@ template <class V> QVO_RET literal_parse(qvo_seq_iterator_h it, const std::vecto
 
 template <class T> void check_parse(const char* name, ParseNumbers construct, qvo_seq_iterator_next_t next) {
     using V = typename T::value;
-    for (unsigned seed = 0; seed < 6; ++seed) {
-        SCOPED_TRACE(seed);
-        Random random(seed);
-        std::vector<V> values;
-        std::string literal = random.chance(50) ? "{" : "";
-        // The first text fits a tile: only the last run byte of each is written, so that no more can be compared.
-        for (size_t n = seed == 0 ? 9 : random.between(1, 3000); n != 0;) {
-            const V v = random.template value<V>();
-            for (size_t repeat = random.chance(10) ? random.below(600) + 1 : 1; repeat != 0 && n != 0; --repeat, --n) {
-                literal += (values.empty() ? "" : ",") + number_text(random, v);
-                values.push_back(v);
+    check_random(
+        parser_member(name, nullptr, next, T::code, T::width), 6, [=](Random& random, unsigned seed, Member& m) {
+            std::vector<V> values;
+            std::string literal = random.chance(50) ? "{" : "";
+            // The first text fits a tile: only the last run byte of each is written, so that no more can be compared.
+            for (size_t n = seed == 0 ? 9 : random.between(1, 3000); n != 0;) {
+                const V v = random.value<V>();
+                for (size_t repeat = random.chance(10) ? random.below(600) + 1 : 1; repeat != 0 && n != 0;
+                     --repeat, --n) {
+                    literal += (values.empty() ? "" : ",") + number_text(random, v);
+                    values.push_back(v);
+                }
             }
-        }
-        if (random.chance(50)) literal += random.chance(50) ? "}" : ",} ignored";
-        const Text text(literal);
-        Member member = parser_member(
-            name, [&](qvo_seq_iterator_h it) { return construct(it, text.get()); }, next);
-        member.type = T::code;
-        member.width = T::width;
-        if (seed == 0) check_protocol(member);
-        size_t at = 0;
-        check_steps(member, [&](qvo_seq_iterator_h it) { return literal_parse(it, values, &at); }, {});
-        if (testing::Test::HasFailure()) return;
-    }
+            if (random.chance(50)) literal += random.chance(50) ? "}" : ",} ignored";
+            m.construct = [=, text = std::make_shared<Text>(literal)](qvo_seq_iterator_h it, const Member::Operands&) {
+                return construct(it, text->get());
+            };
+            return [=, at = size_t{0}](qvo_seq_iterator_h it) mutable { return literal_parse(it, values, &at); };
+        });
 }
 
 #define TEST_MEMBER(type) check_parse<t_##type>(MEMBER(qvo_seq_parse_##type));
 
 TEST(Parse, FollowsTheModel) { QVO_SEQ_FOR_FIXED_TYPES(TEST_MEMBER) }
 
-/// The values of the first tile, and then the code of the call that ends the text or fails.
+/// All values, and then the code of the call that ends the text or fails.
 template <class T>
 std::pair<std::vector<typename T::value>, QVO_RET> values_of(ParseNumbers construct, const std::string& literal) {
     const Text text(literal);
     Record it;
     EXPECT_EQ(construct(it.get(), text.get()), QVO_S_OK);
+    Items<T> items;
+    const QVO_RET rc = read_items<T>(it.get(), items);
     std::vector<typename T::value> values;
-    for (;;) {
-        const QVO_RET rc = it->next(it.get());
-        if (rc != QVO_S_OK) return {values, rc};
-        for (const auto& item : tile_items<T>(it.it)) values.push_back(item.value);
-    }
+    for (const auto& item : items) values.push_back(item.value);
+    return {values, rc};
 }
 
 TEST(Parse, WorkedCases) {
@@ -290,12 +283,9 @@ TEST(ParseChar, RandomStrings) {
 }
 
 TEST(ParseChar, Protocol) {
-    Member member = parser_member(
+    check_protocol(parser_member(
         "qvo_seq_parse_char", [](qvo_seq_iterator_h it) { return qvo_seq_parse_char(it, "{a,b", 2); },
-        qvo_seq_parse_char_next);
-    member.type = QVO_DD_CHAR;
-    member.width = 2;
-    check_protocol(member);
+        qvo_seq_parse_char_next, QVO_DD_CHAR, 2));
 }
 
 // ---- Custom elements --------------------------------------------------------------------------------------------
@@ -351,14 +341,10 @@ TEST(CustomParse, WorkedCases) {
 
 TEST(CustomParse, TilesAndProtocol) {
     static char text[] = "{abc,d,ef}";
-    Member member = parser_member(
+    check_protocol(parser_member(
         "qvo_seq_custom_parse",
         [](qvo_seq_iterator_h it) { return qvo_seq_custom_parse(it, text, QVO_DD_INT2, 2, parse_length); },
-        qvo_seq_custom_parse_next);
-    member.type = QVO_DD_INT2;
-    member.width = 2;
-    member.reset = qvo_seq_reset_custom_parse_iterator;
-    check_protocol(member);
+        qvo_seq_custom_parse_next, QVO_DD_INT2, 2, qvo_seq_reset_custom_parse_iterator));
 
     std::string literal;
     for (int i = 0; i < 1400; ++i) literal += "x,";

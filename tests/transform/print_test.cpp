@@ -86,16 +86,11 @@ TEST(Print, TheOperandIsMovedByTheCaller_deliberate) {
 }
 
 TEST(Print, Protocol) {
-    Member member;
-    member.name = "qvo_seq_print_char";
-    member.operands = {operand<t_char>({{"a"}, {"b"}, {"c"}, {"d"}})};
-    member.construct = [](qvo_seq_iterator_h it, const Member::Operands& o) {
-        return qvo_seq_print_char(it, o[0], 5, "%c");
+    const auto construct = [](qvo_seq_iterator_h it, qvo_seq_iterator_h input) {
+        return qvo_seq_print_char(it, input, 5, "%c");
     };
-    member.type = QVO_DD_CHAR;
-    member.width = 5;
-    member.next = qvo_seq_print_char_next;
-    member.reset = qvo_seq_reset_unary_iterator;
+    Member member = unary_member("qvo_seq_print_char", construct, qvo_seq_print_char_next, QVO_DD_CHAR, 5);
+    member.operands = {operand<t_char>({{"a"}, {"b"}, {"c"}, {"d"}})};
     member.endless = true;
     check_protocol(member);
 

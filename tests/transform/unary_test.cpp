@@ -26,24 +26,16 @@ template <class V> V draw(Random& random) {
 
 TEST(Unary, FollowsTheModel) { QVO_SEQ_FOR_FIXED_TYPES(TEST_MEMBER) }
 
-template <class T>
-Items<T> result_of(QVO_RET (*construct)(qvo_seq_iterator_h, qvo_seq_iterator_h), const Items<T>& items) {
-    Source source(T{}, items);
-    Record it;
-    EXPECT_EQ(construct(it.get(), source.get()), QVO_S_OK);
-    return drain<T>(it.get());
-}
-
 TEST(Unary, UnsignedValuesAreNotNegated_deliberate) {
-    check_items<t_uint4>(result_of<t_uint4>(qvo_seq_neg_uint4, {{5, 7}}), {{5, 7}});
+    check_items<t_uint4>(applied<t_uint4>(qvo_seq_neg_uint4, {{5, 7}}), {{5, 7}});
     check_unary<t_datetime, t_datetime>(
         MEMBER(qvo_seq_neg_datetime), [](qvo_datetime v) { return ~v + 1; }, draw<qvo_datetime>);
-    check_items<t_datetime>(result_of<t_datetime>(qvo_seq_neg_datetime, {{5, 7}}), {{18446744073709551611U, 7}});
+    check_items<t_datetime>(applied<t_datetime>(qvo_seq_neg_datetime, {{5, 7}}), {{18446744073709551611U, 7}});
 }
 
 TEST(Unary, MostNegativeIntegersStay) {
-    check_items<t_int1>(result_of<t_int1>(qvo_seq_abs_int1, {{-128}, {-127}}), {{-128}, {127}});
-    check_items<t_int8>(result_of<t_int8>(qvo_seq_neg_int8, {{INT64_MIN}, {-1}}), {{INT64_MIN}, {1}});
+    check_items<t_int1>(applied<t_int1>(qvo_seq_abs_int1, {{-128}, {-127}}), {{-128}, {127}});
+    check_items<t_int8>(applied<t_int8>(qvo_seq_neg_int8, {{INT64_MIN}, {-1}}), {{INT64_MIN}, {1}});
 }
 
 /// The bits of the result's elements, in one tile.

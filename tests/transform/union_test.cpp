@@ -14,21 +14,15 @@ template <class V> QVO_RET literal_union(qvo_seq_iterator_h it, qvo_seq_order_t 
     const qvo_seq_iterator_h left = it->opd[0], right = it->opd[1];
     if (ends.left && ends.right) return QVO_S_CURSOR_END;
     size_t i = 0;
-    const auto refill = [](qvo_seq_iterator_h side, bool& ended) {
-        if (ended || side->tile_offs < side->tile_size) return QVO_S_OK + 0;
-        const QVO_RET rc = side->next(side);
-        if (rc == QVO_S_OK) side->tile_offs = 0;
-        if (rc == QVO_S_CURSOR_END) ended = true;
-        return rc;
-    };
     for (; i < capacity_of(it->elem_size); ++i) {
-        bool stop = false;
         for (const auto& [side, ended] : {std::pair{left, &ends.left}, {right, &ends.right}}) {
-            const QVO_RET rc = refill(side, *ended);
+            if (*ended || side->tile_offs < side->tile_size) continue;
+            const QVO_RET rc = side->next(side);
             if (rc != QVO_S_OK && rc != QVO_S_CURSOR_END) return rc;
-            stop = stop || (rc == QVO_S_CURSOR_END && ends.left && ends.right);
+            *ended = rc == QVO_S_CURSOR_END;
+            if (!*ended) side->tile_offs = 0;
         }
-        if (stop) {
+        if (ends.left && ends.right) {
             if (i == 0) return QVO_S_CURSOR_END;
             break;
         }
@@ -46,50 +40,41 @@ template <class V> QVO_RET literal_union(qvo_seq_iterator_h it, qvo_seq_order_t 
         literal_put_run(it, i, 1);
     }
     it->next_seq_no += i;
-    it->tile_size = static_cast<uint16_t>(i);
-    return QVO_S_OK;
+    return literal_end(it, i, QVO_S_OK);
 }
 
 using Constructor = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_seq_order_t);
 
-template <class T> void check_union(const char* name, Constructor construct, qvo_seq_iterator_next_t next) {
-    using V = typename T::value;
-    Member member;
-    member.name = name;
-    member.type = T::code;
-    member.width = T::width;
-    member.next = next;
-    member.reset = qvo_seq_reset_union_iterator;
-    for (unsigned seed = 0; seed < 24; ++seed) {
-        Random random(seed);
-        const auto order = static_cast<qvo_seq_order_t>(seed % 3);
-        member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) {
-            return construct(it, o[0], o[1], order);
-        };
-        member.operands.clear();
-        for (unsigned side = 0; side < 2; ++side) {
-            Items<T> items = random_items<T>(random, random.between(4, 3000));
-            // Ordered as they should be, or not: the steps do not depend on it.
-            if (seed % 4 != 3)
-                std::sort(items.begin(), items.end(), [order](const Item<T>& a, const Item<T>& b) {
-                    if (a.value != a.value || b.value != b.value) return a.value == a.value;  // NaNs behind
-                    return order == QVO_SEQ_DESC_ORDER ? a.value > b.value : a.value < b.value;
-                });
-            member.operands.push_back(operand<T>(items));
-        }
-        if (seed == 0) check_protocol(member);
-        Ends ends;
-        check_steps(member, [&](qvo_seq_iterator_h it) { return literal_union<V>(it, order, ends); },
-                    {random_script(random, seed), random_script(random, seed + 1)});
-        if (testing::Test::HasFailure()) return;
-    }
+template <class T> MakeSource draw_ordered(Random& random, qvo_seq_order_t order, bool sorted) {
+    Items<T> items = random_items<T>(random, random.between(4, 3000));
+    if (sorted)
+        std::sort(items.begin(), items.end(), [order](const Item<T>& a, const Item<T>& b) {
+            if (a.value != a.value || b.value != b.value) return a.value == a.value;  // NaNs behind
+            return order == QVO_SEQ_DESC_ORDER ? a.value > b.value : a.value < b.value;
+        });
+    return operand<T>(items);
 }
 
-TEST(Union, FollowsTheSteps) {
-#define CHECK(type) check_union<t_##type>(MEMBER(qvo_seq_union_##type));
-    QVO_SEQ_FOR_FIXED_TYPES(CHECK)
-#undef CHECK
+template <class T> void check_union(const char* name, Constructor construct, qvo_seq_iterator_next_t next) {
+    check_random(binary_member(name, nullptr, next, T::code, T::width, qvo_seq_reset_union_iterator), 24,
+                 [=](Random& random, unsigned seed, Member& m) {
+                     const auto order = static_cast<qvo_seq_order_t>(seed % 3);
+                     m.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) {
+                         return construct(it, o[0], o[1], order);
+                     };
+                     // Ordered as they should be, or not: the steps do not depend on it.
+                     m.operands.clear();
+                     for (int side = 0; side < 2; ++side)
+                         m.operands.push_back(draw_ordered<T>(random, order, seed % 4 != 3));
+                     return [=, ends = Ends{}](qvo_seq_iterator_h it) mutable {
+                         return literal_union<typename T::value>(it, order, ends);
+                     };
+                 });
 }
+
+#define TEST_MEMBER(type) check_union<t_##type>(MEMBER(qvo_seq_union_##type));
+
+TEST(Union, FollowsTheSteps) { QVO_SEQ_FOR_FIXED_TYPES(TEST_MEMBER) }
 
 TEST(Union, WorkedCases) {
     const struct {
@@ -106,9 +91,7 @@ TEST(Union, WorkedCases) {
     };
     for (const auto& c : cases) {
         Source left(t_double{}, c.left), right(t_double{}, c.right);
-        Record it;
-        ASSERT_EQ(qvo_seq_union_double(it.get(), left.get(), right.get(), c.order), QVO_S_OK);
-        check_items<t_double>(drain<t_double>(it.get()), c.expected);
+        check_items<t_double>(drained<t_double>(qvo_seq_union_double, left.get(), right.get(), c.order), c.expected);
     }
 }
 

@@ -4,68 +4,43 @@
 namespace test {
 namespace {
 
-template <class T> struct Kept { typename T::value value{}; };
+/// Values are equal as those of their type.
+template <class V> bool equal_values(const char* a, const char* b, size_t) {
+    V values[2];
+    std::memcpy(&values[0], a, sizeof(V));
+    std::memcpy(&values[1], b, sizeof(V));
+    return values[0] == values[1];
+}
+bool equal_strings(const char* a, const char* b, size_t width) { return std::memcmp(a, b, width) == 0; }
 
-template <class T> QVO_RET literal_unique(qvo_seq_iterator_h it, Kept<T>& kept) {
-    const qvo_seq_iterator_h input = it->opd[0];
-    Items<T> tile;  // of the input, while it lasts
-    const auto load = [&] { tile = tile_items<T>(*input); };
-    load();
-    size_t i = 0;
-    while (i < capacity_of(it->elem_size)) {
-        QVO_RET rc = QVO_S_OK;
-        const bool used_up = input->tile_offs >= input->tile_size;
-        if (!literal_refill(input, i, &rc)) {
-            if (rc != QVO_S_OK) return rc;
-            break;
-        }
-        if (used_up) load();
-        const size_t k = input->tile_offs++;
-        if (it->next_seq_no != 0 && tile[k].value == kept.value) continue;
-        kept.value = tile[k].value;
-        literal_copy(it, i, input, k);
-        literal_put_run(it, i, 1);
-        ++i;
-    }
-    it->next_seq_no += i;
-    it->tile_size = static_cast<uint16_t>(i);
-    return QVO_S_OK;
+void check_unique(const AnyType& type, const char* name, ConstructUnary construct, qvo_seq_iterator_next_t next,
+                  bool (*equal)(const char*, const char*, size_t)) {
+    check_random(unary_member(name, construct, next, type.code, type.width, qvo_seq_reset_unary_agg_iterator), 12,
+                 [&](Random& random, unsigned seed, Member& m) {
+                     Items<t_char> items = type.items(random, capacity_of(type.width) + random.between(4, 4000));
+                     // Neighbours of one value, few or many.
+                     for (size_t i = 1; i < items.size(); ++i)
+                         if (random.chance(seed * 9)) items[i].value = items[i - 1].value;
+                     m.operands = {type.operand(items)};
+                     return [=, kept = std::string()](qvo_seq_iterator_h it) mutable {
+                         return literal_selected_next(it, [&](size_t i, size_t k) {
+                             const size_t width = it->elem_size;
+                             const char* const value = it->opd[0]->tile.u.arr_char + k * width;
+                             if (it->next_seq_no != 0 && equal(value, kept.data(), width)) return false;
+                             kept.assign(value, width);
+                             literal_copy(it, i, it->opd[0], k);
+                             literal_put_run(it, i, 1);
+                             return true;
+                         });
+                     };
+                 });
 }
 
-using Constructor = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h);
-
-template <class T> void check_unique(const char* name, Constructor construct, qvo_seq_iterator_next_t next) {
-    Member member;
-    member.name = name;
-    member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) { return construct(it, o[0]); };
-    member.type = T::code;
-    member.width = test_width<T>;
-    member.next = next;
-    member.reset = qvo_seq_reset_unary_agg_iterator;
-    for (unsigned seed = 0; seed < 12; ++seed) {
-        Random random(seed);
-        const size_t capacity = capacity_of(test_width<T>);
-        Items<T> items = draw_items<T>(random, capacity + random.between(4, 4000));
-        // Neighbours of one value, few or many; zeros of both signs among them, which are equal.
-        const unsigned percent = seed * 9;
-        for (size_t i = 1; i < items.size(); ++i) {
-            if (random.chance(percent)) items[i].value = items[i - 1].value;
-            if constexpr (std::is_floating_point_v<typename T::value>)
-                if (items[i].value == 0 && random.chance(50)) items[i].value = -items[i].value;
-        }
-        member.operands = {operand<T>(items, test_width<T>)};
-        if (seed == 0) check_protocol(member);
-        Kept<T> kept;
-        check_steps(member, [&](qvo_seq_iterator_h it) { return literal_unique<T>(it, kept); },
-                    {random_script(random, seed)});
-        if (testing::Test::HasFailure()) return;
-    }
-}
+#define TEST_MEMBER(type) check_unique(any_type<t_##type>(), MEMBER(qvo_seq_unique_##type), equal_values<qvo_##type>);
 
 TEST(Unique, FollowsTheSteps) {
-#define CHECK(type) check_unique<t_##type>(MEMBER(qvo_seq_unique_##type));
-    QVO_SEQ_FOR_FIXED_TYPES(CHECK) CHECK(char)
-#undef CHECK
+    QVO_SEQ_FOR_FIXED_TYPES(TEST_MEMBER)
+    check_unique(any_type<t_char>(5), MEMBER(qvo_seq_unique_char), equal_strings);
 }
 
 TEST(Unique, KeepsEverythingInItsFirstCall_deliberate) {
