@@ -1,6 +1,8 @@
 // Aggregates of two sequences, position by position: covariance, correlation, weighted sum and average.
 //
 // Which term is formed in integers and which in double differs from sum to sum. That is deliberate: do not level it.
+#include <iterator>
+
 #include "core/number.h"
 #include "core/reduce.h"
 
@@ -9,36 +11,49 @@ namespace {
 
 using Sums = qvo_seq_bin_agg_context_t;
 
+template <class V> QVO_INLINE double as_double(V v) {
+    if constexpr (std::is_same_v<V, int64_t>) return signed_to_double(v);
+    if constexpr (std::is_same_v<V, uint64_t>) return unsigned_to_double(v);
+    return static_cast<double>(v);
+}
+
 /// value x run as a double. For integers it is a 64-bit product, converted as an unsigned number: a negative value
 /// contributes 2^64 minus its magnitude.
-template <class V> QVO_INLINE double times_run(V v, unsigned run) {
-    if constexpr (std::is_floating_point_v<V>)
-        return static_cast<double>(v) * static_cast<double>(run);
-    else if constexpr (std::is_unsigned_v<V> && sizeof(V) < sizeof(uint64_t))
-        return static_cast<double>(static_cast<int64_t>(v) * int64_t{run});  // never negative
-    else
-        return unsigned_to_double(static_cast<uint64_t>(static_cast<int64_t>(v)) * run);
+template <class V> QVO_INLINE double times_run(V v, int32_t run) {
+    if constexpr (std::is_integral_v<V> && sizeof(V) == sizeof(uint64_t)) {
+        return unsigned_to_double(static_cast<uint64_t>(v) * static_cast<uint32_t>(run));
+    } else {
+        const double term = static_cast<double>(v) * static_cast<double>(run);  // exact for integers
+        if constexpr (std::is_integral_v<V> && std::is_signed_v<V>)
+            return term + (term < 0 ? 18446744073709551616.0 : 0.0);
+        else
+            return term;
+    }
 }
 
 /// run x a x b, all in double.
-template <class V> QVO_INLINE double product(V a, V b, unsigned run) {
-    return static_cast<double>(run) * static_cast<double>(a) * static_cast<double>(b);
+template <class V> QVO_INLINE double product(V a, V b, int32_t run) {
+    return static_cast<double>(run) * as_double(a) * as_double(b);
 }
 
+// The families: which sums they have, and what a pair adds to each of them, `stride` numbers apart.
+
 struct Covariance {
-    template <class V> QVO_INLINE static void add(Sums& s, V x, V y, unsigned run) {
-        s.sx += times_run(x, run);
-        s.sy += times_run(y, run);
-        s.sxy += product(x, y, run);
+    static constexpr double Sums::*sums[] = {&Sums::sx, &Sums::sy, &Sums::sxy};
+    template <class V> QVO_INLINE static void terms(double* t, size_t stride, V x, V y, int32_t run) {
+        t[0] = times_run(x, run);
+        t[stride] = times_run(y, run);
+        t[2 * stride] = product(x, y, run);
     }
     static double value(const Sums& s, double n) { return (s.sxy - s.sx * s.sy / n) / n; }
 };
 
 struct Correlation {
-    template <class V> QVO_INLINE static void add(Sums& s, V x, V y, unsigned run) {
-        Covariance::add(s, x, y, run);
-        s.sxx += product(x, x, run);
-        s.syy += product(y, y, run);
+    static constexpr double Sums::*sums[] = {&Sums::sx, &Sums::sy, &Sums::sxy, &Sums::sxx, &Sums::syy};
+    template <class V> QVO_INLINE static void terms(double* t, size_t stride, V x, V y, int32_t run) {
+        Covariance::terms(t, stride, x, y, run);
+        t[3 * stride] = product(x, x, run);
+        t[4 * stride] = product(y, y, run);
     }
     static double value(const Sums& s, double n) {
         return (s.sxy - s.sx * s.sy / n) / std::sqrt((s.syy - s.sy * s.sy / n) * (s.sxx - s.sx * s.sx / n));
@@ -46,50 +61,62 @@ struct Correlation {
 };
 
 struct WeightedSum {
-    template <class V> QVO_INLINE static void add(Sums& s, V weight, V v, unsigned run) {
-        s.sxy += product(weight, v, run);
+    static constexpr double Sums::*sums[] = {&Sums::sxy};
+    template <class V> QVO_INLINE static void terms(double* t, size_t, V weight, V v, int32_t run) {
+        t[0] = product(weight, v, run);
     }
     static double value(const Sums& s, double /*n*/) { return s.sxy; }
 };
 
 struct WeightedAverage {
-    template <class V> QVO_INLINE static void add(Sums& s, V weight, V v, unsigned run) {
-        s.sx += times_run(weight, run);
+    static constexpr double Sums::*sums[] = {&Sums::sx, &Sums::sxy};
+    template <class V> QVO_INLINE static void terms(double* t, size_t stride, V weight, V v, int32_t run) {
+        t[0] = times_run(weight, run);
         if constexpr (std::is_floating_point_v<V>) {
-            s.sxy += product(weight, v, run);
+            t[stride] = product(weight, v, run);
         } else if constexpr (sizeof(V) < sizeof(int32_t)) {
             // In signed 32 bits also for unsigned types, whose product may wrap to a negative number.
-            s.sxy += times_run(wrapping_mul(static_cast<int32_t>(weight), static_cast<int32_t>(v)), run);
+            t[stride] = times_run(wrapping_mul(static_cast<int32_t>(weight), static_cast<int32_t>(v)), run);
         } else {
-            s.sxy += times_run(wrapping_mul(weight, v), run);
+            t[stride] = times_run(wrapping_mul(weight, v), run);
         }
     }
     static double value(const Sums& s, double /*n*/) { return s.sxy / s.sx; }
 };
 
-/// The loops of a family over values of V. The sums live in registers meanwhile.
-template <class V, class Family> struct PairLoops {
-    static void stretch(void* state, qvo_seq_iterator_h it, size_t left, size_t left_step, size_t right,
-                        size_t right_step, const uint8_t* runs, size_t n) {
-        const V* x = values_of<V>(it->opd[0]) + left;
-        const V* y = values_of<V>(it->opd[1]) + right;
-        Sums sums = *static_cast<Sums*>(state);
-        for (size_t i = 0; i < n; ++i) {
-            Family::add(sums, *x, *y, get_run(runs, i));
-            x += left_step;
-            y += right_step;
+constexpr size_t batch = 64;
+
+template <class V, class Family>
+QVO_CPU_VARIANTS void batch_terms(double* __restrict t, const V* __restrict x, const V* __restrict y,
+                                  const int32_t* __restrict runs, size_t n) {
+    for (size_t i = 0; i < n; ++i) Family::terms(t + i, batch, x[i], y[i], runs[i]);
+}
+
+/// Adds up in the order of the pairs. The terms of integers, which take conversions, come from vector code first.
+template <class V, class Family>
+void fold_pairs(void* state, const void* left, const void* right, const int32_t* runs, size_t n) {
+    constexpr size_t n_sums = std::size(Family::sums);
+    const V *x = static_cast<const V*>(left), *y = static_cast<const V*>(right);
+    Sums& sums = *static_cast<Sums*>(state);
+    double sum[n_sums];
+    for (size_t k = 0; k < n_sums; ++k) sum[k] = sums.*Family::sums[k];
+    if constexpr (std::is_integral_v<V>) {
+        double terms[n_sums * batch];
+        for (size_t at = 0; at < n; at += batch) {
+            const size_t some = std::min(batch, n - at);
+            batch_terms<V, Family>(terms, x + at, y + at, runs + at, some);
+            for (size_t i = 0; i < some; ++i)
+                for (size_t k = 0; k < n_sums; ++k) sum[k] += terms[k * batch + i];
         }
-        *static_cast<Sums*>(state) = sums;
+    } else {
+        for (size_t i = 0; i < n; ++i) {
+            double terms[n_sums];
+            Family::terms(terms, 1, x[i], y[i], runs[i]);
+            for (size_t k = 0; k < n_sums; ++k) sum[k] += terms[k];
+        }
     }
-    static void list(void* state, qvo_seq_iterator_h it, const uint16_t* left, const uint16_t* right,
-                     const uint8_t* runs, size_t n) {
-        const V* x = values_of<V>(it->opd[0]);
-        const V* y = values_of<V>(it->opd[1]);
-        Sums sums = *static_cast<Sums*>(state);
-        for (size_t i = 0; i < n; ++i) Family::add(sums, x[left[i]], y[right[i]], unsigned{runs[i]});
-        *static_cast<Sums*>(state) = sums;
-    }
-};
+    for (size_t k = 0; k < n_sums; ++k) sums.*Family::sums[k] = sum[k];
+}
 
 template <class Family> struct PairReducer {
     using Result = double;
@@ -97,9 +124,8 @@ template <class Family> struct PairReducer {
 };
 
 template <class V, class Family> QVO_RET pair_next(qvo_seq_iterator_h it, Where where = Where::here()) {
-    static constexpr FoldPairs fold{PairLoops<V, Family>::stretch, PairLoops<V, Family>::list};
     return reduce_by<PairReducer<Family>, Sums>(
-        it, [=](Sums& sums) { return reduce_overlaps(it, &sums, sums.count, fold, where); });
+        it, [=](Sums& sums) { return reduce_overlaps(it, &sums, sums.count, fold_pairs<V, Family>, where); });
 }
 
 /// Adds field by field, also for parts without values, but deliberately the source's sy to the target's sx.

@@ -2,6 +2,7 @@
 // from floating values. Nothing here relies on overflow or on what a processor does out of range.
 #pragma once
 
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -63,10 +64,19 @@ template <class V> QVO_INLINE V remainder(V a, V b) {
     }
 }
 
-/// An unsigned number as a double, rounded once, without a branch on its top bit. (Both halves are exact.)
+/// 64-bit integers as doubles, rounded once, in a way that vector code has operations for: each half is placed in the
+/// low bits of a large power of two, which is taken away again; only the sum of the halves rounds.
 QVO_INLINE double unsigned_to_double(uint64_t value) {
-    return static_cast<double>(static_cast<int64_t>(value >> 32)) * 4294967296.0 +
-           static_cast<double>(static_cast<int64_t>(value & 0xffffffffU));
+    const double high = std::bit_cast<double>(value >> 32 | 0x4530000000000000U);           // 2^84 + high half
+    const double low = std::bit_cast<double>((value & 0xffffffffU) | 0x4330000000000000U);  // 2^52 + low half
+    return (high - 0x1.00000001p84) + low;
+}
+QVO_INLINE double signed_to_double(int64_t value) {
+    constexpr uint64_t top_bit = uint64_t{1} << 63;  // flipped, which adds 2^63
+    const uint64_t bits = static_cast<uint64_t>(value) ^ top_bit;
+    const double high = std::bit_cast<double>(bits >> 32 | 0x4530000000000000U);
+    const double low = std::bit_cast<double>((bits & 0xffffffffU) | 0x4330000000000000U);
+    return (high - 0x1.00000801p84) + low;  // 2^84 + 2^63 + 2^52
 }
 
 /// Truncates a floating value towards zero to a signed integer; out of range, and for NaN, the most negative one.

@@ -1,18 +1,31 @@
 // Pulling the operands of aggregates: the same for all of them.
 #include "core/reduce.h"
 
+#include "core/move.h"
 #include "core/overlap.h"
 
 namespace qvo {
 namespace {
 
-/// Sink of walk_overlaps that leaves the pairs to the reducer's loops.
-class FoldSink {
- public:
-    QVO_INLINE FoldSink(qvo_seq_iterator_h it, void* state, const FoldPairs& fold)
-        : it_(it), state_(state), fold_(fold), left_runs_(runs_of(it->opd[0])), right_runs_(runs_of(it->opd[1])) {}
+/// Run bytes in the order of their elements, as numbers.
+QVO_CPU_VARIANTS void widen_runs(int32_t* __restrict to, const uint8_t* __restrict runs, size_t n) {
+    for (size_t i = 0; i < n; ++i) to[i] = static_cast<int32_t>(get_run(runs, i));
+}
 
-    QVO_INLINE static size_t room() { return SIZE_MAX; }
+/// Sink of walk_overlaps that hands the pairs to the reducer as arrays: those of the tiles where many are neighbours,
+/// else a batch of copies.
+template <class Mover> class FoldSink {
+ public:
+    QVO_INLINE FoldSink(qvo_seq_iterator_h it, void* state, FoldPairs fold, Mover mover)
+        : state_(state),
+          fold_(fold),
+          mover_(mover),
+          left_(values_of<uint8_t>(it->opd[0])),
+          right_(values_of<uint8_t>(it->opd[1])),
+          left_runs_(runs_of(it->opd[0])),
+          right_runs_(runs_of(it->opd[1])) {}
+
+    QVO_INLINE size_t room() const { return most_pairs - n_; }
     QVO_INLINE static size_t reach() { return SIZE_MAX; }
     QVO_INLINE RunSpan lockstep(size_t left, size_t right, RunSpan span) {
         return stretch(left, 1, right, 1, left_runs_ - left, span);
@@ -24,45 +37,88 @@ class FoldSink {
         return stretch(left, 0, right, 1, right_runs_ - right, span);
     }
     QVO_INLINE void one(size_t k, size_t left, size_t right, unsigned run) {
-        left_[k] = static_cast<uint16_t>(left);
-        right_[k] = static_cast<uint16_t>(right);
-        runs_[k] = static_cast<uint8_t>(run);
+        mover_.move(left_batch_, n_ + k, left_, left);
+        mover_.move(right_batch_, n_ + k, right_, right);
+        runs_[n_ + k] = static_cast<int32_t>(run);
     }
     QVO_INLINE void end_singles(RunSpan span) {
-        fold_.list(state_, it_, left_, right_, runs_, span.elements);
         positions_ += span.positions;
+        n_ += span.elements;
+        if (n_ > most_pairs - most_single_steps) flush();
+    }
+    void flush() {
+        if (n_ != 0) fold_(state_, left_batch_, right_batch_, runs_, n_);
+        n_ = 0;
     }
     qvo_seq_count_t positions() const { return positions_; }
 
  private:
-    QVO_INLINE RunSpan stretch(size_t left, size_t left_step, size_t right, size_t right_step, const uint8_t* runs,
-                               RunSpan span) {
-        fold_.stretch(state_, it_, left, left_step, right, right_step, runs, span.elements);
+    static constexpr size_t most_pairs = 2 * most_single_steps;
+    static constexpr size_t shortest_alone = 32;  // a stretch of fewer pairs joins the batch
+
+    [[gnu::noinline]] RunSpan stretch(size_t left, size_t left_step, size_t right, size_t right_step,
+                                      const uint8_t* runs, RunSpan span) {
+        const bool alone = span.elements >= shortest_alone;
+        if (alone || n_ + span.elements > most_pairs) flush();
+        for (size_t at = 0; at < span.elements; at += most_pairs) {
+            const size_t n = std::min(most_pairs, span.elements - at), width = mover_.width();
+            const uint8_t* from_left = left_ + (left + at * left_step) * width;
+            const uint8_t* from_right = right_ + (right + at * right_step) * width;
+            if (!alone || left_step == 0) copy(left_batch_, from_left, left_step, n);
+            if (!alone || right_step == 0) copy(right_batch_, from_right, right_step, n);
+            widen_runs(runs_ + n_, runs - at, n);
+            if (alone)
+                fold_(state_, left_step == 0 ? batch(left_batch_) : from_left,
+                      right_step == 0 ? batch(right_batch_) : from_right, runs_, n);
+        }
+        if (!alone) n_ += span.elements;
         positions_ += span.positions;
         return span;
     }
+    void copy(uint64_t* to, const uint8_t* from, size_t step, size_t n) {
+        if (step == 0)
+            mover_.fill(to, n_, from, 0, n);
+        else
+            std::memcpy(reinterpret_cast<uint8_t*>(to) + n_ * mover_.width(), from, n * mover_.width());
+    }
+    static const uint8_t* batch(const uint64_t* values) { return reinterpret_cast<const uint8_t*>(values); }
 
-    qvo_seq_iterator_h it_;
     void* state_;
-    const FoldPairs& fold_;
-    const uint8_t* left_runs_;
-    const uint8_t* right_runs_;
+    FoldPairs fold_;
+    Mover mover_;
+    const uint8_t *left_, *right_, *left_runs_, *right_runs_;
     qvo_seq_count_t positions_ = 0;
-    uint16_t left_[most_single_steps];
-    uint16_t right_[most_single_steps];
-    uint8_t runs_[most_single_steps];
+    size_t n_ = 0;  // pairs of the batch
+    uint64_t left_batch_[most_pairs];
+    uint64_t right_batch_[most_pairs];
+    int32_t runs_[most_pairs];
 };
+
+template <class Mover>
+QVO_CPU_VARIANTS QVO_RET reduce_with(Mover mover, qvo_seq_iterator_h it, void* state, qvo_seq_count_t& count,
+                                     FoldPairs fold, Where where) {
+    Operand left(it->opd[0]), right(it->opd[1]);
+    FoldSink sink(it, state, fold, mover);
+    const QVO_RET rc = walk_overlaps(left, right, sink, where);
+    if (rc != QVO_S_CURSOR_END || sink.positions() == 0) return rc;
+    sink.flush();
+    count += sink.positions();
+    return QVO_S_OK;
+}
 
 }  // namespace
 
-QVO_CPU_VARIANTS QVO_RET reduce_overlaps(qvo_seq_iterator_h it, void* state, qvo_seq_count_t& count,
-                                         const FoldPairs& fold, Where where) {
-    Operand left(it->opd[0]), right(it->opd[1]);
-    FoldSink sink(it, state, fold);
-    const QVO_RET rc = walk_overlaps(left, right, sink, where);
-    if (rc != QVO_S_CURSOR_END || sink.positions() == 0) return rc;
-    count += sink.positions();
-    return QVO_S_OK;
+QVO_RET reduce_overlaps(qvo_seq_iterator_h it, void* state, qvo_seq_count_t& count, FoldPairs fold, Where where) {
+    switch (it->opd[0]->elem_size) {
+        case 1:
+            return reduce_with(FixedMover<1>{}, it, state, count, fold, where);
+        case 2:
+            return reduce_with(FixedMover<2>{}, it, state, count, fold, where);
+        case 4:
+            return reduce_with(FixedMover<4>{}, it, state, count, fold, where);
+        default:
+            return reduce_with(FixedMover<8>{}, it, state, count, fold, where);
+    }
 }
 
 QVO_CPU_VARIANTS QVO_RET reduce_tiles(qvo_seq_iterator_h operand, void* state, qvo_seq_count_t& count, FoldTile fold) {

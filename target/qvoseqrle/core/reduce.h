@@ -53,20 +53,12 @@ template <class Accumulation> void fold_tile(void* erased, qvo_seq_iterator_h op
     Accumulation::fold(state, values + first, runs - first, operand->tile_size - size_t{first}, single);
 }
 
-/// The loops of a reducer of two operands. Each folds n pairs of elements, with the positions that they share.
-struct FoldPairs {
-    /// Neighbouring elements of the left operand from `left` on and of the right one from `right` on; a step of 0
-    /// stays at the same element. The run bytes grow downwards.
-    void (*stretch)(void* state, qvo_seq_iterator_h it, size_t left, size_t left_step, size_t right, size_t right_step,
-                    const uint8_t* runs, size_t n);
-    /// Elements from lists of indexes; the runs grow upwards.
-    void (*list)(void* state, qvo_seq_iterator_h it, const uint16_t* left, const uint16_t* right, const uint8_t* runs,
-                 size_t n);
-};
+/// Folds `n` pairs of elements of a reducer of two operands, with the positions that they share: all three as arrays.
+using FoldPairs = void (*)(void* state, const void* left, const void* right, const int32_t* runs, size_t n);
 
 /// Walks the iterator's two operands until one of them ends. QVO_S_OK if there was any pair; then `count` has grown
 /// by the positions.
-QVO_RET reduce_overlaps(qvo_seq_iterator_h it, void* state, qvo_seq_count_t& count, const FoldPairs& fold, Where where);
+QVO_RET reduce_overlaps(qvo_seq_iterator_h it, void* state, qvo_seq_count_t& count, FoldPairs fold, Where where);
 
 /// `next` of a reducer: gather(state) pulls the operands. Nothing is stored unless there is a result.
 template <class R, class State, class Gather> QVO_RET reduce_by(qvo_seq_iterator_h it, Gather gather) {
