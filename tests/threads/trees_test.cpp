@@ -147,9 +147,12 @@ const Family families[] = {
     // Choice, filters, shaping, combination
     F(qvo_seq_iif_int4, bools, ints, keys), F(qvo_seq_if_int4, bools, ints, keys), F(qvo_seq_filter_int4, bools, ints),
     F(qvo_seq_filter_pos, bools), F(qvo_seq_filter_search, bools, positions), F(qvo_seq_filter_first_pos, trues, 5),
-    F(qvo_seq_concat, ints, keys), F(qvo_seq_join_int4, series), F(qvo_seq_map_int4, ints, positions),
-    F(qvo_seq_unique_int4, keys), F(qvo_seq_union_uint4, early, late, QVO_SEQ_ASC_ORDER),
-    F(qvo_seq_cross_int4, ints, 0), F(qvo_seq_skip_nan_double, doubles), F(qvo_seq_histogram_int4, ints, -100, 200, 10),
+    F(qvo_seq_norm_int4, ints), F(qvo_seq_thin_int4, ints, 2, 3), F(qvo_seq_repeat_int4, ints, 3),
+    F(qvo_seq_reverse_int4, ints), F(qvo_seq_reverse_char, words), F(qvo_seq_diff_int4, ints),
+    F(qvo_seq_trend_int4, ints), F(qvo_seq_concat, ints, keys), F(qvo_seq_join_int4, series),
+    F(qvo_seq_map_int4, ints, positions), F(qvo_seq_unique_int4, keys),
+    F(qvo_seq_union_uint4, early, late, QVO_SEQ_ASC_ORDER), F(qvo_seq_cross_int4, ints, 0),
+    F(qvo_seq_skip_nan_double, doubles), F(qvo_seq_histogram_int4, ints, -100, 200, 10),
     F(qvo_seq_extrema_int4, ints, 0),
     // Aggregates
     F(qvo_seq_agg_max_int4, ints), F(qvo_seq_agg_sum_int4, ints), F(qvo_seq_agg_prd_double, doubles),
