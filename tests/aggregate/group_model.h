@@ -63,7 +63,7 @@ inline std::function<QVO_RET(qvo_seq_iterator_h)> literal_group_next(size_t n_op
 
 /// Keys that stay the same over several elements now and then, come again, and differ in one byte.
 inline Elements random_group_keys(Random& random, size_t n, uint8_t type, size_t width) {
-    const unsigned stays = random.below(3) * 45, at = random.below(static_cast<unsigned>(width));
+    const unsigned stays = random.below(3) * 49, at = random.below(static_cast<unsigned>(width));
     std::string key(width, 'k');
     return {type, width, random_items<t_char>(random, n, [&](Random& r) {
                 if (!r.chance(stays)) key[at] = static_cast<char>('a' + r.below(4));
@@ -71,7 +71,7 @@ inline Elements random_group_keys(Random& random, size_t n, uint8_t type, size_t
             })};
 }
 
-/// A member against the model: keys of all widths, random runs and tile sizes, an operand that fails.
+/// A member against the model: keys of all widths, random runs or none, random tile sizes, an operand that fails.
 inline void check_group(Member member, uint8_t type, size_t n_operands, const Model& model) {
     SCOPED_TRACE(member.name);
     static constexpr struct {
@@ -84,9 +84,14 @@ inline void check_group(Member member, uint8_t type, size_t n_operands, const Mo
         Random random(seed);
         const size_t n = seed == 0 ? 6 : random.between(1, 2500);
         const auto& key = keys[seed % 6];
+        // The keys are drawn first: the same ones, and ends of groups, for all types of values.
+        std::vector<Elements> elements{random_group_keys(random, n, key.type, key.width)};
+        while (elements.size() < n_operands) elements.insert(elements.begin(), random_elements(random, type, n));
         member.operands.clear();
-        for (size_t o = 1; o < n_operands; ++o) member.operands.push_back(operand(random_elements(random, type, n)));
-        member.operands.push_back(operand(random_group_keys(random, n, key.type, key.width)));
+        for (Elements& e : elements) {
+            for (auto& item : e.items) item.run = seed % 2 == 1 ? 1 : item.run;
+            member.operands.push_back(operand(e));
+        }
         if (seed == 0) check_protocol(member);
         std::vector<Script> scripts(n_operands);
         for (Script& script : scripts) script = {random_tile_sizes(random), SIZE_MAX, 4711};

@@ -42,11 +42,11 @@ TEST(HashDistinct, FollowsTheModel) {
 }
 
 TEST(HashDistinct, MergingCountsValuesOfTheUnionOnceUnlessThePairsAreGone) {
-    for (const bool gone : {false, true}) {
+    for (const int gone : {0, 1, 2}) {
         HashPart a({elements_of<t_int1>({{1, 4}}), elements_of<t_int1>({{5, 2}, {6, 2}})}),
             b({elements_of<t_int1>({{1, 5}}), elements_of<t_int1>({{5, 1}, {6, 4}})});
         for (HashPart* part : {&a, &b}) ASSERT_EQ(part->construct(member_of(gone ? 1 : 3, 0)), QVO_S_OK);
-        if (gone) check_items<t_uint8>(drain<t_uint8>(a.agg.get()), {{2}});
+        if (gone != 0) check_items<t_uint8>(drain<t_uint8>((gone == 1 ? a : b).agg.get()), {{2}});
         ASSERT_EQ(a.merge(b), QVO_S_OK);
         ASSERT_EQ(a.agg->reset(a.agg.get()), QVO_S_OK);
         check_items<t_uint8>(drain<t_uint8>(a.agg.get()), {{gone ? 4U : 2U}});
@@ -71,6 +71,8 @@ TEST(HashDistinct, DefaultsAndRefusals) {
     const auto* context = reinterpret_cast<const qvo_seq_dup_hash_iterator_context_t*>(r.agg->context);
     EXPECT_TRUE(context->groups.n_groups == 1361 && context->n_pairs == 5471 && context->min_occurrences == 1);
 }
+
+TEST(HashDistinct, OperandsThatStop) { check_operands_that_stop(member_of(2, 0)); }
 
 TEST(HashDistinct, OutOfMemory) {
     Random random(1);

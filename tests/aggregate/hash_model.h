@@ -132,17 +132,18 @@ inline void check_fields(const HashMember& member, HashPart& part) {
     EXPECT_TRUE(qvo_seq_is_hash_aggreate(part.agg.get()) && qvo_seq_is_hash_aggreate(part.grp.get()));
 }
 
-/// One member: whole and read again, with the results pulled in any order; in parts, one of them empty, that start with
-/// tables of any size.
+/// One member: whole and read again, with the results pulled in any order; in parts, any one of them empty, that start
+/// with tables of any size.
 inline void check_hash(const HashMember& member, Random& random, const HashInput& input) {
     SCOPED_TRACE(member.name);
     for (const size_t n_parts : {1, 2, 5}) {
         std::vector<std::unique_ptr<HashPart>> parts;
         std::vector<HashInput> inputs;
         uint64_t wanted = 0;
+        const size_t empty = n_parts == 1 ? 1 : random.below(unsigned(n_parts));
         for (size_t p = 0; p < n_parts; ++p) {
             const size_t n = input.keys.items.size(), from = n * p / n_parts,
-                         to = p == 1 ? from : n * (p + 1) / n_parts;
+                         to = p == empty ? from : n * (p + 1) / n_parts;
             inputs.push_back({input.keys.cut(from, to), input.values.cut(from, n_parts == 1 ? SIZE_MAX : to)});
             parts.push_back(std::make_unique<HashPart>(inputs.back(), Script{random_tile_sizes(random)},
                                                        Script{random_tile_sizes(random)}));
@@ -155,12 +156,30 @@ inline void check_hash(const HashMember& member, Random& random, const HashInput
             if (p != 0) { ASSERT_EQ(parts[0]->merge(part), QVO_S_OK); }
         }
         HashPart& all = *parts[0];
+        ASSERT_EQ(all.merge(all), QVO_S_OK) << "nothing to add";
         if (random.chance(50)) {
             EXPECT_EQ(all.grp->next(all.grp.get()), QVO_S_OK);
             EXPECT_EQ(all.grp->reset(all.grp.get()), QVO_S_OK);
         }
         check_delivery(all, Expected(member, inputs, wanted));
         if (testing::Test::HasFailure()) return;
+    }
+}
+
+/// An operand's error ends every build, also that of either side of a merge; an empty tile is the fatal stop.
+inline void check_operands_that_stop(const HashMember& member) {
+    const Elements elements = elements_of<t_int4>(Items<t_int4>(3000, {1, 2}));
+    const Script error{{}, 1000, 4711}, empty{{}, 1000, QVO_S_OK};
+    for (const bool keys : {false, true}) {
+        HashPart r({elements, elements}, keys ? error : Script{}, keys ? Script{} : error), other({elements, elements});
+        ASSERT_EQ(r.construct(member), QVO_S_OK);
+        ASSERT_EQ(other.construct(member), QVO_S_OK);
+        EXPECT_EQ(r.grp->next(r.grp.get()), 4711);
+        EXPECT_EQ(r.agg->next(r.agg.get()), 4711);
+        EXPECT_TRUE(r.merge(other) == 4711 && other.merge(r) == 4711);
+        HashPart stopped({elements, elements}, keys ? empty : Script{}, keys ? Script{} : empty);
+        ASSERT_EQ(stopped.construct(member), QVO_S_OK);
+        EXPECT_TRUE(catch_stop([&] { stopped.agg->next(stopped.agg.get()); }).stopped);
     }
 }
 

@@ -101,17 +101,7 @@ TEST(Hash, Refusals) {
 }
 
 TEST(Hash, OperandsThatStop) {
-    const Elements elements = elements_of<t_int4>(Items<t_int4>(3000, {1, 2}));
-    const Script error{{}, 1000, 4711}, empty{{}, 1000, QVO_S_OK};
-    for (const bool keys : {false, true}) {
-        HashPart r({elements, elements}, keys ? error : Script{}, keys ? Script{} : error);
-        ASSERT_EQ(r.construct(sum_member), QVO_S_OK);
-        EXPECT_EQ(r.grp->next(r.grp.get()), 4711);
-        EXPECT_EQ(r.agg->next(r.agg.get()), 4711);
-        HashPart stopped({elements, elements}, keys ? empty : Script{}, keys ? Script{} : empty);
-        ASSERT_EQ(stopped.construct(sum_member), QVO_S_OK);
-        EXPECT_TRUE(catch_stop([&] { stopped.agg->next(stopped.agg.get()); }).stopped);
-    }
+    check_operands_that_stop(sum_member);
     HashPart none({elements_of<t_int4>({}), one.values});
     ASSERT_EQ(none.construct(sum_member), QVO_S_OK);
     EXPECT_EQ(none.agg->next(none.agg.get()), QVO_S_CURSOR_END);
@@ -122,6 +112,24 @@ TEST(Hash, OutOfMemory) {
     Random random(3);
     check_out_of_memory(distinct_member,
                         {random_keys(random, 6000, 2500, 20), random_elements(random, QVO_DD_INT4, 6000)}, 100);
+    HashMember keys_only = count_member;
+    keys_only.construct = [](auto agg, auto grp, auto, auto keys, qvo_size_t n) {
+        return qvo_seq_hash_agg_count(agg, grp, keys, n);
+    };
+    const Elements keys = random_keys(random, 6000, 2500, 20);
+    check_out_of_memory(keys_only, {keys, keys}, 100);
+}
+
+TEST(Hash, KeysWithTheSameHashStayApart) {
+    Random random(6);
+    std::map<uint32_t, std::string> keys;  // by their hashes, until two keys have the same one
+    for (;;) {
+        const std::string key = random_key(random, UINT32_MAX, 9);
+        const auto& [hash, known] = *keys.try_emplace(hash_of(key), key).first;
+        if (known == key) continue;
+        const Elements both{QVO_DD_CHAR, 9, {{key, 1}, {known, 2}, {key, 4}}};
+        return check_hash(distinct_member, random, {both, both});
+    }
 }
 
 TEST(Hash, OutOfMemoryWhileMerging) {

@@ -136,6 +136,10 @@ void check_stops(const Member& member) {
             EXPECT_EQ(pull_to_stop(failing.result.get()), 4711) << "the error of operand " << i;
         else
             EXPECT_EQ(failing.result->next(failing.result.get()), QVO_S_OK) << "the error of operand " << i;
+        if (member.passes_errors && member.prepare == qvo_seq_prepare_aggregate) {
+            EXPECT_EQ(qvo_seq_prepare_aggregate(failing.result.get()), 4711);
+            EXPECT_EQ(failing.result->next(failing.result.get()), QVO_S_CURSOR_END) << "nothing was prepared";
+        }
 
         if (!flag(member.stops_on_empty, i)) continue;
         for (const bool tracing : {false, true}) {

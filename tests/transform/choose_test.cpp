@@ -44,6 +44,7 @@ QVO_RET literal_if(qvo_seq_iterator_h it) {
 /// Operands of the shapes that are taken in stretches, and of any.
 std::vector<MakeSource> draw_operands(const AnyType& type, Random& random, unsigned shape) {
     const size_t n = random.between(4, 4000);
+    const unsigned constant = random.below(2), single = random.below(2);  // drawn before anything that types change
     auto conditions = random_conditions(random, n);
     Items<t_char> branches[] = {type.items(random, n), type.items(random, random.chance(50) ? n : 2000)};
     const auto set_runs = [](auto& items, unsigned run) {
@@ -54,7 +55,8 @@ std::vector<MakeSource> draw_operands(const AnyType& type, Random& random, unsig
             for (auto& branch : branches)
                 if (i < branch.size()) branch[i].run = conditions[i].run;
     if (shape == 2) set_runs(conditions, 1);
-    if (shape == 2 || shape == 3) set_runs(branches[random.below(2)], 255);
+    if (shape == 2 && single != 0) set_runs(branches[1 - constant], 1);
+    if (shape == 2 || shape == 3) set_runs(branches[constant], 255);
     if (shape == 3) set_runs(branches[random.below(2)], random.chance(50) ? 1 : 255);
     if (shape == 4) set_runs(conditions, 1), set_runs(branches[0], 1), set_runs(branches[1], random.between(1, 2));
     if (shape == 5) set_runs(conditions, 255);

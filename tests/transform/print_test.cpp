@@ -61,11 +61,12 @@ TEST(Print, Refusals) {
     for (const char* bad : {"%", "%x", "%.s", "%.2d", "%.-1s", "%h", "%hx", "%hhf", "%l", "%L", "%ll", "%llx", "%ld"})
         EXPECT_EQ(printed(std::string(20, 'x'), bad), "") << bad;
     // A directive never reads behind the element.
-    for (const char* bad : {"%c%c%c%c", "%d", "%f", "%s", "%.4s", "%h%d", "%lld", "%llf", "%.2s%hd"})
+    for (const char* bad : {"%c%c%c%c", "%d", "%u", "%f", "%s", "%.4s", "%h%d", "%lld", "%llf", "%.2s%hd"})
         EXPECT_EQ(printed("abc", bad), "") << bad;
     // The text leaves room for a zero byte.
     EXPECT_EQ(printed("abc", "%.3s", 4), with_zero("abc"));
     for (const char* bad : {"%.3s", "abc", "ab%c", "%c%%%c"}) EXPECT_EQ(printed("abc", bad, 3), "") << bad;
+    EXPECT_EQ(printed(with_zero("abc"), "%s", 3), "");
     EXPECT_EQ(printed("abc", "x", 1), "");
     EXPECT_EQ(printed("abc", "", 1), with_zero(""));
     EXPECT_EQ(printed(bytes_of(1e300), "%llf"), "");

@@ -68,6 +68,11 @@ TEST(Reverse, FailuresLeaveNothingBehind) {
     check_items<t_int4>(tile_items<t_int4>(it.it), {{3}, {2}, {1}});
     ASSERT_EQ(it->reset(it.get()), QVO_S_OK);
     EXPECT_EQ(allocator.blocks(), 0U);
+
+    Source widens(t_char{}, {{"a"}, {"b"}}, {{1}});
+    ASSERT_EQ(qvo_seq_reverse_char(it.get(), widens.get()), QVO_S_OK);
+    widens->elem_size = 2;
+    EXPECT_EQ(it->next(it.get()), QVO_E_ILLEGAL_TYPE);
 }
 
 TEST(Reverse, AnInputThatShrinksIsASuccessWithoutATile_deliberate) {

@@ -120,7 +120,6 @@ template <size_t Operands> void OverlapList<Operands>::set_back(Operand* operand
     }
 }
 
-template struct OverlapList<1>;
 template struct OverlapList<2>;
 template struct OverlapList<3>;
 

@@ -25,7 +25,6 @@ template <size_t Operands> struct OverlapList {
     void set_back(Operand* operands, size_t i) const;
 };
 
-extern template struct OverlapList<1>;
 extern template struct OverlapList<2>;
 extern template struct OverlapList<3>;
 
