@@ -10,16 +10,36 @@ namespace {
 
 using Context = qvo_seq_agg_context_t;
 
-/// Folds n values, all of one cell, into its state. A count of 0 begins the cell.
-using FoldCell = void (*)(Context& context, const void* values, size_t from, size_t n);
-/// Writes the cell's result as element `to`; its number of values is in the context.
-using FinishCell = void (*)(qvo_seq_iterator_h it, const Context& context, size_t to);
+/// Folds n values into the open cell, whose number of values is in the context, and those that follow; writes the
+/// results of the cells that fill up from element `to` on and returns their number.
+using FoldCells = size_t (*)(qvo_seq_iterator_h it, const void* values, size_t n, size_t to);
+/// Writes the result of the open cell as element `to`.
+using FinishCell = void (*)(qvo_seq_iterator_h it, size_t to);
 
 struct Cells {
-    FoldCell fold;
+    FoldCells fold;
     FinishCell finish;
     size_t capacity;  // of the result tile
 };
+
+/// Calls start(i) for the first value of a cell, fold(i) for the further ones and full(count) for a cell that is full.
+template <class Start, class Fold, class Full>
+QVO_INLINE void walk_cells(Context& context, size_t n, Start start, Fold fold, Full full) {
+    const uint64_t interval = context.interval;
+    uint64_t count = context.count;
+    for (size_t i = 0; i < n;) {
+        // An interval of 0 is never reached: the whole input is one cell.
+        const size_t left = n - i, taken = interval == 0 ? left : std::min<uint64_t>(interval - count, left);
+        const size_t end = i + taken;
+        if (count == 0) start(i++);
+        for (; i < end; ++i) fold(i);
+        count += taken;
+        if (count != interval) continue;
+        full(count);
+        count = 0;
+    }
+    context.count = count;
+}
 
 // Positions that are read at once.
 constexpr size_t most_read = sizeof(Positions) / sizeof(uint64_t);
@@ -36,29 +56,22 @@ QVO_RET grid_next(qvo_seq_iterator_h it, const Cells& cells, Where where) {
     auto& context = state<Context>(it);
     Positions values;
     size_t produced = 0;
-    const auto emit = [&] {
-        cells.finish(it, context, produced);
-        set_run(runs_of(it), produced, 1);
-        ++produced;
-        ++it->next_seq_no;
-        context.count = 0;
+    const auto count_cells = [&](size_t n) {
+        if (n != 0) fill_runs(runs_of(it) - produced, n, 1);
+        produced += n;
+        it->next_seq_no += n;
     };
     while (produced < cells.capacity) {
         uint64_t n;
         const QVO_RET rc = read_positions(input, input->elem_size, reinterpret_cast<uint8_t*>(values),
                                           positions_to_read(context, cells.capacity - produced), &n, where);
-        for (size_t at = 0; at < n;) {
-            // An interval of 0 is never reached: the whole input is one cell.
-            const uint64_t rest = context.interval == 0 ? n : context.interval - context.count;
-            const size_t taken = std::min<uint64_t>(rest, n - at);
-            cells.fold(context, values, at, taken);
-            context.count += taken;
-            at += taken;
-            if (context.count == context.interval) emit();
-        }
+        count_cells(cells.fold(it, values, n, produced));
         if (rc == QVO_S_OK) continue;
         if (rc != QVO_S_CURSOR_END || (produced == 0 && context.count == 0)) return rc;
-        if (context.count != 0) emit();
+        if (context.count == 0) break;
+        cells.finish(it, produced);
+        context.count = 0;
+        count_cells(1);
         break;
     }
     it->tile_size = static_cast<uint16_t>(produced);
@@ -77,36 +90,50 @@ QVO_RET construct_grid(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_
 
 /// Cells whose accumulator of A is delivered as it is.
 template <class V, class A, class Op> struct Plain {
-    static void fold(Context& context, const void* values, size_t from, size_t n) {
-        const V* v = static_cast<const V*>(values) + from;
-        size_t i = 0;
-        A a = context.count == 0 ? static_cast<A>(v[i++]) : load_accumulator<A>(context);
-        for (; i < n; ++i) a = Op::apply(a, static_cast<A>(v[i]));
+    static size_t fold(qvo_seq_iterator_h it, const void* values, size_t n, size_t to) {
+        Context& context = state<Context>(it);
+        const V* v = static_cast<const V*>(values);
+        A *const first = values_of<A>(it) + to, *out = first;
+        A a = load_accumulator<A>(context);
+        walk_cells(
+            context, n, [&](size_t i) __attribute__((always_inline)) { a = static_cast<A>(v[i]); },
+            [&](size_t i) __attribute__((always_inline)) { a = Op::apply(a, static_cast<A>(v[i])); },
+            [&](uint64_t) __attribute__((always_inline)) { *out++ = a; });
         store_accumulator(context, a);
+        return static_cast<size_t>(out - first);
     }
-    static void finish(qvo_seq_iterator_h it, const Context& context, size_t to) {
-        values_of<A>(it)[to] = load_accumulator<A>(context);
+    static void finish(qvo_seq_iterator_h it, size_t to) {
+        values_of<A>(it)[to] = load_accumulator<A>(state<Context>(it));
     }
     static constexpr Cells cells{fold, finish, capacity_of(sizeof(A))};
 };
 
 /// Cells whose result is a formula of sums in double.
 template <class V, class Formula> struct Statistic {
-    static void fold(Context& context, const void* values, size_t from, size_t n) {
-        const V* v = static_cast<const V*>(values) + from;
-        const auto first = static_cast<double>(v[0]);
-        const bool fresh = context.count == 0;
-        double sum = fresh ? first : load_accumulator<double>(context);
-        double squares = fresh ? first * first : context.norm;
-        for (size_t i = fresh; i < n; ++i) {
-            const auto x = static_cast<double>(v[i]);
-            sum += x;
-            squares += x * x;
-        }
+    static size_t fold(qvo_seq_iterator_h it, const void* values, size_t n, size_t to) {
+        Context& context = state<Context>(it);
+        const V* v = static_cast<const V*>(values);
+        double *const first = values_of<double>(it) + to, *out = first;
+        double sum = load_accumulator<double>(context), squares = context.norm;
+        walk_cells(
+            context, n,
+            [&](size_t i) __attribute__((always_inline)) {
+                sum = static_cast<double>(v[i]);
+                squares = sum * sum;
+            },
+            [&](size_t i) __attribute__((always_inline)) {
+                const auto x = static_cast<double>(v[i]);
+                sum += x;
+                squares += x * x;
+            },
+            [&](uint64_t count)
+                __attribute__((always_inline)) { *out++ = Formula::of(sum, squares, static_cast<double>(count)); });
         store_accumulator(context, sum);
         context.norm = squares;
+        return static_cast<size_t>(out - first);
     }
-    static void finish(qvo_seq_iterator_h it, const Context& context, size_t to) {
+    static void finish(qvo_seq_iterator_h it, size_t to) {
+        const Context& context = state<Context>(it);
         values_of<double>(it)[to] =
             Formula::of(load_accumulator<double>(context), context.norm, static_cast<double>(context.count));
     }
