@@ -34,13 +34,9 @@ Number average(Prefix& p, Number v) {
     return p.accumulator = p.first ? x : (x + (p.n - 1) * static_cast<double>(p.accumulator)) / p.n;
 }
 
-using Constructor = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h);
-
-void check_member(const char* name, Constructor construct, qvo_seq_iterator_next_t next, uint8_t type, uint8_t result,
-                  Formula formula) {
-    SCOPED_TRACE(name);
-    const Member member = stepwise_member(name, construct, result, next, qvo_seq_reset_unary_iterator);
-    check_random_steps(member, type, 24, [=] {
+void check_member(const char* name, ConstructUnary construct, qvo_seq_iterator_next_t next, uint8_t type,
+                  uint8_t result, Formula formula) {
+    check_positions(unary_member(name, construct, next, result, width_of(result)), type, 24, [=] {
         return [=, prefix = Prefix{result}](qvo_seq_iterator_h it) mutable {
             const Number in_tile = literal_number(it->opd[0], 0);
             const bool mid_tile = it->opd[0]->tile_offs < it->opd[0]->tile_size;
@@ -73,23 +69,22 @@ TEST(Cumulative, SumsOfDatetimesAreDoubles_deliberate) {
     CHECK(sum, datetime, double, sum)
 }
 
-/// The first tile of a member's result.
-template <class R, class T> Items<R> first_tile(Constructor construct, Items<T> items, uint64_t next_seq_no) {
+/// The first tile of a member's result, and the positions that it counts.
+template <class R, class T> void gives(ConstructUnary construct, Items<T> items, Items<R> expected, uint64_t counted) {
     Source source(T{}, items);
     Record it;
     EXPECT_EQ(construct(it.get(), source.get()), QVO_S_OK);
     EXPECT_EQ(it->next(it.get()), QVO_S_OK);
-    EXPECT_EQ(it->next_seq_no, next_seq_no);
-    return tile_items<R>(it.it);
+    EXPECT_EQ(it->next_seq_no, counted);
+    check_items<R>(tile_items<R>(it.it), expected);
 }
 
 TEST(Cumulative, WorkedCases) {
-    check_items<t_int8>(first_tile<t_int8>(qvo_seq_cum_agg_sum_int4, Items<t_int4>{{1}, {2}, {3}}, 6), {{1}, {3}, {6}});
-    check_items<t_int8>(first_tile<t_int8>(qvo_seq_cum_agg_sum_int4, Items<t_int4>{{5, 3}}, 6), {{5}, {10}, {15}});
-    check_items<t_double>(first_tile<t_double>(qvo_seq_cum_agg_var_double, Items<t_double>{{1}, {3}}, 4), {{0}, {1}});
-    check_items<t_double>(first_tile<t_double>(qvo_seq_cum_agg_var_samp_double, Items<t_double>{{1}, {3}}, 4),
-                          {{0}, {-6}});
-    check_items<t_int8>(first_tile<t_int8>(qvo_seq_cum_agg_var_int4, Items<t_int4>{{1}, {2}}, 4), {{0}, {0}});
+    gives<t_int8, t_int4>(qvo_seq_cum_agg_sum_int4, {{1}, {2}, {3}}, {{1}, {3}, {6}}, 6);
+    gives<t_int8, t_int4>(qvo_seq_cum_agg_sum_int4, {{5, 3}}, {{5}, {10}, {15}}, 6);
+    gives<t_double, t_double>(qvo_seq_cum_agg_var_double, {{1}, {3}}, {{0}, {1}}, 4);
+    gives<t_double, t_double>(qvo_seq_cum_agg_var_samp_double, {{1}, {3}}, {{0}, {-6}}, 4);
+    gives<t_int8, t_int4>(qvo_seq_cum_agg_var_int4, {{1}, {2}}, {{0}, {0}}, 4);
 }
 
 }  // namespace

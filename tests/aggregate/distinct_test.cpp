@@ -75,19 +75,12 @@ TEST(Sketch, EstimatesInAllThreeRanges) {
     EXPECT_EQ(approximate_distinct_count(full.data()), 0U) << "not a number";
 }
 
-Member whole_member(const char* name, QVO_RET (*construct)(qvo_seq_iterator_h, qvo_seq_iterator_h),
-                    qvo_seq_iterator_next_t next, qvo_seq_iterator_merge_t merge) {
-    Member member = aggregate_member(name, QVO_DD_UINT4, next, merge);
-    member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) { return construct(it, o[0]); };
-    return member;
-}
-
 /// In one piece and in parts, and from the hashes of the values.
 void check_whole(Random& random, const Elements& elements) {
-    Member member = whole_member(MEMBER(qvo_seq_agg_approxdc), qvo_seq_agg_approxdc_merge);
+    Member member = aggregate_member(MEMBER(qvo_seq_agg_approxdc), qvo_seq_agg_approxdc_merge, QVO_DD_UINT4);
     member.operands = {operand(elements)};
     member.type_checked = {false};
-    Member of_hashes = whole_member(MEMBER(qvo_seq_agg_approxdc_hash), nullptr);
+    Member of_hashes = aggregate_member(MEMBER(qvo_seq_agg_approxdc_hash), nullptr, QVO_DD_UINT4);
     Registers registers{};
     Elements hashes{QVO_DD_UINT4, 4, {}};
     for (const auto& item : elements.items) {
@@ -101,10 +94,7 @@ void check_whole(Random& random, const Elements& elements) {
         check_protocol(of_hashes);
     }
     const Items<t_uint4> expected{{model_estimate(registers)}};
-    const auto hashed = of_hashes.operands[0]({});
-    Record it;
-    ASSERT_EQ(of_hashes.construct(it.get(), {hashed->get()}), QVO_S_OK);
-    check_items<t_uint4>(drain<t_uint4>(it.get()), expected);
+    check_items<t_uint4>(drained<t_uint4>(qvo_seq_agg_approxdc_hash, source_of(hashes)->get()), expected);
     for (const size_t n_parts : {1, 2, 5}) {
         const auto cut = cuts(random, elements.items.size(), n_parts);
         Parts parts(member, {[&](size_t p) {

@@ -13,10 +13,10 @@ void check_member(const char* name, Constructor construct, qvo_seq_iterator_next
     SCOPED_TRACE(name);
     for (const uint64_t interval : {uint64_t{0}, uint64_t{1}, uint64_t{2}, uint64_t{7}, uint64_t{600}, ~uint64_t{0}}) {
         SCOPED_TRACE("interval " + std::to_string(interval));
-        const Member member = stepwise_member(
-            name, [=](qvo_seq_iterator_h it, qvo_seq_iterator_h input) { return construct(it, input, interval); },
-            QVO_DD_DOUBLE, next, qvo_seq_reset_unary_agg_iterator);
-        check_random_steps(
+        const Member member = unary_member(
+            name, [=](qvo_seq_iterator_h it, qvo_seq_iterator_h input) { return construct(it, input, interval); }, next,
+            QVO_DD_DOUBLE, 8, qvo_seq_reset_unary_agg_iterator);
+        check_positions(
             member, type, 8,
             [=] {
                 return [=, cell = Group{held == QVO_DD_DOUBLE ? held : type, held, {}}](qvo_seq_iterator_h it) mutable {
@@ -60,21 +60,18 @@ void check_member(const char* name, Constructor construct, qvo_seq_iterator_next
 
 TEST(Grid, AllResultsAreLabelledDouble_deliberate) { QVO_SEQ_FOR_AGGREGATE_TYPES(TEST_MEMBERS) }
 
-template <class T> Items<t_double> result_of(Constructor construct, Items<T> items, uint64_t interval) {
-    Source source(T{}, items);
-    Record it;
-    EXPECT_EQ(construct(it.get(), source.get(), interval), QVO_S_OK);
-    return drain<t_double>(it.get());
+template <class T> void gives(Constructor construct, Items<T> items, uint64_t interval, Items<t_double> expected) {
+    check_items<t_double>(drained<t_double>(construct, Source(T{}, items).get(), interval), expected);
 }
 
 TEST(Grid, WorkedCases) {
     const Items<t_double> five{{1}, {2}, {3}, {4}, {5}};
-    check_items<t_double>(result_of(qvo_seq_grid_agg_sum_double, five, 2), {{3}, {7}, {5}});
-    check_items<t_double>(result_of(qvo_seq_grid_agg_sum_double, five, 0), {{15}});
-    check_items<t_double>(result_of(qvo_seq_grid_agg_avg_double, Items<t_double>{{2}, {4}, {6}}, 2), {{3}, {6}});
-    check_items<t_double>(result_of(qvo_seq_grid_agg_sum_double, Items<t_double>{{7, 4}}, 2), {{14}, {14}});
-    check_items<t_double>(result_of(qvo_seq_grid_agg_var_samp_int4, Items<t_int4>{{1}, {3}, {9}}, 2), {{-6}, {0}});
-    check_items<t_double>(result_of(qvo_seq_grid_agg_sum_double, Items<t_double>{}, 2), {});
+    gives(qvo_seq_grid_agg_sum_double, five, 2, {{3}, {7}, {5}});
+    gives(qvo_seq_grid_agg_sum_double, five, 0, {{15}});
+    gives<t_double>(qvo_seq_grid_agg_avg_double, {{2}, {4}, {6}}, 2, {{3}, {6}});
+    gives<t_double>(qvo_seq_grid_agg_sum_double, {{7, 4}}, 2, {{14}, {14}});
+    gives<t_int4>(qvo_seq_grid_agg_var_samp_int4, {{1}, {3}, {9}}, 2, {{-6}, {0}});
+    gives<t_double>(qvo_seq_grid_agg_sum_double, {}, 2, {});
 }
 
 }  // namespace

@@ -46,10 +46,7 @@ void check_wavg(const char* name, decltype(qvo_seq_group_agg_wavg_int4)* constru
 TEST(Group, FollowsTheModel) { QVO_SEQ_FOR_AGGREGATE_TYPES(TEST_MEMBER) }
 
 template <class R, class T, class K> Items<R> result_of(ConstructBinary construct, Items<T> values, Items<K> keys) {
-    Source v(T{}, values), k(K{}, keys);
-    Record it;
-    EXPECT_EQ(construct(it.get(), v.get(), k.get()), QVO_S_OK);
-    return drain<R>(it.get());
+    return drained<R>(construct, Source(T{}, values).get(), Source(K{}, keys).get());
 }
 
 TEST(Group, WorkedCases) {
@@ -82,9 +79,7 @@ TEST(Group, Formulas_deliberate) {
     check_items<t_double>(result_of<t_double>(qvo_seq_group_agg_avg_int4, Ints{{-1}}, Ints{{1}}),
                           {{18446744073709551616.0}});
     Source left(t_int4{}, {{2}, {4}}), right(t_int4{}, {{1}, {1}}), keys(t_int4{}, {{1, 2}});
-    Record wavg;
-    ASSERT_EQ(qvo_seq_group_agg_wavg_int4(wavg.get(), left.get(), right.get(), keys.get()), QVO_S_OK);
-    check_items<t_int8>(drain<t_int8>(wavg.get()), {{1}});
+    check_items<t_int8>(drained<t_int8>(qvo_seq_group_agg_wavg_int4, left.get(), right.get(), keys.get()), {{1}});
 }
 
 TEST(Group, AKeyFeedsOneGroupAggregateOnly_deliberate) {
@@ -123,19 +118,12 @@ void check_count(const Elements& keys, Script script) {
         if (i == 0 || keys.items[i].value != keys.items[i - 1].value) expected.push_back({0});
         expected.back().value += keys.items[i].run;
     }
-    Member member = group_member("qvo_seq_group_agg_count", nullptr, qvo_seq_group_agg_count_next, QVO_DD_UINT8);
+    Member member = unary_member(MEMBER(qvo_seq_group_agg_count), QVO_DD_UINT8, 8, qvo_seq_reset_unary_agg_iterator);
     member.operands = {operand(keys)};
-    member.construct = [](qvo_seq_iterator_h it, const Member::Operands& o) {
-        return qvo_seq_group_agg_count(it, o[0]);
-    };
-    member.reset = qvo_seq_reset_unary_agg_iterator;
-    member.own_refusals = false;
+    member.aggregate = true;
     member.type_checked = member.stops_on_empty = {false};
     check_protocol(member);
-    const auto source = source_of(keys, script);
-    Record it;
-    ASSERT_EQ(qvo_seq_group_agg_count(it.get(), source->get()), QVO_S_OK);
-    check_items<t_uint8>(drain<t_uint8>(it.get()), expected);
+    check_items<t_uint8>(drained<t_uint8>(qvo_seq_group_agg_count, source_of(keys, script)->get()), expected);
 }
 
 TEST(Group, Count) {

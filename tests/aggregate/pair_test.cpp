@@ -58,10 +58,7 @@ Items<t_double> items_of(const Sums& s) { return {{s.sx}, {s.sy}, {s.sxx}, {s.sx
 void check_member(const char* name, ConstructBinary construct, qvo_seq_iterator_next_t next,
                   qvo_seq_iterator_merge_t merge, uint8_t type, const Family& family) {
     SCOPED_TRACE(name);
-    Member member = aggregate_member(name, QVO_DD_DOUBLE, next, merge);
-    member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) { return construct(it, o[0], o[1]); };
-    member.reset = qvo_seq_reset_binary_iterator;
-    member.stops_on_empty = {};
+    Member member = aggregate_member(binary_member(name, construct, next, QVO_DD_DOUBLE, 8), merge);
     for (unsigned seed = 0; seed < 16; ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         Random random(seed);

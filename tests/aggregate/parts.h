@@ -15,20 +15,17 @@ inline std::vector<size_t> cuts(Random& random, size_t n, size_t parts) {
     return at;
 }
 
-/// What the members without parameters have in common.
-inline Member aggregate_member(const char* name, uint8_t type, qvo_seq_iterator_next_t next,
-                               qvo_seq_iterator_merge_t merge) {
-    Member member;
-    member.name = name;
-    member.type = type;
-    member.width = width_of(type);
-    member.next = next;
-    member.reset = qvo_seq_reset_unary_iterator;
+/// What the members have in common.
+inline Member aggregate_member(Member member, qvo_seq_iterator_merge_t merge) {
     member.prepare = merge != nullptr ? qvo_seq_prepare_aggregate : nullptr;
     member.merge = merge;
     member.aggregate = merge != nullptr;
-    member.stops_on_empty = {false};
+    if (member.reset == qvo_seq_reset_unary_iterator) member.stops_on_empty = {false};
     return member;
+}
+inline Member aggregate_member(const char* name, const std::function<std::remove_pointer_t<ConstructUnary>>& construct,
+                               qvo_seq_iterator_next_t next, qvo_seq_iterator_merge_t merge, uint8_t type) {
+    return aggregate_member(unary_member(name, construct, next, type, width_of(type)), merge);
 }
 
 /// What an aggregate delivers: one element, or nothing.

@@ -5,20 +5,6 @@
 
 namespace test {
 
-/// A member whose result is not of the operand's type, or has an interval.
-inline Member stepwise_member(const char* name,
-                              std::function<QVO_RET(qvo_seq_iterator_h, qvo_seq_iterator_h)> construct, uint8_t type,
-                              qvo_seq_iterator_next_t next, qvo_seq_iterator_reset_t reset) {
-    Member member;
-    member.name = name;
-    member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) { return construct(it, o[0]); };
-    member.type = type;
-    member.width = width_of(type);
-    member.next = next;
-    member.reset = reset;
-    return member;
-}
-
 /// One position after the other: refill, take one position, step(value), which returns whether the tile is full. The
 /// operand's end is QVO_S_OK if produced() is not 0.
 inline QVO_RET literal_positions(qvo_seq_iterator_h it, const std::function<size_t()>& produced,
@@ -48,28 +34,18 @@ inline QVO_RET literal_each_position(qvo_seq_iterator_h it, const std::function<
     return rc;
 }
 
-/// The literal next against the member's, over random elements, tile sizes and errors. `fresh` makes a literal next
-/// with a state of its own. The protocol is checked over so many elements.
-inline void check_random_steps(Member member, uint8_t type, unsigned seeds,
-                               const std::function<std::function<QVO_RET(qvo_seq_iterator_h)>()>& fresh,
-                               unsigned of_protocol = 50) {
-    for (unsigned seed = 0; seed < seeds; ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
-        Random random(seed);
+/// A member of elements of a type; `fresh` makes steps with a state of their own. The protocol is checked over so many
+/// elements.
+inline void check_positions(const Member& member, uint8_t type, unsigned seeds, const std::function<Steps()>& fresh,
+                            unsigned of_protocol = 50) {
+    check_random(member, seeds, [=](Random& random, unsigned seed, Member& m) {
         const auto draw = [=](Random& r) { return seed % 2 != 0 ? random_number(r, type) : Number(r.below(100)); };
-        member.operands = {
-            operand(random_elements(random, type, seed == 0 ? of_protocol : random.between(1, 300), draw))};
-        if (seed == 0) check_protocol(member);
-        Script script{random_tile_sizes(random)};
-        if (seed % 4 == 3) script.stop_at = random.below(200), script.stop_code = 4711;
-        std::function<void(const Member::Operands&)> before;
-        if (seed % 3 == 0)
-            before = [](const Member::Operands& o) {
-                if (o[0]->next(o[0]) == QVO_S_OK) o[0]->tile_offs = static_cast<uint16_t>(o[0]->tile_size / 2);
-            };
-        check_steps(member, fresh(), {script}, before);
-        if (testing::Test::HasFailure()) return;
-    }
+        m.operands = {operand(random_elements(random, type, seed == 0 ? of_protocol : random.between(1, 300), draw))};
+        m.before = [=](const Member::Operands& o) {
+            if (seed % 3 == 0 && o[0]->next(o[0]) == QVO_S_OK) o[0]->tile_offs = o[0]->tile_size / 2;
+        };
+        return fresh();
+    });
 }
 
 }  // namespace test

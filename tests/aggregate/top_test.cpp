@@ -93,42 +93,22 @@ Elements candidates(Random& random, uint8_t type, size_t n) {
 
 Member top_member(const char* name, Construct construct, qvo_seq_iterator_next_t next, qvo_seq_iterator_merge_t merge,
                   uint8_t type, size_t top) {
-    Member member = aggregate_member(name, merge == nullptr ? t_uint8::code : type, next, merge);
-    member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) { return construct(it, o[0], top); };
-    return member;
-}
-
-/// The positions' own end, which empties the tile, is no case for the shared check.
-void check_fields(const Member& member) {
-    const auto source = member.operands[0]({});
-    Record it;
-    (*source)->elem_type = 99;
-    EXPECT_EQ(member.construct(it.get(), {source->get()}), QVO_E_ILLEGAL_TYPE);
-    EXPECT_EQ((*source)->bounded, 0);
-    const auto good = member.operands[0]({});
-    ASSERT_EQ(member.construct(it.get(), {good->get()}), QVO_S_OK);
-    EXPECT_TRUE(it->elem_type == member.type && it->elem_size == member.width && it->next == member.next);
-    EXPECT_TRUE(it->reset == member.reset && it->prepare == nullptr && it->merge == nullptr);
-    const BindingCheck check;
-    EXPECT_EQ(member.construct(it.get(), {good->get()}), QVO_E_SEQ_BOUNDED);
+    return aggregate_member(
+        name, [=](qvo_seq_iterator_h it, qvo_seq_iterator_h input) { return construct(it, input, top); }, next, merge,
+        merge == nullptr ? t_uint8::code : type);
 }
 
 void check_member(const char* name, Construct construct, qvo_seq_iterator_next_t next, qvo_seq_iterator_merge_t merge,
                   uint8_t type, Better better) {
     const bool positions = merge == nullptr;
     const size_t most = std::min(capacity_of(width_of(type)), positions ? 455 : size_t{2048});
-    for (unsigned seed = 0; seed < 16; ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
-        Random random(seed);
-        const size_t top = seed == 1 ? 0 : seed == 2 ? most : random.between(1, random.chance(50) ? 20 : 455);
-        Member member = top_member(name, construct, next, merge, type, top);
-        member.operands = {operand(candidates(random, type, seed == 0 ? 6 : random.between(1, 6000)))};
-        if (seed == 0 && !positions) check_protocol(member);
-        if (seed == 0 && positions) check_fields(member);
-        check_steps(member, [=](qvo_seq_iterator_h it) { return literal_next(it, top, positions, better); },
-                    {{random_tile_sizes(random), seed % 4 == 3 ? random.below(3000) : SIZE_MAX, 4711}});
-        if (testing::Test::HasFailure()) return;
-    }
+    check_random(
+        top_member(name, construct, next, merge, type, 3), 16, [=](Random& random, unsigned seed, Member& m) -> Steps {
+            const size_t top = seed == 1 ? 0 : seed == 2 ? most : random.between(1, random.chance(50) ? 20 : 455);
+            m.construct = top_member(name, construct, next, merge, type, top).construct;
+            m.operands = {operand(candidates(random, type, seed == 0 ? 6 : random.between(1, 6000)))};
+            return [=](qvo_seq_iterator_h it) { return literal_next(it, top, positions, better); };
+        });
 }
 
 /// Parts of any sizes, joined one after the other, and read before and after.

@@ -76,10 +76,10 @@ void check_member(const char* name, Constructor construct, qvo_seq_iterator_next
     const uint64_t most = 208 / width_of(type);
     for (const uint64_t interval : {uint64_t{1}, uint64_t{2}, uint64_t{5}, most}) {
         SCOPED_TRACE("interval " + std::to_string(interval));
-        const Member member = stepwise_member(
-            name, [=](qvo_seq_iterator_h it, qvo_seq_iterator_h input) { return construct(it, input, interval); },
-            result, next, reset);
-        check_random_steps(member, type, 8, [=] {
+        const Member member = unary_member(
+            name, [=](qvo_seq_iterator_h it, qvo_seq_iterator_h input) { return construct(it, input, interval); }, next,
+            result, width_of(result), reset);
+        check_positions(member, type, 8, [=] {
             return [=, window = Window{result, interval}](qvo_seq_iterator_h it) mutable {
                 window.position = it->next_seq_no;
                 return literal_each_position(it, [&](Number v) { return formula(window, v); });
@@ -120,10 +120,7 @@ Number datetime_var(Window& w, Number v) {
 TEST(Window, VarianceOfDatetimesIsADatetime_deliberate) { CHECK(var, datetime, datetime, datetime_var) }
 
 template <class R, class T> Items<R> result_of(Constructor construct, Items<T> items, uint64_t interval) {
-    Source source(T{}, items);
-    Record it;
-    EXPECT_EQ(construct(it.get(), source.get(), interval), QVO_S_OK);
-    return drain<R>(it.get());
+    return drained<R>(construct, Source(T{}, items).get(), interval);
 }
 
 TEST(Window, WorkedCases) {

@@ -362,7 +362,7 @@ void check_random(Member member, unsigned seeds, const std::function<Steps(Rando
         for (size_t i = 0; i < member.operands.size(); ++i) scripts.push_back({random_tile_sizes(random)});
         if (seed % 3 == 2 && !scripts.empty()) {
             Script& script = scripts[seed / 3 % scripts.size()];
-            script.stop_at = random.below(1000);
+            script.stop_at = random.below(random.chance(50) ? 50 : 1000);
             script.stop_code = 4711;
         }
         check_steps(member, literal, scripts, nullptr, most_calls);
