@@ -61,12 +61,12 @@ inline Steps literal_group_next(size_t n_operands, const Model& model) {
         };
 }
 
-/// Keys that stay the same over several elements now and then, come again, and differ in one byte.
+/// Keys that never or now and then stay the same over several elements, come again, and differ in one byte.
 inline Elements random_group_keys(Random& random, size_t n, uint8_t type, size_t width) {
     const unsigned stays = random.below(3) * 49, at = random.below(static_cast<unsigned>(width));
-    std::string key(width, 'k');
+    std::string key(width, 'a');
     return {type, width, random_items<t_char>(random, n, [&](Random& r) {
-                if (!r.chance(stays)) key[at] = static_cast<char>('a' + r.below(4));
+                if (!r.chance(stays)) key[at] = static_cast<char>('a' + (key[at] - 'a' + r.between(1, 3)) % 4);
                 return key;
             })};
 }
@@ -78,7 +78,7 @@ inline void check_group(Member member, uint8_t type, size_t n_operands, const Mo
         size_t width;
     } keys[] = {{QVO_DD_INT4, 4},     {QVO_DD_INT1, 1}, {QVO_DD_UINT2, 2},
                 {QVO_DD_DATETIME, 8}, {QVO_DD_CHAR, 3}, {QVO_DD_CHAR, 30}};
-    check_random(std::move(member), 7, [&](Random& random, unsigned seed, Member& m) {
+    check_random(std::move(member), 13, [&](Random& random, unsigned seed, Member& m) {
         const size_t n = seed == 0 ? 6 : random.between(1, 2500);
         const auto& key = keys[seed % 6];
         // The keys are drawn first: the same ones, and ends of groups, for all types of values.

@@ -73,17 +73,13 @@ struct Expected {
     Expected(const HashMember& member, const std::vector<HashInput>& parts, uint64_t wanted) {
         std::map<std::string, Group> groups;
         for (size_t p = 0; p < parts.size(); ++p) {
-            const auto& [key_items, values] = parts[p];
-            unsigned key_taken = 0, value_taken = 0;
-            for (size_t k = 0, v = 0; k < key_items.items.size() && v < values.items.size();) {
-                const auto &key = key_items.items[k], &value = values.items[v];
-                const unsigned n = std::min(key.run - key_taken, value.run - value_taken);
+            const auto &keys_of_part = parts[p].keys, &values = parts[p].values;
+            for_overlaps(keys_of_part, values, [&](size_t k, size_t v, unsigned n) {
                 const Number number = values.type == QVO_DD_CHAR ? 0 : values.number(v);
-                Group& group = groups.try_emplace(key.value, Group{values.type, member.result, {}}).first->second;
-                group.stretches.push_back({number, 0, value.value, n, p});
-                if ((key_taken += n) == key.run) ++k, key_taken = 0;
-                if ((value_taken += n) == value.run) ++v, value_taken = 0;
-            }
+                Group& group = groups[keys_of_part.items[k].value];
+                group.type = values.type, group.result = member.result;
+                group.stretches.push_back({number, 0, values.items[v].value, n, p});
+            });
         }
         const uint64_t chains = chains_after(wanted, groups.size());
         std::map<std::pair<uint64_t, std::basic_string<unsigned char>>, std::string> ordered;

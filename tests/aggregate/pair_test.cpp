@@ -35,10 +35,7 @@ const Family weighted_average{true, false, false, true, false, [](const Sums& s,
 
 Sums fold(const Family& family, const Elements& left, const Elements& right) {
     Sums s{};
-    size_t i = 0, k = 0;
-    unsigned left_taken = 0, right_taken = 0;
-    while (i < left.items.size() && k < right.items.size()) {
-        const unsigned run = std::min(left.items[i].run - left_taken, right.items[k].run - right_taken);
+    for_overlaps(left, right, [&](size_t i, size_t k, unsigned run) {
         const Number a = left.number(i), b = right.number(k);
         const double x = static_cast<double>(a), y = static_cast<double>(b);
         if (family.x) s.sx += times_run(left.type, a, run);
@@ -47,9 +44,7 @@ Sums fold(const Family& family, const Elements& left, const Elements& right) {
         if (family.xy) s.sxy += family.average ? weighted(left.type, a, b, run) : run * x * y;
         if (family.yy) s.syy += run * y * y;
         s.count += run;
-        if ((left_taken += run) == left.items[i].run) left_taken = 0, ++i;
-        if ((right_taken += run) == right.items[k].run) right_taken = 0, ++k;
-    }
+    });
     return s;
 }
 

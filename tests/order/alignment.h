@@ -61,9 +61,8 @@ inline Elements random_timeline(Random& random, uint8_t type, size_t n, unsigned
 }
 
 /// A member against the literal steps; steps(filler) makes a fresh statement.
-inline void check_alignment(
-    const Alignment& alignment, bool endless,
-    const std::function<std::function<QVO_RET(qvo_seq_iterator_h)>(const std::string& filler)>& steps) {
+inline void check_alignment(const Alignment& alignment, bool endless,
+                            const std::function<Steps(const std::string& filler)>& steps) {
     Member member;
     member.name = alignment.name;
     member.type = alignment.type;
@@ -71,35 +70,29 @@ inline void check_alignment(
     member.next = alignment.next;
     member.reset = alignment.reset;
     member.endless = endless;
-    for (unsigned seed = 0; seed < 16; ++seed) {
-        SCOPED_TRACE(alignment.name + (", seed " + std::to_string(seed)));
-        Random random(seed);
+    const auto draw = [&](Random& random, unsigned seed, Member& m) {
         const std::string filler = bytes_of(alignment.type, random_number(random, alignment.type));
-        member.construct = [&](qvo_seq_iterator_h it, const Member::Operands& o) {
+        m.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) {
             return alignment.construct(it, o, filler);
         };
-        if (seed == 0) {
-            // The last timestamp of ts1 is the largest, so that stretch0 ends with both.
-            member.operands = {operand(elements_of(alignment.ts, {7, 8, 9, 12})),
-                               operand(elements_of(alignment.ts, {1, 3, 8, 10})),
-                               operand(elements_of(alignment.type, {11, 22, 33, 44}))};
-            check_protocol(member);
-        }
+        const auto set = [&](const Elements& ts1, const Elements& ts2, const Elements& values) {
+            m.operands = {operand(ts1), operand(ts2), operand(values)};
+            return steps(filler);
+        };
+        if (seed == 0)  // The last timestamp of ts1 is the largest, so that stretch0 ends with both.
+            return set(elements_of(alignment.ts, {7, 8, 9, 12}), elements_of(alignment.ts, {1, 3, 8, 10}),
+                       elements_of(alignment.type, {11, 22, 33, 44}));
         const size_t n1 = random.between(1, 2500), n2 = random.chance(30) ? 5 : random.between(1, 2500);
         const bool long_runs = random.chance(50);
         Elements values = random_elements(random, alignment.type, long_runs ? n2 : n2 + random.below(700));
         if (!long_runs)
             for (auto& item : values.items) item.run = random.chance(95) ? 1 : 3;
         const Number late = wrapped(alignment.ts, -1) / (1 + random.below(2));
-        member.operands = {operand(endless && random.chance(50) ? elements_of(alignment.ts, {late})
-                                                                : random_timeline(random, alignment.ts, n1, 3)),
-                           operand(random_timeline(random, alignment.ts, n2, random.between(1, 20))), operand(values)};
-        std::vector<Script> scripts(3);
-        for (Script& script : scripts) script = {random_tile_sizes(random), SIZE_MAX, 4711};
-        if (seed % 3 == 2) scripts[random.below(3)].stop_at = random.below(1200);
-        check_steps(member, steps(filler), scripts, nullptr, endless ? 12 : 10000);
-        if (testing::Test::HasFailure()) return;
-    }
+        return set(endless && random.chance(50) ? elements_of(alignment.ts, {late})
+                                                : random_timeline(random, alignment.ts, n1, 3),
+                   random_timeline(random, alignment.ts, n2, random.between(1, 20)), values);
+    };
+    check_random(member, 16, draw, endless ? 12 : 10000);
 }
 
 /// Four elements of each operand, with one run that is not 1: the fatal stop, at the latest in the second call.

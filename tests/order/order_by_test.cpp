@@ -22,15 +22,9 @@ void check_member(const char* name, Construct construct, qvo_seq_iterator_next_t
                 })};
     };
     const Permutation backwards{3, 2, 1, 0};
-    Member member;
-    member.name = name;
-    member.construct = [&](qvo_seq_iterator_h it, const Member::Operands& o) {
-        return construct(it, o[0], backwards, nullptr);
-    };
-    member.type = type;
-    member.width = width;
-    member.next = next;
-    member.reset = qvo_seq_reset_unary_iterator;
+    Member member = unary_member(
+        name, [&](qvo_seq_iterator_h it, qvo_seq_iterator_h input) { return construct(it, input, backwards, nullptr); },
+        next, type, width);
     member.aggregate = true;  // sets `prepared` like one
     member.bound = {false};
     Elements four = draw(4);

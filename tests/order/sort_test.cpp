@@ -10,11 +10,7 @@ namespace {
 
 using Permutation = std::vector<qvo_seq_no_t>;
 
-/// The seed of the sorts of a type.
-uint32_t& model_seed(uint8_t type) {
-    static std::vector<uint32_t> seeds(256, 123456789);
-    return seeds[type];
-}
+std::vector<uint32_t> model_seeds(256, 123456789);  // by type
 
 /// The steps on positions; gt(a, b) says whether the value at position a is greater than that at b.
 struct Model {
@@ -22,14 +18,9 @@ struct Model {
     uint32_t& seed;
     size_t heap_sorts = 0;
 
-    bool sorted(size_t n) {
+    bool in_order(size_t n, bool falling) const {
         for (size_t i = 0; i + 1 < n; ++i)
-            if (gt(i, i + 1)) return false;
-        return true;
-    }
-    bool rev_sorted(size_t n) {
-        for (size_t i = 0; i + 1 < n; ++i)
-            if (gt(i + 1, i)) return false;
+            if (falling ? gt(i + 1, i) : gt(i, i + 1)) return false;
         return true;
     }
     void insertion_sort(qvo_seq_no_t* s, size_t n) {
@@ -94,7 +85,7 @@ struct Model {
     }
     void qloop(qvo_seq_no_t* s, size_t n, unsigned d) {
         while (n > 50) {
-            if (sorted(n)) return;
+            if (in_order(n, false)) return;
             if (d == 0) return heap_sort(s, n);
             --d;
             median_estimate(s, n);
@@ -117,8 +108,8 @@ struct Model {
         Permutation identity(n);
         std::iota(identity.begin(), identity.end(), 0);
         const Permutation backwards(identity.rbegin(), identity.rend());
-        if (n <= 1 || sorted(n)) return order == QVO_SEQ_DESC_ORDER ? backwards : identity;
-        if (rev_sorted(n)) return order == QVO_SEQ_ASC_ORDER ? backwards : identity;
+        if (n <= 1 || in_order(n, false)) return order == QVO_SEQ_DESC_ORDER ? backwards : identity;
+        if (in_order(n, true)) return order == QVO_SEQ_ASC_ORDER ? backwards : identity;
         unsigned bits = 0;
         for (size_t q = n / 4; q != 0; q /= 2) ++bits;
         qloop(identity.data(), n, 2 * (2 + bits));
@@ -138,7 +129,7 @@ struct Data {
         return all;
     }
     Model model() const {
-        return {[this](qvo_seq_no_t a, qvo_seq_no_t b) { return values[a] > values[b]; }, model_seed(type)};
+        return {[this](qvo_seq_no_t a, qvo_seq_no_t b) { return values[a] > values[b]; }, model_seeds[type]};
     }
 };
 
@@ -243,7 +234,7 @@ Data killer(uint8_t type, size_t n) {
             candidate = b;
         return data[a] > data[b];
     };
-    uint32_t seed = model_seed(type);  // of the sort that is to come
+    uint32_t seed = model_seeds[type];  // of the sort that is to come
     Model{gt, seed}.sort(n, QVO_SEQ_ASC_ORDER);
     return {type, data};
 }
@@ -251,11 +242,11 @@ Data killer(uint8_t type, size_t n) {
 TEST(Sort, BadPivotsEndInHeapSort) {
     for (const auto& [api, n] : {std::pair(API(double), 2000U), {API(int4), 100000U}, {API(datetime), 5000U}}) {
         const Data data = killer(api.type, n);
-        const uint32_t seed = model_seed(api.type);
+        const uint32_t seed = model_seeds[api.type];
         Model model = data.model();
         model.sort(n, QVO_SEQ_ASC_ORDER);
         EXPECT_GT(model.heap_sorts, 0U) << "bad pivots must end in heap sort";
-        model_seed(api.type) = seed;
+        model_seeds[api.type] = seed;
         sorts_as_model(api, data, "bad pivots");
     }
 }
@@ -271,8 +262,8 @@ void check_steps_of(const Api& api) {
         const void* values = bytes.data();
         Model model = data.model();
         if (n != 0) {
-            EXPECT_EQ(api.sorted(values, n), model.sorted(n));
-            EXPECT_EQ(api.rev_sorted(values, n), model.rev_sorted(n));
+            EXPECT_EQ(api.sorted(values, n), model.in_order(n, false));
+            EXPECT_EQ(api.rev_sorted(values, n), model.in_order(n, true));
         }
         Permutation start(n), actual, expected;
         api.init(start.data(), n, QVO_SEQ_DESC_ORDER);

@@ -93,6 +93,17 @@ Elements elements_of(uint8_t type, const std::vector<Number>& values) {
     return elements;
 }
 
+void for_overlaps(const Elements& left, const Elements& right,
+                  const std::function<void(size_t i, size_t k, unsigned n)>& act) {
+    unsigned left_taken = 0, right_taken = 0;
+    for (size_t i = 0, k = 0; i < left.items.size() && k < right.items.size();) {
+        const unsigned n = std::min(left.items[i].run - left_taken, right.items[k].run - right_taken);
+        act(i, k, n);
+        if ((left_taken += n) == left.items[i].run) left_taken = 0, ++i;
+        if ((right_taken += n) == right.items[k].run) right_taken = 0, ++k;
+    }
+}
+
 std::unique_ptr<Source> source_of(const Elements& elements, Script script) {
     auto source = std::make_unique<Source>(t_char{}, elements.items, std::move(script), elements.width);
     source->get()->elem_type = elements.type;

@@ -48,6 +48,9 @@ template <class T> Elements elements_of(const Items<T>& items, size_t width = So
     return elements;
 }
 Elements elements_of(uint8_t type, const std::vector<Number>& values);
+/// act(i, k, n) where elements i and k overlap, at n positions.
+void for_overlaps(const Elements& left, const Elements& right,
+                  const std::function<void(size_t i, size_t k, unsigned n)>& act);
 std::unique_ptr<Source> source_of(const Elements& elements, Script script = {});
 MakeSource operand(const Elements& elements);
 
