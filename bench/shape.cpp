@@ -103,14 +103,17 @@ template <class V, class R> void add_rows(const char* family, const char* type, 
 // ---- Second operands and callbacks ----
 
 /// Every 3rd position of four tiles of a type of the given width.
-template <size_t Width> qvo_seq_iterator_h some_positions() {
+template <size_t Width> const Column<qvo_uint8>& some_positions() {
     static const Column<qvo_uint8> column = [] {
         Column<qvo_uint8> c;
         for (size_t at = 1; at < 4 * (sizeof(qvo_seq_payload_t) / (Width + 1)); at += 3) c.values.push_back(at);
         c.runs.assign(c.values.size(), 1);
         return c;
     }();
-    static Source<qvo_uint8> source(column);
+    return column;
+}
+template <size_t Width> qvo_seq_iterator_h positions() {
+    static Source<qvo_uint8> source(some_positions<Width>());
     source.get()->reset(source.get());
     return source.get();
 }
@@ -214,6 +217,12 @@ template <class V> size_t flat_concat(V* __restrict out, const V* __restrict in,
     std::memcpy(out + n, right.data(), right.size() * sizeof(V));
     return n + right.size();
 }
+template <class V> size_t flat_map(V* __restrict out, const V* __restrict in, size_t n) {
+    const auto& wanted = some_positions<sizeof(V)>().values;
+    size_t k = 0;
+    for (; k < wanted.size() && wanted[k] < n; ++k) out[k] = in[wanted[k]];
+    return k;
+}
 /// The first call keeps every element.
 template <class V> size_t flat_unique(V* __restrict out, const V* __restrict in, size_t n) {
     size_t k = 0;
@@ -304,31 +313,31 @@ size_t flat_match(qvo_seq_bool* __restrict out, const char* __restrict in, size_
 #define ROW(family, type, Result, shapes, ...) add_rows<qvo_##type, Result>(family, #type, shapes, {__VA_ARGS__});
 #define WITH(...) [](qvo_seq_iterator_h result, qvo_seq_iterator_h input) { return __VA_ARGS__; }
 
-#define FAMILIES(type)                                                                                             \
-    ROW("norm", type, double, tiles, qvo_seq_norm_##type, flat_norm)                                               \
-    ROW("thin", type, qvo_##type, singles, WITH(qvo_seq_thin_##type(result, input, 1, 3)), flat_thin)              \
-    ROW("repeat", type, qvo_##type, short_ones, WITH(qvo_seq_repeat_##type(result, input, 2)), flat_repeat)        \
-    ROW("reverse", type, qvo_##type, tiles, qvo_seq_reverse_##type, flat_reverse)                                  \
-    ROW("reverse_buffer", type, qvo_##type, singles, qvo_seq_reverse_##type, flat_reverse)                         \
-    ROW("diff", type, qvo_##type, all, qvo_seq_diff_##type, flat_diff)                                             \
-    ROW("trend", type, qvo_int1, all, qvo_seq_trend_##type, flat_trend)                                            \
-    ROW("concat", type, qvo_##type, all, WITH(qvo_seq_concat(result, input, other<qvo_##type>())), flat_concat)    \
-    ROW("join", type, qvo_##type, singles,                                                                         \
-        WITH(qvo_seq_join_##type(result, series<qvo_##type>.open(input, qvo_seq_unget_##type))), flat_join)        \
-    ROW("map", type, qvo_##type, singles,                                                                          \
-        WITH(qvo_seq_map_##type(result, input, some_positions<sizeof(qvo_##type)>())), flat_thin)                  \
-    ROW("unique", type, qvo_##type, singles, qvo_seq_unique_##type, flat_unique)                                   \
-    ROW("cross", type, qvo_uint8, singles, WITH(qvo_seq_cross_##type(result, input, 0)), flat_cross,               \
-        centre<qvo_##type>)                                                                                        \
-    ROW("histogram", type, qvo_uint8, singles, WITH(qvo_seq_histogram_##type(result, input, 0, 101, n_intervals)), \
-        flat_histogram)                                                                                            \
-    ROW("extrema", type, qvo_uint8, all, WITH(qvo_seq_extrema_##type(result, input, 0)), flat_extrema)             \
-    ROW("aprogres", type, qvo_##type, singles,                                                                     \
-        WITH((void(input), qvo_seq_aprogres_##type(result, 1, 3, 4 * capacity<qvo_##type>()))), flat_progression)  \
-    ROW("func", type, qvo_##type, all, WITH(qvo_seq_func_##type(result, input, call_half<qvo_##type>)), flat_func) \
-    ROW("cond", type, qvo_seq_bool, all, WITH(qvo_seq_cond_##type(result, input, call_is_large<qvo_##type>)),      \
-        flat_cond)                                                                                                 \
-    ROW("func2", type, qvo_##type, tile,                                                                           \
+#define FAMILIES(type)                                                                                              \
+    ROW("norm", type, double, tiles, qvo_seq_norm_##type, flat_norm)                                                \
+    ROW("thin", type, qvo_##type, singles, WITH(qvo_seq_thin_##type(result, input, 1, 3)), flat_thin)               \
+    ROW("repeat", type, qvo_##type, short_ones, WITH(qvo_seq_repeat_##type(result, input, 2)), flat_repeat)         \
+    ROW("reverse", type, qvo_##type, tiles, qvo_seq_reverse_##type, flat_reverse)                                   \
+    ROW("reverse_buffer", type, qvo_##type, singles, qvo_seq_reverse_##type, flat_reverse)                          \
+    ROW("diff", type, qvo_##type, all, qvo_seq_diff_##type, flat_diff)                                              \
+    ROW("trend", type, qvo_int1, all, qvo_seq_trend_##type, flat_trend)                                             \
+    ROW("concat", type, qvo_##type, all, WITH(qvo_seq_concat(result, input, other<qvo_##type>())), flat_concat)     \
+    ROW("join", type, qvo_##type, singles,                                                                          \
+        WITH(qvo_seq_join_##type(result, series<qvo_##type>.open(input, qvo_seq_unget_##type))), flat_join)         \
+    ROW("map", type, qvo_##type, singles, WITH(qvo_seq_map_##type(result, input, positions<sizeof(qvo_##type)>())), \
+        flat_map)                                                                                                   \
+    ROW("unique", type, qvo_##type, singles, qvo_seq_unique_##type, flat_unique)                                    \
+    ROW("cross", type, qvo_uint8, singles, WITH(qvo_seq_cross_##type(result, input, 0)), flat_cross,                \
+        centre<qvo_##type>)                                                                                         \
+    ROW("histogram", type, qvo_uint8, singles, WITH(qvo_seq_histogram_##type(result, input, 0, 101, n_intervals)),  \
+        flat_histogram)                                                                                             \
+    ROW("extrema", type, qvo_uint8, all, WITH(qvo_seq_extrema_##type(result, input, 0)), flat_extrema)              \
+    ROW("aprogres", type, qvo_##type, singles,                                                                      \
+        WITH((void(input), qvo_seq_aprogres_##type(result, 1, 3, 4 * capacity<qvo_##type>()))), flat_progression)   \
+    ROW("func", type, qvo_##type, all, WITH(qvo_seq_func_##type(result, input, call_half<qvo_##type>)), flat_func)  \
+    ROW("cond", type, qvo_seq_bool, all, WITH(qvo_seq_cond_##type(result, input, call_is_large<qvo_##type>)),       \
+        flat_cond)                                                                                                  \
+    ROW("func2", type, qvo_##type, tile,                                                                            \
         WITH(qvo_seq_func2_##type(result, input, other<qvo_##type>(), call_larger<qvo_##type>)), flat_func2)
 
 QVO_BENCH_FAMILIES(shape) {
