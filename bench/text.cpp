@@ -72,7 +72,7 @@ void add_parser(const char* type, QVO_RET (*construct)(qvo_seq_iterator_h, const
 constexpr size_t word_width = 8;
 std::string quoted_words() {
     std::string text = "{";
-    for (size_t i = 0; i < n_values; ++i) text += "'" + std::string(1 + i % word_width, 'w') + "',";
+    for (size_t i = 0; i < n_values; ++i) text.append("'").append(1 + i % word_width, 'w').append("',");
     return text;
 }
 
