@@ -1481,7 +1481,8 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
  *           values 1 and 3 give var_samp (10 - 16 / 1) / 1 = -6, and dev_samp is NaN.
  *           value x run is formed in 32 bits for integers of 1, 2 and 4 bytes (wrapping), in 64 bits
  *           for those of 8, in single precision for float; then it is widened. An int4 beyond 8.4
- *           million with a long run wraps: 10,000,000 with run 255 adds -1,744,967,296. Integer sums
+ *           million with a long run wraps: 10,000,000 with run 255 adds -1,744,967,296. A float 0.1 with
+ *           run 3 adds 0.30000001192092896, which is rounded once more than in double. Integer sums
  *           wrap in 64 bits. prd multiplies in double and converts back to 64 bits at each step, so
  *           integers are exact up to 2^53. Floating sums are taken in the order of the elements.
  *           NaN: max and min skip one that is not the first value, and keep one that is; the others
@@ -1608,9 +1609,10 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
  *           1, 3, 5, 7. The history starts as zeros, and the divisor n is interval from the start: an
  *           avg of interval 4 begins at 8 / 4 = 2 for the value 8, and a min of positive values at 0.
  *           With S and Q the running sums of values and squares: avg S / n, var (Q - S x S / n) / n,
- *           dev its root; the sample forms take n - 1 for n, also inside the bracket, and divide by 0
- *           at interval 1. S is a 64-bit integer for avg and var of datetime (S x S / n in integers
- *           too, the result truncated) and for integer sums, else a double.
+ *           dev its root; the sample forms take n - 1 for n, also inside the bracket (of interval 3,
+ *           var_samp begins at (36 - 36 / 2) / 2 = 9 for the value 6), and divide by 0 at interval 1.
+ *           S is a 64-bit integer for avg and var of datetime (S x S / n in integers too, the result
+ *           truncated) and for integer sums, else a double.
  *           ema: in the first call the values themselves, deliberately; then smoothed =
  *           (1 - a) x smoothed + a x value with a = 2 / (interval + 1). atr: smoothed =
  *           (smoothed x (k - 1) + value) / k with k = next_seq_no before the call + 1, at most interval.
@@ -1709,9 +1711,9 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
  *           That leaves `input` marked. QVO_E_ILLEGAL_PARAM for keys wider than 208 bytes, with both marked. An
  *           operand's error drops the groups of that call; the open group stays.
  * Keys of widths other than 1, 2, 4 and 8 are deliberately looked at in another place: where a key element begins, the
- * element of its tile whose index is the number of groups that this call has delivered, and not the current one. Use
- * qvo_seq_hash to make 4-byte keys of wider ones. No key behind the tile is looked at: a call delivers at most 4096 / width
- * groups then.
+ * element of its tile whose index is the number of groups that this call has delivered, and not the current one: 3-byte
+ * keys abc, xyz of one tile are both looked at as abc, and make one group. Use qvo_seq_hash to make 4-byte keys of wider
+ * ones. No key behind the tile is looked at: a call delivers at most 4096 / width groups then.
  *
  * qvo_seq_group_agg_wavg_<type> (result, left, right, group_by)
  *
@@ -1830,6 +1832,7 @@ typedef struct {
  * qvo_seq_top_pos_max_<type>, qvo_seq_top_pos_min_<type> (result, input, top)
  *
  * The positions of those values, in the same order, counted from 0 in elements: deliberately, runs are not expanded.
+ * Of 8 with run 3, then 9, the two largest are at 1 and 0.
  * Elements  The same; the result is uint8.
  * Parameters  top: up to 2048, 1365 or 819 as above, but at most 455, the capacity of the result.
  * Errors    As above; after an operand's error tile_size is the number of positions found, and the second next ends.

@@ -7,11 +7,13 @@
 
 namespace qvo {
 
-/// The element that sums of E have: 64-bit integers of E's signedness, double, or datetime.
-template <class E>
-using sum_element = std::conditional_t<
-    std::is_same_v<E, elem_datetime>, elem_datetime,
-    std::conditional_t<E::is_floating, elem_double, std::conditional_t<E::is_signed, elem_int8, elem_uint8>>>;
+/// The element that sums of E have, by the table of the header.
+template <class E> struct SumElement;
+#define STAMP(type, sum, avg) \
+    template <> struct SumElement<elem_##type> { using element = elem_##sum; };
+QVO_SEQ_FOR_AGGREGATE_TYPES(STAMP)
+#undef STAMP
+template <class E> using sum_element = typename SumElement<E>::element;
 
 /// value x positions: integers widened to 64 bits first, wrapping; float deliberately in single precision.
 template <class E> QVO_INLINE typename sum_element<E>::value weighted(typename E::value v, unsigned n) {
