@@ -123,6 +123,15 @@ TEST(Pair, TextbookCases) {
     EXPECT_EQ(of(qvo_seq_wsum_int4, Items<t_int4>{{3, 5}}, Items<t_int4>{{-2, 2}, {1, 9}}), -12 + 9);
 }
 
+TEST(Pair, RunsOfAnyLengthOverSingles) {
+    Items<t_int4> left;
+    double sum = 0;
+    for (int i = 0; i < 3000; ++i) left.push_back({i});
+    for (int i = 0; i < 3000; ++i) sum += i;
+    for (const unsigned run : {1U, 2U, 6U, 8U, 16U, 31U, 32U, 64U, 255U})
+        EXPECT_EQ(of(qvo_seq_wsum_int4, left, Items<t_int4>(3000 / run + 1, {1, run})), sum) << run;
+}
+
 TEST(Pair, IntegerTermsAreConvertedAsUnsigned_deliberate) {
     const double wrapped = 18446744073709551616.0;  // 2^64 - 1 as a double
     EXPECT_EQ(of(qvo_seq_cov_int4, Items<t_int4>{{-1}}, Items<t_int4>{{1}}), -1 - wrapped);

@@ -25,7 +25,7 @@ template <class Mover> class FoldSink {
           left_runs_(runs_of(it->opd[0])),
           right_runs_(runs_of(it->opd[1])) {}
 
-    QVO_INLINE size_t room() const { return most_pairs - n_; }
+    QVO_INLINE static size_t room() { return most_single_steps; }
     QVO_INLINE static size_t reach() { return SIZE_MAX; }
     QVO_INLINE RunSpan lockstep(size_t left, size_t right, RunSpan span) {
         return stretch(left, 1, right, 1, left_runs_ - left, span);
@@ -43,8 +43,7 @@ template <class Mover> class FoldSink {
     }
     QVO_INLINE void end_singles(RunSpan span) {
         positions_ += span.positions;
-        n_ += span.elements;
-        if (n_ > most_pairs - most_single_steps) flush();
+        join(span.elements);
     }
     void flush() {
         if (n_ != 0) fold_(state_, left_batch_, right_batch_, runs_, n_);
@@ -55,11 +54,12 @@ template <class Mover> class FoldSink {
  private:
     static constexpr size_t most_pairs = 2 * most_single_steps;
     static constexpr size_t shortest_alone = 32;  // a stretch of fewer pairs joins the batch
+    static_assert(shortest_alone <= most_single_steps);
 
     [[gnu::noinline]] RunSpan stretch(size_t left, size_t left_step, size_t right, size_t right_step,
                                       const uint8_t* runs, RunSpan span) {
         const bool alone = span.elements >= shortest_alone;
-        if (alone || n_ + span.elements > most_pairs) flush();
+        if (alone) flush();
         for (size_t at = 0; at < span.elements; at += most_pairs) {
             const size_t n = std::min(most_pairs, span.elements - at), width = mover_.width();
             const uint8_t* from_left = left_ + (left + at * left_step) * width;
@@ -71,9 +71,14 @@ template <class Mover> class FoldSink {
                 fold_(state_, left_step == 0 ? batch(left_batch_) : from_left,
                       right_step == 0 ? batch(right_batch_) : from_right, runs_, n);
         }
-        if (!alone) n_ += span.elements;
+        if (!alone) join(span.elements);
         positions_ += span.positions;
         return span;
+    }
+    /// Accounts for pairs at the end of the batch. There is room for a row of single overlaps then, or any short stretch.
+    QVO_INLINE void join(size_t n) {
+        n_ += n;
+        if (n_ > most_pairs - most_single_steps) flush();
     }
     void copy(uint64_t* to, const uint8_t* from, size_t step, size_t n) {
         if (step == 0)
