@@ -12,14 +12,6 @@ struct Readers {
     QVO_RET (*next)(qvo_seq_iterator_h, void*);
     QVO_RET (*get)(qvo_seq_iterator_h, void*, qvo_size_t*);
     QVO_RET (*get_nullable)(qvo_seq_iterator_h, void*, qvo_size_t*, qvo_bitmap_word_t*);
-
-    std::unique_ptr<Source> source(Random random, size_t n, const Script& script) const {
-        const AnyType& any = type.code == QVO_DD_CHAR ? any_type<t_char>(random.between(1, 12)) : type;
-        Items<t_char> items = any.items(random, n);
-        for (auto& item : items)
-            if (random.chance(1)) item.run = 256;  // an unwritten run byte, 0
-        return any.operand(items)(script);
-    }
 };
 
 #define READERS(type, value)                                                                                          \
@@ -34,8 +26,40 @@ std::vector<Readers> all_readers() {
     return {QVO_SEQ_FOR_FIXED_TYPES(FIXED) READERS(char, char)};
 }
 
+std::unique_ptr<Source> source_of(const AnyType& type, Random random, size_t n, const Script& script) {
+    const AnyType any = type.code == QVO_DD_CHAR ? any_type<t_char>(random.between(1, 12)) : type;
+    Items<t_char> items = any.items(random, n);
+    for (auto& item : items)
+        if (random.chance(1)) item.run = 256;  // an unwritten run byte, 0
+    return any.operand(items)(script);
+}
+
+/// Who reads a source, and what came of the last call.
+struct Reading {
+    const Readers& readers;
+    std::unique_ptr<Source> source;
+    QVO_RET rc = QVO_S_OK;
+    qvo_size_t count = 0;
+    Bytes values{};
+    std::vector<qvo_bitmap_word_t> nulls{};
+
+    QVO_RET call(unsigned which, qvo_size_t wanted) {
+        count = wanted;
+        values.assign((wanted + 1) * 16, 0x5a);
+        nulls.assign(wanted / 64 + 2, 0x5a5a);
+        const qvo_seq_iterator_h it = source->get();
+        return rc = which == 0   ? readers.next(it, values.data())
+                    : which == 1 ? readers.get(it, values.data(), &count)
+                                 : readers.get_nullable(it, values.data(), &count, nulls.data());
+    }
+    std::vector<uint64_t> outcome() const {
+        const qvo_seq_iterator_t& it = *source->get();
+        return {static_cast<uint64_t>(rc), count, it.tile_offs, it.rle_offs, source->n_next()};
+    }
+};
+
 /// One position, or one element, step by step.
-QVO_RET literal_next(qvo_seq_iterator_h it, uint8_t* value, bool whole_element) {
+QVO_RET literal_step(qvo_seq_iterator_h it, void* value, bool whole_element) {
     if (it->tile_offs >= it->tile_size) {
         if (const QVO_RET rc = it->next(it); rc != QVO_S_OK) return rc;
         it->tile_offs = 0;
@@ -50,10 +74,12 @@ QVO_RET literal_next(qvo_seq_iterator_h it, uint8_t* value, bool whole_element) 
 
 bool null_bit(const qvo_bitmap_word_t* words, size_t i) { return (words[i / 64] >> (i % 64) & 1) != 0; }
 
-/// `get` and `get_nullable` as so many single steps.
-QVO_RET literal_get(qvo_seq_iterator_h it, uint8_t* values, qvo_size_t* count) {
+/// The readers as so many single steps.
+QVO_RET literal_next(qvo_seq_iterator_h it, void* value) { return literal_step(it, value, false); }
+
+QVO_RET literal_get(qvo_seq_iterator_h it, void* values, qvo_size_t* count) {
     for (size_t i = 0; i < *count; ++i) {
-        const QVO_RET rc = literal_next(it, values + i * it->elem_size, false);
+        const QVO_RET rc = literal_step(it, static_cast<uint8_t*>(values) + i * it->elem_size, false);
         if (rc == QVO_S_OK) continue;
         if (rc != QVO_S_CURSOR_END || i == 0) return rc;
         *count = i;
@@ -61,12 +87,12 @@ QVO_RET literal_get(qvo_seq_iterator_h it, uint8_t* values, qvo_size_t* count) {
     return QVO_S_OK;
 }
 
-QVO_RET literal_get_nullable(qvo_seq_iterator_h it, uint8_t* values, qvo_size_t* count, qvo_bitmap_word_t* nulls) {
+QVO_RET literal_get_nullable(qvo_seq_iterator_h it, void* values, qvo_size_t* count, qvo_bitmap_word_t* nulls) {
     std::memset(nulls, 0, (*count + 63) / 64 * 8);
     QVO_RET rc = QVO_S_OK;
     size_t i = 0;
     for (; i < *count; ++i) {
-        if (rc = literal_next(it, values + i * it->elem_size, true); rc != QVO_S_OK) break;
+        if (rc = literal_step(it, static_cast<uint8_t*>(values) + i * it->elem_size, true); rc != QVO_S_OK) break;
         const unsigned element = it->tile_offs - 1U;
         if (element < 128 && null_bit(it->tile.null_bitmap, element)) nulls[i / 64] |= qvo_bitmap_word_t{1} << (i % 64);
     }
@@ -77,42 +103,24 @@ QVO_RET literal_get_nullable(qvo_seq_iterator_h it, uint8_t* values, qvo_size_t*
 /// Reads random amounts until the end, one reader or a mix of them, and compares after every call.
 void check_readers(const Readers& readers, unsigned seed) {
     SCOPED_TRACE(readers.type.name + ", seed " + std::to_string(seed));
+    static const Readers literal{{}, literal_next, literal_get, literal_get_nullable};
     Random random(seed);
     const size_t n = random.between(1, 2500);
     const Script script = random_script(random, seed);
-    const auto actual = readers.source(Random(seed), n, script), expected = readers.source(Random(seed), n, script);
-    const qvo_seq_iterator_h a = actual->get(), e = expected->get();
+    Reading actual{readers, source_of(readers.type, Random(seed), n, script)};
+    Reading expected{literal, source_of(readers.type, Random(seed), n, script)};
     for (size_t i = 0; i < 2; ++i)
-        a->tile.null_bitmap[i] = e->tile.null_bitmap[i] = random.value<uint64_t>() * 0x9e3779b97f4a7c15U;
+        (*actual.source)->tile.null_bitmap[i] = (*expected.source)->tile.null_bitmap[i] =
+            random.value<uint64_t>() * 0x9e3779b97f4a7c15U;
     const unsigned most = random.chance(50) ? 3000 : 40;
     for (unsigned call = 0, ends = 0; ends < 2; ++call) {
         const size_t wanted = random.below(most);
-        const Bytes fresh((wanted + 1) * 16, 0x5a);
-        Bytes values = fresh, expected_values = fresh;
-        std::vector<qvo_bitmap_word_t> nulls(wanted / 64 + 2, 0x5a5a), expected_nulls = nulls;
-        qvo_size_t count = wanted, expected_count = wanted;
-        QVO_RET rc, expected_rc;
-        switch (random.below(seed % 2 == 0 ? 2 : 3)) {
-            case 0:
-                rc = readers.next(a, values.data());
-                expected_rc = literal_next(e, expected_values.data(), false);
-                break;
-            case 1:
-                rc = readers.get(a, values.data(), &count);
-                expected_rc = literal_get(e, expected_values.data(), &expected_count);
-                break;
-            default:
-                rc = readers.get_nullable(a, values.data(), &count, nulls.data());
-                expected_rc = literal_get_nullable(e, expected_values.data(), &expected_count, expected_nulls.data());
-        }
-        ASSERT_EQ(rc, expected_rc) << "call " << call;
-        ASSERT_EQ(count, expected_count) << "call " << call;
-        ASSERT_TRUE(values == expected_values) << "call " << call << ", values or what lies behind them";
-        ASSERT_TRUE(nulls == expected_nulls) << "call " << call;
-        ASSERT_EQ(a->tile_offs, e->tile_offs) << "call " << call;
-        ASSERT_EQ(a->rle_offs, e->rle_offs) << "call " << call;
-        ASSERT_EQ(actual->n_next(), expected->n_next()) << "call " << call;
-        ends += rc != QVO_S_OK;
+        const unsigned which = random.below(seed % 2 == 0 ? 2 : 3);
+        ends += actual.call(which, wanted) != QVO_S_OK;
+        expected.call(which, wanted);
+        ASSERT_EQ(actual.outcome(), expected.outcome()) << "code, count, offsets, pulled; in call " << call;
+        ASSERT_TRUE(actual.values == expected.values) << "call " << call << ", values or what lies behind them";
+        ASSERT_TRUE(actual.nulls == expected.nulls) << "call " << call;
     }
 }
 
@@ -124,19 +132,10 @@ TEST(Access, ReadsLikeSingleSteps) {
 TEST(Access, RefusesOtherTypesAndBoundIteratorsAndStopsOnEmptyTiles) {
     for (const Readers& readers : all_readers()) {
         SCOPED_TRACE(readers.type.name);
-        const auto source = readers.source(Random(1), 10, {});
-        const qvo_seq_iterator_h it = source->get();
-        Bytes value(100);
-        qvo_bitmap_word_t nulls[1] = {};
-        qvo_size_t count = 2;
-        const std::function<QVO_RET()> calls[] = {
-            [&] { return readers.next(it, value.data()); },
-            [&] { return readers.get(it, value.data(), &count); },
-            [&] { return readers.get_nullable(it, value.data(), &count, nulls); },
-        };
-        for (const auto& call : calls) {
-            ASSERT_EQ(it->reset(it), QVO_S_OK);
-            source->set_script({});
+        for (unsigned which = 0; which < 3; ++which) {
+            Reading reading{readers, source_of(readers.type, Random(1), 10, {})};
+            const qvo_seq_iterator_h it = reading.source->get();
+            const auto call = [&] { return reading.call(which, 2); };
             it->bounded = 1;
             {
                 const BindingCheck check;
@@ -151,7 +150,7 @@ TEST(Access, RefusesOtherTypesAndBoundIteratorsAndStopsOnEmptyTiles) {
             }
             EXPECT_EQ(call(), QVO_S_OK) << "with the check off";
             ASSERT_EQ(it->reset(it), QVO_S_OK);
-            source->set_script({{}, 0, QVO_S_OK});
+            reading.source->set_script({{}, 0, QVO_S_OK});
             EXPECT_TRUE(catch_stop(call).stopped);
         }
     }

@@ -1,5 +1,7 @@
 #include "support/protocol.h"
 
+#include "support/number.h"
+
 namespace test {
 namespace {
 
@@ -43,30 +45,25 @@ std::vector<std::string> tiles_of(qvo_seq_iterator_h it, size_t most = SIZE_MAX)
 }
 
 void check_refusals(const Member& member) {
-    for (size_t i = 0; i < member.operands.size(); ++i) {
-        if (flag(member.type_checked, i)) {
+    for (size_t i = 0; i < member.operands.size(); ++i)
+        for (const QVO_RET code : {QVO_E_ILLEGAL_TYPE, QVO_E_SEQ_BOUNDED}) {
+            const bool wrong_type = code == QVO_E_ILLEGAL_TYPE;
+            if (!flag(wrong_type ? member.type_checked : member.bound, i)) continue;
             Bench bench(member);
-            const BindingCheck check;
-            bench.handles[i]->elem_type = 99;
-            for (qvo_seq_iterator_h o : bench.handles) o->bounded = 1;  // the type comes first
-            const qvo_seq_iterator_t before = bench.result.it;
-            EXPECT_EQ(member.construct(bench.result.get(), bench.handles), QVO_E_ILLEGAL_TYPE) << "operand " << i;
-            EXPECT_TRUE(same_bytes(before, bench.result.it)) << "a refused constructor leaves the result alone";
-        }
-        if (flag(member.bound, i)) {
-            Bench bench(member);
+            for (qvo_seq_iterator_h o : bench.handles) o->bounded = wrong_type;  // the type comes first
             bench.handles[i]->bounded = 1;
+            if (wrong_type) bench.handles[i]->elem_type = 99;
             {
                 const BindingCheck check;
                 const qvo_seq_iterator_t before = bench.result.it;
-                EXPECT_EQ(member.construct(bench.result.get(), bench.handles), QVO_E_SEQ_BOUNDED) << "operand " << i;
+                EXPECT_EQ(member.construct(bench.result.get(), bench.handles), code) << "operand " << i;
                 EXPECT_TRUE(same_bytes(before, bench.result.it)) << "a refused constructor leaves the result alone";
                 for (size_t k = 0; k < bench.handles.size(); ++k)
-                    EXPECT_EQ(bench.handles[k]->bounded, k == i) << "a refused constructor binds nothing";
+                    EXPECT_EQ(bench.handles[k]->bounded, wrong_type || k == i) << "a refused constructor binds nothing";
             }
+            if (wrong_type) continue;
             EXPECT_EQ(member.construct(bench.result.get(), bench.handles), QVO_S_OK) << "with the check off";
         }
-    }
 }
 
 void check_fields(const Member& member) {
@@ -156,63 +153,49 @@ void check_stops(const Member& member) {
     }
 }
 
-Member make_member(std::string name, qvo_seq_iterator_next_t next, uint8_t type, size_t width,
-                   qvo_seq_iterator_reset_t reset) {
-    Member member;
-    member.name = std::move(name);
-    member.next = next;
-    member.type = type;
-    member.width = width;
-    member.reset = reset;
-    return member;
-}
-
 }  // namespace
 
 template <class T> MakeSource operand(Items<T> items, size_t width) {
     return [=](Script script) { return std::make_unique<Source>(T{}, items, std::move(script), width); };
 }
 
-MakeSource AnyType::operand(const Items<t_char>& items) const {
-    return [make = test::operand<t_char>(items, width), code = code](Script script) {
-        auto source = make(std::move(script));
-        (*source)->elem_type = code;
-        return source;
-    };
+#define INSTANTIATE(type) template MakeSource operand<t_##type>(Items<t_##type>, size_t);
+QVO_SEQ_FOR_FIXED_TYPES(INSTANTIATE)
+INSTANTIATE(char)
+
+std::string AnyType::value(Random& random) const {
+    if (code != QVO_DD_CHAR) return bytes_of(code, random_number(random, code));
+    std::string bytes;
+    while (bytes.size() < width) bytes += static_cast<char>(random.below(256));
+    return bytes;
 }
 
-template <class T> AnyType any_type(size_t width) {
-    const auto draw = [width](Random& random) {
-        if constexpr (!std::is_same_v<T, t_char>) return Source::bytes_of<T>(random.value<typename T::value>(), width);
-        std::string bytes;
-        while (bytes.size() < width) bytes += static_cast<char>(random.below(256));
-        return bytes;
-    };
-    return {T::name, T::code, width, draw};
+Items<t_char> AnyType::items(Random& random, size_t n) const {
+    return random_items<t_char>(random, n, [this](Random& r) { return value(r); });
 }
+
+MakeSource AnyType::operand(const Items<t_char>& items) const { return test::operand(Elements{code, width, items}); }
 
 std::vector<AnyType> all_types() {
 #define TYPE(type) any_type<t_##type>(),
     return {QVO_SEQ_FOR_FIXED_TYPES(TYPE) TYPE(char)};
-#undef TYPE
 }
-
-#define INSTANTIATE(type)                                           \
-    template MakeSource operand<t_##type>(Items<t_##type>, size_t); \
-    template AnyType any_type<t_##type>(size_t);
-QVO_SEQ_FOR_FIXED_TYPES(INSTANTIATE)
-INSTANTIATE(char)
 
 Member unary_member(std::string name, const std::function<std::remove_pointer_t<ConstructUnary>>& construct,
                     qvo_seq_iterator_next_t next, uint8_t type, size_t width, qvo_seq_iterator_reset_t reset) {
-    Member member = make_member(std::move(name), next, type, width, reset);
+    Member member;
+    member.name = std::move(name);
     member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) { return construct(it, o[0]); };
+    member.type = type;
+    member.width = width;
+    member.next = next;
+    member.reset = reset;
     return member;
 }
 
 Member binary_member(std::string name, const std::function<std::remove_pointer_t<ConstructBinary>>& construct,
                      qvo_seq_iterator_next_t next, uint8_t type, size_t width, qvo_seq_iterator_reset_t reset) {
-    Member member = make_member(std::move(name), next, type, width, reset);
+    Member member = unary_member(std::move(name), nullptr, next, type, width, reset);
     member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) { return construct(it, o[0], o[1]); };
     return member;
 }
@@ -226,15 +209,12 @@ void check_protocol(const Member& member) {
 }
 
 void expect_same_record(const qvo_seq_iterator_t& actual, const qvo_seq_iterator_t& expected, const std::string& what) {
-    EXPECT_EQ(actual.tile_size, expected.tile_size) << what;
-    EXPECT_EQ(actual.tile_offs, expected.tile_offs) << what;
-    EXPECT_EQ(actual.rle_offs, expected.rle_offs) << what;
-    EXPECT_EQ(actual.prepared, expected.prepared) << what;
-    EXPECT_EQ(actual.first_seq_no, expected.first_seq_no) << what;
-    EXPECT_EQ(actual.next_seq_no, expected.next_seq_no) << what;
-    EXPECT_EQ(actual.last_seq_no, expected.last_seq_no) << what;
-    EXPECT_EQ(actual.elem_type, expected.elem_type) << what;
-    EXPECT_EQ(actual.elem_size, expected.elem_size) << what;
+    const auto fields = [](const qvo_seq_iterator_t& it) {
+        return std::vector<uint64_t>{it.tile_size,   it.tile_offs,   it.rle_offs,  it.prepared, it.first_seq_no,
+                                     it.next_seq_no, it.last_seq_no, it.elem_type, it.elem_size};
+    };
+    EXPECT_EQ(fields(actual), fields(expected))
+        << what << ": tile_size, tile_offs, rle_offs, prepared, first_seq_no, next_seq_no, last_seq_no, type, width";
     if (std::memcmp(&actual.tile, &expected.tile, sizeof actual.tile) == 0) return;
     // NaN results may differ in their bits: compare floating elements by value, and everything else exactly.
     const size_t n = actual.tile_size;

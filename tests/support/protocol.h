@@ -89,13 +89,13 @@ struct AnyType {
     std::string name;
     uint8_t code;
     size_t width;
-    DrawValue<t_char> draw;
 
-    Items<t_char> items(Random& random, size_t n) const { return random_items<t_char>(random, n, draw); }
+    std::string value(Random& random) const;
+    Items<t_char> items(Random& random, size_t n) const;
     MakeSource operand(const Items<t_char>& items) const;
     MakeSource operand(Random& random, size_t n) const { return operand(items(random, n)); }
 };
-template <class T> AnyType any_type(size_t width = test_width<T>);
+template <class T> AnyType any_type(size_t width = test_width<T>) { return {T::name, T::code, width}; }
 std::vector<AnyType> all_types();  // the fixed types, and strings
 
 // Parts of the numbered steps, stated literally on the records.

@@ -124,16 +124,14 @@ MakeSource draw_strings(Random& random, size_t n) {
 char* string_at(qvo_seq_iterator_h it, size_t i) { return it->tile.u.arr_char + i * width; }
 
 TEST(Callback, FunctionsOfStrings) {
-    check_unary(unary_member<t_string>(WITH_FUNC(qvo_seq_func_char, flip_char)), draw_strings,
-                [](qvo_seq_iterator_h it, size_t i, size_t k) {
-                    for (size_t b = 0; b < width; ++b)
-                        string_at(it, i)[b] = static_cast<char>(string_at(it->opd[0], k)[b] ^ 3);
-                });
-    check_unary(unary_member<t_string>(WITH_FUNC(qvo_seq_func_ctx_char, flip_char_ctx, &mask)), draw_strings,
-                [](qvo_seq_iterator_h it, size_t i, size_t k) {
-                    for (size_t b = 0; b < width; ++b)
-                        string_at(it, i)[b] = static_cast<char>(string_at(it->opd[0], k)[b] ^ 1);
-                });
+    const auto check = [](const Member& member, char with) {
+        check_unary(member, draw_strings, [=](qvo_seq_iterator_h it, size_t i, size_t k) {
+            for (size_t b = 0; b < width; ++b)
+                string_at(it, i)[b] = static_cast<char>(string_at(it->opd[0], k)[b] ^ with);
+        });
+    };
+    check(unary_member<t_string>(WITH_FUNC(qvo_seq_func_char, flip_char)), 3);
+    check(unary_member<t_string>(WITH_FUNC(qvo_seq_func_ctx_char, flip_char_ctx, &mask)), 1);
 }
 
 TEST(Callback, FunctionsOfTwoStrings) {
@@ -156,14 +154,13 @@ TEST(Callback, FunctionsOfTwoStrings) {
 }
 
 TEST(Callback, PredicatesOfStringsStepByOneByte_deliberate) {
-    check_unary(unary_member<t_bool>(WITH_FUNC(qvo_seq_cond_char, is_even)), draw_strings,
-                [](qvo_seq_iterator_h it, size_t i, size_t k) {
-                    it->tile.u.arr_uint1[i] = it->opd[0]->tile.u.arr_char[k] % 2 == 0;
-                });
-    check_unary(unary_member<t_bool>(WITH_FUNC(qvo_seq_cond_ctx_char, exceeds, &mask)), draw_strings,
-                [](qvo_seq_iterator_h it, size_t i, size_t k) {
-                    it->tile.u.arr_uint1[i] = it->opd[0]->tile.u.arr_char[k] > 1;
-                });
+    const auto check = [](const Member& member, bool (*model)(char)) {
+        check_unary(member, draw_strings, [=](qvo_seq_iterator_h it, size_t i, size_t k) {
+            it->tile.u.arr_uint1[i] = model(it->opd[0]->tile.u.arr_char[k]);
+        });
+    };
+    check(unary_member<t_bool>(WITH_FUNC(qvo_seq_cond_char, is_even)), [](char c) { return c % 2 == 0; });
+    check(unary_member<t_bool>(WITH_FUNC(qvo_seq_cond_ctx_char, exceeds, &mask)), [](char c) { return c > 1; });
 }
 
 }  // namespace

@@ -71,19 +71,6 @@ TEST(Compare, StringsOfUnequalWidthsAreRefusedBeforeTheBindingCheck) {
     }
 }
 
-TEST(Compare, NaNIsUnequalToEverything) {
-    const double nan = std::numeric_limits<double>::quiet_NaN();
-    const struct {
-        ConstructBinary construct;
-        qvo_seq_bool with_nan;
-    } members[] = {{qvo_seq_eq_double, 0}, {qvo_seq_ne_double, 1}, {qvo_seq_ge_double, 0},
-                   {qvo_seq_le_double, 0}, {qvo_seq_gt_double, 0}, {qvo_seq_lt_double, 0}};
-    for (const auto& m : members)
-        check_items<t_bool>(applied<t_double, t_bool>(m.construct, {{nan, 2}, {1, 1}, {nan, 1}}, {{1, 2}, {nan, 2}}),
-                            {{m.with_nan, 2}, {m.with_nan, 1}, {m.with_nan, 1}});
-    check_items<t_bool>(applied<t_double, t_bool>(qvo_seq_eq_double, {{0.0}}, {{-0.0}}), {{1}});
-}
-
 TEST(Compare, AConstantKeepsTheRunsOfTheColumn) {
     Source column(t_int4{}, {{5, 200}, {7, 55}, {7, 45}});
     Record constant;

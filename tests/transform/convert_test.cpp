@@ -75,9 +75,6 @@ struct From {
 template <class T> From from_type() {
     From from{any_type<T>(), {}};
     for (const auto v : hard_values<typename T::value>()) from.hard.push_back({Source::bytes_of<T>(v, sizeof v)});
-    from.type.draw = [hard = from.hard, any = from.type.draw](Random& random) {
-        return random.chance(70) ? hard[random.below(static_cast<unsigned>(hard.size()))].value : any(random);
-    };
     return from;
 }
 
@@ -93,10 +90,15 @@ void check_pair(const From& from, const char* name, ConstructUnary construct, qv
     // Every hard value, where few values are asked for. Where vector code takes many values at once only if all of them
     // allow it, it meets as many of each.
     const auto draw = [&](Random& random, size_t n) {
-        if (n != 5) return from.type.operand(random, n);
-        Items<t_char> hard;
-        for (const auto& item : from.hard) hard.insert(hard.end(), type == QVO_DD_UINT4 ? 64 : 1, item);
-        return from.type.operand(hard);
+        Items<t_char> items;
+        if (n == 5)
+            for (const auto& item : from.hard) items.insert(items.end(), type == QVO_DD_UINT4 ? 64 : 1, item);
+        else
+            items = random_items<t_char>(random, n, [&](Random& r) {
+                const auto i = r.below(static_cast<unsigned>(from.hard.size()));
+                return r.chance(70) ? from.hard[i].value : from.type.value(r);
+            });
+        return from.type.operand(items);
     };
     check_unary(unary_member(name, construct, next, type, width), draw, [=](qvo_seq_iterator_h it, size_t i, size_t k) {
         model(it->opd[0]->tile.u.arr_char + k * it->opd[0]->elem_size, it->tile.u.arr_char + i * width);

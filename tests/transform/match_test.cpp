@@ -30,29 +30,28 @@ bool model(const std::string& pattern, std::string string) {
     return like(pattern.c_str(), string);
 }
 
-/// A constructed match, whose matcher is called on single strings.
+/// A constructed match, whose matcher is called on single strings. All are in blocks of just their size, so that reading
+/// behind them is noticed.
 class Matcher {
  public:
     /// `filler` is what the record holds before.
     Matcher(const std::string& pattern, size_t width, int filler = 0)
-        : pattern_(new char[pattern.size() + 1]), width_(width), input_(t_char{}, {{"x"}}, {}, width) {
-        std::memcpy(pattern_.get(), pattern.c_str(), pattern.size() + 1);
+        : pattern_(pattern.c_str(), pattern.c_str() + pattern.size() + 1), input_(t_char{}, {{"x"}}, {}, width) {
         std::memset(it_->context, filler, sizeof it_->context);
-        EXPECT_EQ(qvo_seq_match(it_.get(), input_.get(), pattern_.get()), QVO_S_OK);
+        EXPECT_EQ(qvo_seq_match(it_.get(), input_.get(), pattern_.data()), QVO_S_OK);
     }
-    bool operator()(std::string string) const {
-        string.resize(width_);
-        const std::unique_ptr<char[]> exact(new char[width_]);  // reading behind it is noticed
-        std::memcpy(exact.get(), string.data(), width_);
-        return context().match(&context(), exact.get()) != 0;
+    bool operator()(const std::string& string) const {
+        std::vector<char> exact(string.begin(), string.end());
+        exact.resize(it_.it.opd[0]->elem_size);
+        exact.shrink_to_fit();
+        return context().match(&context(), exact.data()) != 0;
     }
     const qvo_seq_match_context_t& context() const {
         return *reinterpret_cast<const qvo_seq_match_context_t*>(it_.it.context);
     }
 
  private:
-    std::unique_ptr<char[]> pattern_;
-    size_t width_;
+    std::vector<char> pattern_;
     Source input_;
     Record it_;
 };
@@ -131,16 +130,9 @@ TEST(Match, SubstringsLikeANaiveSearch) {
 TEST(Match, ShiftOfByte255IsNotFilled_deliberate) {
     const Matcher match("%ab%", 9, 7);
     for (int c = 0; c < 256; ++c) EXPECT_EQ(match.context().shift[c], c == 255 ? 7 : c == 'a' ? 1 : 2) << "byte " << c;
-    EXPECT_FALSE(
-        match("x\xff"
-              "ab"))
-        << "skipped";
-    EXPECT_EQ(Matcher("%\xff"
-                      "bc%",
-                      9, 7)
-                  .context()
-                  .shift[255],
-              2);
+    const std::string byte_255 = "\xff";
+    EXPECT_FALSE(match("x" + byte_255 + "ab")) << "skipped";
+    EXPECT_EQ(Matcher("%" + byte_255 + "bc%", 9, 7).context().shift[255], 2);
 }
 
 TEST(Match, SubstringSearchStepsOverZeroBytes_deliberate) {

@@ -1,23 +1,14 @@
 // Text literals read as sequences.
-#include <cstdlib>
-#include <memory>
+#include <optional>
 
 #include "support/protocol.h"
 
 namespace test {
 namespace {
 
-/// A copy of a text in a block of just its size, so that reading past its end is noticed.
-class Text {
- public:
-    explicit Text(const std::string& text) : text_(new char[text.size() + 1]) {
-        std::memcpy(text_.get(), text.c_str(), text.size() + 1);
-    }
-    char* get() const { return text_.get(); }
-
- private:
-    std::unique_ptr<char[]> text_;
-};
+/// A text in a block of just its size, so that reading past its end is noticed.
+using Text = std::vector<char>;
+Text text_of(const std::string& text) { return Text(text.c_str(), text.c_str() + text.size() + 1); }
 
 Member parser_member(const char* name, const std::function<QVO_RET(qvo_seq_iterator_h)>& construct,
                      qvo_seq_iterator_next_t next, uint8_t type, size_t width,
@@ -79,8 +70,8 @@ template <class T> void check_parse(const char* name, ParseNumbers construct, qv
                 }
             }
             if (random.chance(50)) literal += random.chance(50) ? "}" : ",} ignored";
-            m.construct = [=, text = std::make_shared<Text>(literal)](qvo_seq_iterator_h it, const Member::Operands&) {
-                return construct(it, text->get());
+            m.construct = [=, text = text_of(literal)](qvo_seq_iterator_h it, const Member::Operands&) {
+                return construct(it, text.data());
             };
             return [=, at = size_t{0}](qvo_seq_iterator_h it) mutable { return literal_parse(it, values, &at); };
         });
@@ -93,9 +84,9 @@ TEST(Parse, FollowsTheModel) { QVO_SEQ_FOR_FIXED_TYPES(TEST_MEMBER) }
 /// All values, and then the code of the call that ends the text or fails.
 template <class T>
 std::pair<std::vector<typename T::value>, QVO_RET> values_of(ParseNumbers construct, const std::string& literal) {
-    const Text text(literal);
+    const Text text = text_of(literal);
     Record it;
-    EXPECT_EQ(construct(it.get(), text.get()), QVO_S_OK);
+    EXPECT_EQ(construct(it.get(), text.data()), QVO_S_OK);
     Items<T> items;
     const QVO_RET rc = read_items<T>(it.get(), items);
     std::vector<typename T::value> values;
@@ -153,9 +144,9 @@ TEST(Parse, ABadTokenBehindAFullTileFailsTheCall_deliberate) {
     for (int i = 0; i < 455; ++i) literal += std::to_string(i) + ",";
     EXPECT_EQ(values_of<t_int8>(qvo_seq_parse_int8, literal + "y"),
               (std::pair<std::vector<qvo_int8>, QVO_RET>{{}, QVO_E_ILLEGAL_PARAM}));
-    const Text text(literal + "455,z");
+    const Text text = text_of(literal + "455,z");
     Record it;
-    ASSERT_EQ(qvo_seq_parse_int8(it.get(), text.get()), QVO_S_OK);
+    ASSERT_EQ(qvo_seq_parse_int8(it.get(), text.data()), QVO_S_OK);
     EXPECT_EQ(it->next(it.get()), QVO_S_OK);
     const qvo_seq_iterator_t before = it.it;
     for (int call = 0; call < 3; ++call) EXPECT_EQ(it->next(it.get()), QVO_E_ILLEGAL_PARAM);
@@ -182,14 +173,7 @@ TEST(Parse, NumbersOfAnyLength) {
 
 // ---- Strings ----------------------------------------------------------------------------------------------------
 
-struct String {
-    std::string value;
-    bool null = false;
-    bool operator==(const String& other) const { return null == other.null && (null || value == other.value); }
-};
-[[maybe_unused]] void PrintTo(const String& s, std::ostream* out) {
-    *out << (s.null ? "null" : testing::PrintToString(s.value));
-}
+using String = std::optional<std::string>;
 
 struct Strings {
     std::vector<String> strings;
@@ -198,9 +182,9 @@ struct Strings {
 };
 
 Strings strings_of(const std::string& literal, int width) {
-    const Text text(literal);
+    const Text text = text_of(literal);
     Record it;
-    EXPECT_EQ(qvo_seq_parse_char(it.get(), text.get(), width), QVO_S_OK);
+    EXPECT_EQ(qvo_seq_parse_char(it.get(), text.data(), width), QVO_S_OK);
     EXPECT_EQ(it->elem_size, width);
     Strings all;
     uint64_t elements = 0;
@@ -208,8 +192,10 @@ Strings strings_of(const std::string& literal, int width) {
         all.tile_sizes.push_back(it->tile_size);
         elements += it->tile_size;
         for (size_t i = 0; i < it->tile_size; ++i)
-            all.strings.push_back({std::string(it->tile.u.arr_char + i * it->elem_size, it->elem_size),
-                                   (it->tile.null_bitmap[i / 64] >> i % 64 & 1) != 0});
+            if ((it->tile.null_bitmap[i / 64] >> i % 64 & 1) != 0)
+                all.strings.push_back(std::nullopt);
+            else
+                all.strings.push_back(std::string(it->tile.u.arr_char + i * it->elem_size, it->elem_size));
         EXPECT_EQ(it->next_seq_no, elements);
     }
     EXPECT_TRUE(all.rc != QVO_S_CURSOR_END || (it->tile_size == 0 && !qvo_seq_contains_nulls(it.get())));
@@ -217,7 +203,7 @@ Strings strings_of(const std::string& literal, int width) {
 }
 
 TEST(ParseChar, WorkedCases) {
-    const String null{"", true};
+    const String null;
     const std::string zero(1, '\0');
     EXPECT_EQ(strings_of("{'ab',null,'c\\td'}", 3).strings, (std::vector<String>{{"ab" + zero}, null, {"c\td"}}));
     EXPECT_EQ(strings_of("{a,b}", 2).strings, (std::vector<String>{{"a" + zero}, {"b}"}})) << "a brace is a character";
@@ -248,7 +234,7 @@ TEST(ParseChar, WidthsAndTileSizes) {
     EXPECT_EQ(strings_of("a,b", 4095).tile_sizes, (std::vector<size_t>{1, 1}));
     EXPECT_EQ(strings_of("'','','','" + std::string(2000, 'x') + "','y'", 0).tile_sizes, (std::vector<size_t>{3, 2}))
         << "a width that the tile's empty strings cannot take starts the next tile";
-    EXPECT_EQ(strings_of(std::string(4095, 'x'), 0).strings[0].value, std::string(4095, 'x'));
+    EXPECT_EQ(strings_of(std::string(4095, 'x'), 0).strings[0], std::string(4095, 'x'));
     EXPECT_EQ(strings_of(std::string(4096, 'x'), 0).rc, QVO_E_ILLEGAL_PARAM);
     Record it;
     const qvo_seq_iterator_t before = it.it;
@@ -263,20 +249,23 @@ TEST(ParseChar, RandomStrings) {
         std::string literal = "{";
         std::vector<String> expected;
         for (unsigned n = random.below(400); n != 0; --n) {
-            String s{"", random.chance(15)};
-            const char* const quote = random.chance(50) ? "'" : "\"";
-            literal += s.null ? "null" : quote;
-            for (size_t k = random.below(static_cast<unsigned>(width) + 1); !s.null && k != 0; --k) {
-                const char c = "ab,{}\"'\\ \n\t\0"[random.below(12)];
-                s.value += c;
-                const char* const at = std::strchr("\n\t", c);
-                if (c == '\0' || c == *quote || c == '\\' || at != nullptr) literal += '\\';
-                literal += c == '\0' ? '0' : c == '\n' ? 'n' : c == '\t' ? 't' : c;
+            expected.push_back(std::nullopt);
+            if (random.chance(15)) {
+                literal += "null,";
+                continue;
             }
-            if (!s.null) literal += quote;
-            literal += ",";
-            s.value.resize(width);
-            expected.push_back(s);
+            std::string s;
+            const char* const quote = random.chance(50) ? "'" : "\"";
+            literal += quote;
+            for (size_t k = random.below(static_cast<unsigned>(width) + 1); k != 0; --k) {
+                const size_t c = random.below(12);
+                s += "ab,{}\"'\\ \n\t\0"[c];
+                if (c >= 9 || s.back() == *quote || s.back() == '\\') literal += '\\';
+                literal += "ab,{}\"'\\ nt0"[c];
+            }
+            literal += std::string(quote) + ",";
+            s.resize(width);
+            expected.back() = s;
         }
         EXPECT_EQ(strings_of(literal + "}", static_cast<int>(width)).strings, expected) << "seed " << seed;
     }
@@ -315,9 +304,9 @@ TEST(CustomParse, WorkedCases) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
-        const Text text(c.text);
+        Text text = text_of(c.text);
         Record it;
-        ASSERT_EQ(qvo_seq_custom_parse(it.get(), text.get(), QVO_DD_INT2, 2, parse_length), QVO_S_OK);
+        ASSERT_EQ(qvo_seq_custom_parse(it.get(), text.data(), QVO_DD_INT2, 2, parse_length), QVO_S_OK);
         const qvo_seq_iterator_t before = it.it;
         for (int repeat = 0; repeat < 2; ++repeat) {
             tokens.clear();
@@ -332,7 +321,7 @@ TEST(CustomParse, WorkedCases) {
             }
             EXPECT_EQ(rc, c.rc);
             EXPECT_EQ(tokens, c.tokens);
-            EXPECT_STREQ(text.get(), c.text) << "the text is put back";
+            EXPECT_STREQ(text.data(), c.text) << "the text is put back";
             ASSERT_EQ(it->reset(it.get()), QVO_S_OK);
             EXPECT_EQ(std::memcmp(before.context, it->context, sizeof before.context), 0);
         }
@@ -348,15 +337,15 @@ TEST(CustomParse, TilesAndProtocol) {
 
     std::string literal;
     for (int i = 0; i < 1400; ++i) literal += "x,";
-    const Text many(literal);
+    Text many = text_of(literal);
     Record it;
-    ASSERT_EQ(qvo_seq_custom_parse(it.get(), many.get(), QVO_DD_INT2, 2, parse_length), QVO_S_OK);
+    ASSERT_EQ(qvo_seq_custom_parse(it.get(), many.data(), QVO_DD_INT2, 2, parse_length), QVO_S_OK);
     for (const size_t n : {size_t{1365}, size_t{35}}) {
         ASSERT_EQ(it->next(it.get()), QVO_S_OK);
         check_items<t_int2>(tile_items<t_int2>(it.it), Items<t_int2>(n, {1, 1}));
     }
     EXPECT_EQ(it->next(it.get()), QVO_S_CURSOR_END);
-    EXPECT_EQ(qvo_seq_custom_parse(it.get(), many.get(), 99, 4096, parse_length), QVO_E_ILLEGAL_PARAM);
+    EXPECT_EQ(qvo_seq_custom_parse(it.get(), many.data(), 99, 4096, parse_length), QVO_E_ILLEGAL_PARAM);
 }
 
 }  // namespace

@@ -11,7 +11,7 @@ template <class T> void check_skip_nan(const char* name, ConstructUnary construc
                      const unsigned percent = seed * 8 % 105;  // none, all, and mixtures
                      m.operands = {operand<T>(random_items<T>(random, random.between(4, 4000), [=](Random& r) {
                          return r.chance(percent) ? static_cast<V>(r.chance(50) ? NAN : -NAN)
-                                                  : static_cast<V>(r.below(100));
+                                                  : static_cast<V>(50 - static_cast<int>(r.below(100)));
                      }))};
                      return [](qvo_seq_iterator_h it) {
                          return literal_selected_next(it, [it](size_t i, size_t k) {

@@ -33,11 +33,6 @@ TEST(Unary, UnsignedValuesAreNotNegated_deliberate) {
     check_items<t_datetime>(applied<t_datetime>(qvo_seq_neg_datetime, {{5, 7}}), {{18446744073709551611U, 7}});
 }
 
-TEST(Unary, MostNegativeIntegersStay) {
-    check_items<t_int1>(applied<t_int1>(qvo_seq_abs_int1, {{-128}, {-127}}), {{-128}, {127}});
-    check_items<t_int8>(applied<t_int8>(qvo_seq_neg_int8, {{INT64_MIN}, {-1}}), {{INT64_MIN}, {1}});
-}
-
 /// The bits of the result's elements, in one tile.
 template <class T, class Bits>
 void check_bits(QVO_RET (*construct)(qvo_seq_iterator_h, qvo_seq_iterator_h), const std::vector<Bits>& from,
