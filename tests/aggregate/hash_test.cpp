@@ -140,21 +140,6 @@ TEST(Hash, OutOfMemoryWhileMerging) {
     check_merge_out_of_memory(sum_member, {{few, few}, {many, many}}, 17);
 }
 
-Member hash_member(bool chained, std::vector<MakeSource> operands) {
-    Member member;
-    member.name = chained ? "qvo_seq_hash, chained" : "qvo_seq_hash";
-    member.operands = std::move(operands);
-    member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) {
-        return qvo_seq_hash(it, o[0], chained ? o[1] : nullptr);
-    };
-    member.type = QVO_DD_UINT4;
-    member.width = 4;
-    member.next = qvo_seq_hash_next;
-    member.reset = chained ? qvo_seq_reset_binary_iterator : qvo_seq_reset_unary_iterator;
-    member.type_checked = {false, true};
-    return member;
-}
-
 QVO_RET literal_hash_next(qvo_seq_iterator_h it) {
     const qvo_seq_iterator_h left = it->opd[0], right = it->opd[1];
     const size_t width = left->elem_size;
@@ -176,17 +161,19 @@ QVO_RET literal_hash_next(qvo_seq_iterator_h it) {
 }
 
 TEST(Hash, HashesOfElements) {
+    Member alone = unary_member(
+        "qvo_seq_hash", [](auto it, auto input) { return qvo_seq_hash(it, input, nullptr); }, qvo_seq_hash_next,
+        QVO_DD_UINT4, 4);
+    Member chained = binary_member(MEMBER(qvo_seq_hash), QVO_DD_UINT4, 4);
+    alone.type_checked = chained.type_checked = {false, true};
     for (const size_t width : {1, 2, 3, 4, 8, 9, 30})
-        for (const bool chained : {false, true}) {
-            Random random(static_cast<unsigned>(width));
-            std::vector<MakeSource> operands{operand(random_keys(random, 3000, 5000, width))};
-            if (chained) operands.push_back(operand(random_elements(random, QVO_DD_UINT4, 3000)));
-            const Member member = hash_member(chained, std::move(operands));
-            check_protocol(member);
-            for (const size_t stop : {SIZE_MAX, size_t{1500}})
-                check_steps(member, literal_hash_next,
-                            {{random_tile_sizes(random), stop, 4711}, {random_tile_sizes(random)}});
-        }
+        for (const Member& member : {alone, chained})
+            check_random(member, 3, [&](Random& random, unsigned, Member& m) {
+                m.operands = {operand(random_keys(random, 3000, 5000, width))};
+                if (m.reset == chained.reset)
+                    m.operands.push_back(operand(random_elements(random, QVO_DD_UINT4, 3000)));
+                return literal_hash_next;
+            });
 }
 
 }  // namespace

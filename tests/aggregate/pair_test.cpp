@@ -104,12 +104,7 @@ void check_member(const char* name, ConstructBinary construct, qvo_seq_iterator_
 TEST(Pair, FollowsTheModelAlsoInItsCrossedMerge_deliberate) { QVO_SEQ_FOR_FIXED_TYPES(TEST_MEMBER) }
 
 template <class T> double of(ConstructBinary construct, Items<T> left, Items<T> right) {
-    Source a(T{}, left), b(T{}, right);
-    Record it;
-    EXPECT_EQ(construct(it.get(), a.get(), b.get()), QVO_S_OK);
-    const auto result = delivered<t_double>(it.get());
-    EXPECT_EQ(result.size(), 1U);
-    return result.empty() ? 0 : result[0].value;
+    return value_of<t_double>(construct, Source(T{}, left).get(), Source(T{}, right).get());
 }
 
 TEST(Pair, TextbookCases) {

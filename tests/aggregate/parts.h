@@ -37,6 +37,16 @@ template <class T> Items<T> delivered(qvo_seq_iterator_h it) {
     return rc == QVO_S_OK ? tile_items<T>(*it) : Items<T>{};
 }
 
+/// The one value that a constructor makes of its operands.
+template <class R, class Construct, class... Operands>
+typename R::value value_of(Construct construct, Operands... operands) {
+    Record it;
+    EXPECT_EQ(construct(it.get(), operands...), QVO_S_OK);
+    const Items<R> result = delivered<R>(it.get());
+    EXPECT_EQ(result.size(), 1U);
+    return result.empty() ? typename R::value{} : result[0].value;
+}
+
 /// A member's iterators over the parts of its operands. Part p of operand o is operands[o](p).
 class Parts {
  public:

@@ -181,12 +181,7 @@ TEST(Whole, MinMaxFollowsTheModelWhichForDatetimesIsOfDoubles_deliberate) { QVO_
 
 /// The result of a member over the given elements.
 template <class R, class T> typename R::value of(ConstructUnary construct, Items<T> items) {
-    Source source(T{}, items);
-    Record it;
-    EXPECT_EQ(construct(it.get(), source.get()), QVO_S_OK);
-    const Items<R> result = delivered<R>(it.get());
-    EXPECT_EQ(result.size(), 1U);
-    return result.empty() ? typename R::value{} : result[0].value;
+    return value_of<R>(construct, Source(T{}, items).get());
 }
 
 TEST(Whole, RunsWeightTheirElement) {
@@ -218,35 +213,12 @@ TEST(Whole, ExtremesKeepAFirstNaNAndSkipOthers) {
     EXPECT_EQ(of<t_float>(qvo_seq_agg_min_float, Items<t_float>{{1}, {nan}, {2}}), 1.0F);
 }
 
-/// Delivers one and the same full tile of uint4, again and again.
-struct Repeater {
-    qvo_seq_iterator_t it{};
-    explicit Repeater(qvo_uint4 value, uint64_t tiles) {
-        it.elem_type = QVO_DD_UINT4;
-        it.elem_size = 4;
-        it.context[0] = tiles;
-        it.next = [](qvo_seq_iterator_h self) -> QVO_RET {
-            return self->context[0]-- == 0 ? QVO_S_CURSOR_END : QVO_S_OK;
-        };
-        it.tile_size = 819;
-        for (size_t i = 0; i < it.tile_size; ++i) {
-            it.tile.u.arr_uint4[i] = value;
-            it.tile.u.arr_uint1[4095 - i] = 1;
-        }
-    }
-};
-
 TEST(Whole, SumsOfIntegersInDoubleRoundAtEachStep) {
-    const qvo_uint4 value = 4294967291U;
-    const uint64_t tiles = 5200;
+    const Items<t_uint4> items(2500000, {4294967291U});
     double sum = 0;
-    for (uint64_t i = 0; i < tiles * 819; ++i) sum += value;
-    ASSERT_NE(sum, static_cast<double>(tiles * 819 * value)) << "large enough to round";
-    Repeater values(value, tiles);
-    Record it;
-    ASSERT_EQ(qvo_seq_agg_avg_uint4(it.get(), &values.it), QVO_S_OK);
-    ASSERT_EQ(it->next(it.get()), QVO_S_OK);
-    EXPECT_EQ(it->tile.u.arr_double[0], sum / static_cast<double>(tiles * 819));
+    for (const auto& item : items) sum += item.value;
+    ASSERT_NE(sum, static_cast<double>(items.size() * items[0].value)) << "large enough to round";
+    EXPECT_EQ(of<t_double>(qvo_seq_agg_avg_uint4, items), sum / static_cast<double>(items.size()));
 }
 
 TEST(Whole, PrepareAfterTheDeliveryHandsOutOnceMore) {
