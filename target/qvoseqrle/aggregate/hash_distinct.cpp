@@ -56,25 +56,26 @@ QVO_RET fill_tables(qvo_seq_iterator_h it, qvo_seq_hash_t* group_table, qvo_seq_
     return QVO_S_OK;
 }
 
+void free_pairs(qvo_seq_iterator_h it) { free_hash_table(it, std::exchange(state<Context>(it).agg_hash, nullptr)); }
+
 /// Builds both tables. The pairs of a build that failed go at once, the groups with the next build or the release.
 QVO_RET build_both(qvo_seq_iterator_h it, Where where) {
     Context& context = state<Context>(it);
     if (is_built(it)) return QVO_S_OK;
     drop_failed_build(it, *context.groups.shared);
+    free_pairs(it);
     context.groups.private_hash = new_hash_table(it, context.groups.n_groups);
     if (context.groups.private_hash == nullptr) return QVO_E_NOMEM;
-    qvo_seq_hash_t* pairs = new_hash_table(it, context.n_pairs);
-    if (pairs == nullptr) return QVO_E_NOMEM;
-    if (const QVO_RET rc = fill_tables(it, context.groups.private_hash, pairs, where); rc != QVO_S_OK) {
-        free_hash_table(it, pairs);
+    // Where the release finds them, should a stop be caught while the tables are filled.
+    context.agg_hash = new_hash_table(it, context.n_pairs);
+    if (context.agg_hash == nullptr) return QVO_E_NOMEM;
+    if (const QVO_RET rc = fill_tables(it, context.groups.private_hash, context.agg_hash, where); rc != QVO_S_OK) {
+        free_pairs(it);
         return rc;
     }
     context.groups.shared->hash = context.groups.private_hash;
-    context.agg_hash = pairs;
     return QVO_S_OK;
 }
-
-void free_pairs(qvo_seq_iterator_h it) { free_hash_table(it, std::exchange(state<Context>(it).agg_hash, nullptr)); }
 
 void deliver_counts(qvo_seq_iterator_h it, size_t to, HashElem* const* elems, size_t n) {
     for (size_t i = 0; i < n; ++i) values_of<qvo_uint8>(it)[to + i] = elems[i]->count;
