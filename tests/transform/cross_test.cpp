@@ -56,16 +56,21 @@ template <class T> void check_cross(const char* name, Constructor construct, qvo
         });
 }
 
-#define CHECK(type) check_cross<t_##type>(MEMBER(qvo_seq_cross_##type));
+#define TEST_MEMBER(type) check_cross<t_##type>(MEMBER(qvo_seq_cross_##type));
+
 TEST(Cross, FollowsTheSteps) {
-    CHECK(int1)
-    CHECK(int2)
-    CHECK(int4) CHECK(int8) CHECK(float) CHECK(double)
-        // Times have no sign: a single one of theirs never crosses.
-        Source times(t_datetime{}, {{0, 3}, {5}, {~uint64_t{0}}, {0}});
+    TEST_MEMBER(int1)
+    TEST_MEMBER(int2)
+    TEST_MEMBER(int4)
+    TEST_MEMBER(int8)
+    TEST_MEMBER(float)
+    TEST_MEMBER(double)
+}
+
+TEST(Cross, TimesHaveNoNegativeSide) {
+    Source times(t_datetime{}, {{0, 3}, {5}, {~uint64_t{0}}, {0}});
     EXPECT_TRUE(drained<t_uint8>(qvo_seq_cross_datetime, times.get(), 0).empty());
 }
-#undef CHECK
 
 std::vector<uint64_t> positions(const Items<t_int4>& items, int first) {
     return expand(drained<t_uint8>(qvo_seq_cross_int4, Source(t_int4{}, items).get(), first));
