@@ -117,7 +117,7 @@ QVO_RET construct_filter(qvo_seq_iterator_h result, qvo_seq_iterator_h condition
 }
 
 // The position sequence: first_pos for the first position of the condition, curr_pos for the one that is read next.
-struct FilterPosState {
+struct qvo_seq_filter_pos_context_t {
     qvo_seq_no_t first_pos;
     qvo_seq_no_t curr_pos;
 };
@@ -139,7 +139,7 @@ QVO_CPU_VARIANTS void write_positions(uint64_t* __restrict to, size_t count, uin
 // whole run byte, rle_offs staying as it is; so this walks one operand on its own.
 QVO_RET filter_pos_next(qvo_seq_iterator_h it, Where where) {
     Operand condition(it->opd[0]);
-    FilterPosState& pos = state<FilterPosState>(it);
+    qvo_seq_filter_pos_context_t& pos = state<qvo_seq_filter_pos_context_t>(it);
     const uint8_t* const conditions = values_of<uint8_t>(it->opd[0]);
     uint64_t* const positions = values_of<uint64_t>(it);
     TileWriter out(it, elem_uint8::capacity);
@@ -220,7 +220,7 @@ QVO_RET construct_filter_pos(qvo_seq_iterator_h result, qvo_seq_iterator_h condi
     if (!has_type(condition, elem_bool::code)) return QVO_E_ILLEGAL_TYPE;
     if (const QVO_RET rc = bind({condition}); rc != QVO_S_OK) return rc;
     fill_result(result, layout_of<elem_uint8>, {condition}, qvo_seq_filter_pos_next, qvo_seq_filter_pos_reset);
-    state<FilterPosState>(result) = {first, first};
+    state<qvo_seq_filter_pos_context_t>(result) = {first, first};
     return QVO_S_OK;
 }
 
@@ -249,7 +249,7 @@ QVO_RET qvo_seq_filter_pos_next(qvo_seq_iterator_h iterator) {
 }
 
 QVO_RET qvo_seq_filter_pos_reset(qvo_seq_iterator_h iterator) {
-    qvo::FilterPosState& pos = qvo::state<qvo::FilterPosState>(iterator);
+    qvo::qvo_seq_filter_pos_context_t& pos = qvo::state<qvo::qvo_seq_filter_pos_context_t>(iterator);
     pos.curr_pos = pos.first_pos;
     return qvo_seq_reset_unary_iterator(iterator);
 }

@@ -7,7 +7,7 @@
 namespace qvo {
 namespace {
 
-struct NormState {
+struct qvo_seq_norm_context_t {
     double norm;
 };
 
@@ -28,7 +28,7 @@ template <class V> struct NormLoops {
     QVO_CPU_VARIANTS static void divide(qvo_seq_iterator_h it, size_t to, size_t from, size_t n) {
         const V* __restrict const values = values_of<V>(it->opd[0]) + from;
         double* __restrict const out = values_of<double>(it) + to;
-        const double norm = state<NormState>(it).norm;
+        const double norm = state<qvo_seq_norm_context_t>(it).norm;
         for (size_t i = 0; i < n; ++i) out[i] = convert<double>(values[i]) / norm;
     }
 };
@@ -37,7 +37,7 @@ template <class V> struct NormLoops {
 /// and not the Euclidean norm of the sequence.
 QVO_RET find_norm(qvo_seq_iterator_h it, AddSquares add_squares, Where where) {
     const qvo_seq_iterator_h input = it->opd[0];
-    double& norm = state<NormState>(it).norm;
+    double& norm = state<qvo_seq_norm_context_t>(it).norm;
     norm = 0;
     for (;;) {
         const QVO_RET rc = input->next(input);

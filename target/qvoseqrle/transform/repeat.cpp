@@ -5,7 +5,7 @@
 namespace qvo {
 namespace {
 
-struct RepeatState {
+struct qvo_seq_repeat_context_t {
     qvo_size_t n_times;
 };
 
@@ -18,7 +18,7 @@ QVO_CPU_VARIANTS void multiply_runs(uint8_t* __restrict to, const uint8_t* __res
 QVO_RET repeat_next(qvo_seq_iterator_h it) {
     const qvo_seq_iterator_h input = it->opd[0];
     if (const QVO_RET rc = input->next(input); rc != QVO_S_OK) return rc;
-    const qvo_size_t n_times = state<RepeatState>(it).n_times;
+    const qvo_size_t n_times = state<qvo_seq_repeat_context_t>(it).n_times;
     const size_t n = input->tile_size;
     copy_values(it, 0, input, 0, n);
     multiply_runs(runs_of(it) - n + 1, runs_of(input) - n + 1, n, static_cast<uint8_t>(n_times));
@@ -32,7 +32,7 @@ QVO_RET construct_repeat(qvo_seq_iterator_h result, qvo_seq_iterator_h input, El
     if (!has_type(input, layout.type)) return QVO_E_ILLEGAL_TYPE;
     if (const QVO_RET rc = bind({input}); rc != QVO_S_OK) return rc;
     fill_result(result, layout, {input}, next, qvo_seq_reset_repeat_iterator);
-    state<RepeatState>(result) = {static_cast<qvo_size_t>(int64_t{n_times})};
+    state<qvo_seq_repeat_context_t>(result) = {static_cast<qvo_size_t>(int64_t{n_times})};
     return QVO_S_OK;
 }
 

@@ -8,7 +8,7 @@
 namespace qvo {
 namespace {
 
-struct ThinState {
+struct qvo_seq_thin_context_t {
     qvo_size_t origin;      // the first position that is taken
     qvo_size_t step;        // from one taken position to the next
     qvo_seq_no_t curr_pos;  // the input position at which its read position stands
@@ -21,7 +21,7 @@ struct ThinState {
 /// the end of a tile, the elements behind it are found at shifted positions. With runs of 1 the count is exact.
 class ThinWalk {
  public:
-    ThinWalk(qvo_seq_iterator_h it, ThinState& s)
+    ThinWalk(qvo_seq_iterator_h it, qvo_seq_thin_context_t& s)
         : input_(it->opd[0]), s_(s), next_pos_(it->next_seq_no * s.step + s.origin) {}
 
     /// Pulls until the tile covers the next position. A tile without elements is passed over.
@@ -93,12 +93,12 @@ class ThinWalk {
     }
 
     qvo_seq_iterator_h input_;
-    ThinState& s_;
+    qvo_seq_thin_context_t& s_;
     qvo_seq_no_t next_pos_;
 };
 
 QVO_RET thin_next(qvo_seq_iterator_h it, Where where) {
-    ThinWalk walk(it, state<ThinState>(it));
+    ThinWalk walk(it, state<qvo_seq_thin_context_t>(it));
     const size_t capacity = capacity_of(it->elem_size);
     uint8_t* const out = values_of<uint8_t>(it);
     const uint8_t* const in = values_of<uint8_t>(it->opd[0]);
@@ -128,7 +128,7 @@ QVO_RET construct_thin(qvo_seq_iterator_h result, qvo_seq_iterator_h input, Elem
     if (!has_type(input, layout.type)) return QVO_E_ILLEGAL_TYPE;
     if (const QVO_RET rc = bind({input}); rc != QVO_S_OK) return rc;
     fill_result(result, layout, {input}, next, qvo_seq_reset_unary_iterator);
-    state<ThinState>(result) = {origin, step, 0};
+    state<qvo_seq_thin_context_t>(result) = {origin, step, 0};
     return QVO_S_OK;
 }
 
