@@ -1,5 +1,6 @@
 // Aggregates by hash beside std::unordered_map over flat arrays of the same keys and values.
 #include <unordered_map>
+#include <unordered_set>
 
 #include "support.h"
 
@@ -32,11 +33,23 @@ struct Rows {
     }
 };
 
-struct Sum {
+using Map = std::unordered_map<int, int64_t>;
+
+/// Adds a term per row to the row's group.
+template <class Op> struct Terms {
+    static QVO_RET build(qvo_seq_iterator_t& agg) { return agg.prepare(&agg); }
+    static void fill(Map& map, const Rows& rows, unsigned distinct) {
+        map.reserve(distinct);
+        for (size_t i = 0; i < rows.keys.values.size(); ++i)
+            map[rows.keys.values[i]] += Op::of(rows.values.values[i], rows.values.runs[i]);
+    }
+};
+
+struct Sum : Terms<Sum> {
     static constexpr Construct construct = qvo_seq_hash_agg_sum_int4;
     static int64_t of(int32_t value, unsigned run) { return int64_t{value} * run; }
 };
-struct Count {
+struct Count : Terms<Count> {
     static QVO_RET construct(qvo_seq_iterator_h agg, qvo_seq_iterator_h grp, qvo_seq_iterator_h,
                              qvo_seq_iterator_h group_by, qvo_size_t n) {
         return qvo_seq_hash_agg_count(agg, grp, group_by, n);
@@ -44,18 +57,31 @@ struct Count {
     static int64_t of(int32_t, unsigned run) { return run; }
 };
 
-template <class Op> void fill(std::unordered_map<int, int64_t>& map, const Rows& rows, unsigned distinct) {
-    map.reserve(distinct);
-    for (size_t i = 0; i < rows.keys.values.size(); ++i)
-        map[rows.keys.values[i]] += Op::of(rows.values.values[i], rows.values.runs[i]);
-}
+/// The number of different values, of which there are about a hundred in all.
+struct Distinct {
+    static QVO_RET construct(qvo_seq_iterator_h agg, qvo_seq_iterator_h grp, qvo_seq_iterator_h input,
+                             qvo_seq_iterator_h group_by, qvo_size_t n) {
+        return qvo_seq_hash_agg_distinct_count(agg, grp, input, group_by, n, 100 * n);
+    }
+    static QVO_RET build(qvo_seq_iterator_t& agg) { return qvo_seq_dup_hash_initialize(&agg); }
+    static void fill(Map& map, const Rows& rows, unsigned distinct) {
+        std::unordered_set<uint64_t> pairs;
+        pairs.reserve(size_t{100} * distinct);
+        map.reserve(distinct);
+        for (size_t i = 0; i < rows.keys.values.size(); ++i) {
+            const auto key = static_cast<uint32_t>(rows.keys.values[i]),
+                       value = static_cast<uint32_t>(rows.values.values[i]);
+            map[rows.keys.values[i]] += pairs.insert(uint64_t{key} << 32 | value).second;
+        }
+    }
+};
 
 template <class Op> void run_map(benchmark::State& state, unsigned distinct) {
     const Rows& data = Rows::of(distinct, single_runs);
     double elements = 0;
     for (auto _ : state) {
-        std::unordered_map<int, int64_t> map;
-        fill<Op>(map, data, distinct);
+        Map map;
+        Op::fill(map, data, distinct);
         benchmark::DoNotOptimize(map);
         elements += rows;
     }
@@ -64,8 +90,8 @@ template <class Op> void run_map(benchmark::State& state, unsigned distinct) {
 
 template <class Op>
 bool is_right(qvo_seq_iterator_t& agg, qvo_seq_iterator_t& grp, const Rows& data, unsigned distinct) {
-    std::unordered_map<int, int64_t> expected;
-    fill<Op>(expected, data, distinct);
+    Map expected;
+    Op::fill(expected, data, distinct);
     size_t groups = 0;
     std::vector<int64_t> sums;
     while (agg.next(&agg) == QVO_S_OK)
@@ -86,7 +112,7 @@ template <class Op> void run_hash(benchmark::State& state, unsigned distinct, Ru
         keys.get()->reset(keys.get());
         values.get()->reset(values.get());
         static qvo_seq_iterator_t agg, grp;
-        if (Op::construct(&agg, &grp, values.get(), keys.get(), distinct) != QVO_S_OK || agg.prepare(&agg) != QVO_S_OK)
+        if (Op::construct(&agg, &grp, values.get(), keys.get(), distinct) != QVO_S_OK || Op::build(agg) != QVO_S_OK)
             return fail(state);
         elements += rows;
         state.PauseTiming();
@@ -98,9 +124,9 @@ template <class Op> void run_hash(benchmark::State& state, unsigned distinct, Ru
     count(state, elements, elements / rows * positions);
 }
 
-template <class Op> void add_family(const char* family) {
-    for (const auto& [type, distinct] :
-         {std::pair("int4_10", 10U), std::pair("int4_1000", 1000U), std::pair("int4_1000000", 1000000U)}) {
+template <class Op> void add_family(const char* family, std::initializer_list<unsigned> numbers_of_keys) {
+    for (const unsigned distinct : numbers_of_keys) {
+        const std::string type = "int4_" + std::to_string(distinct);
         add_case(family, type, "flat", [=](benchmark::State& state) { run_map<Op>(state, distinct); });
         add_case(family, type, "single", [=](benchmark::State& state) { run_hash<Op>(state, distinct, single_runs); });
         add_case(family, type, "short", [=](benchmark::State& state) { run_hash<Op>(state, distinct, short_runs); });
@@ -108,8 +134,9 @@ template <class Op> void add_family(const char* family) {
 }
 
 QVO_BENCH_FAMILIES(hash) {
-    add_family<Sum>("hash_agg_sum");
-    add_family<Count>("hash_agg_count");
+    add_family<Sum>("hash_agg_sum", {10, 1000, 1000000});
+    add_family<Count>("hash_agg_count", {10, 1000, 1000000});
+    add_family<Distinct>("hash_agg_distinct_count", {10, 1000});
 }
 
 }  // namespace
