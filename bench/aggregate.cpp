@@ -143,23 +143,79 @@ template <class Finish> struct FlatWindow {
         }
     }
 };
-struct FlatPrefixSum {
+/// The same for a result that comes from all values of the window anew.
+template <class Of> struct FlatSearch {
     template <class R, class V> static void run(R* __restrict out, const V* __restrict values, size_t n) {
-        R sum = 0;
-        for (size_t i = 0; i < n; ++i) out[i] = sum += values[i];
+        V slots[window] = {};
+        for (size_t i = 0; i < n; ++i) {
+            slots[i % window] = values[i];
+            out[i] = static_cast<R>(Of::of(slots, window));
+        }
+    }
+    template <class R, class V> static void expect(std::vector<R>& out, const std::vector<V>& values, size_t per_call) {
+        V slots[window] = {};
+        for (size_t i = 0; i < values.size(); ++i) {
+            slots[i / per_call * per_call % window] = values[i];
+            out.push_back(static_cast<R>(Of::of(slots, window)));
+        }
+    }
+};
+
+struct Adding {
+    template <class S> static S apply(S a, S b) { return a + b; }
+};
+struct Greater {
+    template <class S> static S apply(S a, S b) { return a > b ? a : b; }
+};
+template <class Op> struct FlatPrefix {
+    template <class R, class V> static void run(R* __restrict out, const V* __restrict values, size_t n) {
+        R result = out[0] = static_cast<R>(values[0]);
+        for (size_t i = 1; i < n; ++i) out[i] = result = Op::apply(result, static_cast<R>(values[i]));
     }
     template <class R, class V> static void expect(std::vector<R>& out, const std::vector<V>& values, size_t) {
         out.resize(values.size());
         run(out.data(), values.data(), values.size());
     }
 };
-struct FlatCellSum {
-    template <class R, class V> static void run(R* __restrict out, const V* __restrict values, size_t n) {
-        for (size_t cell = 0; cell * window < n; ++cell) {
-            R sum = 0;
-            for (size_t i = cell * window; i < std::min(n, (cell + 1) * window); ++i) sum += values[i];
-            out[cell] = sum;
+
+// Aggregates of a few values: of a cell, or of a window that is searched.
+template <class Op> struct FewFolded {
+    template <class V> static auto of(const V* values, size_t n) {
+        using R = std::conditional_t<std::is_same_v<Op, Adding>, Sum<V>, V>;
+        R result = static_cast<R>(values[0]);
+        for (size_t i = 1; i < n; ++i) result = Op::apply(result, static_cast<R>(values[i]));
+        return result;
+    }
+};
+struct FewVariance {
+    template <class V> static double of(const V* values, size_t n) {
+        double s = 0, q = 0;
+        for (size_t i = 0; i < n; ++i) {
+            const auto v = static_cast<double>(values[i]);
+            s += v;
+            q += v * v;
         }
+        const auto count = static_cast<double>(n);
+        return (q - s * s / count) / count;
+    }
+};
+/// What is delivered is computed from all values of the window, what it is timed against from running sums.
+struct FlatWindowVariance : FlatSearch<FewVariance> {
+    template <class V> static void run(double* __restrict out, const V* __restrict values, size_t n) {
+        constexpr auto count = static_cast<double>(window);
+        double s = 0, q = 0;
+        for (size_t i = 0; i < n; ++i) {
+            const auto v = static_cast<double>(values[i]);
+            const auto old = i >= window ? static_cast<double>(values[i - window]) : 0.0;
+            s += v - old;
+            q += v * v - old * old;
+            out[i] = (q - s * s / count) / count;
+        }
+    }
+};
+template <class Of> struct FlatCells {
+    template <class R, class V> static void run(R* __restrict out, const V* __restrict values, size_t n) {
+        for (size_t at = 0; at < n; at += window) *out++ = Of::of(values + at, std::min(n - at, window));
     }
     template <class R, class V> static void expect(std::vector<R>& out, const std::vector<V>& values, size_t) {
         out.resize((values.size() + window - 1) / window);
@@ -263,14 +319,21 @@ struct FlatDistinct {
     add_case("agg_approxdc", #type, "single",                                \
              [](benchmark::State& s) { run_whole<qvo_##type, FlatDistinct>(s, qvo_seq_agg_approxdc, single_runs); });
 
-#define POSITIONS(type)                                                                                              \
-    add_positions<qvo_##type, Sum<qvo_##type>, FlatWindow<SumOfWindow>>("window_sum", #type,                         \
-                                                                        with_window<qvo_seq_window_agg_sum_##type>); \
-    add_positions<qvo_##type, double, FlatWindow<AverageOfWindow>>("window_avg", #type,                              \
-                                                                   with_window<qvo_seq_window_agg_avg_##type>);      \
-    add_positions<qvo_##type, Sum<qvo_##type>, FlatPrefixSum>("cum_sum", #type, qvo_seq_cum_agg_sum_##type);         \
-    add_positions<qvo_##type, Sum<qvo_##type>, FlatCellSum>("grid_sum", #type,                                       \
-                                                            with_window<qvo_seq_grid_agg_sum_##type>);
+#define WINDOW(name, type, R, ...) \
+    add_positions<qvo_##type, R, __VA_ARGS__>("window_" #name, #type, with_window<qvo_seq_window_agg_##name##_##type>);
+#define GRID(name, type, R, ...)                                               \
+    add_positions<qvo_##type, R, FlatCells<__VA_ARGS__>>("grid_" #name, #type, \
+                                                         with_window<qvo_seq_grid_agg_##name##_##type>);
+#define POSITIONS(type)                                                                                           \
+    WINDOW(sum, type, Sum<qvo_##type>, FlatWindow<SumOfWindow>)                                                   \
+    WINDOW(avg, type, double, FlatWindow<AverageOfWindow>)                                                        \
+    WINDOW(max, type, qvo_##type, FlatSearch<FewFolded<Greater>>)                                                 \
+    WINDOW(var, type, double, FlatWindowVariance)                                                                 \
+    add_positions<qvo_##type, Sum<qvo_##type>, FlatPrefix<Adding>>("cum_sum", #type, qvo_seq_cum_agg_sum_##type); \
+    add_positions<qvo_##type, qvo_##type, FlatPrefix<Greater>>("cum_max", #type, qvo_seq_cum_agg_max_##type);     \
+    GRID(sum, type, Sum<qvo_##type>, FewFolded<Adding>)                                                           \
+    GRID(max, type, qvo_##type, FewFolded<Greater>)                                                               \
+    GRID(var, type, double, FewVariance)
 
 #define WHOLE(type)                                                                \
     add_whole<qvo_##type, FlatSum>("agg_sum", #type, qvo_seq_agg_sum_##type);      \

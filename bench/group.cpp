@@ -32,22 +32,42 @@ struct Sum {
         }
     }
 };
+struct Max {
+    template <class S, class V> static void plain(const V* values, const int32_t* keys, size_t n, std::vector<S>& out) {
+        for (size_t i = 0; i < n;) {
+            const int32_t key = keys[i];
+            S max = values[i++];
+            for (; i < n && keys[i] == key; ++i) max = values[i] > max ? values[i] : max;
+            out.push_back(max);
+        }
+    }
+};
+struct Average {
+    template <class S, class V> static void plain(const V* values, const int32_t* keys, size_t n, std::vector<S>& out) {
+        for (size_t i = 0; i < n;) {
+            double sum = 0;
+            const size_t first = i;
+            for (const int32_t key = keys[i]; i < n && keys[i] == key; ++i) sum += static_cast<double>(values[i]);
+            out.push_back(sum / static_cast<double>(i - first));
+        }
+    }
+};
 
-template <class V, class S> bool is_right(qvo_seq_iterator_t& it, const Rows<V>& data) {
+template <class Op, class V, class S> bool is_right(qvo_seq_iterator_t& it, const Rows<V>& data) {
     const auto values = data.values.flat();
     const auto keys = data.keys.flat();
     std::vector<S> expected;
-    Sum::plain<S>(values.data(), keys.data(), values.size(), expected);
+    Op::template plain<S>(values.data(), keys.data(), values.size(), expected);
     return delivers(it, expected);
 }
 
-template <class V, class S>
+template <class Op, class V, class S>
 void run_groups(benchmark::State& state, Construct construct, unsigned group, bool runs, Runs value_runs) {
     const Rows<V> data(group, runs, value_runs);
     Source<V> values(data.values);
     Source<int32_t> keys(data.keys);
     static qvo_seq_iterator_t it;
-    if (construct(&it, values.get(), keys.get()) != QVO_S_OK || !is_right<V, S>(it, data)) return fail(state);
+    if (construct(&it, values.get(), keys.get()) != QVO_S_OK || !is_right<Op, V, S>(it, data)) return fail(state);
     double elements = 0;
     for (auto _ : state) {
         it.reset(&it);
@@ -58,13 +78,13 @@ void run_groups(benchmark::State& state, Construct construct, unsigned group, bo
           elements / static_cast<double>(data.values.values.size()) * static_cast<double>(data.values.positions()));
 }
 
-template <class V, class S> void run_flat(benchmark::State& state, unsigned group) {
+template <class Op, class V, class S> void run_flat(benchmark::State& state, unsigned group) {
     const Rows<V> data(group, false, single_runs);
     std::vector<S> out;
     double elements = 0;
     for (auto _ : state) {
         out.clear();
-        Sum::plain<S>(data.values.values.data(), data.keys.values.data(), data.values.values.size(), out);
+        Op::template plain<S>(data.values.values.data(), data.keys.values.data(), data.values.values.size(), out);
         benchmark::DoNotOptimize(out.data());
         elements += static_cast<double>(data.values.values.size());
     }
@@ -120,17 +140,23 @@ template <class V, class S> void run_flat_runs(benchmark::State& state, size_t g
     count(state, runs, runs);
 }
 
-template <class V, class S> void add_member(const char* type, Construct construct) {
+template <class Op, class V, class S>
+void add_groups(const std::string& family, const char* type, Construct construct, unsigned group) {
+    const auto add = [&](const char* shape, bool runs, Runs value_runs) {
+        add_case(family, type + ("_of_" + std::to_string(group)), shape,
+                 [=](benchmark::State& state) { run_groups<Op, V, S>(state, construct, group, runs, value_runs); });
+    };
+    add_case(family, type + ("_of_" + std::to_string(group)), "flat",
+             [=](benchmark::State& state) { run_flat<Op, V, S>(state, group); });
+    add("single", false, single_runs);
+    add("key_runs", true, single_runs);
+    add("both_runs", true, {10, 10});
+}
+
+template <class V, class S> void add_sum(const char* type, Construct construct) {
     for (const unsigned group : {1U, 10U, 100U}) {
+        add_groups<Sum, V, S>("group_agg_sum", type, construct, group);
         const std::string name = std::string(type) + "_of_" + std::to_string(group);
-        add_case("group_agg_sum", name, "flat", [=](benchmark::State& state) { run_flat<V, S>(state, group); });
-        add_case("group_agg_sum", name, "single",
-                 [=](benchmark::State& state) { run_groups<V, S>(state, construct, group, false, single_runs); });
-        add_case("group_agg_sum", name, "key_runs",
-                 [=](benchmark::State& state) { run_groups<V, S>(state, construct, group, true, single_runs); });
-        add_case("group_agg_sum", name, "both_runs", [=](benchmark::State& state) {
-            run_groups<V, S>(state, construct, group, true, {10, 10});
-        });
         add_case("group_agg_sum_runs", name, "flat", [=](benchmark::State& s) { run_flat_runs<V, S>(s, group); });
         add_case("group_agg_sum_runs", name, "runs",
                  [=](benchmark::State& s) { run_run_groups<V, S>(s, construct, group); });
@@ -138,8 +164,12 @@ template <class V, class S> void add_member(const char* type, Construct construc
 }
 
 QVO_BENCH_FAMILIES(group) {
-    add_member<int32_t, int64_t>("int4", qvo_seq_group_agg_sum_int4);
-    add_member<double, double>("double", qvo_seq_group_agg_sum_double);
+    add_sum<int32_t, int64_t>("int4", qvo_seq_group_agg_sum_int4);
+    add_sum<double, double>("double", qvo_seq_group_agg_sum_double);
+    add_groups<Max, int32_t, int32_t>("group_agg_max", "int4", qvo_seq_group_agg_max_int4, 10);
+    add_groups<Max, double, double>("group_agg_max", "double", qvo_seq_group_agg_max_double, 10);
+    add_groups<Average, int32_t, double>("group_agg_avg", "int4", qvo_seq_group_agg_avg_int4, 10);
+    add_groups<Average, double, double>("group_agg_avg", "double", qvo_seq_group_agg_avg_double, 10);
 }
 
 }  // namespace
