@@ -275,21 +275,10 @@ QVO_RET with_window(qvo_seq_iterator_h it, qvo_seq_iterator_h input) {
 
 // Estimates of distinct counts beside a loop that only hashes.
 struct FlatHash {
-    static uint32_t rotated(uint32_t x, int by) { return x << by | x >> (32 - by); }
-    template <class V> static uint32_t hash(V value) {
-        uint32_t h = 377307, blocks[sizeof(V) / 4];
-        std::memcpy(blocks, &value, sizeof value);
-        for (const uint32_t block : blocks)
-            h = rotated(h ^ rotated(block * 0xcc9e2d51U, 15) * 0x1b873593U, 13) * 5 + 0xe6546b64U;
-        h ^= sizeof value;
-        h = (h ^ h >> 16) * 0x85ebca6bU;
-        h = (h ^ h >> 13) * 0xc2b2ae35U;
-        return h ^ h >> 16;
-    }
     template <class V> static uint32_t of(const V* values, size_t n, size_t passes) {
         uint32_t all = 0;
         for (size_t p = 0; p < passes; ++p) {
-            for (size_t i = 0; i < n; ++i) all ^= hash(values[i]);
+            for (size_t i = 0; i < n; ++i) all ^= plain_hash(values[i]);
             benchmark::ClobberMemory();
         }
         return all;
@@ -300,7 +289,7 @@ struct FlatDistinct {
         constexpr double m = 128;
         int ranks[128] = {}, unseen = 0;
         for (size_t i = 0; i < n; ++i) {
-            const uint32_t h = FlatHash::hash(values[i]);
+            const uint32_t h = plain_hash(values[i]);
             int rank = 1;
             while (rank < 26 && (h >> (rank - 1) & 1) == 0) ++rank;
             ranks[h >> 25] = std::max(ranks[h >> 25], rank);

@@ -1,4 +1,4 @@
-// Operators that reshape, combine or look along one sequence, and callbacks, on tiles that are in cache. A table: a row
+// Operators that reshape, combine or look along one sequence, hashes and callbacks, on tiles that are in cache. A table: a row
 // has the constructor and the same computation over flat arrays, which checks it and is what it is compared with.
 #include <cmath>
 #include <limits>
@@ -308,6 +308,23 @@ size_t flat_match(qvo_seq_bool* __restrict out, const char* __restrict in, size_
     return n;
 }
 
+template <class V> size_t flat_hash(qvo_uint4* __restrict out, const V* __restrict in, size_t n) {
+    for (size_t i = 0; i < n; ++i) out[i] = plain_hash(in[i]);
+    return n;
+}
+
+void halve(Column<qvo_uint1>& conditions) {
+    for (qvo_uint1& condition : conditions.values) condition %= 2;
+}
+size_t flat_positions(qvo_uint8* __restrict out, const qvo_uint1* __restrict in, size_t n) {
+    size_t found = 0;
+    for (size_t i = 0; i < n; ++i) {
+        out[found] = i;
+        found += in[i] != 0;
+    }
+    return found;
+}
+
 // ---- The table ----
 
 #define ROW(family, type, Result, shapes, ...) add_rows<qvo_##type, Result>(family, #type, shapes, {__VA_ARGS__});
@@ -344,6 +361,9 @@ QVO_BENCH_FAMILIES(shape) {
     FAMILIES(int1)
     FAMILIES(int4)
     FAMILIES(double)
+    ROW("hash", int4, qvo_uint4, all, WITH(qvo_seq_hash(result, input, nullptr)), flat_hash)
+    ROW("hash", double, qvo_uint4, all, WITH(qvo_seq_hash(result, input, nullptr)), flat_hash)
+    ROW("filter_pos", uint1, qvo_uint8, all, qvo_seq_filter_pos, flat_positions, halve)
     ROW("skip_nan", float, float, all, qvo_seq_skip_nan_float, flat_skip_nan<float>, with_nans<float>)
     ROW("skip_nan", double, double, all, qvo_seq_skip_nan_double, flat_skip_nan<double>, with_nans<double>)
     // Strings of one byte, the pattern once without wildcards and once as a substring.

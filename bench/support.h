@@ -184,6 +184,19 @@ template <class V> class TileSeries {
     size_t n_tiles_, left_;
 };
 
+/// The hash of a value of whole words, as hash aggregates and estimates of distinct counts take it.
+template <class V> uint32_t plain_hash(V value) {
+    const auto rotated = [](uint32_t x, int by) { return x << by | x >> (32 - by); };
+    uint32_t h = 377307, blocks[sizeof(V) / 4];
+    std::memcpy(blocks, &value, sizeof value);
+    for (const uint32_t block : blocks)
+        h = rotated(h ^ rotated(block * 0xcc9e2d51U, 15) * 0x1b873593U, 13) * 5 + 0xe6546b64U;
+    h ^= sizeof value;
+    h = (h ^ h >> 16) * 0x85ebca6bU;
+    h = (h ^ h >> 13) * 0xc2b2ae35U;
+    return h ^ h >> 16;
+}
+
 /// Counts what a case has handled in all its iterations: elements of the input, and positions.
 inline void count(benchmark::State& state, double elements, double positions) {
     state.counters["elements"] = benchmark::Counter(elements, benchmark::Counter::kIsRate);
