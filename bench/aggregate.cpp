@@ -113,8 +113,8 @@ template <class V, class Flat> void add_whole(const char* family, const char* ty
     add_case(family, type, "full", [=](benchmark::State& s) { run_whole<V, Flat>(s, construct, full_runs); });
 }
 
-// Members with a result per position or cell, beside the textbook's loop over a flat array of one tile. `expect` is what
-// the library delivers for all positions, in calls of `per_call` results.
+// Members with a result per position or cell, beside the textbook's loop over a flat array of one tile. `expect` is
+// what the library delivers for all positions, in calls of `per_call` results.
 constexpr size_t window = 10;
 
 struct SumOfWindow {

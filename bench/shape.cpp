@@ -1,5 +1,6 @@
-// Operators that reshape, combine or look along one sequence, hashes and callbacks, on tiles that are in cache. A table: a row
-// has the constructor and the same computation over flat arrays, which checks it and is what it is compared with.
+// Operators that reshape, combine or look along one sequence, hashes and callbacks, on tiles that are in cache. A
+// table: a row has the constructor and the same computation over flat arrays, which checks it and is what it is
+// compared with.
 #include <cmath>
 #include <limits>
 

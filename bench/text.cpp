@@ -1,5 +1,5 @@
-// Text: reading numbers and strings from literals, writing elements as text, matching patterns. Beside each stands the C
-// library's function for one item, called in a plain loop.
+// Text: reading numbers and strings from literals, writing elements as text, matching patterns. Beside each stands the
+// C library's function for one item, called in a plain loop.
 #include <cstdio>
 #include <cstdlib>
 
