@@ -74,8 +74,8 @@ static void turning_points(const station_t* station) {
     answer("Turning points of the high", "%llu in %s", (unsigned long long)n, station->name);
 }
 
-/* qvo_seq_match takes the i-th string of a call from byte i of the tile, which fits strings of one byte. Longer ones are
-   matched one by one, by the matcher that it has chosen for the pattern; a run is matched once. */
+/* qvo_seq_match takes the i-th string of a call from byte i of the tile, which fits strings of one byte. Longer ones
+   are matched one by one, by the matcher that it has chosen for the pattern; a run is matched once. */
 static void kinds_like(const station_t* station, const char* pattern) {
     qvo_seq_iterator_t kind, matches;
     qvo_seq_count_t n_days = 0;

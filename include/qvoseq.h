@@ -1699,21 +1699,22 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
  * comes again after another one opens a new group: keys 1, 1, 2, 2, 1 make three. See aggregate/hash for keys in any
  * order.
  * Elements  The 11 fixed types; max, min, first, last deliver the same type; sum int8 or uint8 (wrapping), double,
- *           datetime; avg double, datetime (truncated); var, var_samp, dev, dev_samp double. group_by: any type, compared by
- *           its bytes (0.0 and -0.0 are different keys, a NaN equals itself). Deliberately, products of integers in avg
- *           and the var family are taken as unsigned (avg of int4 -1 is 18446744073709551616.0), products of float and run
- *           are formed in single precision, and the sample forms take n - 1 for n throughout (1 and 3 give -6.0; a single
- *           value gives 0.0). max and min keep a NaN that opens a group and pass over one that comes later.
+ *           datetime; avg double, datetime (truncated); var, var_samp, dev, dev_samp double. group_by: any type,
+ *           compared by its bytes (0.0 and -0.0 are different keys, a NaN equals itself). Deliberately, products of
+ *           integers in avg and the var family are taken as unsigned (avg of int4 -1 is 18446744073709551616.0),
+ *           products of float and run are formed in single precision, and the sample forms take n - 1 for n throughout
+ *           (1 and 3 give -6.0; a single value gives 0.0). max and min keep a NaN that opens a group and pass over one
+ *           that comes later.
  * Runs      Folded in one step per overlap; results have run 1.
  * Ends      With the shorter operand; the open group is delivered then.
- * Errors    QVO_E_ILLEGAL_TYPE for `input` (group_by is not checked); QVO_E_SEQ_BOUNDED for `input`, if the binding check
- *           is on, and for group_by, deliberately whether it is on or not: a key sequence feeds one group aggregate only.
- *           That leaves `input` marked. QVO_E_ILLEGAL_PARAM for keys wider than 208 bytes, with both marked. An
- *           operand's error drops the groups of that call; the open group stays.
+ * Errors    QVO_E_ILLEGAL_TYPE for `input` (group_by is not checked); QVO_E_SEQ_BOUNDED for `input`, if the binding
+ *           check is on, and for group_by, deliberately whether it is on or not: a key sequence feeds one group
+ *           aggregate only. That leaves `input` marked. QVO_E_ILLEGAL_PARAM for keys wider than 208 bytes, with both
+ *           marked. An operand's error drops the groups of that call; the open group stays.
  * Keys of widths other than 1, 2, 4 and 8 are deliberately looked at in another place: where a key element begins, the
  * element of its tile whose index is the number of groups that this call has delivered, and not the current one: 3-byte
- * keys abc, xyz of one tile are both looked at as abc, and make one group. Use qvo_seq_hash to make 4-byte keys of wider
- * ones. No key behind the tile is looked at: a call delivers at most 4096 / width groups then.
+ * keys abc, xyz of one tile are both looked at as abc, and make one group. Use qvo_seq_hash to make 4-byte keys of
+ * wider ones. No key behind the tile is looked at: a call delivers at most 4096 / width groups then.
  *
  * qvo_seq_group_agg_wavg_<type> (result, left, right, group_by)
  *
@@ -1726,8 +1727,8 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
  * qvo_seq_group_agg_count (result, group_by)
  *
  * The number of positions of each group, uint8; keys 7 with run 3, then 8, give 3 and 1.
- * Runs, Ends  The same groups. Elements are taken whole, whatever group_by's rle_offs; an empty tile is not checked for.
- *           Keys of all widths are compared where they are.
+ * Runs, Ends  The same groups. Elements are taken whole, whatever group_by's rle_offs; an empty tile is not checked
+ *           for. Keys of all widths are compared where they are.
  * Errors    QVO_E_SEQ_BOUNDED; QVO_E_ILLEGAL_PARAM for keys wider than 208 bytes.
  */
 #define QVO_SEQ_DECLARE(type)                                                                              \
@@ -1818,16 +1819,16 @@ typedef struct {
  * qvo_seq_top_max_<type>, qvo_seq_top_min_<type> (result, input, top)
  *
  * The `top` largest or smallest values of a sequence, best first, as one tile.
- * Elements  The 11 fixed types; the result has the same type. Of equal values the one that came first stays first. A NaN
- *           is taken while there is room, behind all values kept so far, and never moves values; later values are placed
- *           by a binary search that passes it.
+ * Elements  The 11 fixed types; the result has the same type. Of equal values the one that came first stays first. A
+ *           NaN is taken while there is room, behind all values kept so far, and never moves values; later values are
+ *           placed by a binary search that passes it.
  * Runs      Deliberately ignored: a run is one candidate, so that 4 with run 3 is kept once. Results have run 1.
  * Ends      After one tile; no input, or top 0, gives no result.
  * Parameters  top: up to the capacity of a tile: 2048, 1365, 819 and 455 for widths 1, 2, 4 and 8.
  * Errors    QVO_E_ILLEGAL_TYPE; QVO_E_SEQ_BOUNDED; QVO_E_ILLEGAL_PARAM, with the operand marked. An operand's error
  *           drops what was kept. An empty tile is not checked for.
- * Parts     prepare and merge. Deliberately, merging drops a value of the other part that this one has as well: top 3 of
- *           [9, 5] and [5, 2] is 9, 5, 2. Merging with a part that has no values stops the process.
+ * Parts     prepare and merge. Deliberately, merging drops a value of the other part that this one has as well: top 3
+ *           of [9, 5] and [5, 2] is 9, 5, 2. Merging with a part that has no values stops the process.
  *
  * qvo_seq_top_pos_max_<type>, qvo_seq_top_pos_min_<type> (result, input, top)
  *

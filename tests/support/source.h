@@ -66,7 +66,8 @@ inline size_t capacity_of(size_t width) { return sizeof(qvo_seq_payload_t) / (wi
 /// Elements of the current tile.
 template <class T> Items<T> tile_items(const qvo_seq_iterator_t& it);
 
-/// Appends what an iterator delivers until a call does not succeed, or until there are `most` elements; that call's code.
+/// Appends what an iterator delivers until a call does not succeed, or until there are `most` elements; that call's
+/// code.
 template <class T> QVO_RET read_items(qvo_seq_iterator_h it, Items<T>& items, size_t most = SIZE_MAX);
 
 /// Pulls an iterator to its end, which must come as QVO_S_CURSOR_END, twice, and leave the tile alone. Checks on the

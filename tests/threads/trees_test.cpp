@@ -7,8 +7,8 @@
 
 #include "support/types.h"
 
-/// For the sanitizer: it reports a race only while it remembers where the first side of it happened. This is the longest
-/// memory it has; with the usual one it missed some of the races that this test is to find.
+/// For the sanitizer: it reports a race only while it remembers where the first side of it happened. This is the
+/// longest memory it has; with the usual one it missed some of the races that this test is to find.
 extern "C" const char* __tsan_default_options() { return "history_size=7"; }
 
 namespace test {

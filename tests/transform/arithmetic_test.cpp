@@ -9,8 +9,8 @@ namespace {
 __extension__ typedef __int128 wide_int;
 __extension__ typedef unsigned __int128 wide_uint;
 
-// Integers are computed in 128 bits and narrowed, floating values as they are. The models are functions and not closures:
-// one type for all members of an element type.
+// Integers are computed in 128 bits and narrowed, floating values as they are. The models are functions and not
+// closures: one type for all members of an element type.
 template <class V> using Wide = std::conditional_t<std::is_floating_point_v<V>, V, wide_int>;
 template <class V> V add(V a, V b) { return static_cast<V>(Wide<V>(a) + Wide<V>(b)); }
 template <class V> V sub(V a, V b) { return static_cast<V>(Wide<V>(a) - Wide<V>(b)); }

@@ -30,8 +30,8 @@ bool model(const std::string& pattern, std::string string) {
     return like(pattern.c_str(), string);
 }
 
-/// A constructed match, whose matcher is called on single strings. All are in blocks of just their size, so that reading
-/// behind them is noticed.
+/// A constructed match, whose matcher is called on single strings. All are in blocks of just their size, so that
+/// reading behind them is noticed.
 class Matcher {
  public:
     /// `filler` is what the record holds before.

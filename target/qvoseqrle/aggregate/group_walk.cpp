@@ -103,8 +103,8 @@ size_t find_ends(KeySteps& steps, uint8_t* kept_key, uint16_t* ends) {
     }
 }
 
-/// The groups that one call may close. Keys of other widths are looked at by the number of groups closed, and no element
-/// lies behind the payload.
+/// The groups that one call may close. Keys of other widths are looked at by the number of groups closed, and no
+/// element lies behind the payload.
 size_t groups_per_call(qvo_seq_iterator_h it, size_t key_width) {
     const bool by_bytes = key_width != 1 && key_width != 2 && key_width != 4 && key_width != 8;
     return std::min(capacity_of(it->elem_size), by_bytes ? payload_bytes / key_width : payload_bytes);

@@ -33,7 +33,8 @@ void free_hash_table(qvo_seq_iterator_h owner, qvo_seq_hash_t* table);
 /// The number of chains for a wanted number of groups; 0 stands for the host's setting.
 qvo_size_t hash_chains_for(qvo_size_t wanted);
 
-/// Adds elements to a table. While it is used the table's own number of groups is behind; `finish` brings it up to date.
+/// Adds elements to a table. While it is used the table's own number of groups is behind; `finish` brings it up to
+/// date.
 class HashFiller {
  public:
     // Steps that are looked up at once.

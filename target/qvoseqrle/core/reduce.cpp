@@ -75,7 +75,8 @@ template <class Mover> class FoldSink {
         positions_ += span.positions;
         return span;
     }
-    /// Accounts for pairs at the end of the batch. There is room for a row of single overlaps then, or any short stretch.
+    /// Accounts for pairs at the end of the batch. There is room for a row of single overlaps then, or any short
+    /// stretch.
     QVO_INLINE void join(size_t n) {
         n_ += n;
         if (n_ > most_pairs - most_single_steps) flush();

@@ -117,8 +117,8 @@ class BlockSum {
     uint64_t lanes_[words] = {};
 };
 
-/// The sum of whole blocks of run bytes from the lowest address up. A function of its own, as the compiler does not make
-/// vector code of it in the midst of others.
+/// The sum of whole blocks of run bytes from the lowest address up. A function of its own, as the compiler does not
+/// make vector code of it in the midst of others.
 unsigned sum_blocks(const uint8_t* lowest, size_t n_blocks);
 
 /// The positions covered by `n` elements of one tile.

@@ -14,8 +14,8 @@ template <class To> struct Convert {
 };
 
 /// Floating values to uint4, which are the low bits of a conversion to 64 bits. For that there is only a hardware
-/// conversion of single values, but one to 32 bits takes many: it serves where all values of a chunk fit 32 bits, signed
-/// or unsigned, with 2^31 taken off the larger ones and put back into the result.
+/// conversion of single values, but one to 32 bits takes many: it serves where all values of a chunk fit 32 bits,
+/// signed or unsigned, with 2^31 taken off the larger ones and put back into the result.
 template <class F> struct ToUint4 {
     static constexpr F half = 0x1p31;
 

@@ -22,9 +22,9 @@ constexpr size_t block = 512;
 /// of elements before it.
 using IntervalLoop = size_t (*)(qvo_seq_iterator_h it, size_t from, size_t n, uint16_t* intervals);
 
-/// Integers as floor(distance * n_intervals / range), with a distance and a range that are exact in their unsigned type.
-/// As long as distance * n_intervals stays below 2^53 a floating division gives the same, and faster: the product is
-/// exact, and a quotient that is not a whole number is farther below the next one than it can be rounded. Above that
+/// Integers as floor(distance * n_intervals / range), with a distance and a range that are exact in their unsigned
+/// type. As long as distance * n_intervals stays below 2^53 a floating division gives the same, and faster: the product
+/// is exact, and a quotient that is not a whole number is farther below the next one than it can be rounded. Above that
 /// the product is taken modulo 2^64.
 template <class V>
 QVO_INLINE void integer_intervals(const HistogramState<V>& s, const V* __restrict values, size_t n,

@@ -1,7 +1,7 @@
 // Strings that match a pattern with % (any bytes), _ (one byte) and backslash escapes.
 //
-// The constructor looks at the pattern and picks one of three matchers. The matchers end a string at its first zero byte
-// or at the width, and never look at the pattern behind the byte that decides.
+// The constructor looks at the pattern and picks one of three matchers. The matchers end a string at its first zero
+// byte or at the width, and never look at the pattern behind the byte that decides.
 #include "core/elementwise.h"
 
 namespace qvo {
