@@ -33,10 +33,7 @@ void check_shaping(Member member, const Steps& literal, unsigned longest_run = 2
 
 template <class T, class R = T>
 Items<R> shape(const ShapingConstruct& construct, const Items<T>& items, std::vector<size_t> tile_sizes = {}) {
-    Source source(T{}, items, {std::move(tile_sizes)});
-    Record it;
-    EXPECT_EQ(construct(it.get(), source.get()), QVO_S_OK);
-    return drain<R>(it.get());
+    return drained<R>(construct, Source(T{}, items, {std::move(tile_sizes)}).get());
 }
 
 }  // namespace test

@@ -80,9 +80,10 @@ QVO_RET grid_next(qvo_seq_iterator_h it, const Cells& cells, Where where) {
 
 QVO_RET construct_grid(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t interval, uint8_t type,
                        qvo_seq_iterator_next_t next) {
-    if (!has_type(input, type)) return QVO_E_ILLEGAL_TYPE;
-    if (const QVO_RET rc = bind({input}); rc != QVO_S_OK) return rc;
-    fill_result(result, layout_of<elem_double>, {input}, next, qvo_seq_reset_unary_agg_iterator);
+    if (const QVO_RET rc =
+            construct_typed(result, input, type, layout_of<elem_double>, next, qvo_seq_reset_unary_agg_iterator);
+        rc != QVO_S_OK)
+        return rc;
     state<Context>(result).interval = interval;
     state<Context>(result).count = 0;
     return QVO_S_OK;

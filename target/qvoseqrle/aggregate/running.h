@@ -23,13 +23,7 @@ template <class A> QVO_INLINE void store_accumulator(qvo_seq_agg_context_t& cont
     std::memcpy(&context.accumulator, &value, sizeof value);
 }
 
-// What prefixes and cells fold values with.
-struct Add {
-    template <class A> QVO_INLINE static A apply(A a, A v) { return wrapping_add(a, v); }
-};
-struct Multiply {
-    template <class A> QVO_INLINE static A apply(A a, A v) { return wrapping_mul(a, v); }
-};
+// What prefixes and cells fold values with, beside Add and Multiply.
 struct Larger {
     template <class A> QVO_INLINE static A apply(A a, A v) { return v > a ? v : a; }
 };

@@ -68,34 +68,35 @@ template <class State> State& state(qvo_seq_iterator_h it) {
     return *std::launder(reinterpret_cast<State*>(it->context));
 }
 
-// The constructors of the element-wise families: one operand type, one result type, no parameters. Compiled once; a
-// member only says what is its own.
-[[gnu::noinline]] inline QVO_RET construct_elementwise(qvo_seq_iterator_h result, qvo_seq_iterator_h left,
-                                                       qvo_seq_iterator_h right, uint8_t code, ElementLayout layout,
-                                                       qvo_seq_iterator_next_t next) {
+// The constructors of families whose operands are of one type and whose parameters, if any, are not checked. Compiled
+// once; a member only says what is its own.
+[[gnu::noinline]] inline QVO_RET construct_typed(qvo_seq_iterator_h result, qvo_seq_iterator_h left,
+                                                 qvo_seq_iterator_h right, uint8_t code, ElementLayout layout,
+                                                 qvo_seq_iterator_next_t next,
+                                                 qvo_seq_iterator_reset_t reset = qvo_seq_reset_binary_iterator) {
     if (!has_type(left, code) || !has_type(right, code)) return QVO_E_ILLEGAL_TYPE;
     if (const QVO_RET rc = bind({left, right}); rc != QVO_S_OK) return rc;
-    fill_result(result, layout, {left, right}, next, qvo_seq_reset_binary_iterator);
+    fill_result(result, layout, {left, right}, next, reset);
     return QVO_S_OK;
 }
-[[gnu::noinline]] inline QVO_RET construct_elementwise(qvo_seq_iterator_h result, qvo_seq_iterator_h input,
-                                                       uint8_t code, ElementLayout layout,
-                                                       qvo_seq_iterator_next_t next) {
+[[gnu::noinline]] inline QVO_RET construct_typed(qvo_seq_iterator_h result, qvo_seq_iterator_h input, uint8_t code,
+                                                 ElementLayout layout, qvo_seq_iterator_next_t next,
+                                                 qvo_seq_iterator_reset_t reset = qvo_seq_reset_unary_iterator) {
     if (!has_type(input, code)) return QVO_E_ILLEGAL_TYPE;
     if (const QVO_RET rc = bind({input}); rc != QVO_S_OK) return rc;
-    fill_result(result, layout, {input}, next, qvo_seq_reset_unary_iterator);
+    fill_result(result, layout, {input}, next, reset);
     return QVO_S_OK;
 }
 
 template <class E, class R>
 QVO_RET construct_binary(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right,
                          qvo_seq_iterator_next_t next) {
-    return construct_elementwise(result, left, right, E::code, layout_of<R>, next);
+    return construct_typed(result, left, right, E::code, layout_of<R>, next);
 }
 
 template <class E, class R>
 QVO_RET construct_unary(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_seq_iterator_next_t next) {
-    return construct_elementwise(result, input, E::code, layout_of<R>, next);
+    return construct_typed(result, input, E::code, layout_of<R>, next);
 }
 
 }  // namespace qvo

@@ -37,6 +37,17 @@ template <class V> QVO_INLINE V wrapping_mul(V a, V b) {
         return a * b;
 }
 
+// The same as types, for loops over an operation.
+struct Add {
+    template <class V> QVO_INLINE static V apply(V a, V b) { return wrapping_add(a, b); }
+};
+struct Subtract {
+    template <class V> QVO_INLINE static V apply(V a, V b) { return wrapping_sub(a, b); }
+};
+struct Multiply {
+    template <class V> QVO_INLINE static V apply(V a, V b) { return wrapping_mul(a, b); }
+};
+
 /// Ends the process as the processor's divide fault does, also on processors that have none.
 [[noreturn, gnu::cold]] void divide_fault();
 

@@ -5,15 +5,6 @@
 namespace qvo {
 namespace {
 
-struct Add {
-    template <class V> QVO_INLINE static V apply(V a, V b) { return wrapping_add(a, b); }
-};
-struct Sub {
-    template <class V> QVO_INLINE static V apply(V a, V b) { return wrapping_sub(a, b); }
-};
-struct Mul {
-    template <class V> QVO_INLINE static V apply(V a, V b) { return wrapping_mul(a, b); }
-};
 struct Div {
     template <class V> QVO_INLINE static V apply(V a, V b) { return divide(a, b); }
 };
@@ -31,13 +22,13 @@ struct Min {
 
 }  // namespace
 
-#define STAMP(type)                                                      \
-    QVO_DEFINE_BINARY(qvo_seq_add_##type, elem_##type, elem_##type, Add) \
-    QVO_DEFINE_BINARY(qvo_seq_sub_##type, elem_##type, elem_##type, Sub) \
-    QVO_DEFINE_BINARY(qvo_seq_mul_##type, elem_##type, elem_##type, Mul) \
-    QVO_DEFINE_BINARY(qvo_seq_div_##type, elem_##type, elem_##type, Div) \
-    QVO_DEFINE_BINARY(qvo_seq_mod_##type, elem_##type, elem_##type, Mod) \
-    QVO_DEFINE_BINARY(qvo_seq_max_##type, elem_##type, elem_##type, Max) \
+#define STAMP(type)                                                           \
+    QVO_DEFINE_BINARY(qvo_seq_add_##type, elem_##type, elem_##type, Add)      \
+    QVO_DEFINE_BINARY(qvo_seq_sub_##type, elem_##type, elem_##type, Subtract) \
+    QVO_DEFINE_BINARY(qvo_seq_mul_##type, elem_##type, elem_##type, Multiply) \
+    QVO_DEFINE_BINARY(qvo_seq_div_##type, elem_##type, elem_##type, Div)      \
+    QVO_DEFINE_BINARY(qvo_seq_mod_##type, elem_##type, elem_##type, Mod)      \
+    QVO_DEFINE_BINARY(qvo_seq_max_##type, elem_##type, elem_##type, Max)      \
     QVO_DEFINE_BINARY(qvo_seq_min_##type, elem_##type, elem_##type, Min)
 QVO_SEQ_FOR_FIXED_TYPES(STAMP)
 #undef STAMP

@@ -46,10 +46,7 @@ template <class E, class R> struct Values {
 
 QVO_RET construct_from_char(qvo_seq_iterator_h result, qvo_seq_iterator_h input, ElementLayout layout,
                             qvo_seq_iterator_next_t next) {
-    if (!has_type(input, QVO_DD_CHAR)) return QVO_E_ILLEGAL_TYPE;
-    if (const QVO_RET rc = bind({input}); rc != QVO_S_OK) return rc;
-    fill_result(result, layout, {input}, next, qvo_seq_reset_unary_iterator);
-    return QVO_S_OK;
+    return construct_typed(result, input, QVO_DD_CHAR, layout, next);
 }
 
 /// From strings to strings of the same width, which the function writes into their place.

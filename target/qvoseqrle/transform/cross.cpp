@@ -96,9 +96,10 @@ QVO_RET cross_next(qvo_seq_iterator_h it, SignLoop loop, Where where) {
 
 QVO_RET construct_cross(qvo_seq_iterator_h result, qvo_seq_iterator_h input, int first_cross_direction, uint8_t code,
                         qvo_seq_iterator_next_t next) {
-    if (!has_type(input, code)) return QVO_E_ILLEGAL_TYPE;
-    if (const QVO_RET rc = bind({input}); rc != QVO_S_OK) return rc;
-    fill_result(result, layout_of<elem_uint8>, {input}, next, qvo_seq_cross_reset_iterator);
+    if (const QVO_RET rc =
+            construct_typed(result, input, code, layout_of<elem_uint8>, next, qvo_seq_cross_reset_iterator);
+        rc != QVO_S_OK)
+        return rc;
     state<qvo_seq_cross_context_t>(result) = {0, first_cross_direction, 0, 0};
     return QVO_S_OK;
 }

@@ -111,9 +111,8 @@ QVO_RET extrema_reset(qvo_seq_iterator_h it) {
 
 QVO_RET construct_extrema(qvo_seq_iterator_h result, qvo_seq_iterator_h input, int first_extremum, uint8_t code,
                           qvo_seq_iterator_next_t next, qvo_seq_iterator_reset_t reset) {
-    if (!has_type(input, code)) return QVO_E_ILLEGAL_TYPE;
-    if (const QVO_RET rc = bind({input}); rc != QVO_S_OK) return rc;
-    fill_result(result, layout_of<elem_uint8>, {input}, next, reset);
+    if (const QVO_RET rc = construct_typed(result, input, code, layout_of<elem_uint8>, next, reset); rc != QVO_S_OK)
+        return rc;
     state<ExtremaState>(result) = {first_extremum, 0, 0, 0};
     return QVO_S_OK;
 }

@@ -217,9 +217,10 @@ QVO_RET filter_first_pos_merge(qvo_seq_iterator_h dst, qvo_seq_iterator_h src) {
 }
 
 QVO_RET construct_filter_pos(qvo_seq_iterator_h result, qvo_seq_iterator_h condition, qvo_seq_no_t first) {
-    if (!has_type(condition, elem_bool::code)) return QVO_E_ILLEGAL_TYPE;
-    if (const QVO_RET rc = bind({condition}); rc != QVO_S_OK) return rc;
-    fill_result(result, layout_of<elem_uint8>, {condition}, qvo_seq_filter_pos_next, qvo_seq_filter_pos_reset);
+    if (const QVO_RET rc = construct_typed(result, condition, elem_bool::code, layout_of<elem_uint8>,
+                                           qvo_seq_filter_pos_next, qvo_seq_filter_pos_reset);
+        rc != QVO_S_OK)
+        return rc;
     state<qvo_seq_filter_pos_context_t>(result) = {first, first};
     return QVO_S_OK;
 }

@@ -122,9 +122,9 @@ QVO_API qvo_bool qvo_seq_match_regex(const qvo_seq_match_context_t* ctx, const c
 QVO_API QVO_RET qvo_seq_match_next(qvo_seq_iterator_h it) { return elements_next(it, match_elements, Where::here()); }
 
 QVO_API QVO_RET qvo_seq_match(qvo_seq_iterator_h result, qvo_seq_iterator_h input, const char* pattern) {
-    if (!has_type(input, QVO_DD_CHAR)) return QVO_E_ILLEGAL_TYPE;
-    if (const QVO_RET rc = bind({input}); rc != QVO_S_OK) return rc;
-    fill_result(result, layout_of<elem_bool>, {input}, qvo_seq_match_next, qvo_seq_reset_unary_iterator);
+    if (const QVO_RET rc = construct_typed(result, input, QVO_DD_CHAR, layout_of<elem_bool>, qvo_seq_match_next);
+        rc != QVO_S_OK)
+        return rc;
 
     const auto [length, wildcards] = scan_pattern(pattern);
     qvo_seq_match_context_t& context = state<qvo_seq_match_context_t>(result);

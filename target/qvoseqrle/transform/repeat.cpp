@@ -29,9 +29,9 @@ QVO_RET repeat_next(qvo_seq_iterator_h it) {
 
 QVO_RET construct_repeat(qvo_seq_iterator_h result, qvo_seq_iterator_h input, ElementLayout layout, int n_times,
                          qvo_seq_iterator_next_t next) {
-    if (!has_type(input, layout.type)) return QVO_E_ILLEGAL_TYPE;
-    if (const QVO_RET rc = bind({input}); rc != QVO_S_OK) return rc;
-    fill_result(result, layout, {input}, next, qvo_seq_reset_repeat_iterator);
+    if (const QVO_RET rc = construct_typed(result, input, layout.type, layout, next, qvo_seq_reset_repeat_iterator);
+        rc != QVO_S_OK)
+        return rc;
     state<qvo_seq_repeat_context_t>(result) = {static_cast<qvo_size_t>(int64_t{n_times})};
     return QVO_S_OK;
 }

@@ -116,14 +116,6 @@ QVO_RET reverse_reset(qvo_seq_iterator_h it, qvo_seq_iterator_next_t next) {
     return qvo_seq_reset_unary_iterator(it);
 }
 
-QVO_RET construct_reverse(qvo_seq_iterator_h result, qvo_seq_iterator_h input, ElementLayout layout,
-                          qvo_seq_iterator_next_t next) {
-    if (!has_type(input, layout.type)) return QVO_E_ILLEGAL_TYPE;
-    if (const QVO_RET rc = bind({input}); rc != QVO_S_OK) return rc;
-    fill_result(result, layout, {input}, next, qvo_seq_reset_unary_iterator);
-    return QVO_S_OK;
-}
-
 }  // namespace
 
 #define STAMP_REVERSE(type, value_type, code, width, ...)                                                    \
@@ -143,7 +135,7 @@ QVO_RET construct_reverse(qvo_seq_iterator_h result, qvo_seq_iterator_h input, E
         return reverse_reset(iterator, qvo_seq_reverse_##type##_next);                                       \
     }                                                                                                        \
     extern "C" QVO_API QVO_RET qvo_seq_reverse_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) { \
-        return construct_reverse(result, input, {code, width}, qvo_seq_reverse_##type##_next);               \
+        return construct_typed(result, input, code, {code, width}, qvo_seq_reverse_##type##_next);           \
     }
 #define STAMP(type) STAMP_REVERSE(type, qvo_##type, elem_##type::code, elem_##type::width)
 QVO_SEQ_FOR_FIXED_TYPES(STAMP)

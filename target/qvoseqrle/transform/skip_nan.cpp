@@ -29,14 +29,6 @@ QVO_RET skip_nan_next(qvo_seq_iterator_h it, NumberLoop loop, Where where) {
     return out.finish_counting_elements(rc);  // deliberately not the positions, although runs are kept
 }
 
-QVO_RET construct_skip_nan(qvo_seq_iterator_h result, qvo_seq_iterator_h input, ElementLayout layout,
-                           qvo_seq_iterator_next_t next) {
-    if (!has_type(input, layout.type)) return QVO_E_ILLEGAL_TYPE;
-    if (const QVO_RET rc = bind({input}); rc != QVO_S_OK) return rc;
-    fill_result(result, layout, {input}, next, qvo_seq_reset_unary_agg_iterator);
-    return QVO_S_OK;
-}
-
 }  // namespace
 
 #define STAMP(type)                                                                                           \
@@ -44,7 +36,8 @@ QVO_RET construct_skip_nan(qvo_seq_iterator_h result, qvo_seq_iterator_h input, 
         return skip_nan_next(iterator, find_numbers<qvo_##type>, Where::here());                              \
     }                                                                                                         \
     extern "C" QVO_API QVO_RET qvo_seq_skip_nan_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) { \
-        return construct_skip_nan(result, input, layout_of<elem_##type>, qvo_seq_skip_nan_##type##_next);     \
+        return construct_typed(result, input, elem_##type::code, layout_of<elem_##type>,                      \
+                               qvo_seq_skip_nan_##type##_next, qvo_seq_reset_unary_agg_iterator);             \
     }
 STAMP(float)
 STAMP(double)

@@ -125,9 +125,7 @@ QVO_RET thin_next(qvo_seq_iterator_h it, Where where) {
 
 QVO_RET construct_thin(qvo_seq_iterator_h result, qvo_seq_iterator_h input, ElementLayout layout, qvo_size_t origin,
                        qvo_size_t step, qvo_seq_iterator_next_t next) {
-    if (!has_type(input, layout.type)) return QVO_E_ILLEGAL_TYPE;
-    if (const QVO_RET rc = bind({input}); rc != QVO_S_OK) return rc;
-    fill_result(result, layout, {input}, next, qvo_seq_reset_unary_iterator);
+    if (const QVO_RET rc = construct_typed(result, input, layout.type, layout, next); rc != QVO_S_OK) return rc;
     state<qvo_seq_thin_context_t>(result) = {origin, step, 0};
     return QVO_S_OK;
 }

@@ -21,10 +21,6 @@ template <class V> void set_previous(qvo_seq_iterator_h it, V value) {
 // Elements of any runs between two looks for a stretch of runs of 1.
 constexpr size_t most_pairs = 64;
 
-struct Minus {
-    template <class V> QVO_INLINE static V apply(V a, V b) { return wrapping_sub(a, b); }
-};
-
 /// The loops of a member. Both read the previous value and leave the last one.
 struct DiffLoops {
     UnaryLoop differences;  // of neighbouring elements, one result element each
@@ -38,7 +34,7 @@ template <class V> struct DiffOf {
         const V* const values = values_of<V>(it->opd[0]) + from;
         V* const out = values_of<V>(it) + to;
         out[0] = wrapping_sub(values[0], previous_value<V>(it));
-        apply<1, 1, Minus>(out + 1, values + 1, values, n - 1);
+        apply<1, 1, Subtract>(out + 1, values + 1, values, n - 1);
         set_previous(it, values[n - 1]);
     }
 

@@ -79,9 +79,10 @@ QVO_RET union_next(qvo_seq_iterator_h it, MergeLoop ascending, MergeLoop descend
 
 QVO_RET construct_union(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right,
                         qvo_seq_order_t order, ElementLayout layout, qvo_seq_iterator_next_t next) {
-    if (!has_type(left, layout.type) || !has_type(right, layout.type)) return QVO_E_ILLEGAL_TYPE;
-    if (const QVO_RET rc = bind({left, right}); rc != QVO_S_OK) return rc;
-    fill_result(result, layout, {left, right}, next, qvo_seq_reset_union_iterator);
+    if (const QVO_RET rc =
+            construct_typed(result, left, right, layout.type, layout, next, qvo_seq_reset_union_iterator);
+        rc != QVO_S_OK)
+        return rc;
     state<qvo_seq_union_context_t>(result) = {0, 0, order};
     return QVO_S_OK;
 }
