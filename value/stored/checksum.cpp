@@ -1,0 +1,17 @@
+// The checksums of the stored form: XXH3 of 64 bits.
+#define XXH_INLINE_ALL
+#include <xxhash.h>
+
+#include "stored/format.h"
+
+namespace qvo::value::format {
+
+uint64_t tile_checksum(const uint8_t* bytes, size_t n) { return XXH3_64bits(bytes, n); }
+
+uint64_t header_checksum(const Header& header, const uint8_t* directory) {
+    // The header seeds the directory, which lies elsewhere: one number for both without a state in between.
+    const uint64_t seed = XXH3_64bits(&header, offsetof(Header, checksum));
+    return XXH3_64bits_withSeed(directory, header.tiles * sizeof(Entry), seed);
+}
+
+}  // namespace qvo::value::format

@@ -1,0 +1,171 @@
+// One pass over the elements of a tile: extremes, missing values, equal neighbours.
+//
+// Vectors are spelled out, as compilers do not make one loop of all of it; a vector of the wider kind is cut by the
+// compiler where the machine has only narrower ones.
+#include <algorithm>
+#include <limits>
+#include <type_traits>
+
+#include "stored/coding.h"
+
+namespace qvo::value {
+namespace {
+
+constexpr size_t vector_bytes = 32;
+
+template <class V> struct VectorOf { typedef V type __attribute__((vector_size(vector_bytes))); };
+template <size_t> struct BitsOf;
+template <> struct BitsOf<1> { using type = bits1; };
+template <> struct BitsOf<2> { using type = bits2; };
+template <> struct BitsOf<4> { using type = bits4; };
+template <> struct BitsOf<8> { using type = bits8; };
+
+/// Adds up lanes that count down from 0.
+template <class Vector> QVO_INLINE size_t total(const Vector& counts) {
+    using B = std::remove_cvref_t<decltype(counts[0])>;
+    size_t sum = 0;
+    for (size_t i = 0; i < vector_bytes / sizeof(B); ++i) sum += static_cast<B>(B{0} - counts[i]);
+    return sum;
+}
+
+template <class V> struct Scan {
+    using B = typename BitsOf<sizeof(V)>::type;
+    using Values = typename VectorOf<V>::type;
+    using Bits = typename VectorOf<B>::type;
+    static constexpr size_t lanes = vector_bytes / sizeof(V);
+    static constexpr bool floating = std::is_floating_point_v<V>;
+    // Steps after which a lane that counts may be full.
+    static constexpr size_t block = sizeof(V) == 1 ? 255 : 65535;
+
+    V smallest, largest;
+    size_t equal = 0, missing = 0;
+
+    /// Elements from 1 on; those before and after whole vectors go one by one.
+    QVO_CPU_VARIANTS static void run(Scan& scan, const V* values, size_t n) {
+        Values low, high;
+        for (size_t k = 0; k < lanes; ++k) low[k] = scan.smallest, high[k] = scan.largest;
+        size_t i = 1;
+        while (i + lanes <= n) {
+            Bits equal{}, missing{};
+            for (size_t step = 0; step < block && i + lanes <= n; ++step, i += lanes) {
+                Values x;
+                Bits bits, before;
+                std::memcpy(&x, values + i, sizeof x);
+                std::memcpy(&bits, values + i, sizeof bits);
+                std::memcpy(&before, values + i - 1, sizeof before);
+                low = x < low ? x : low;
+                high = x > high ? x : high;
+                equal += reinterpret_cast<Bits>(bits == before);
+                if constexpr (floating) missing += reinterpret_cast<Bits>(x != x);
+            }
+            scan.equal += total(equal);
+            scan.missing += total(missing);
+        }
+        for (size_t k = 0; k < lanes; ++k) scan.take(low[k], high[k]);
+        for (; i < n; ++i) {
+            scan.take(values[i], values[i]);
+            if constexpr (floating) scan.missing += values[i] != values[i];
+            scan.equal += std::memcmp(values + i, values + i - 1, sizeof(V)) == 0;
+        }
+    }
+
+    QVO_INLINE void take(V low, V high) {
+        if (low < smallest) smallest = low;
+        if (high > largest) largest = high;
+    }
+
+    QVO_CPU_VARIANTS static size_t equal_only(const V* values, size_t from, size_t n) {
+        size_t i = from, count = 0;
+        while (i + lanes <= n) {
+            Bits equal{};
+            for (size_t step = 0; step < block && i + lanes <= n; ++step, i += lanes) {
+                Bits bits, before;
+                std::memcpy(&bits, values + i, sizeof bits);
+                std::memcpy(&before, values + i - 1, sizeof before);
+                equal += reinterpret_cast<Bits>(bits == before);
+            }
+            count += total(equal);
+        }
+        for (; i < n; ++i) count += std::memcmp(values + i, values + i - 1, sizeof(V)) == 0;
+        return count;
+    }
+};
+
+template <class V> void put(Extreme& to, V value) { std::memcpy(to.bytes, &value, sizeof value); }
+
+template <class V> Profile profile_numbers(const V* values, size_t n) {
+    Scan<V> scan;
+    constexpr bool floating = std::is_floating_point_v<V>;
+    // Infinities stay only if nothing is there, or they themselves are.
+    scan.smallest = floating ? std::numeric_limits<V>::infinity() : values[0];
+    scan.largest = floating ? -std::numeric_limits<V>::infinity() : values[0];
+    if constexpr (floating) {
+        scan.take(values[0], values[0]);
+        scan.missing = values[0] != values[0];
+    }
+    Scan<V>::run(scan, values, n);
+    Profile profile;
+    profile.equal = scan.equal;
+    profile.missing = scan.missing;
+    if (scan.missing != n) {
+        put(profile.smallest, scan.smallest);
+        put(profile.largest, scan.largest);
+    }
+    return profile;
+}
+
+/// The first eight bytes of a text, compared as text is.
+uint64_t prefix_of(const uint8_t* text, size_t width) {
+    uint64_t prefix = 0;
+    std::memcpy(&prefix, text, std::min<size_t>(width, sizeof prefix));
+    return __builtin_bswap64(prefix);
+}
+
+size_t equal_texts(const Elements& e, size_t from) {
+    size_t count = 0;
+    const size_t width = e.type.width;
+    for (size_t i = from; i < e.n; ++i)
+        count += std::memcmp(e.values + i * width, e.values + (i - 1) * width, width) == 0;
+    return count;
+}
+
+Profile profile_texts(const Elements& e) {
+    uint64_t smallest = ~uint64_t{0}, largest = 0;
+    for (size_t i = 0; i < e.n; ++i) {
+        const uint64_t prefix = prefix_of(e.values + i * e.type.width, e.type.width);
+        smallest = std::min(smallest, prefix);
+        largest = std::max(largest, prefix);
+    }
+    Profile profile;
+    put(profile.smallest, __builtin_bswap64(smallest));
+    put(profile.largest, __builtin_bswap64(largest));
+    profile.equal = equal_texts(e, 1);
+    return profile;
+}
+
+}  // namespace
+
+Profile profile_of(const Elements& e) {
+    if (e.type.type == Type::char_) return profile_texts(e);
+    return with_fixed(e.type.type, [&](auto tag) {
+        using V = typename decltype(tag)::value;
+        return profile_numbers(e.as<V>(), e.n);
+    });
+}
+
+size_t count_equal(const Elements& e, size_t from) {
+    switch (e.type.type == Type::char_ ? 0 : e.type.width) {
+        case 1:
+            return Scan<bits1>::equal_only(e.as<bits1>(), from, e.n);
+        case 2:
+            return Scan<bits2>::equal_only(e.as<bits2>(), from, e.n);
+        case 4:
+            return Scan<bits4>::equal_only(e.as<bits4>(), from, e.n);
+        case 8:
+            return Scan<bits8>::equal_only(e.as<bits8>(), from, e.n);
+        default:
+            return equal_texts(e, from);
+    }
+}
+
+}  // namespace qvo::value

@@ -1,0 +1,61 @@
+// The elements of a tile that is being filled, with their runs.
+//
+// Runs are kept only once there is one that is not 1. Equal neighbours are joined when the stage is full, over the
+// elements that came since the last time, and only where that makes it a good deal shorter: nothing is looked at twice.
+#pragma once
+
+#include <algorithm>
+
+#include "stored/coding.h"
+
+namespace qvo::value {
+
+class Stage {
+ public:
+    explicit Stage(ValueType type)
+        : type_(type), capacity_(std::max<size_t>(1, format::full_tile_values / type.width)) {}
+
+    size_t capacity() const { return capacity_; }
+    size_t size() const { return n_; }
+    size_t room() const { return capacity_ - n_; }
+    uint64_t positions() const { return positions_; }
+    Elements elements() const { return {type_, values_.data(), n_}; }
+    /// Run lengths, or null if all are 1.
+    const uint32_t* runs() const { return has_runs_ ? reinterpret_cast<const uint32_t*>(runs_.data()) : nullptr; }
+
+    /// Whether an element or several of so many positions still fit; the sum of all runs must stay a run length.
+    bool takes(uint64_t positions) const {
+        return positions <= most_positions && positions_ + positions <= most_positions;
+    }
+
+    void add_single(const void* values, size_t n);
+    void add_with_runs(const void* values, const uint8_t* first_run, size_t n);
+    void add_run(const void* value, uint64_t positions);
+
+    /// Joins equal neighbours if that is worth it.
+    void settle();
+    /// The profile of all elements, which are settled.
+    const Profile& profile();
+    /// Cuts runs into such of at most `limit`; only as many elements as a tile may have must come of it.
+    void cut_runs(uint32_t limit);
+    void clear();
+
+ private:
+    static constexpr uint64_t most_positions = uint64_t{1} << 31;
+
+    uint8_t* append(const void* values, size_t n);
+    uint32_t* need_runs();
+
+    ValueType type_;
+    size_t capacity_;
+    Buffer values_, runs_;
+    size_t n_ = 0, settled_ = 0;
+    uint64_t positions_ = 0;
+    bool has_runs_ = false, has_profile_ = false;
+    Profile profile_;
+};
+
+/// Joining pays if it leaves two elements of three, or fewer.
+constexpr bool worth_joining(uint64_t positions, size_t elements) { return 2 * positions >= 3 * uint64_t{elements}; }
+
+}  // namespace qvo::value

@@ -1,0 +1,414 @@
+// Writing tiles: what is staged becomes a tile when it is full. Constant tiles and progressions wait until something
+// comes that does not continue them, so neighbouring ones are one.
+#include "stored/writer.h"
+
+#include <zstd.h>
+
+#include <vector>
+
+#include "stored/stage.h"
+
+namespace qvo::value {
+namespace {
+
+using namespace format;
+
+struct FreeContext {
+    void operator()(ZSTD_CCtx* context) const { ZSTD_freeCCtx(context); }
+};
+
+constexpr int compression_level = 3;
+
+struct RunForm {
+    uint32_t limit;  // longest run
+    unsigned width;  // bytes of a run length
+    uint64_t size;   // of all values and runs, about
+};
+
+/// How run lengths are written smallest: longer ones are cut where that lets all others be short.
+RunForm run_form(const uint32_t* runs, size_t n, uint64_t value_bits) {
+    uint64_t n1 = 0, n2 = 0;
+    for (size_t i = 0; i < n; ++i) {
+        n1 += (runs[i] + 254) / 255;
+        n2 += (runs[i] + 65534) / 65535;
+    }
+    RunForm best{~uint32_t{0}, 4, n * (value_bits + 32) / 8};
+    if (n2 * (value_bits + 16) / 8 <= best.size) best = {65535, 2, n2 * (value_bits + 16) / 8};
+    if (n1 * (value_bits + 8) / 8 <= best.size) best = {255, 1, n1 * (value_bits + 8) / 8};
+    return best;
+}
+
+void write_runs(const uint32_t* runs, size_t n, unsigned width, uint8_t* to) {
+    switch (width) {
+        case 1:
+            for (size_t i = 0; i < n; ++i) to[i] = static_cast<uint8_t>(runs[i]);
+            break;
+        case 2:
+            for (size_t i = 0; i < n; ++i) store(to + 2 * i, static_cast<uint16_t>(runs[i]));
+            break;
+        default:
+            std::memcpy(to, runs, 4 * n);
+    }
+}
+
+bool is_missing(const Elements& e, size_t i) {
+    if (e.type.type == Type::float_) return e.as<float>()[i] != e.as<float>()[i];
+    return e.as<double>()[i] != e.as<double>()[i];
+}
+
+}  // namespace
+
+struct Writer::State {
+    ValueType type;
+    WriterOptions options;
+    bool adopt_any = false;  // tiles of stored values are taken over compressed or not
+    Buffer out;
+    std::vector<Entry> entries;
+    Stage stage;
+    Scratch scratch;
+    Buffer tile_scratch;
+    std::unique_ptr<ZSTD_CCtx, FreeContext> context;
+    uint64_t written = 0;  // positions
+
+    // The tile that waits: a constant or a progression, if it has any positions.
+    struct {
+        uint64_t positions = 0;
+        Encoding encoding = Encoding::constant;
+        uint8_t value[max_char] = {};
+        Progression progression;
+    } waiting;
+
+    State(ValueType of, WriterOptions how) : type(of), options(how), stage(of) { out.extend(sizeof(Header)); }
+
+    uint64_t positions() const { return written + waiting.positions + stage.positions(); }
+    void check_room(uint64_t more) const {
+        if (more > max_positions - positions()) throw Error(Fault::limit, "more than 2^62 positions");
+    }
+
+    // --- what comes in
+
+    void put_single(const void* values, size_t n) {
+        const auto* from = static_cast<const uint8_t*>(values);
+        while (n != 0) {
+            if (stage.size() == 0 && n >= stage.capacity() && write_in_place(from)) {
+                from += stage.capacity() * type.width;
+                n -= stage.capacity();
+                continue;
+            }
+            const size_t some = std::min(n, stage.room());
+            if (!stage.takes(some)) close();
+            stage.add_single(from, some);
+            from += some * type.width;
+            n -= some;
+            if (stage.room() == 0) full();
+        }
+    }
+
+    void put(const void* values, const uint8_t* first_run, size_t n) {
+        const auto* from = static_cast<const uint8_t*>(values);
+        while (n != 0) {
+            const size_t some = std::min(n, stage.room());
+            if (!stage.takes(255 * some)) close();
+            stage.add_with_runs(from, first_run, some);
+            from += some * type.width;
+            first_run -= some;
+            n -= some;
+            if (stage.room() == 0) full();
+        }
+    }
+
+    void put_repeated(const void* value, uint64_t positions) {
+        // A long run among single values is better off by itself.
+        const bool alone = positions > 2 * stage.capacity() && stage.size() > 256 && stage.runs() == nullptr;
+        if (stage.size() != 0 && (alone || !stage.takes(positions))) close();
+        if (alone || !stage.takes(positions)) {
+            wait_constant(static_cast<const uint8_t*>(value), positions);
+            return;
+        }
+        stage.add_run(value, positions);
+        if (stage.room() == 0) full();
+    }
+
+    void put_progression(const Progression& progression, uint64_t positions) {
+        // Short ones are staged: a tile by itself would cost more.
+        if (positions * type.width < full_tile_values / 2) {
+            alignas(8) uint8_t values[full_tile_values / 2];
+            progression.fill(type.type, 0, static_cast<size_t>(positions), values);
+            put_single(values, static_cast<size_t>(positions));
+            return;
+        }
+        close();
+        wait_progression(progression, positions);
+    }
+
+    void put_stored(const Stored& stored) {
+        if (!(stored.type() == type))
+            throw Error(Fault::argument, name_of(stored.type()) + " cannot be joined to " + name_of(type));
+        out.reserve(stored.bytes().size());
+        size_t i = 0;
+        check_room(stored.positions());
+        if (positions() == 0 && adopt_any && stored.n_tiles() > 1) i = adopt_leading(stored);
+        TileReader reader(stored);
+        for (; i < stored.n_tiles(); ++i) put_tile(stored, reader, i);
+    }
+
+    /// All tiles but the last, at once.
+    size_t adopt_leading(const Stored& stored) {
+        const size_t n = stored.n_tiles() - 1;
+        const uint8_t* const bytes = stored.bytes().data();
+        const uint64_t end = stored.tile(n).offset;
+        out.append(bytes + sizeof(Header), end - sizeof(Header));
+        entries.resize(n);
+        std::memcpy(entries.data(), bytes + stored.bytes().size() - (n + 1) * sizeof(Entry), n * sizeof(Entry));
+        for (const Entry& entry : entries) written += entry.positions;
+        return n;
+    }
+
+    void put_tile(const Stored& stored, TileReader& reader, size_t i) {
+        const TileEntry entry = stored.tile(i);
+        reader.open(i);
+        const uint64_t raw = entry.elements * type.width;
+        const bool endless = entry.encoding == Encoding::constant || entry.encoding == Encoding::progression;
+        if (!endless && 2 * raw >= full_tile_values && (adopt_any || entry.compressed == options.compress))
+            return adopt(stored, i);
+        if (entry.encoding == Encoding::progression)
+            return put_progression(load<Progression>(stored.bytes().data() + entry.offset), entry.positions);
+        if (endless || entry.run_width > 1) {
+            alignas(8) uint8_t value[max_char + 1];
+            while (const uint64_t run = reader.read_whole(value)) put_repeated(value, run);
+            return;
+        }
+        alignas(8) uint8_t values[4096];
+        uint8_t runs[4096];
+        const size_t room = sizeof values / type.width;
+        while (true) {
+            const auto read = reader.read(values, runs + sizeof runs - 1, room);
+            if (read.elements == 0) break;
+            put(values, runs + sizeof runs - 1, read.elements);
+        }
+    }
+
+    void adopt(const Stored& stored, size_t i) {
+        close();
+        flush();
+        const uint8_t* const bytes = stored.bytes().data();
+        auto entry = load<Entry>(bytes + stored.bytes().size() - (stored.n_tiles() - i) * sizeof(Entry));
+        const uint64_t from = entry.offset;
+        entry.offset = out.size();
+        out.append(bytes + from, padded(entry.size));
+        entries.push_back(entry);
+        written += entry.positions;
+    }
+
+    // --- tiles
+
+    /// The stage is full: unless joining made room, it becomes a tile.
+    void full() {
+        stage.settle();
+        if (2 * stage.size() > stage.capacity()) close();
+    }
+
+    /// A full tile of single values from where they lie, if nothing needs to be joined.
+    bool write_in_place(const uint8_t* values) {
+        const Elements elements{type, values, stage.capacity()};
+        const Profile profile = profile_of(elements);
+        if (worth_joining(elements.n, elements.n - profile.equal)) return false;
+        write(elements, profile, nullptr, elements.n);
+        return true;
+    }
+
+    void close() {
+        if (stage.size() == 0) return;
+        stage.settle();
+        write(stage.elements(), stage.profile(), stage.runs(), stage.positions());
+        stage.clear();
+    }
+
+    /// Writes elements as a tile. The runs, if there are any, are those of the stage.
+    void write(const Elements& elements, const Profile& profile, const uint32_t* runs, uint64_t positions) {
+        const bool single = elements.n == positions;
+        if (single && continues(elements)) {
+            waiting.positions += positions;
+            return;
+        }
+        const Plan plan = choose_plan(elements, profile, single, scratch);
+        if (plan.encoding == Encoding::constant) return wait_constant(elements.values, positions);
+        if (plan.encoding == Encoding::progression) return wait_progression(plan.progression, positions);
+        flush();
+        if (single) return write_tile(elements, profile, plan, nullptr, 0, positions);
+        const uint64_t value_bits = 8 * plan.size / elements.n;
+        const RunForm form = run_form(runs, elements.n, value_bits);
+        const uint64_t raw = positions * type.width, single_size = plan.size * positions / elements.n;
+        const bool keep = worth_joining(positions, elements.n) && form.size <= std::min(2 * single_size, raw);
+        if (!keep && raw <= max_tile_values) return write_cut(1, 0);
+        for (size_t i = 0; i < elements.n; ++i)
+            if (runs[i] > form.limit) return write_cut(form.limit, form.width);
+        write_tile(elements, profile, plan, runs, form.width, positions);
+    }
+
+    /// Writes the stage with its runs cut.
+    void write_cut(uint32_t limit, unsigned run_width) {
+        stage.cut_runs(limit);
+        const Plan plan = choose_plan(stage.elements(), stage.profile(), false, scratch);
+        write_tile(stage.elements(), stage.profile(), plan, stage.runs(), run_width, stage.positions());
+    }
+
+    /// Whether elements, all of run 1, go on with the progression that waits.
+    bool continues(const Elements& elements) const {
+        return waiting.positions != 0 && waiting.encoding == Encoding::progression &&
+               waiting.progression.matches(elements, waiting.positions);
+    }
+
+    void wait_constant(const uint8_t* value, uint64_t positions) {
+        if (waiting.positions != 0 && waiting.encoding == Encoding::constant &&
+            std::memcmp(waiting.value, value, type.width) == 0) {
+            waiting.positions += positions;
+            return;
+        }
+        flush();
+        waiting.encoding = Encoding::constant;
+        waiting.positions = positions;
+        std::memcpy(waiting.value, value, type.width);
+    }
+
+    void wait_progression(const Progression& progression, uint64_t positions) {
+        if (waiting.positions != 0 && waiting.encoding == Encoding::progression &&
+            waiting.progression.continued_by(type.type, progression, waiting.positions, positions)) {
+            waiting.positions += positions;
+            return;
+        }
+        flush();
+        waiting.encoding = Encoding::progression;
+        waiting.positions = positions;
+        waiting.progression = progression;
+    }
+
+    /// Writes the tile that waits.
+    void flush() {
+        if (waiting.positions == 0) return;
+        Plan plan;
+        plan.encoding = waiting.encoding;
+        alignas(8) uint8_t values[max_char + 1];
+        Elements elements{type, values, 1};
+        if (waiting.encoding == Encoding::constant) {
+            std::memcpy(values, waiting.value, type.width);
+            plan.size = type.width;
+        } else {
+            // The first and the last are its extremes.
+            plan.size = Progression::stored_size;
+            plan.progression = waiting.progression;
+            waiting.progression.fill(type.type, 0, 1, values);
+            waiting.progression.fill(type.type, waiting.positions - 1, 1, values + type.width);
+            elements.n = 2;
+        }
+        const Profile profile = profile_of(elements);
+        write_tile(elements, profile, plan, nullptr, 0, waiting.positions);
+        Entry& entry = entries.back();
+        entry.elements = waiting.encoding == Encoding::constant ? 1 : waiting.positions;
+        entry.missing = profile.missing != 0 ? waiting.positions : 0;
+        waiting.positions = 0;
+    }
+
+    void write_tile(const Elements& elements, const Profile& profile, const Plan& plan, const uint32_t* runs,
+                    unsigned run_width, uint64_t positions) {
+        Entry entry{};
+        entry.positions = positions;
+        entry.elements = elements.n;
+        entry.missing = profile.missing;
+        if (profile.missing != 0 && runs != nullptr) {
+            entry.missing = 0;
+            for (size_t i = 0; i < elements.n; ++i) entry.missing += is_missing(elements, i) ? runs[i] : 0;
+        }
+        entry.encoding =
+            static_cast<uint8_t>(plan.encoding == Encoding::plain && run_width != 0 ? Encoding::runs : plan.encoding);
+        entry.run_width = static_cast<uint8_t>(run_width);
+        std::memcpy(entry.smallest, profile.smallest.bytes, sizeof entry.smallest);
+        std::memcpy(entry.largest, profile.largest.bytes, sizeof entry.largest);
+        entry.offset = out.size();
+
+        const size_t size = plan.size + elements.n * run_width;
+        uint8_t* const to = out.extend(padded(size));
+        coding_of(plan.encoding).write(elements, plan, scratch, to);
+        if (run_width != 0) write_runs(runs, elements.n, run_width, to + plan.size);
+        std::memset(to + size, 0, padded(size) - size);
+        entry.size = static_cast<uint32_t>(size);
+        if (options.compress && waiting.positions == 0) compress(entry);  // what waited is small as it is
+        entry.checksum = tile_checksum(out.data() + entry.offset, padded(entry.size));
+        entries.push_back(entry);
+        written += positions;
+    }
+
+    /// Compresses the tile just written, if that makes it smaller.
+    void compress(Entry& entry) {
+        if (!context) context.reset(ZSTD_createCCtx());
+        if (!context) throw std::bad_alloc();
+        tile_scratch.resize(0);
+        tile_scratch.extend(ZSTD_compressBound(entry.size));
+        const size_t size = ZSTD_compressCCtx(context.get(), tile_scratch.data(), tile_scratch.size(),
+                                              out.data() + entry.offset, entry.size, compression_level);
+        if (ZSTD_isError(size)) throw std::bad_alloc();  // there is room for any result: only memory can be lacking
+        if (padded(size) >= padded(entry.size)) return;
+        std::memcpy(out.data() + entry.offset, tile_scratch.data(), size);
+        std::memset(out.data() + entry.offset + size, 0, padded(size) - size);
+        out.resize(entry.offset + padded(size));
+        entry.size = static_cast<uint32_t>(size);
+        entry.flags = flag_compressed;
+    }
+
+    Buffer finish() {
+        close();
+        flush();
+        Header header{};
+        std::memcpy(header.magic, magic, sizeof magic);
+        header.version = version;
+        header.type = static_cast<uint8_t>(type.type);
+        header.width = type.width;
+        header.positions = positions();
+        for (const Entry& entry : entries) header.elements += entry.elements;
+        header.tiles = static_cast<uint32_t>(entries.size());
+        header.size = out.size() + entries.size() * sizeof(Entry);
+        const auto* const directory = reinterpret_cast<const uint8_t*>(entries.data());
+        header.checksum = header_checksum(header, directory);
+        out.append(directory, entries.size() * sizeof(Entry));
+        std::memcpy(out.data(), &header, sizeof header);
+        return std::move(out);
+    }
+};
+
+Writer::Writer(ValueType type, WriterOptions options) : state_(std::make_unique<State>(type, options)) {}
+Writer::~Writer() = default;
+Writer::Writer(Writer&&) noexcept = default;
+
+void Writer::put(const void* values, const uint8_t* first_run, size_t n) {
+    state_->check_room(255 * uint64_t{n});
+    state_->put(values, first_run, n);
+}
+void Writer::put_single(const void* values, size_t n) {
+    state_->check_room(n);
+    state_->put_single(values, n);
+}
+void Writer::put_repeated(const void* value, uint64_t positions) {
+    state_->check_room(positions);
+    if (positions != 0) state_->put_repeated(value, positions);
+}
+void Writer::put_progression(int64_t start, int64_t step, uint64_t positions) {
+    state_->check_room(positions);
+    if (positions == 0) return;
+    if (step == 0) return state_->put_repeated(&start, positions);  // little-endian: the low bytes are the value
+    state_->put_progression({static_cast<uint64_t>(start), static_cast<uint64_t>(step)}, positions);
+}
+void Writer::put_stored(const Stored& stored) { state_->put_stored(stored); }
+uint64_t Writer::positions() const { return state_->positions(); }
+Buffer Writer::finish() { return state_->finish(); }
+
+Buffer append(const Stored& x, const Stored& y) {
+    WriterOptions options;
+    for (size_t i = 0; i < x.n_tiles() && !options.compress; ++i) options.compress = x.tile(i).compressed;
+    Writer writer(x.type(), options);
+    writer.state_->adopt_any = true;
+    writer.put_stored(x);
+    writer.put_stored(y);
+    return writer.finish();
+}
+
+}  // namespace qvo::value
