@@ -67,7 +67,7 @@ struct Scratch {
     Buffer integers;  // decimals: the integers
     Buffer indices;   // dictionary: the indices, 16 bits each
     Buffer entries;   // dictionary: its values
-    Buffer slots;     // dictionary: hash table
+    Buffer slots;     // dictionary: hash table of numbers of entries
 };
 
 /// A tile that is being read.
@@ -96,7 +96,8 @@ struct Coding {
     void (*read)(OpenTile&, size_t n, void* to);
 };
 
-extern const Coding plain_coding, runs_coding, constant_coding, progression_coding;
+extern const Coding plain_coding, runs_coding, constant_coding, progression_coding, narrow_coding, delta_coding,
+    decimal_coding, dictionary_coding;
 inline constexpr size_t n_encodings = 8;
 const Coding& coding_of(Encoding encoding);
 

@@ -1,0 +1,200 @@
+// Floating values that are an integer divided by a power of ten, bit by bit, as offsets of those integers: prices,
+// measurements, and whole numbers. -0.0 is none of them; missing values may be, all with the same bits.
+//
+// Dividing gives the value that the decimal's text would be read as, which multiplying by a fraction would not.
+#include <algorithm>
+#include <cmath>
+
+#include "stored/offsets.h"
+
+namespace qvo::value {
+namespace {
+
+constexpr double powers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+constexpr unsigned max_digits = sizeof powers / sizeof *powers - 1;
+// Integers stay below it, so that they are exact as doubles and `shifter` rounds them to the nearest.
+constexpr double max_integer = 0x1p50;
+// Adding it moves the integer part of a double into the lowest bits.
+constexpr double shifter = 0x1.8p52;
+constexpr uint64_t shifter_bits = std::bit_cast<uint64_t>(shifter);
+constexpr int64_t missing_integer = INT64_MIN;
+
+template <class V> using BitsOf = std::conditional_t<sizeof(V) == 8, bits8, bits4>;
+
+template <class V> struct Decimal {
+    using Word = uint64_t;
+    double power;
+    V missing{};
+
+    QVO_INLINE V operator()(uint64_t integer) const {
+        const double whole = std::bit_cast<double>(integer + shifter_bits) - shifter;
+        return static_cast<V>(whole / power);
+    }
+};
+
+template <class V> struct Passes {
+    using Bits = BitsOf<V>;
+
+    static bool exact(V value, unsigned digits) {
+        const double scaled = static_cast<double>(value) * powers[digits];
+        if (!(std::fabs(scaled) < max_integer)) return false;
+        const double whole = (scaled + shifter) - shifter;
+        return std::bit_cast<Bits>(static_cast<V>(whole / powers[digits])) == std::bit_cast<Bits>(value);
+    }
+
+    /// True if all are decimals; their integers.
+    QVO_CPU_VARIANTS static bool convert(const V* __restrict values, size_t n, double power, int64_t* __restrict to) {
+        Bits other = 0;
+        for (size_t i = 0; i < n; ++i) {
+            const double shifted = static_cast<double>(values[i]) * power + shifter;
+            const V back = static_cast<V>((shifted - shifter) / power);
+            to[i] = static_cast<int64_t>(std::bit_cast<uint64_t>(shifted) - shifter_bits);
+            other |= std::bit_cast<Bits>(back) ^ std::bit_cast<Bits>(values[i]);
+        }
+        return other == 0;
+    }
+    /// The same, where a value may be missing, by the given bits.
+    QVO_CPU_VARIANTS static bool convert_some(const V* __restrict values, size_t n, double power, Bits missing,
+                                              int64_t* __restrict to) {
+        Bits other = 0;
+        for (size_t i = 0; i < n; ++i) {
+            const double shifted = static_cast<double>(values[i]) * power + shifter;
+            const V back = static_cast<V>((shifted - shifter) / power);
+            const Bits bits = std::bit_cast<Bits>(values[i]);
+            const auto integer = static_cast<int64_t>(std::bit_cast<uint64_t>(shifted) - shifter_bits);
+            to[i] = bits == missing ? missing_integer : integer;
+            other |= bits == missing ? Bits{0} : static_cast<Bits>(std::bit_cast<Bits>(back) ^ bits);
+        }
+        return other == 0;
+    }
+};
+
+constexpr size_t n_samples = 16;
+constexpr size_t block = 512;
+
+/// Finds the digits that all values need, and their integers.
+template <class V> class Search {
+    using P = Passes<V>;
+
+ public:
+    Search(const Elements& e, const Profile& profile, int64_t* integers)
+        : values_(e.as<V>()), n_(e.n), integers_(integers), any_missing_(profile.missing != 0) {
+        const V smallest = profile.smallest.as<V>(), largest = profile.largest.as<V>();
+        const double most = std::max(std::fabs(static_cast<double>(smallest)), std::fabs(static_cast<double>(largest)));
+        const double range = static_cast<double>(largest) - static_cast<double>(smallest);
+        const double most_range = sizeof(V) == 8 ? 0x1p32 : 0x1p16;
+        // What is too much for offsets with so many digits is so with more of them, too; a range of infinities is.
+        end_ = 0;
+        while (end_ <= max_digits && most * powers[end_] < max_integer && range * powers[end_] < most_range) ++end_;
+    }
+
+    unsigned digits() const { return digits_; }
+    BitsOf<V> missing() const { return missing_; }
+
+    bool run() {
+        if (end_ == 0) return false;
+        if (any_missing_) missing_ = std::bit_cast<BitsOf<V>>(*std::find_if(values_, values_ + n_, is_missing));
+        for (size_t i = 0; i < n_samples; ++i)
+            if (!raise_for(values_[i * (n_ - 1) / n_samples])) return false;
+        // A value that needs more digits than the sample starts all over; that cannot go on for long.
+        for (int attempt = 0; attempt < 4; ++attempt) {
+            size_t i = 0;
+            while (i < n_ && convert(i)) i += block;
+            if (i >= n_) return true;
+            for (const size_t end = std::min(n_, i + block); i < end; ++i)
+                if (!raise_for(values_[i])) return false;
+        }
+        return false;
+    }
+
+ private:
+    static bool is_missing(V value) { return value != value; }
+
+    bool convert(size_t i) {
+        const size_t some = std::min(block, n_ - i);
+        const double power = powers[digits_];
+        if (!any_missing_) return P::convert(values_ + i, some, power, integers_ + i);
+        return P::convert_some(values_ + i, some, power, missing_, integers_ + i);
+    }
+
+    bool raise_for(V value) {
+        if (is_missing(value)) return std::bit_cast<BitsOf<V>>(value) == missing_;
+        while (digits_ < end_ && !P::exact(value, digits_)) ++digits_;
+        return digits_ < end_;
+    }
+
+    const V* values_;
+    size_t n_;
+    int64_t* integers_;
+    bool any_missing_;
+    BitsOf<V> missing_ = 0;
+    unsigned digits_ = 0, end_;
+};
+
+int64_t integer_of(double value, double power) { return static_cast<int64_t>(std::nearbyint(value * power)); }
+
+template <class V> bool plan_as(const Elements& e, const Profile& profile, Scratch& scratch, Plan& plan) {
+    if (scratch.integers.size() < e.n * sizeof(int64_t)) scratch.integers.resize(e.n * sizeof(int64_t));
+    auto* const integers = reinterpret_cast<int64_t*>(scratch.integers.data());
+    Search<V> search(e, profile, integers);
+    if (!search.run()) return false;
+    const double power = powers[search.digits()];
+    // Multiplying and rounding keeps the order.
+    const int64_t smallest = integer_of(static_cast<double>(profile.smallest.as<V>()), power);
+    const int64_t largest = integer_of(static_cast<double>(profile.largest.as<V>()), power);
+    const unsigned below = static_cast<unsigned>(8 * sizeof(V));
+    OffsetHeader header{};
+    if (profile.missing != 0) {
+        header.bits = static_cast<uint8_t>(bits_for(static_cast<uint64_t>(largest - smallest) + 1));
+        header.unit = 1;
+        header.base = static_cast<uint64_t>(smallest);
+        header.extra = search.missing();
+        header.flags = offsets_with_missing;
+        if (header.bits >= below) return false;
+    } else if (!OffsetWriter<int64_t>::plan(integers, e.n, smallest, largest, below, header)) {
+        return false;
+    }
+    const size_t size = offsets_size(e.n, header.bits);
+    if (size >= plan.size) return false;
+    header.digits = static_cast<uint8_t>(search.digits());
+    plan.encoding = Encoding::decimal;
+    plan.size = size;
+    plan.offsets = header;
+    return true;
+}
+
+bool plan_decimal(const Elements& e, const Profile& profile, Scratch& scratch, Plan& plan) {
+    if (e.type.type == Type::double_) return plan_as<double>(e, profile, scratch, plan);
+    return e.type.type == Type::float_ && plan_as<float>(e, profile, scratch, plan);
+}
+
+void write_decimal(const Elements& e, const Plan& plan, Scratch& scratch, uint8_t* to) {
+    auto* const integers = reinterpret_cast<int64_t*>(scratch.integers.data());
+    if ((plan.offsets.flags & offsets_with_missing) != 0) {
+        const auto base = static_cast<int64_t>(plan.offsets.base);
+        const int64_t ones = base + static_cast<int64_t>(~uint32_t{0} >> (32 - plan.offsets.bits));
+        for (size_t i = 0; i < e.n; ++i) integers[i] = integers[i] == missing_integer ? ones : integers[i];
+    }
+    OffsetWriter<int64_t>::write(integers, e.n, plan.offsets, to);
+}
+
+void open_decimal(OpenTile& tile) {
+    if (!is_floating(tile.type.type)) damaged("coding of a tile");
+    open_offsets(tile);
+    if (tile.offsets.digits > max_digits) damaged("digits of a tile");
+}
+
+template <class V> void read_as(OpenTile& tile, size_t n, void* to) {
+    const Decimal<V> convert{powers[tile.offsets.digits], std::bit_cast<V>(static_cast<BitsOf<V>>(tile.offsets.extra))};
+    OffsetReader<Decimal<V>, V>::read(tile, n, convert, static_cast<V*>(to));
+}
+
+void read_decimal(OpenTile& tile, size_t n, void* to) {
+    tile.type.type == Type::double_ ? read_as<double>(tile, n, to) : read_as<float>(tile, n, to);
+}
+
+}  // namespace
+
+const Coding decimal_coding = {"decimal", plan_decimal, write_decimal, open_decimal, read_decimal};
+
+}  // namespace qvo::value

@@ -1,0 +1,203 @@
+// Few different values: each once, and small indices to them. For text above all.
+#include <algorithm>
+
+#include "stored/bits.h"
+#include "stored/coding.h"
+
+namespace qvo::value {
+namespace {
+
+using namespace format;
+
+struct DictionaryHeader {
+    uint32_t entries;
+    uint8_t bits;  // of an index: 1, 2, 4, 8, 16
+    uint8_t reserved[3];
+};
+static_assert(sizeof(DictionaryHeader) == 8);
+
+constexpr size_t max_entries = size_t{1} << 16;
+constexpr size_t n_samples = 32;
+
+uint64_t hash_of(const uint8_t* value, size_t width) {
+    uint64_t hash = width;
+    for (size_t i = 0; i < width; i += 8) {
+        uint64_t word = 0;
+        std::memcpy(&word, value + i, std::min<size_t>(8, width - i));
+        hash = (hash ^ word) * 0x9e3779b97f4a7c15U;
+        hash ^= hash >> 32;
+    }
+    return hash;
+}
+
+/// Different values among a few that lie apart.
+size_t different_in_sample(const Elements& e) {
+    const size_t width = e.type.width;
+    const uint8_t* seen[n_samples];
+    size_t n = 0;
+    for (size_t k = 0; k < n_samples; ++k) {
+        const uint8_t* const value = e.values + k * (e.n - 1) / (n_samples - 1) * width;
+        size_t i = 0;
+        while (i < n && std::memcmp(seen[i], value, width) != 0) ++i;
+        if (i == n) seen[n++] = value;
+    }
+    return n;
+}
+
+constexpr size_t size_of(size_t n, size_t entries, size_t width, unsigned bits) {
+    return sizeof(DictionaryHeader) + entries * width + packed_size(n, bits);
+}
+
+/// Numbers the different values; false once they take as much as `below` bytes with their indices.
+class Numbering {
+ public:
+    Numbering(const Elements& e, Scratch& scratch) : e_(e), scratch_(scratch) {
+        n_slots_ = std::bit_ceil(2 * e.n);
+        scratch.indices.resize(0);
+        scratch.indices.extend(e.n * sizeof(uint16_t));
+        scratch.slots.resize(0);
+        std::memset(scratch.slots.extend(n_slots_ * sizeof(uint32_t)), 0, n_slots_ * sizeof(uint32_t));
+        scratch.entries.resize(0);
+    }
+    size_t entries() const { return entries_; }
+
+    bool run(size_t below) {
+        const size_t width = e_.type.width;
+        auto* const indices = reinterpret_cast<uint16_t*>(scratch_.indices.data());
+        for (size_t i = 0; i < e_.n; ++i) {
+            const uint8_t* const value = e_.values + i * width;
+            uint32_t& slot = slot_of(value);
+            if (slot == 0) {
+                if (entries_ == max_entries || size_of(e_.n, entries_ + 1, width, bits_for(entries_)) >= below)
+                    return false;
+                scratch_.entries.append(value, width);
+                slot = static_cast<uint32_t>(++entries_);
+            }
+            indices[i] = static_cast<uint16_t>(slot - 1);
+        }
+        return true;
+    }
+
+ private:
+    uint32_t& slot_of(const uint8_t* value) {
+        const size_t width = e_.type.width;
+        auto* const slots = reinterpret_cast<uint32_t*>(scratch_.slots.data());
+        for (size_t at = hash_of(value, width);; ++at) {
+            uint32_t& slot = slots[at & (n_slots_ - 1)];
+            if (slot == 0 || std::memcmp(scratch_.entries.data() + (slot - 1) * width, value, width) == 0) return slot;
+        }
+    }
+
+    const Elements& e_;
+    Scratch& scratch_;
+    size_t n_slots_, entries_ = 0;
+};
+
+bool plan_dictionary(const Elements& e, const Profile&, Scratch& scratch, Plan& plan) {
+    const size_t width = e.type.width;
+    const size_t fewest = e.n < n_samples ? 2 : std::max<size_t>(2, different_in_sample(e));
+    const size_t worth = plan.size - plan.size / 8;  // looking up takes longer than other ways to read
+    if (e.type.type == Type::boolean || size_of(e.n, fewest, width, bits_for(fewest - 1)) >= worth) return false;
+    // Of numbers that are nearly all different in a sample there are too many; texts pay even so.
+    if (e.type.type != Type::char_ && (e.n < n_samples || 4 * fewest > 3 * n_samples)) return false;
+    Numbering numbering(e, scratch);
+    if (!numbering.run(worth)) return false;
+    plan.encoding = Encoding::dictionary;
+    plan.size = size_of(e.n, numbering.entries(), width, bits_for(numbering.entries() - 1));
+    return true;
+}
+
+void write_dictionary(const Elements& e, const Plan&, Scratch& scratch, uint8_t* to) {
+    DictionaryHeader header{};
+    header.entries = static_cast<uint32_t>(scratch.entries.size() / e.type.width);
+    header.bits = static_cast<uint8_t>(bits_for(header.entries - 1));
+    store(to, header);
+    std::memcpy(to + sizeof header, scratch.entries.data(), scratch.entries.size());
+    to += sizeof header + scratch.entries.size();
+    const auto* const indices = reinterpret_cast<const uint16_t*>(scratch.indices.data());
+    if (header.bits == 16) {
+        std::memcpy(to, indices, e.n * sizeof(uint16_t));
+    } else if (header.bits == 8) {
+        for (size_t i = 0; i < e.n; ++i) to[i] = static_cast<uint8_t>(indices[i]);
+    } else {
+        for (size_t i = 0; i < e.n; i += bit_group) {
+            uint8_t bytes[bit_group] = {};
+            for (size_t k = 0; k < std::min(bit_group, e.n - i); ++k) bytes[k] = static_cast<uint8_t>(indices[i + k]);
+            pack_groups(bytes, 1, header.bits, to + i / bit_group * header.bits);
+        }
+    }
+}
+
+template <class Index> bool indices_below(const uint8_t* indices, size_t n, size_t end) {
+    Index largest = 0;
+    for (size_t i = 0; i < n; ++i) largest = std::max(largest, load<Index>(indices + i * sizeof(Index)));
+    return largest < end;
+}
+
+void open_dictionary(OpenTile& tile) {
+    if (tile.size < sizeof(DictionaryHeader) || tile.type.type == Type::boolean) damaged("dictionary");
+    const auto h = load<DictionaryHeader>(tile.payload);
+    if (h.entries == 0 || h.entries > max_entries || !std::has_single_bit(h.bits) || h.bits > 16 ||
+        (h.reserved[0] | h.reserved[1] | h.reserved[2]) != 0 ||
+        tile.size != size_of(tile.n, h.entries, tile.type.width, h.bits))
+        damaged("dictionary");
+    tile.offsets.bits = h.bits;
+    tile.body = tile.payload + sizeof h + h.entries * tile.type.width;
+    bool sound = true;
+    if (h.bits == 16)
+        sound = indices_below<uint16_t>(tile.body, tile.n, h.entries);
+    else if (h.bits == 8)
+        sound = indices_below<uint8_t>(tile.body, tile.n, h.entries);
+    else
+        for_unpacked(tile.body, h.bits, 0, tile.n, [&](const uint8_t* bytes, size_t n) {
+            sound = sound && indices_below<uint8_t>(bytes, n, h.entries);
+        });
+    if (!sound) damaged("dictionary");
+}
+
+/// Values of a number of bytes that is known where the loop is compiled, or 0.
+template <size_t fixed, class Index>
+void look_up(const uint8_t* entries, size_t width, const uint8_t* indices, size_t n, uint8_t* to) {
+    const size_t bytes = fixed != 0 ? fixed : width;
+    for (size_t i = 0; i < n; ++i)
+        std::memcpy(to + i * bytes, entries + load<Index>(indices + i * sizeof(Index)) * bytes, bytes);
+}
+
+template <class Index> void look_up(const OpenTile& tile, const uint8_t* indices, size_t n, uint8_t* to) {
+    const uint8_t* const entries = tile.payload + sizeof(DictionaryHeader);
+    const size_t width = tile.type.width;
+    switch (width) {
+        case 1:
+            return look_up<1, Index>(entries, width, indices, n, to);
+        case 2:
+            return look_up<2, Index>(entries, width, indices, n, to);
+        case 4:
+            return look_up<4, Index>(entries, width, indices, n, to);
+        case 8:
+            return look_up<8, Index>(entries, width, indices, n, to);
+        default:
+            return look_up<0, Index>(entries, width, indices, n, to);
+    }
+}
+
+void read_dictionary(OpenTile& tile, size_t n, void* values) {
+    if (values == nullptr) return;
+    auto* to = static_cast<uint8_t*>(values);
+    switch (tile.offsets.bits) {
+        case 16:
+            return look_up<uint16_t>(tile, tile.body + 2 * tile.at, n, to);
+        case 8:
+            return look_up<uint8_t>(tile, tile.body + tile.at, n, to);
+        default:
+            for_unpacked(tile.body, tile.offsets.bits, tile.at, n, [&](const uint8_t* indices, size_t some) {
+                look_up<uint8_t>(tile, indices, some, to);
+                to += some * tile.type.width;
+            });
+    }
+}
+
+}  // namespace
+
+const Coding dictionary_coding = {"dictionary", plan_dictionary, write_dictionary, open_dictionary, read_dictionary};
+
+}  // namespace qvo::value
