@@ -1,0 +1,35 @@
+// Where an evaluation ends: a stored sequence, or positions one after the other in memory.
+#pragma once
+
+#include "evaluate/plan.h"
+#include "stored/writer.h"
+
+namespace qvo::value {
+
+/// Pulls the series to its end, a tile at a time, into a stored sequence.
+Buffer to_stored(Plan& plan, const Series& series, WriterOptions options = {});
+
+/// Calls `take(values, first_run, n)` for every tile, runs as operators have them.
+template <class Take> void for_each_tile(Plan& plan, const Series& series, Take take) {
+    while (plan.pull(series.it)) take(series.it->tile.u.arr_char, runs_of(series.it), size_t{series.it->tile_size});
+}
+
+/// All positions of a series as an array, runs expanded; they count against the budget.
+template <class V> std::vector<V> to_vector(Plan& plan, const Series& series) {
+    std::vector<V> all;
+    if (series.length) {
+        plan.within_budget(*series.length);
+        all.reserve(*series.length);
+    }
+    for_each_tile(plan, series, [&](const void* tile, const uint8_t* runs, size_t n) {
+        const V* values = static_cast<const V*>(tile);
+        plan.within_budget(all.size() + sum_runs(runs, n));
+        if (leading_single_runs(runs, n) == n)
+            all.insert(all.end(), values, values + n);
+        else
+            for (size_t i = 0; i < n; ++i) all.insert(all.end(), get_run(runs, i), values[i]);
+    });
+    return all;
+}
+
+}  // namespace qvo::value

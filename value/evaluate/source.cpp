@@ -1,0 +1,158 @@
+#include "evaluate/source.h"
+
+#include <cstring>
+
+#include "core/tile.h"
+#include "evaluate/expression.h"
+#include "evaluate/scalar.h"
+
+namespace qvo::value {
+namespace {
+
+class StoredSource final : public Operator {
+ public:
+    StoredSource(const Stored& stored, uint64_t first, uint64_t last)
+        : stored_(stored), reader_(stored_), width_(stored.type().width), at_(first), last_(last) {}
+
+    QVO_RET next(qvo_seq_iterator_h it) override {
+        if (at_ >= last_) return QVO_S_CURSOR_END;
+        if (!open_) open();
+        uint8_t* const runs = runs_of(it);
+        TileReader::Read read;
+        while ((read = reader_.read(it->tile.u.arr_char, runs, capacity_of(width_))).elements == 0) {
+            if (++tile_ == stored_.n_tiles()) return QVO_S_CURSOR_END;
+            reader_.open(tile_);
+        }
+        plan->poll();
+        plan->within_budget(handed_out_ += read.elements);
+        if (read.positions > last_ - at_) cut(runs, read);
+        at_ += read.positions;
+        it->tile_size = static_cast<uint16_t>(read.elements);
+        it->next_seq_no += read.positions;
+        return QVO_S_OK;
+    }
+
+ private:
+    void open() {
+        open_ = true;
+        const Stored::Place place = stored_.find(at_);
+        tile_ = place.tile;
+        reader_.open(tile_);
+        reader_.skip(at_ - place.first_position);
+    }
+    /// Leaves of the elements read those up to the end of the range.
+    void cut(uint8_t* runs, TileReader::Read& read) const {
+        uint64_t left = last_ - at_;
+        read.positions = left;
+        for (size_t i = 0;; ++i) {
+            const unsigned run = get_run(runs, i);
+            if (run < left) {
+                left -= run;
+                continue;
+            }
+            set_run(runs, i, static_cast<unsigned>(left));
+            read.elements = i + 1;
+            return;
+        }
+    }
+
+    Stored stored_;
+    TileReader reader_;
+    size_t width_;
+    uint64_t at_, last_;       // positions
+    uint64_t handed_out_ = 0;  // elements
+    size_t tile_ = 0;
+    bool open_ = false;
+};
+
+/// Ends with the series; checks then that its operands end there too.
+class EqualLengths final : public Operator {
+ public:
+    EqualLengths(qvo_seq_iterator_h inner, std::span<const Series> operands) : inner_(inner) {
+        for (const Series& operand : operands)
+            if (!operand.constant) operands_.push_back(operand.it);
+    }
+    QVO_RET next(qvo_seq_iterator_h it) override {
+        inner_->tile_offs = 0;
+        const QVO_RET rc = inner_->next(inner_);
+        if (rc == QVO_S_CURSOR_END) check();
+        if (rc != QVO_S_OK) return rc;
+        std::memcpy(&it->tile.u, &inner_->tile.u, sizeof it->tile.u);
+        it->tile_size = inner_->tile_size;
+        it->next_seq_no = inner_->next_seq_no;
+        return rc;
+    }
+
+ private:
+    void check() const {
+        uint64_t first = 0;
+        for (size_t i = 0; i < operands_.size(); ++i) {
+            while (plan->pull(operands_[i])) {}
+            const uint64_t length = operands_[i]->next_seq_no;
+            if (i == 0) first = length;
+            if (length != first)
+                throw Error(Fault::argument, "sequences of different lengths: " + std::to_string(first) + " and " +
+                                                 std::to_string(length));
+        }
+    }
+    qvo_seq_iterator_h inner_;
+    std::vector<qvo_seq_iterator_h> operands_;
+};
+
+}  // namespace
+
+Series stored_source(Plan& plan, const Stored& stored) { return stored_source(plan, stored, 0, stored.positions()); }
+
+Series stored_source(Plan& plan, const Stored& stored, uint64_t first, uint64_t last) {
+    return plan.make<StoredSource>(stored.type(), last - first, stored, first, last);
+}
+
+Series array_source(Plan& plan, const Array& array) {
+    qvo_seq_iterator_h it = plan.iterator();
+    // The library's source reads the array in place and never writes to it.
+    auto* values = const_cast<void*>(array.values);
+    if (array.type.type == Type::char_)
+        qvo_seq_unget_char(it, static_cast<char*>(values), array.n, array.type.width);
+    else
+        qvo_seq_unget_uint1(it, static_cast<qvo_uint1*>(values), array.n);
+    const ElementLayout layout = layout_of_type(array.type);
+    it->elem_type = layout.type;
+    it->elem_size = layout.width;
+    it->buf_size = array.n * layout.width;
+    it->owned_buf = 0;
+    return {it, array.type, array.n};
+}
+
+Series constant_source(Plan& plan, const Scalar& scalar) {
+    qvo_seq_iterator_h it = plan.iterator();
+    char element[max_char];
+    put_element(scalar, element);
+    // The library's constants move values without looking at them: one of char serves every type.
+    qvo_seq_const_char(it, element, scalar.type.width);
+    it->elem_type = layout_of_type(scalar.type).type;
+    return {it, scalar.type, std::nullopt, true};
+}
+
+std::optional<uint64_t> common_length(std::span<const Series> operands) {
+    std::optional<uint64_t> common;
+    bool known = true;
+    for (const Series& operand : operands) {
+        if (operand.constant) continue;
+        if (!operand.length) known = false;
+        if (!operand.length) continue;
+        if (common && *common != *operand.length)
+            throw Error(Fault::argument, "sequences of different lengths: " + std::to_string(*common) + " and " +
+                                             std::to_string(*operand.length));
+        common = operand.length;
+    }
+    return known ? common : std::nullopt;
+}
+
+Series with_equal_lengths(Plan& plan, Series series, std::span<const Series> operands) {
+    size_t n = 0;
+    for (const Series& operand : operands) n += !operand.constant;
+    if (n < 2 || common_length(operands)) return series;
+    return plan.make<EqualLengths>(series.type, std::nullopt, series.it, operands);
+}
+
+}  // namespace qvo::value

@@ -1,0 +1,18 @@
+// The tables that the catalog is made of, by sections of the reference, each in a file of its name.
+#pragma once
+
+#include "evaluate/arguments.h"
+
+namespace qvo::value {
+
+std::span<const Function> make_functions();
+std::span<const Function> element_wise_functions();
+std::span<const Function> along_functions();
+std::span<const Function> select_functions();
+std::span<const Function> aggregate_functions();
+std::span<const Function> pair_functions();
+std::span<const Function> order_statistic_functions();
+std::span<const Function> group_functions();
+std::span<const Function> time_functions();
+
+}  // namespace qvo::value

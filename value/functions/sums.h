@@ -1,0 +1,42 @@
+// Sums that do not depend on how values are cut into runs, tiles, rows or parts: what is lost by each addition is kept
+// and added too (T. J. Dekker, "A floating-point technique for extending the available precision", 1971), so that what
+// is rounded in the end is the sum itself, to far beyond the digits of a double.
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+
+#include "qvowseq.h"
+
+namespace qvo::value {
+
+/// A sum in two parts; `low` is what `high` has lost.
+struct DoubleSum {
+    double high = 0, low = 0;
+
+    QVO_INLINE void add(double x) {
+        const double sum = high + x, part = sum - high;
+        low += (high - (sum - part)) + (x - part);
+        high = sum;
+    }
+    void add(const DoubleSum& other) {
+        add(other.high);
+        low += other.low;
+    }
+    /// An infinity or NaN among the terms decides; it has made nonsense of the low part.
+    double total() const { return std::isfinite(high) ? high + low : high; }
+};
+
+/// Adds n values, each as often as its run, and leaves out those that are missing.
+struct Summed {
+    DoubleSum sum;
+    uint64_t present = 0;  // positions
+};
+Summed sum_values(const double* values, const uint8_t* first_run, size_t n);
+
+/// Integers in 128 bits.
+__extension__ typedef __int128 int128;
+int128 sum_values(const int64_t* values, const uint8_t* first_run, size_t n);
+
+}  // namespace qvo::value

@@ -1,0 +1,245 @@
+#include "operators/convert.h"
+
+#include <cmath>
+
+#include "base/text.h"
+#include "evaluate/deliver.h"
+#include "evaluate/scalar.h"
+#include "evaluate/source.h"
+#include "operators/elementwise.h"
+#include "operators/library.h"
+
+namespace qvo::value {
+namespace {
+
+#define TO_INT8(type) qvo_seq_##type##_to_int8
+#define TO_DOUBLE(type) qvo_seq_##type##_to_double
+constexpr UnaryMembers to_int8 = QVO_VALUE_MEMBERS(TO_INT8, nullptr);
+constexpr UnaryMembers to_double = QVO_VALUE_MEMBERS(TO_DOUBLE, nullptr);
+#undef TO_INT8
+#undef TO_DOUBLE
+
+template <class To> constexpr const char* does_not_fit() {
+    if (std::is_same_v<To, int8_t>) return "the value does not fit int1";
+    if (std::is_same_v<To, int16_t>) return "the value does not fit int2";
+    if (std::is_same_v<To, int32_t>) return "the value does not fit int4";
+    if (std::is_same_v<To, int64_t>) return "the value does not fit int8";
+    if (std::is_same_v<To, uint8_t>) return "the value does not fit uint1";
+    if (std::is_same_v<To, uint16_t>) return "the value does not fit uint2";
+    if (std::is_same_v<To, uint32_t>) return "the value does not fit uint4";
+    if (std::is_same_v<To, uint64_t>) return "the value does not fit uint8";
+    return "the value does not fit float";
+}
+
+template <class To> struct FromInteger {
+    template <class From> QVO_INLINE bool operator()(From v, To& r) const {
+        r = static_cast<To>(v);
+        return !std::in_range<To>(v);
+    }
+    template <class From> const char* fault(From) const { return does_not_fit<To>(); }
+};
+
+/// Rounds half to even.
+template <class To> struct FromDouble {
+    QVO_INLINE bool operator()(double v, To& r) const {
+        const double whole = std::nearbyint(v);
+        const bool fits = whole >= lowest && whole < beyond;
+        r = static_cast<To>(fits ? whole : 0.0);
+        return !fits;
+    }
+    const char* fault(double v) const {
+        return std::isnan(v) ? "a missing value, which only float and double can hold (fill replaces it),"
+                             : does_not_fit<To>();
+    }
+    static constexpr double lowest = std::is_signed_v<To> ? -0x1p63 : 0.0;
+    static constexpr double beyond = std::is_signed_v<To> ? 0x1p63 : 0x1p64;
+};
+
+struct ToFloat {
+    QVO_INLINE bool operator()(double v, float& r) const {
+        r = static_cast<float>(v);
+        return std::isinf(r) && !std::isinf(v);
+    }
+    const char* fault(double) const { return does_not_fit<float>(); }
+};
+
+struct ToBoolean {
+    QVO_INLINE bool operator()(int64_t v, uint8_t& r) const {
+        r = v != 0;
+        return static_cast<uint64_t>(v) > 1;
+    }
+    const char* fault(int64_t) const { return "the value does not fit boolean"; }
+};
+
+template <class R, class V, class Op> Series convert(Plan& plan, const Series& x, Type to, const Op& op) {
+    return elementwise<R, V>(plan, type_of(to), std::span(&x, 1), op);
+}
+
+/// To int8 or uint8, from anything but char.
+Series to_integer(Plan& plan, const Series& x, Type to) {
+    const Type from = x.type.type;
+    if (from == to) return x;
+    if (is_floating(from)) {
+        const Series wide = widened(plan, x, type_of(Type::double_));
+        if (to == Type::uint8) return convert<uint64_t, double>(plan, wide, to, FromDouble<uint64_t>{});
+        return convert<int64_t, double>(plan, wide, to, FromDouble<int64_t>{});
+    }
+    if (from == Type::uint8) return convert<int64_t, uint64_t>(plan, x, to, FromInteger<int64_t>{});
+    const Series wide = from == Type::int8 || from == Type::timestamp
+                            ? x
+                            : wire(plan, to_int8[static_cast<size_t>(from)], x, type_of(Type::int8));
+    if (to == Type::uint8) return convert<uint64_t, int64_t>(plan, wide, to, FromInteger<uint64_t>{});
+    return wide;
+}
+
+Series narrowed(Plan& plan, const Series& x, Type to) {
+    return with_fixed(to, [&](auto tag) {
+        using To = typename decltype(tag)::value;
+        if constexpr (std::is_same_v<decltype(tag), elem_bool>)
+            return convert<uint8_t, int64_t>(plan, x, to, ToBoolean{});
+        else if constexpr (std::is_integral_v<To> && sizeof(To) < 8)
+            return convert<To, int64_t>(plan, x, to, FromInteger<To>{});
+        else
+            return Series{x.it, type_of(to), x.length, x.constant};
+    });
+}
+
+/// Elements with their runs, computed one by one, for conversions from and to text.
+class Collected final : public Operator {
+ public:
+    explicit Collected(Buffer stored) : stored_(std::move(stored)) {}
+    QVO_RET next(qvo_seq_iterator_h it) override {
+        if (source_.it == nullptr) source_ = stored_source(*plan, Stored(stored_.bytes()));
+        const QVO_RET rc = source_.it->next(source_.it);
+        if (rc != QVO_S_OK) return rc;
+        // Text that was collected in cells of the most that its type can take is handed out in the width it needs.
+        const size_t from = source_.type.width, to = it->elem_size, n = source_.it->tile_size;
+        for (size_t i = 0; i < n; ++i)
+            std::memcpy(it->tile.u.arr_char + i * to, source_.it->tile.u.arr_char + i * from, to);
+        copy_runs(runs_of(it), runs_of(source_.it), n);
+        it->tile_size = source_.it->tile_size;
+        it->next_seq_no = source_.it->next_seq_no;
+        return rc;
+    }
+
+ private:
+    Buffer stored_;
+    Series source_;
+};
+
+/// Calls make(scalar, position) for every element and collects what it returns as `to`; delivers it as `to` of the
+/// longest text, if `to` has no width.
+template <class Make> Series collect(Plan& plan, const Series& x, ValueType to, Make make) {
+    const ValueType cell = to.type == Type::char_ && to.width == 0 ? char_of(max_char) : to;
+    Writer writer(cell);
+    size_t longest = 1;
+    uint64_t position = 0;
+    for_each_tile(plan, x, [&](const char* values, const uint8_t* runs, size_t n) {
+        for (size_t i = 0; i < n; ++i) {
+            const Scalar made = make(scalar_at(x.type, values + i * x.type.width), position);
+            uint8_t element[max_char];
+            Scalar as_cell = made;
+            as_cell.type = cell;
+            put_element(as_cell, element);
+            longest = std::max(longest, made.text.size());
+            writer.put_repeated(element, get_run(runs, i));
+            position += get_run(runs, i);
+        }
+    });
+    const ValueType type = to.type == Type::char_ && to.width == 0 ? char_of(longest) : to;
+    return plan.make<Collected>(type, position, writer.finish());
+}
+
+Series to_text(Plan& plan, const Series& x, ValueType to) {
+    const size_t most = to.width == 0 ? max_char : to.width;
+    return collect(plan, x, to, [&](const Scalar& value, uint64_t position) {
+        Scalar made = scalar_of(to);
+        if (value.type.type == Type::char_)
+            made.text = value.text;
+        else if (value.type.type == Type::timestamp)
+            put_timestamp(made.text, value.integer);
+        else
+            put_json(made.text, value);
+        if (made.text.size() > most)
+            throw Error(Fault::overflow,
+                        shown(made.text) + " does not fit " + name_of(to) + " at position " + std::to_string(position));
+        return made;
+    });
+}
+
+Series from_text(Plan& plan, const Series& x, ValueType to) {
+    return collect(plan, x, to, [&](const Scalar& value, uint64_t position) {
+        std::string fault;
+        const std::optional<Scalar> made = fit_text(value.text, to, fault);
+        if (!made) throw Error(Fault::overflow, fault + " at position " + std::to_string(position));
+        return *made;
+    });
+}
+
+}  // namespace
+
+std::optional<ValueType> meet(ValueType a, ValueType b) {
+    if (a == b) return a;
+    if (a.type == Type::char_ && b.type == Type::char_) return char_of(std::max(a.width, b.width));
+    if (a.type == b.type) return a;
+    if (!is_number(a.type) || !is_number(b.type)) return std::nullopt;
+    return computing_type(a, b);
+}
+
+ValueType computing_type(ValueType a, ValueType b) {
+    return type_of(is_floating(a.type) || is_floating(b.type) ? Type::double_ : Type::int8);
+}
+
+namespace {
+
+/// Pads text to a larger width.
+class Padded final : public Operator {
+ public:
+    explicit Padded(const Series& x) : x_(x) {}
+    QVO_RET next(qvo_seq_iterator_h it) override {
+        Operand input(x_.it);
+        TileWriter out(it, capacity_of(it->elem_size));
+        const size_t from = x_.type.width, to = it->elem_size;
+        const uint8_t* const runs = runs_of(x_.it);
+        return out.finish(walk_elements(input, out, Where::here(), [&](size_t index, size_t n) {
+            char* at = it->tile.u.arr_char + out.size() * to;
+            for (size_t i = 0; i < n; ++i, at += to) {
+                std::memcpy(at, x_.it->tile.u.arr_char + (index + i) * from, from);
+                std::memset(at + from, 0, to - from);
+            }
+            out.put_runs(runs - index, n);
+        }));
+    }
+
+ private:
+    Series x_;
+};
+
+}  // namespace
+
+Series widened(Plan& plan, const Series& x, ValueType to) {
+    if (x.type == to) return x;
+    Series result = x;
+    if (to.type == Type::double_)
+        result = wire(plan, to_double[static_cast<size_t>(x.type.type)], x, to);
+    else if (to.type == Type::int8)
+        result = to_integer(plan, x, Type::int8);
+    else if (to.type == Type::char_)
+        result = plan.make<Padded>(to, x.length, x);
+    result.type = to;
+    result.constant = x.constant;
+    return result;
+}
+
+Series cast(Plan& plan, const Series& x, ValueType to) {
+    if (x.type == to) return x;
+    if (to.type == Type::char_) return to_text(plan, x, to);
+    if (x.type.type == Type::char_) return from_text(plan, x, to);
+    if (to.type == Type::double_) return widened(plan, x, to);
+    if (to.type == Type::float_)
+        return convert<float, double>(plan, widened(plan, x, type_of(Type::double_)), Type::float_, ToFloat{});
+    if (to.type == Type::uint8) return to_integer(plan, x, Type::uint8);
+    return narrowed(plan, to_integer(plan, x, Type::int8), to.type);
+}
+
+}  // namespace qvo::value

@@ -1,0 +1,178 @@
+#include "operators/elementwise.h"
+
+#include "core/move.h"
+#include "core/overlap_list.h"
+#include "evaluate/source.h"
+
+namespace qvo::value {
+namespace {
+
+/// What walks over any number of operands have in common: the loop, and its faults.
+class Walk : public Operator {
+ protected:
+    Walk(size_t width, Loop loop, const void* operation, size_t bytes) : width_(width), loop_(loop) {
+        std::memcpy(operation_, operation, bytes);
+    }
+    size_t capacity() const { return capacity_of(width_); }
+    /// Computes the next n result elements.
+    void compute(qvo_seq_iterator_h it, const TileWriter& out, Batch& batch) const {
+        batch.out = it->tile.u.arr_uint1 + out.size() * width_;
+        const LoopFault fault = loop_(batch, operation_);
+        if (fault.sentence != nullptr) fail_at(it->next_seq_no + out.positions(), fault);
+    }
+    /// The positions of the elements before the one that failed are added by whoever knows their runs.
+    [[noreturn]] virtual void fail_at(uint64_t first_position, const LoopFault& fault) const = 0;
+
+    [[noreturn]] static void fail(uint64_t position, const char* sentence) {
+        throw Error(Fault::overflow, std::string(sentence) + " at position " + std::to_string(position));
+    }
+
+    size_t width_;
+    Loop loop_;
+    alignas(8) std::byte operation_[most_operation_bytes];
+};
+
+class OneOperand final : public Walk {
+ public:
+    OneOperand(size_t width, std::span<const Series> operands, Loop loop, const void* operation, size_t bytes)
+        : Walk(width, loop, operation, bytes), x_(operands[0]) {}
+
+    QVO_RET next(qvo_seq_iterator_h it) override {
+        Operand input(x_.it);
+        TileWriter out(it, capacity());
+        const uint8_t* const runs = runs_of(x_.it);
+        return out.finish(walk_elements(input, out, Where::here(), [&](size_t index, size_t n) {
+            runs_ = runs - index;
+            Batch batch{{x_.it->tile.u.arr_uint1 + index * x_.type.width}, nullptr, n};
+            compute(it, out, batch);
+            out.put_runs(runs_, n);
+        }));
+    }
+
+ private:
+    void fail_at(uint64_t first_position, const LoopFault& fault) const override {
+        fail(first_position + sum_runs(runs_, fault.element), fault.sentence);
+    }
+    Series x_;
+    const uint8_t* runs_ = nullptr;
+};
+
+/// An array of an operand's elements, filled or gathered.
+class Gathered {
+ public:
+    static constexpr size_t most = OverlapList<2>::most;
+    explicit Gathered(size_t width) : width_(width), bytes_(new uint8_t[most * width]) {}
+
+    /// n elements by their indexes: where they lie if they are neighbours.
+    const void* gather(qvo_seq_iterator_h it, const uint16_t* index, size_t n) {
+        const uint8_t* const tile = it->tile.u.arr_uint1;
+        const size_t span = size_t{index[n - 1]} - index[0];
+        if (span + 1 == n) return tile + index[0] * width_;
+        with_mover(width_, [&](auto mover) {
+            if (span == 0)
+                mover.fill(bytes_.get(), 0, tile, index[0], n);
+            else
+                for (size_t i = 0; i < n; ++i) mover.move(bytes_.get(), i, tile, index[i]);
+        });
+        return bytes_.get();
+    }
+
+ private:
+    size_t width_;
+    std::unique_ptr<uint8_t[]> bytes_;
+};
+
+template <size_t N> class Operands final : public Walk {
+ public:
+    Operands(size_t width, std::span<const Series> operands, Loop loop, const void* operation, size_t bytes)
+        : Walk(width, loop, operation, bytes) {
+        for (size_t k = 0; k < N; ++k) {
+            series_[k] = operands[k];
+            gathered_.emplace_back(operands[k].type.width);
+        }
+    }
+
+    QVO_RET next(qvo_seq_iterator_h it) override { return next(it, std::make_index_sequence<N>{}); }
+
+ private:
+    template <size_t... K> QVO_RET next(qvo_seq_iterator_h it, std::index_sequence<K...>) {
+        Operand operands[N] = {Operand(series_[K].it)...};
+        TileWriter out(it, capacity());
+        QVO_RET rc = QVO_S_OK;
+        while (out.room() != 0) {
+            if (rc = refill_all(Where::here(), operands[K]...); rc != QVO_S_OK) break;
+            if (!line_up(it, operands, out)) overlaps(it, operands, out);
+        }
+        (operands[K].store(), ...);
+        return out.finish(rc);
+    }
+
+    /// Takes elements with the same runs on all sides, if there are some: the loop reads the tiles themselves.
+    bool line_up(qvo_seq_iterator_h it, Operand* operands, TileWriter& out) {
+        size_t n = out.room();
+        for (size_t k = 0; k < N; ++k) {
+            if (operands[k].taken() != 0) return false;
+            n = std::min(n, operands[k].elements_left());
+        }
+        RunSpan span{n, 0};
+        for (size_t k = 1; k < N; ++k) span = equal_runs(operands[0].runs(), operands[k].runs(), span.elements);
+        constexpr size_t few = 8;
+        if (span.elements < few && span.elements != n) return false;
+        if (span.elements == 0) return false;
+        Batch batch{};
+        batch.n = span.elements;
+        for (size_t k = 0; k < N; ++k)
+            batch.in[k] = series_[k].it->tile.u.arr_uint1 + operands[k].index() * series_[k].type.width;
+        runs_ = operands[0].runs();
+        run_step_ = -1;
+        compute(it, out, batch);
+        out.put_runs(runs_, span);
+        for (size_t k = 0; k < N; ++k) operands[k].skip(span.elements);
+        return true;
+    }
+
+    void overlaps(qvo_seq_iterator_h it, Operand* operands, TileWriter& out) {
+        list_.collect(operands, out.room());
+        Batch batch{};
+        batch.n = list_.n;
+        for (size_t k = 0; k < N; ++k) batch.in[k] = gathered_[k].gather(series_[k].it, list_.index[k], list_.n);
+        runs_ = list_.run;
+        run_step_ = 1;
+        compute(it, out, batch);
+        unsigned positions = 0;
+        for (size_t i = 0; i < list_.n; ++i) {
+            out.set_run_ahead(i, list_.run[i]);
+            positions += list_.run[i];
+        }
+        out.advance({list_.n, positions});
+    }
+
+    void fail_at(uint64_t first_position, const LoopFault& fault) const override {
+        uint64_t position = first_position;
+        for (size_t i = 0; i < fault.element; ++i) position += runs_[static_cast<ptrdiff_t>(i) * run_step_];
+        fail(position, fault.sentence);
+    }
+
+    Series series_[N];
+    std::vector<Gathered> gathered_;
+    OverlapList<N> list_;
+    const uint8_t* runs_ = nullptr;  // of the batch, in steps of run_step_
+    ptrdiff_t run_step_ = 1;
+};
+
+}  // namespace
+
+Series elementwise(Plan& plan, ValueType type, std::span<const Series> operands, Loop loop, const void* operation,
+                   size_t operation_bytes) {
+    const std::optional<uint64_t> length = common_length(operands);
+    Series result;
+    if (operands.size() == 1)
+        result = plan.make<OneOperand>(type, length, type.width, operands, loop, operation, operation_bytes);
+    else if (operands.size() == 2)
+        result = plan.make<Operands<2>>(type, length, type.width, operands, loop, operation, operation_bytes);
+    else
+        result = plan.make<Operands<3>>(type, length, type.width, operands, loop, operation, operation_bytes);
+    return with_equal_lengths(plan, result, operands);
+}
+
+}  // namespace qvo::value
