@@ -80,7 +80,7 @@ struct OpenTile {
     // What codings take from their headers.
     OffsetHeader offsets{};
     const uint8_t* body = nullptr;  // behind the header
-    uint64_t sum = 0;               // deltas: the integer before `at`
+    uint64_t sum = 0;               // deltas: of the offsets before `at`
     Progression progression;
 };
 

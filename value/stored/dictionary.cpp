@@ -30,16 +30,37 @@ uint64_t hash_of(const uint8_t* value, size_t width) {
     return hash;
 }
 
+/// Values of up to eight bytes as themselves, of more bytes their hash.
+uint64_t key_of(const uint8_t* value, size_t width) {
+    switch (width) {
+        case 1:
+            return *value;
+        case 2:
+            return load<uint16_t>(value);
+        case 4:
+            return load<uint32_t>(value);
+        case 8:
+            return load<uint64_t>(value);
+        default:
+            break;
+    }
+    if (width > 8) return hash_of(value, width);
+    uint64_t key = 0;
+    std::memcpy(&key, value, width);
+    return key;
+}
+
 /// Different values among a few that lie apart.
 size_t different_in_sample(const Elements& e) {
     const size_t width = e.type.width;
-    const uint8_t* seen[n_samples];
+    uint64_t seen[n_samples];
     size_t n = 0;
     for (size_t k = 0; k < n_samples; ++k) {
-        const uint8_t* const value = e.values + k * (e.n - 1) / (n_samples - 1) * width;
-        size_t i = 0;
-        while (i < n && std::memcmp(seen[i], value, width) != 0) ++i;
-        if (i == n) seen[n++] = value;
+        const uint64_t key = key_of(e.values + k * (e.n - 1) / (n_samples - 1) * width, width);
+        bool found = false;
+        for (size_t i = 0; i < n; ++i) found |= seen[i] == key;
+        seen[n] = key;
+        n += !found;
     }
     return n;
 }
@@ -48,49 +69,100 @@ constexpr size_t size_of(size_t n, size_t entries, size_t width, unsigned bits) 
     return sizeof(DictionaryHeader) + entries * width + packed_size(n, bits);
 }
 
-/// Numbers the different values; false once they take as much as `below` bytes with their indices.
+/// Numbers the different values. The table grows with them, so that few are looked for in little memory.
 class Numbering {
  public:
     Numbering(const Elements& e, Scratch& scratch) : e_(e), scratch_(scratch) {
-        n_slots_ = std::bit_ceil(2 * e.n);
         scratch.indices.resize(0);
         scratch.indices.extend(e.n * sizeof(uint16_t));
-        scratch.slots.resize(0);
-        std::memset(scratch.slots.extend(n_slots_ * sizeof(uint32_t)), 0, n_slots_ * sizeof(uint32_t));
         scratch.entries.resize(0);
+        make_slots(128);
     }
     size_t entries() const { return entries_; }
 
+    /// False once they take as much as `below` bytes with their indices, or go on being new.
     bool run(size_t below) {
-        const size_t width = e_.type.width;
+        switch (e_.type.width) {
+            case 1:
+                return run_as<1>(below);
+            case 2:
+                return run_as<2>(below);
+            case 4:
+                return run_as<4>(below);
+            case 8:
+                return run_as<8>(below);
+            default:
+                return run_as<0>(below);
+        }
+    }
+
+ private:
+    struct Slot {
+        uint64_t key;
+        uint64_t number;  // of the entry, from 1 on; 0 is an empty slot
+    };
+
+    template <size_t fixed> bool run_as(size_t below) {
+        const size_t width = fixed != 0 ? fixed : e_.type.width;
         auto* const indices = reinterpret_cast<uint16_t*>(scratch_.indices.data());
         for (size_t i = 0; i < e_.n; ++i) {
             const uint8_t* const value = e_.values + i * width;
-            uint32_t& slot = slot_of(value);
-            if (slot == 0) {
-                if (entries_ == max_entries || size_of(e_.n, entries_ + 1, width, bits_for(entries_)) >= below)
+            const uint64_t key = key_of(value, width);
+            Slot* slot = find(key, value, width);
+            if (slot->number == 0) {
+                const bool hopeless = i >= 256 && entries_ > i - i / 8;
+                if (hopeless || entries_ == max_entries ||
+                    size_of(e_.n, entries_ + 1, width, bits_for(entries_)) >= below)
                     return false;
                 scratch_.entries.append(value, width);
-                slot = static_cast<uint32_t>(++entries_);
+                *slot = {key, ++entries_};
+                indices[i] = static_cast<uint16_t>(entries_ - 1);
+                if (2 * entries_ > n_slots_) grow();
+            } else {
+                indices[i] = static_cast<uint16_t>(slot->number - 1);
             }
-            indices[i] = static_cast<uint16_t>(slot - 1);
         }
         return true;
     }
 
- private:
-    uint32_t& slot_of(const uint8_t* value) {
-        const size_t width = e_.type.width;
-        auto* const slots = reinterpret_cast<uint32_t*>(scratch_.slots.data());
-        for (size_t at = hash_of(value, width);; ++at) {
-            uint32_t& slot = slots[at & (n_slots_ - 1)];
-            if (slot == 0 || std::memcmp(scratch_.entries.data() + (slot - 1) * width, value, width) == 0) return slot;
+    Slot* slots() { return reinterpret_cast<Slot*>(scratch_.slots.data()); }
+    size_t place_of(uint64_t key) const { return static_cast<size_t>((key * 0x9e3779b97f4a7c15U) >> shift_); }
+
+    Slot* find(uint64_t key, const uint8_t* value, size_t width) {
+        for (size_t at = place_of(key);; ++at) {
+            Slot* const slot = slots() + (at & (n_slots_ - 1));
+            if (slot->number == 0) return slot;
+            if (slot->key != key) continue;
+            // Of more than eight bytes the key is but a hash.
+            if (width <= 8 || std::memcmp(scratch_.entries.data() + (slot->number - 1) * width, value, width) == 0)
+                return slot;
+        }
+    }
+
+    void make_slots(size_t n) {
+        n_slots_ = n;
+        shift_ = 64 - std::countr_zero(n);
+        scratch_.slots.resize(0);
+        std::memset(scratch_.slots.extend(n * sizeof(Slot)), 0, n * sizeof(Slot));
+    }
+    void grow() {
+        const Buffer old = std::move(scratch_.slots);
+        const size_t n_old = n_slots_;
+        scratch_.slots = Buffer();
+        make_slots(4 * n_old);
+        for (size_t i = 0; i < n_old; ++i) {
+            const auto slot = load<Slot>(old.data() + i * sizeof(Slot));
+            if (slot.number == 0) continue;
+            size_t at = place_of(slot.key);
+            while (slots()[at & (n_slots_ - 1)].number != 0) ++at;
+            slots()[at & (n_slots_ - 1)] = slot;
         }
     }
 
     const Elements& e_;
     Scratch& scratch_;
-    size_t n_slots_, entries_ = 0;
+    size_t n_slots_ = 0, entries_ = 0;
+    int shift_ = 0;
 };
 
 bool plan_dictionary(const Elements& e, const Profile&, Scratch& scratch, Plan& plan) {

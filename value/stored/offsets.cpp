@@ -27,6 +27,10 @@ struct ExactDivisor {
         const uint64_t product = x * inverse;
         return shift == 0 ? product : product >> shift | product << (64 - shift);
     }
+    /// The quotient of a multiple, which is below 2^32: its low bits are those of a product of low bits.
+    QVO_INLINE uint32_t small(uint64_t x) const {
+        return static_cast<uint32_t>(x >> shift) * static_cast<uint32_t>(inverse);
+    }
 };
 
 template <class V> struct Passes {
@@ -76,14 +80,14 @@ template <class V> struct Passes {
                                               Offset* __restrict to) {
             const ExactDivisor divide = by;
             for (size_t i = 0; i < n; ++i)
-                to[i] = static_cast<Offset>(divide(static_cast<Word>(static_cast<Word>(values[i]) - base)));
+                to[i] = static_cast<Offset>(divide.small(static_cast<Word>(static_cast<Word>(values[i]) - base)));
         }
         /// Differences to the value before, from the second on.
         QVO_CPU_VARIANTS static void of_deltas(const V* __restrict values, size_t n, Word extra, const ExactDivisor& by,
                                                Offset* __restrict to) {
             const ExactDivisor divide = by;
             for (size_t i = 1; i < n; ++i)
-                to[i] = static_cast<Offset>(divide(static_cast<Word>(difference(values, i) - extra)));
+                to[i] = static_cast<Offset>(divide.small(static_cast<Word>(difference(values, i) - extra)));
         }
         QVO_CPU_VARIANTS static void of_deltas_of_one(const V* __restrict values, size_t n, Word extra,
                                                       Offset* __restrict to) {
@@ -231,7 +235,7 @@ void open_offsets(OpenTile& tile) {
     if (tile.size != offsets_size(tile.n, h.bits)) damaged("size of a tile");
     tile.offsets = h;
     tile.body = tile.payload + sizeof h;
-    tile.sum = h.base;
+    tile.sum = 0;
 }
 
 }  // namespace qvo::value

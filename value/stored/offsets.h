@@ -36,16 +36,18 @@ template <class Convert, class T> class OffsetReader {
     static void read(OpenTile& tile, size_t n, const Convert& convert, T* to) {
         if (to == nullptr && (tile.offsets.flags & offsets_of_deltas) == 0) return;
         const unsigned bits = tile.offsets.bits;
+        uint64_t at = tile.at;
         switch (bits) {
             case 8:
-                return read_as<uint8_t>(tile, tile.body + tile.at, n, convert, to);
+                return read_as<uint8_t>(tile, at, tile.body + at, n, convert, to);
             case 16:
-                return read_as<uint16_t>(tile, tile.body + 2 * tile.at, n, convert, to);
+                return read_as<uint16_t>(tile, at, tile.body + 2 * at, n, convert, to);
             case 32:
-                return read_as<uint32_t>(tile, tile.body + 4 * tile.at, n, convert, to);
+                return read_as<uint32_t>(tile, at, tile.body + 4 * at, n, convert, to);
             default:
-                for_unpacked(tile.body, bits, tile.at, n, [&](const uint8_t* bytes, size_t some) {
-                    read_as<uint8_t>(tile, bytes, some, convert, to);
+                for_unpacked(tile.body, bits, at, n, [&](const uint8_t* bytes, size_t some) {
+                    read_as<uint8_t>(tile, at, bytes, some, convert, to);
+                    at += some;
                     if (to != nullptr) to += some;
                 });
         }
@@ -53,11 +55,11 @@ template <class Convert, class T> class OffsetReader {
 
  private:
     template <class Offset>
-    static void read_as(OpenTile& tile, const uint8_t* from, size_t n, const Convert& convert, T* to) {
+    static void read_as(OpenTile& tile, uint64_t at, const uint8_t* from, size_t n, const Convert& convert, T* to) {
         const OffsetHeader& h = tile.offsets;
         const Loop<Offset> loop{static_cast<Word>(h.base), static_cast<Word>(h.unit), static_cast<Word>(h.extra)};
         if ((h.flags & offsets_of_deltas) != 0) {
-            tile.sum = deltas(loop, static_cast<Word>(tile.sum), from, n, convert, to);
+            deltas(loop, tile, at, from, n, convert, to);
         } else if ((h.flags & offsets_with_missing) != 0) {
             const auto ones = static_cast<Offset>(~uint32_t{0} >> (32 - h.bits));
             Loop<Offset>::with_missing(loop, ones, from, n, convert, to);
@@ -95,38 +97,57 @@ template <class Convert, class T> class OffsetReader {
                 to[i] = offset(from, i) == ones ? convert.missing : value;
             }
         }
-        /// The words of deltas, and the last one. It is one addition after the other that takes the time.
-        QVO_CPU_VARIANTS static Word sums(const Loop& l, Word sum, const uint8_t* __restrict from, size_t n,
-                                          Word* __restrict to) {
-            const Word unit = l.unit, extra = l.extra;
-            for (size_t i = 0; i < n; ++i) {
-                sum += extra + unit * offset(from, i);
-                to[i] = sum;
+        /// Sums of the offsets up to each one. Four at a time, as it is one addition after the other that takes time.
+        static uint64_t sums(uint64_t sum, const uint8_t* __restrict from, size_t n, uint64_t* __restrict to) {
+            size_t i = 0;
+            for (; i + 4 <= n; i += 4) {
+                const uint64_t one = offset(from, i), two = one + offset(from, i + 1);
+                const uint64_t three = two + offset(from, i + 2), four = three + offset(from, i + 3);
+                to[i] = sum + one;
+                to[i + 1] = sum + two;
+                to[i + 2] = sum + three;
+                to[i + 3] = sum += four;
             }
+            for (; i < n; ++i) to[i] = sum += offset(from, i);
             return sum;
         }
-        QVO_CPU_VARIANTS static void converted(const Word* __restrict words, size_t n, const Convert& c,
-                                               T* __restrict to) {
+        /// Integers from the sums of their offsets.
+        QVO_CPU_VARIANTS static void summed(const Loop& l, Word first, const uint64_t* __restrict sums, size_t n,
+                                            const Convert& c, T* __restrict to) {
             const Convert convert = c;
-            for (size_t i = 0; i < n; ++i) to[i] = convert(words[i]);
+            const Word base = l.base + l.extra * first, unit = l.unit, extra = l.extra;
+            for (size_t i = 0; i < n; ++i)
+                to[i] = convert(base + extra * static_cast<Word>(i) + unit * static_cast<Word>(sums[i]));
+        }
+        QVO_CPU_VARIANTS static void summed_of_one(const Loop& l, Word first, const uint64_t* __restrict sums, size_t n,
+                                                   const Convert& c, T* __restrict to) {
+            const Convert convert = c;
+            const Word base = l.base + l.extra * first, extra = l.extra;
+            Word more = 0;
+            for (size_t i = 0; i < n; ++i, more += extra) to[i] = convert(base + more + static_cast<Word>(sums[i]));
         }
     };
 
+    /// Integer i is base + (i + 1) * extra + unit * (the sum of the offsets up to i).
     template <class Offset>
-    static Word deltas(const Loop<Offset>& loop, Word sum, const uint8_t* from, size_t n, const Convert& convert,
-                       T* to) {
-        Word words[unpack_block];
+    static void deltas(const Loop<Offset>& loop, OpenTile& tile, uint64_t at, const uint8_t* from, size_t n,
+                       const Convert& convert, T* to) {
+        uint64_t sums[unpack_block];
         while (n != 0) {
             const size_t some = n < unpack_block ? n : unpack_block;
-            sum = Loop<Offset>::sums(loop, sum, from, some, words);
+            tile.sum = Loop<Offset>::sums(tile.sum, from, some, sums);
             if (to != nullptr) {
-                Loop<Offset>::converted(words, some, convert, to);
+                const auto first = static_cast<Word>(at + 1);
+                if (loop.unit == 1)
+                    Loop<Offset>::summed_of_one(loop, first, sums, some, convert, to);
+                else
+                    Loop<Offset>::summed(loop, first, sums, some, convert, to);
                 to += some;
             }
             from += some * sizeof(Offset);
+            at += some;
             n -= some;
         }
-        return sum;
     }
 };
 

@@ -33,6 +33,7 @@ template <class V> struct Scan {
     using Values = typename VectorOf<V>::type;
     using Bits = typename VectorOf<B>::type;
     static constexpr size_t lanes = vector_bytes / sizeof(V);
+    static constexpr size_t chains = 3;
     static constexpr bool floating = std::is_floating_point_v<V>;
     // Steps after which a lane that counts may be full.
     static constexpr size_t block = sizeof(V) == 1 ? 255 : 65535;
@@ -42,26 +43,34 @@ template <class V> struct Scan {
 
     /// Elements from 1 on; those before and after whole vectors go one by one.
     QVO_CPU_VARIANTS static void run(Scan& scan, const V* values, size_t n) {
-        Values low, high;
-        for (size_t k = 0; k < lanes; ++k) low[k] = scan.smallest, high[k] = scan.largest;
+        // Several chains, as a minimum takes longer than a step of the loop.
+        Values low[chains], high[chains];
+        for (size_t c = 0; c < chains; ++c)
+            for (size_t k = 0; k < lanes; ++k) low[c][k] = scan.smallest, high[c][k] = scan.largest;
         size_t i = 1;
-        while (i + lanes <= n) {
-            Bits equal{}, missing{};
-            for (size_t step = 0; step < block && i + lanes <= n; ++step, i += lanes) {
-                Values x;
-                Bits bits, before;
-                std::memcpy(&x, values + i, sizeof x);
-                std::memcpy(&bits, values + i, sizeof bits);
-                std::memcpy(&before, values + i - 1, sizeof before);
-                low = x < low ? x : low;
-                high = x > high ? x : high;
-                equal += reinterpret_cast<Bits>(bits == before);
-                if constexpr (floating) missing += reinterpret_cast<Bits>(x != x);
+        while (i + chains * lanes <= n) {
+            Bits equal[chains]{}, missing[chains]{};
+            for (size_t step = 0; step < block && i + chains * lanes <= n; ++step, i += chains * lanes) {
+                for (size_t c = 0; c < chains; ++c) {
+                    const V* const from = values + i + c * lanes;
+                    Values x;
+                    Bits bits, before;
+                    std::memcpy(&x, from, sizeof x);
+                    std::memcpy(&bits, from, sizeof bits);
+                    std::memcpy(&before, from - 1, sizeof before);
+                    low[c] = x < low[c] ? x : low[c];
+                    high[c] = x > high[c] ? x : high[c];
+                    equal[c] += reinterpret_cast<Bits>(bits == before);
+                    if constexpr (floating) missing[c] += reinterpret_cast<Bits>(x != x);
+                }
             }
-            scan.equal += total(equal);
-            scan.missing += total(missing);
+            for (size_t c = 0; c < chains; ++c) {
+                scan.equal += total(equal[c]);
+                scan.missing += total(missing[c]);
+            }
         }
-        for (size_t k = 0; k < lanes; ++k) scan.take(low[k], high[k]);
+        for (size_t c = 0; c < chains; ++c)
+            for (size_t k = 0; k < lanes; ++k) scan.take(low[c][k], high[c][k]);
         for (; i < n; ++i) {
             scan.take(values[i], values[i]);
             if constexpr (floating) scan.missing += values[i] != values[i];
@@ -114,27 +123,49 @@ template <class V> Profile profile_numbers(const V* values, size_t n) {
     return profile;
 }
 
-/// The first eight bytes of a text, compared as text is.
-uint64_t prefix_of(const uint8_t* text, size_t width) {
-    uint64_t prefix = 0;
-    std::memcpy(&prefix, text, std::min<size_t>(width, sizeof prefix));
-    return __builtin_bswap64(prefix);
-}
+/// Texts by their first eight bytes, as numbers that compare as the texts do.
+class Prefixes {
+ public:
+    explicit Prefixes(const Elements& e) : e_(e), width_(e.type.width) {}
+    uint64_t at(size_t i) const {
+        const uint8_t* const text = e_.values + i * width_;
+        if ((e_.n - i) * width_ < sizeof(uint64_t)) {
+            uint64_t prefix = 0;
+            std::memcpy(&prefix, text, std::min(width_, sizeof prefix));
+            return __builtin_bswap64(prefix);
+        }
+        const uint64_t prefix = __builtin_bswap64(format::load<uint64_t>(text));
+        return width_ < sizeof prefix ? prefix & ~(~uint64_t{0} >> (8 * width_)) : prefix;
+    }
+    /// Whether text i is that before it, which has the same prefix.
+    bool rest_equal(size_t i) const {
+        const uint8_t* const text = e_.values + i * width_ + sizeof(uint64_t);
+        return width_ <= sizeof(uint64_t) || std::memcmp(text, text - width_, width_ - sizeof(uint64_t)) == 0;
+    }
+
+ private:
+    const Elements& e_;
+    size_t width_;
+};
 
 size_t equal_texts(const Elements& e, size_t from) {
+    const Prefixes prefixes(e);
     size_t count = 0;
-    const size_t width = e.type.width;
-    for (size_t i = from; i < e.n; ++i)
-        count += std::memcmp(e.values + i * width, e.values + (i - 1) * width, width) == 0;
+    uint64_t before = prefixes.at(from - 1);
+    for (size_t i = from; i < e.n; ++i) {
+        const uint64_t prefix = prefixes.at(i);
+        if (prefix == before) count += prefixes.rest_equal(i);
+        before = prefix;
+    }
     return count;
 }
 
 Profile profile_texts(const Elements& e) {
+    const Prefixes prefixes(e);
     uint64_t smallest = ~uint64_t{0}, largest = 0;
     for (size_t i = 0; i < e.n; ++i) {
-        const uint64_t prefix = prefix_of(e.values + i * e.type.width, e.type.width);
-        smallest = std::min(smallest, prefix);
-        largest = std::max(largest, prefix);
+        smallest = std::min(smallest, prefixes.at(i));
+        largest = std::max(largest, prefixes.at(i));
     }
     Profile profile;
     put(profile.smallest, __builtin_bswap64(smallest));

@@ -67,6 +67,21 @@ size_t join(uint8_t* values, ValueType type, uint32_t* runs, size_t from, size_t
     }
 }
 
+/// Cuts runs; `fixed` is the width of the values where the loop is compiled for it.
+template <size_t fixed>
+void cut(const uint8_t* values, size_t width, const uint32_t* runs, size_t n, uint32_t limit, uint8_t* __restrict to,
+         uint32_t* __restrict run_to) {
+    if constexpr (fixed != 0) width = fixed;
+    for (size_t i = 0; i < n; ++i, values += width) {
+        for (uint32_t left = runs[i]; left != 0; to += width) {
+            std::memcpy(to, values, width);
+            const uint32_t run = std::min(left, limit);
+            *run_to++ = run;
+            left -= run;
+        }
+    }
+}
+
 }  // namespace
 
 uint8_t* Stage::append(const void* values, size_t n) {
@@ -116,7 +131,7 @@ void Stage::settle() {
     } else {
         equal = count_equal(elements(), from);
     }
-    if (equal != 0 && worth_joining(positions_, n_ - equal)) {
+    if (equal != 0 && worth_joining(type_.type, positions_, n_ - equal)) {
         n_ = join(values_.data(), type_, need_runs(), from, n_);
         has_profile_ = false;
     }
@@ -130,20 +145,28 @@ const Profile& Stage::profile() {
 }
 
 void Stage::cut_runs(uint32_t limit) {
-    const size_t width = type_.width;
     const uint32_t* const old_runs = runs();
     size_t n = 0;
     for (size_t i = 0; i < n_; ++i) n += (old_runs[i] - 1) / limit + 1;
     Buffer values, runs;
-    uint8_t* to = values.extend(std::max(n, capacity_) * width);
-    auto* run_to = reinterpret_cast<uint32_t*>(runs.extend(std::max(n, capacity_) * sizeof(uint32_t)));
-    for (size_t i = 0; i < n_; ++i) {
-        for (uint32_t left = old_runs[i]; left != 0; to += width) {
-            std::memcpy(to, values_.data() + i * width, width);
-            const uint32_t run = std::min(left, limit);
-            *run_to++ = run;
-            left -= run;
-        }
+    values.resize(std::max(n, capacity_) * type_.width);
+    runs.resize(std::max(n, capacity_) * sizeof(uint32_t));
+    auto* const new_runs = reinterpret_cast<uint32_t*>(runs.data());
+    switch (type_.width) {
+        case 1:
+            cut<1>(values_.data(), 1, old_runs, n_, limit, values.data(), new_runs);
+            break;
+        case 2:
+            cut<2>(values_.data(), 2, old_runs, n_, limit, values.data(), new_runs);
+            break;
+        case 4:
+            cut<4>(values_.data(), 4, old_runs, n_, limit, values.data(), new_runs);
+            break;
+        case 8:
+            cut<8>(values_.data(), 8, old_runs, n_, limit, values.data(), new_runs);
+            break;
+        default:
+            cut<0>(values_.data(), type_.width, old_runs, n_, limit, values.data(), new_runs);
     }
     values_ = std::move(values);
     runs_ = std::move(runs);

@@ -55,7 +55,9 @@ class Stage {
     Profile profile_;
 };
 
-/// Joining pays if it leaves two elements of three, or fewer.
-constexpr bool worth_joining(uint64_t positions, size_t elements) { return 2 * positions >= 3 * uint64_t{elements}; }
+/// Joining pays if it leaves two elements of three, or fewer; of booleans, of which eight take a byte, two of nine.
+constexpr bool worth_joining(Type type, uint64_t positions, size_t elements) {
+    return 2 * positions >= (type == Type::boolean ? 9 : 3) * uint64_t{elements};
+}
 
 }  // namespace qvo::value

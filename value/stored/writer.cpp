@@ -18,6 +18,8 @@ struct FreeContext {
 };
 
 constexpr int compression_level = 3;
+// Room made ahead for what is expected; beyond it, buffers grow as they must.
+constexpr double max_reserved = 0x1p28;
 
 struct RunForm {
     uint32_t limit;  // longest run
@@ -68,7 +70,8 @@ struct Writer::State {
     Scratch scratch;
     Buffer tile_scratch;
     std::unique_ptr<ZSTD_CCtx, FreeContext> context;
-    uint64_t written = 0;  // positions
+    uint64_t written = 0;   // positions
+    uint64_t expected = 0;  // positions, of which most will be like the first tile's
 
     // The tile that waits: a constant or a progression, if it has any positions.
     struct {
@@ -212,7 +215,7 @@ struct Writer::State {
     bool write_in_place(const uint8_t* values) {
         const Elements elements{type, values, stage.capacity()};
         const Profile profile = profile_of(elements);
-        if (worth_joining(elements.n, elements.n - profile.equal)) return false;
+        if (worth_joining(type.type, elements.n, elements.n - profile.equal)) return false;
         write(elements, profile, nullptr, elements.n);
         return true;
     }
@@ -239,7 +242,8 @@ struct Writer::State {
         const uint64_t value_bits = 8 * plan.size / elements.n;
         const RunForm form = run_form(runs, elements.n, value_bits);
         const uint64_t raw = positions * type.width, single_size = plan.size * positions / elements.n;
-        const bool keep = worth_joining(positions, elements.n) && form.size <= std::min(2 * single_size, raw);
+        const bool keep =
+            worth_joining(type.type, positions, elements.n) && form.size <= std::min(2 * single_size, raw);
         if (!keep && raw <= max_tile_values) return write_cut(1, 0);
         for (size_t i = 0; i < elements.n; ++i)
             if (runs[i] > form.limit) return write_cut(form.limit, form.width);
@@ -327,6 +331,7 @@ struct Writer::State {
         entry.offset = out.size();
 
         const size_t size = plan.size + elements.n * run_width;
+        if (expected > positions) reserve_for(size + sizeof(Entry), positions);
         uint8_t* const to = out.extend(padded(size));
         coding_of(plan.encoding).write(elements, plan, scratch, to);
         if (run_width != 0) write_runs(runs, elements.n, run_width, to + plan.size);
@@ -336,6 +341,14 @@ struct Writer::State {
         entry.checksum = tile_checksum(out.data() + entry.offset, padded(entry.size));
         entries.push_back(entry);
         written += positions;
+    }
+
+    /// Makes room for what is expected, if it takes as much for each position as this.
+    void reserve_for(size_t bytes, uint64_t positions) {
+        const double most = static_cast<double>(expected - positions) * type.width;
+        const double all = static_cast<double>(bytes) * static_cast<double>(expected) / static_cast<double>(positions);
+        if (std::min(most, all) < max_reserved) out.reserve(bytes + static_cast<size_t>(std::min(most, all)));
+        expected = 0;
     }
 
     /// Compresses the tile just written, if that makes it smaller.
@@ -397,6 +410,7 @@ void Writer::put_progression(int64_t start, int64_t step, uint64_t positions) {
     if (step == 0) return state_->put_repeated(&start, positions);  // little-endian: the low bytes are the value
     state_->put_progression({static_cast<uint64_t>(start), static_cast<uint64_t>(step)}, positions);
 }
+void Writer::expect(uint64_t positions) { state_->expected = positions; }
 void Writer::put_stored(const Stored& stored) { state_->put_stored(stored); }
 uint64_t Writer::positions() const { return state_->positions(); }
 Buffer Writer::finish() { return state_->finish(); }

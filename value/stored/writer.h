@@ -18,6 +18,9 @@ class Writer {
     ~Writer();
     Writer(Writer&&) noexcept;
 
+    /// Says how many positions there will be, so that the bytes need not be moved as they grow. It may be wrong.
+    void expect(uint64_t positions);
+
     /// Adds n elements: an array of the type, and their runs as operators have them, the byte of element i at
     /// first_run[-i]. Text is zero-padded.
     void put(const void* values, const uint8_t* first_run, size_t n);

@@ -1,0 +1,24 @@
+// The checksum of a tile, compiled for machines with AVX2; only called where there is one.
+#include "stored/format.h"
+
+#if QVO_CHECKSUM_AVX2
+
+// What the standard library has is compiled before, for any machine: the linker may keep these copies for all.
+#include <immintrin.h>
+#include <stdlib.h>
+#include <string.h>
+
+#pragma GCC push_options
+#pragma GCC target("avx2")
+#define XXH_INLINE_ALL
+#define XXH_VECTOR XXH_AVX2
+#include <xxhash.h>
+
+namespace qvo::value::format {
+
+uint64_t tile_checksum_avx2(const uint8_t* bytes, size_t n) { return XXH3_64bits(bytes, n); }
+
+}  // namespace qvo::value::format
+#pragma GCC pop_options
+
+#endif
