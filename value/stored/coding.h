@@ -50,9 +50,12 @@ struct Progression {
     bool matches(const Elements& elements, uint64_t from) const;
     /// Whether n more values from position `from` on are those of another one.
     bool continued_by(Type type, const Progression& other, uint64_t from, uint64_t n) const;
-    /// Whether the values up to position n - 1 are values of the type.
+    /// Whether the values up to position n - 1 are values of the type, none of them missing or infinite.
     bool fits(Type type, uint64_t n) const;
 };
+
+/// Whether an element is NaN.
+bool is_missing(const Elements& elements, size_t i);
 
 /// How a coding would write a tile.
 struct Plan {

@@ -184,6 +184,11 @@ Profile profile_of(const Elements& e) {
     });
 }
 
+bool is_missing(const Elements& e, size_t i) {
+    if (e.type.type == Type::float_) return e.as<float>()[i] != e.as<float>()[i];
+    return e.type.type == Type::double_ && e.as<double>()[i] != e.as<double>()[i];
+}
+
 size_t count_equal(const Elements& e, size_t from) {
     switch (e.type.type == Type::char_ ? 0 : e.type.width) {
         case 1:

@@ -1,4 +1,5 @@
 // Regular values: start, start + step, start + 2 * step, ... of any number, in 16 bytes.
+#include <cmath>
 #include <limits>
 #include <type_traits>
 
@@ -103,7 +104,12 @@ bool Progression::continued_by(Type type, const Progression& other, uint64_t fro
 }
 
 bool Progression::fits(Type type, uint64_t n) const {
-    if (type == Type::double_) return n <= max_double_positions;
+    if (type == Type::double_) {
+        // What lies between finite ends is finite.
+        const double first = std::bit_cast<double>(start), each = std::bit_cast<double>(step);
+        return n <= max_double_positions && std::isfinite(first) && std::isfinite(each) &&
+               std::isfinite(double_at(first, each, n - 1));
+    }
     return with_value(type, [&](auto zero) {
         using V = decltype(zero);
         if constexpr (std::is_floating_point_v<V>) {

@@ -53,11 +53,6 @@ void write_runs(const uint32_t* runs, size_t n, unsigned width, uint8_t* to) {
     }
 }
 
-bool is_missing(const Elements& e, size_t i) {
-    if (e.type.type == Type::float_) return e.as<float>()[i] != e.as<float>()[i];
-    return e.as<double>()[i] != e.as<double>()[i];
-}
-
 }  // namespace
 
 struct Writer::State {
