@@ -171,7 +171,7 @@ bool plan_dictionary(const Elements& e, const Profile&, Scratch& scratch, Plan& 
     const size_t worth = plan.size - plan.size / 8;  // looking up takes longer than other ways to read
     if (e.type.type == Type::boolean || size_of(e.n, fewest, width, bits_for(fewest - 1)) >= worth) return false;
     // Of numbers that are nearly all different in a sample there are too many; texts pay even so.
-    if (e.type.type != Type::char_ && (e.n < n_samples || 4 * fewest > 3 * n_samples)) return false;
+    if (e.type.type != Type::char_ && (e.n < n_samples || 8 * fewest > 7 * n_samples)) return false;
     Numbering numbering(e, scratch);
     if (!numbering.run(worth)) return false;
     plan.encoding = Encoding::dictionary;
