@@ -113,13 +113,13 @@ typedef struct {
     const char* section;
     qvo_function_kind_t kind;
     qvo_gives_t gives;
-    int has_state;        /* of an aggregate: qvo_aggregate_state and qvo_aggregate_merge work */
-    size_t n_parameters;  /* described below */
-    size_t fewest, most;  /* arguments; the last parameter may repeat */
-    const char* summary;  /* one line */
-    const char* result;   /* the type, in words */
-    const char* rule;     /* the exact rule; may be empty */
-    const char* example;  /* a call; [1, null] stands for a sequence, int4[1] for one of a type */
+    int has_state;       /* of an aggregate: qvo_aggregate_state and qvo_aggregate_merge work */
+    size_t n_parameters; /* described below */
+    size_t fewest, most; /* arguments; the last parameter may repeat */
+    const char* summary; /* one line */
+    const char* result;  /* the type, in words */
+    const char* rule;    /* the exact rule; may be empty */
+    const char* example; /* a call; [1, null] stands for a sequence, int4[1] for one of a type */
     const char* example_result;
     const char* columns; /* of a table: names separated by blanks */
     const char* python;  /* the operator that Python spells it with, or empty */
@@ -214,7 +214,7 @@ typedef enum {
 
 /*
  * Expressions are immutable and counted: a new one has one reference; the last qvo_expression_release frees it, and then
- * calls `release` (if not null) with `owner`, once, for those that were given bytes. A call refers to its arguments.
+ * calls `release` (if not null) with `owner`, once, for those that were given bytes; after an error it is not called. A call refers to its arguments.
  */
 QVO_VALUE_API qvo_value_code_t qvo_expression_stored(const void* bytes, size_t size, void (*release)(void* owner),
                                                      void* owner, qvo_expression_t** expression, qvo_error_t* error);

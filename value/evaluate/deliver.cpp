@@ -1,5 +1,7 @@
 #include "evaluate/deliver.h"
 
+#include "core/move.h"
+
 namespace qvo::value {
 
 Buffer to_stored(Plan& plan, const Series& series, WriterOptions options) {
@@ -8,6 +10,30 @@ Buffer to_stored(Plan& plan, const Series& series, WriterOptions options) {
     for_each_tile(plan, series,
                   [&](const void* values, const uint8_t* runs, size_t n) { writer.put(values, runs, n); });
     return writer.finish();
+}
+
+Buffer to_array(Plan& plan, const Series& series) {
+    const size_t width = series.type.width;
+    Buffer all;
+    if (series.length) {
+        plan.within_budget(*series.length);
+        all.reserve(*series.length * width);
+    }
+    for_each_tile(plan, series, [&](const void* values, const uint8_t* runs, size_t n) {
+        if (leading_single_runs(runs, n) == n) {
+            plan.within_budget(all.size() / width + n);
+            all.append(values, n * width);
+            return;
+        }
+        const uint64_t positions = sum_runs(runs, n);
+        plan.within_budget(all.size() / width + positions);
+        uint8_t* const to = all.extend(positions * width);
+        with_mover(width, [&](auto mover) {
+            for (size_t i = 0, at = 0; i < n; at += get_run(runs, i), ++i)
+                mover.fill(to, at, values, i, get_run(runs, i));
+        });
+    });
+    return all;
 }
 
 }  // namespace qvo::value

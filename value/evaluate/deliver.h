@@ -14,6 +14,9 @@ template <class Take> void for_each_tile(Plan& plan, const Series& series, Take 
     while (plan.pull(series.it)) take(series.it->tile.u.arr_char, runs_of(series.it), size_t{series.it->tile_size});
 }
 
+/// All positions of a series, one value after the other; they count against the budget.
+Buffer to_array(Plan& plan, const Series& series);
+
 /// All positions of a series as an array, runs expanded; they count against the budget.
 template <class V> std::vector<V> to_vector(Plan& plan, const Series& series) {
     std::vector<V> all;

@@ -1,0 +1,59 @@
+// What the parts of the SQLite extension share: data on its way in and out, and what belongs to one connection.
+#pragma once
+
+#include <sqlite3ext.h>
+
+#include <string>
+
+#include "qvovalue.h"
+
+SQLITE_EXTENSION_INIT3
+
+namespace qvo::sqlite {
+
+/// The prefix of every name in SQL.
+inline constexpr char prefix[] = "seq_";
+
+/// One connection's settings. Every function that is registered holds a reference; the last one to go frees it.
+struct Connection {
+    sqlite3* db;
+    unsigned references = 0;
+    uint64_t budget = uint64_t{1} << 27;
+
+    void retain() { ++references; }
+    void release() {
+        if (--references == 0) delete this;
+    }
+};
+
+/// The limits of one call, and how long ago the host was asked whether it goes on.
+class CallLimits {
+ public:
+    explicit CallLimits(const Connection& connection);
+    CallLimits(const CallLimits&) = delete;
+    CallLimits& operator=(const CallLimits&) = delete;
+    operator const qvo_limits_t*() const { return &limits_; }
+
+ private:
+    static int interrupted(void* self);
+    sqlite3* db_;
+    int64_t asked_ = 0;  // nanoseconds of a steady clock; 0: not yet
+    qvo_limits_t limits_;
+};
+
+/// An argument as the value layer sees it; bytes stay the database's.
+qvo_datum_t datum_of(sqlite3_value* value);
+
+/// Hands a result over, with its memory.
+void set_result(sqlite3_context* context, qvo_datum_t& result);
+
+/// Hands an error over as SQLite's own kind of error.
+void set_error(sqlite3_context* context, const qvo_error_t& error);
+
+/// SQLite's code of an error.
+int code_of(const qvo_error_t& error);
+
+/// Registers the table functions of the catalog. SQLITE_OK or what SQLite said.
+int register_table(sqlite3* db, const qvo_function_t* function, Connection* connection);
+
+}  // namespace qvo::sqlite
