@@ -77,19 +77,22 @@ def _describe(lib, handle):
     )
 
 
-_SEQUENCE = re.compile(r"((?:boolean|u?int[1248]|float|double|timestamp|char(?:\(\d+\))?)?)(\[[^\]]*\])")
+_TOKEN = re.compile(
+    r"(?P<text>'[^']*')"
+    r"|(?P<type>(?:boolean|u?int[1248]|float|double|timestamp|char(?:\(\d+\))?)?)(?P<values>\[[^\]]*\])"
+    r"|(?P<name>\b[a-z_][a-z0-9_]*)\("
+)
 
 
 def example_in_sql(call):
     """An example's call as SQL: [1, null] is a sequence, int4[1] one of a type; names get their prefix."""
-    literals = []
 
-    def literal(match):
-        kind, values = match.groups()
-        values = values.replace("'", '"').replace(", ", ",")
-        literals.append(f"seq_from_json('{values}'" + (f", '{kind}')" if kind else ")"))
-        return f"\0{len(literals) - 1}\0"
+    def token(match):
+        if match["text"]:
+            return match["text"]
+        if match["name"]:
+            return f"seq_{match['name']}("
+        values = match["values"].replace("'", '"').replace(", ", ",")
+        return f"seq_from_json('{values}'" + (f", '{match['type']}')" if match["type"] else ")")
 
-    parts = re.split(r"('[^']*')", _SEQUENCE.sub(literal, call))
-    named = "".join(p if p.startswith("'") else re.sub(r"\b([a-z_]+[a-z0-9_]*)\(", r"seq_\1(", p) for p in parts)
-    return re.sub("\0(\\d+)\0", lambda m: literals[int(m[1])], named)
+    return _TOKEN.sub(token, call)
