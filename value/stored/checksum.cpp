@@ -10,7 +10,7 @@
 namespace qvo::value::format {
 
 uint64_t tile_checksum(const uint8_t* bytes, size_t n) {
-#if QVO_CHECKSUM_AVX2
+#if QVO_WIDE_X86
     if (__builtin_cpu_supports("avx2")) return tile_checksum_avx2(bytes, n);
 #endif
     return XXH3_64bits(bytes, n);

@@ -1,7 +1,7 @@
 // The checksum of a tile, compiled for machines with AVX2; only called where there is one.
 #include "stored/format.h"
 
-#if QVO_CHECKSUM_AVX2
+#if QVO_WIDE_X86
 
 // What the standard library has is compiled before, for any machine: the linker may keep these copies for all.
 #include <immintrin.h>

@@ -95,7 +95,7 @@ struct Coding {
     void (*write)(const Elements&, const Plan&, Scratch&, uint8_t* to);
     /// Checks the payload against the number of elements.
     void (*open)(OpenTile&);
-    /// Reads n elements, which exist, to an array of the type; null `to` passes over them.
+    /// Reads n elements, which exist, to an array of the type, and goes on to the next; null `to` passes over them.
     void (*read)(OpenTile&, size_t n, void* to);
 };
 

@@ -253,15 +253,17 @@ template <class Index> void look_up(const OpenTile& tile, const uint8_t* indices
 }
 
 void read_dictionary(OpenTile& tile, size_t n, void* values) {
+    const uint64_t at = tile.at;
+    tile.at += n;
     if (values == nullptr) return;
     auto* to = static_cast<uint8_t*>(values);
     switch (tile.offsets.bits) {
         case 16:
-            return look_up<uint16_t>(tile, tile.body + 2 * tile.at, n, to);
+            return look_up<uint16_t>(tile, tile.body + 2 * at, n, to);
         case 8:
-            return look_up<uint8_t>(tile, tile.body + tile.at, n, to);
+            return look_up<uint8_t>(tile, tile.body + at, n, to);
         default:
-            for_unpacked(tile.body, tile.offsets.bits, tile.at, n, [&](const uint8_t* indices, size_t some) {
+            for_unpacked(tile.body, tile.offsets.bits, at, n, [&](const uint8_t* indices, size_t some) {
                 look_up<uint8_t>(tile, indices, some, to);
                 to += some * tile.type.width;
             });

@@ -34,9 +34,10 @@ template <class Convert, class T> class OffsetReader {
  public:
     /// Reads n integers; passes over them if `to` is null.
     static void read(OpenTile& tile, size_t n, const Convert& convert, T* to) {
-        if (to == nullptr && (tile.offsets.flags & offsets_of_deltas) == 0) return;
         const unsigned bits = tile.offsets.bits;
         uint64_t at = tile.at;
+        tile.at += n;
+        if (to == nullptr && (tile.offsets.flags & offsets_of_deltas) == 0) return;
         switch (bits) {
             case 8:
                 return read_as<uint8_t>(tile, at, tile.body + at, n, convert, to);

@@ -19,6 +19,7 @@ void open_plain(OpenTile& tile) {
 void read_plain(OpenTile& tile, size_t n, void* to) {
     const size_t width = tile.type.width;
     if (to != nullptr && n != 0) std::memcpy(to, tile.payload + tile.at * width, n * width);
+    tile.at += n;
 }
 
 void write_plain(const Elements& elements, const Plan& plan, Scratch&, uint8_t* to) {

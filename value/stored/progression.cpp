@@ -77,6 +77,7 @@ void open_progression(OpenTile& tile) {
 
 void read_progression(OpenTile& tile, size_t n, void* to) {
     if (to != nullptr) tile.progression.fill(tile.type.type, tile.at, n, to);
+    tile.at += n;
 }
 
 }  // namespace

@@ -122,10 +122,7 @@ struct TileReader::State {
         }
     }
 
-    void decode(size_t n, void* to) {
-        coding->read(tile, n, to);
-        tile.at += n;
-    }
+    void decode(size_t n, void* to) { coding->read(tile, n, to); }
     /// Decodes the next element to be handed out in parts.
     void keep(uint64_t positions) {
         decode(1, kept);
