@@ -58,32 +58,7 @@ def expected(places):
         yield ("Correlation of the high and the low of a day", f"{correlation(highs, lows):.4f} in {place}")
         for most in sorted(rain)[-5:]:
             yield f"position {rain.index(most)} {days[rain.index(most)]['date']}", f"{most} mm"
-        yield "Different highs in whole degrees", f"{len({int(high) for high in highs})} in {place}"
-        steps = [b - a for a, b in zip(highs, highs[1:])]
-        yield "Change of the high from day to day", f"{min(steps):.1f} to {max(steps):+.1f} in {place}"
-        rises = itertools.accumulate(steps, lambda up, step: step > 0 if step else up, initial=False)
-        yield "Days of a rising high", f"{sum(rises)} in {place}"
-        slopes = [b > a for a, b in zip(highs, highs[1:]) if a != b]
-        yield "Turning points of the high", f"{sum(a != b for a, b in zip(slopes, slopes[1:]))} in {place}"
-        kinds = column(days, "weather")
-        yield "Days of a kind like 's%'", f"{sum(kind.startswith('s') for kind in kinds)} in {place}"
-        yield "Days of a kind like '%i%'", f"{sum('i' in kind for kind in kinds)} in {place}"
-        for least in range(-10, 40, 5):
-            yield f"{least} to {least + 5}", f"{sum(least <= high < least + 5 for high in highs)}"
-        year = rain[-365:]
-        yield "Running total of the last 365 days' rain", f"{sum(year):.1f} mm in {place}"
-        yield (f"after 90 days {sum(year[:90]):.1f}, after 180 days {sum(year[:180]):.1f},",
-               f"after 270 days {sum(year[:270]):.1f}")
-        weeks = {day: mean(highs[day - 6:day + 1]) for day in range(6, len(days))}
-        warmest = max(weeks, key=weeks.get)
-        yield "Warmest 7 days, by a moving average of the high", f"{weeks[warmest]:.2f} degrees in {place}"
-        yield f"up to position {warmest},", days[warmest]["date"]
         yield "Highest temperature in Fahrenheit", f"{max(highs) * 1.8 + 32:.2f} degrees in {place}"
-        yield "Different highs", f"{len(set(highs))} in {place}"
-    everywhere = [day for days in places.values() for day in days]
-    for kind in {day["weather"] for day in everywhere}:
-        of_kind = [day["temp_max"] for day in everywhere if day["weather"] == kind]
-        yield f"{kind} {len(of_kind)} days", f"{mean(of_kind):.2f} degrees"
     for place, days in places.items():
         for month in sorted({day["date"][:7] for day in days})[-12:]:
             of_month = [day for day in days if day["date"].startswith(month)]

@@ -1,5 +1,6 @@
 #include "report.h"
 
+#include <math.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -41,8 +42,10 @@ void must(QVO_RET rc, const char* call) {
 }
 
 double number_of(qvo_seq_iterator_h aggregate) {
-    qvo_double value;
-    MUST(qvo_seq_next_double(aggregate, &value));
+    qvo_double value = 0;
+    const QVO_RET rc = qvo_seq_next_double(aggregate, &value);
+    if (rc == QVO_S_CURSOR_END) return nan(""); /* of nothing */
+    must(rc, "qvo_seq_next_double");
     return value;
 }
 

@@ -37,23 +37,27 @@ static void mean_high_of_wet_days_merged(const station_t* a, const station_t* b)
 }
 
 static void days_of_much_rain(const station_t* station, double millimetres) {
+    enum { SHOWN = 32 };
     qvo_seq_iterator_t rain, limit, above, positions;
-    qvo_uint8 found[32];
-    qvo_size_t n = sizeof found / sizeof found[0];
+    qvo_uint8 found[SHOWN], one;
+    qvo_size_t n = SHOWN;
     open_column(&rain, &station->rain);
     MUST(qvo_seq_const_double(&limit, millimetres));
     MUST(qvo_seq_ge_double(&above, &rain, &limit));
     MUST(qvo_seq_filter_pos(&positions, &above));
     const QVO_RET rc = qvo_seq_get_uint8(&positions, found, &n);
     if (rc == QVO_S_CURSOR_END) n = 0;
+    qvo_size_t n_days = n;
+    while (n == SHOWN && qvo_seq_next_uint8(&positions, &one) == QVO_S_OK) ++n_days;
 
     char question[64];
     snprintf(question, sizeof question, "Days with at least %.0f mm", millimetres);
-    answer(question, "%llu in %s", (unsigned long long)n, station->name);
+    answer(question, "%llu in %s", (unsigned long long)n_days, station->name);
     for (qvo_size_t i = 0; i < n; ++i)
         detail("position %4llu  %s  %5.1f mm", (unsigned long long)found[i],
                date_text(*(const qvo_datetime*)value_at(&station->date, found[i])),
                *(const double*)value_at(&station->rain, found[i]));
+    if (n_days > n) detail("and %llu more", (unsigned long long)(n_days - n));
 }
 
 static void range_of_wind(const station_t* station) {

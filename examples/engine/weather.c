@@ -1,5 +1,5 @@
 /*
- * What pipelines of this library answer about a real data file: four years of daily weather in two cities.
+ * What pipelines of operators answer about a real data file: four years of daily weather in two cities.
  *
  *     weather FILE.csv
  *
@@ -42,10 +42,7 @@ int main(int argc, char** argv) {
     for (size_t i = 0; i < n_stations; ++i) print_columns(&stations[i]);
 
     ask_about_selections(&stations[0], &stations[1]);
-    ask_about_keys(&stations[0], &stations[1]);
     ask_about_groups(&stations[0], &stations[1]);
-    ask_about_shapes(&stations[0], &stations[1]);
-    ask_about_windows(&stations[0], &stations[1]);
     ask_about_order(&stations[0], &stations[1]);
     free_stations(stations, n_stations);
     return 0;

@@ -28,12 +28,13 @@ static void windiest_days(const station_t* station) {
 
     qvo_datetime days[SHOWN];
     char names[SHOWN][KIND_WIDTH];
-    for (int i = 0; i < SHOWN; ++i) {
+    const int shown = n < SHOWN ? (int)n : SHOWN;
+    for (int i = 0; i < shown; ++i) {
         MUST(qvo_seq_next_datetime(&dates, &days[i]));
         MUST(qvo_seq_next_char(&kinds, names[i]));
     }
-    answer("Days in the order of their wind", "the first %d in %s", SHOWN, station->name);
-    for (int i = 0; i < SHOWN; ++i)
+    answer("Days in the order of their wind", "the first %d in %s", shown, station->name);
+    for (int i = 0; i < shown; ++i)
         detail("%s  %.*s  %4.1f", date_text(days[i]), KIND_WIDTH, names[i], winds[permutation[i]]);
 
     qvo_seq_free_buffer(&dates); /* they hold the columns, to pick from */
