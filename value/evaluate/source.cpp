@@ -68,14 +68,12 @@ class StoredSource final : public Operator {
 /// Ends with the series; checks then that its operands end there too.
 class EqualLengths final : public Operator {
  public:
-    EqualLengths(qvo_seq_iterator_h inner, std::span<const Series> operands) : inner_(inner) {
-        for (const Series& operand : operands)
-            if (!operand.constant) operands_.push_back(operand.it);
-    }
+    EqualLengths(qvo_seq_iterator_h inner, std::span<const Series> operands)
+        : inner_(inner), operands_(operands.begin(), operands.end()) {}
     QVO_RET next(qvo_seq_iterator_h it) override {
         inner_->tile_offs = 0;
         const QVO_RET rc = inner_->next(inner_);
-        if (rc == QVO_S_CURSOR_END) check();
+        if (rc == QVO_S_CURSOR_END) check_equal_lengths(*plan, operands_);
         if (rc != QVO_S_OK) return rc;
         std::memcpy(&it->tile.u, &inner_->tile.u, sizeof it->tile.u);
         it->tile_size = inner_->tile_size;
@@ -84,19 +82,8 @@ class EqualLengths final : public Operator {
     }
 
  private:
-    void check() const {
-        uint64_t first = 0;
-        for (size_t i = 0; i < operands_.size(); ++i) {
-            while (plan->pull(operands_[i])) {}
-            const uint64_t length = operands_[i]->next_seq_no;
-            if (i == 0) first = length;
-            if (length != first)
-                throw Error(Fault::argument, "sequences of different lengths: " + std::to_string(first) + " and " +
-                                                 std::to_string(length));
-        }
-    }
     qvo_seq_iterator_h inner_;
-    std::vector<qvo_seq_iterator_h> operands_;
+    std::vector<Series> operands_;
 };
 
 }  // namespace
@@ -146,6 +133,19 @@ std::optional<uint64_t> common_length(std::span<const Series> operands) {
         common = operand.length;
     }
     return known ? common : std::nullopt;
+}
+
+void check_equal_lengths(Plan& plan, std::span<const Series> operands) {
+    std::optional<uint64_t> first;
+    for (const Series& operand : operands) {
+        if (operand.constant) continue;
+        while (plan.pull(operand.it)) {}
+        const uint64_t length = operand.it->next_seq_no;
+        if (first && length != *first)
+            throw Error(Fault::argument,
+                        "sequences of different lengths: " + std::to_string(*first) + " and " + std::to_string(length));
+        first = length;
+    }
 }
 
 Series with_equal_lengths(Plan& plan, Series series, std::span<const Series> operands) {

@@ -25,6 +25,9 @@ Series constant_source(Plan& plan, const Scalar& scalar);
 /// not known beforehand this is what finds the difference.
 Series with_equal_lengths(Plan& plan, Series series, std::span<const Series> operands);
 
+/// Pulls the operands to their ends, constants left out: an error with both lengths if those differ.
+void check_equal_lengths(Plan& plan, std::span<const Series> operands);
+
 /// The length that operands have in common, or nothing if that is not known yet; an error if they differ.
 std::optional<uint64_t> common_length(std::span<const Series> operands);
 

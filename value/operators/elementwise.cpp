@@ -1,8 +1,7 @@
 #include "operators/elementwise.h"
 
-#include "core/move.h"
-#include "core/overlap_list.h"
 #include "evaluate/source.h"
+#include "operators/overlaps.h"
 
 namespace qvo::value {
 namespace {
@@ -57,31 +56,6 @@ class OneOperand final : public Walk {
     const uint8_t* runs_ = nullptr;
 };
 
-/// An array of an operand's elements, filled or gathered.
-class Gathered {
- public:
-    static constexpr size_t most = OverlapList<2>::most;
-    explicit Gathered(size_t width) : width_(width), bytes_(new uint8_t[most * width]) {}
-
-    /// n elements by their indexes: where they lie if they are neighbours.
-    const void* gather(qvo_seq_iterator_h it, const uint16_t* index, size_t n) {
-        const uint8_t* const tile = it->tile.u.arr_uint1;
-        const size_t span = size_t{index[n - 1]} - index[0];
-        if (span + 1 == n) return tile + index[0] * width_;
-        with_mover(width_, [&](auto mover) {
-            if (span == 0)
-                mover.fill(bytes_.get(), 0, tile, index[0], n);
-            else
-                for (size_t i = 0; i < n; ++i) mover.move(bytes_.get(), i, tile, index[i]);
-        });
-        return bytes_.get();
-    }
-
- private:
-    size_t width_;
-    std::unique_ptr<uint8_t[]> bytes_;
-};
-
 template <size_t N> class Operands final : public Walk {
  public:
     Operands(size_t width, std::span<const Series> operands, Loop loop, const void* operation, size_t bytes)
@@ -109,15 +83,7 @@ template <size_t N> class Operands final : public Walk {
 
     /// Takes elements with the same runs on all sides, if there are some: the loop reads the tiles themselves.
     bool line_up(qvo_seq_iterator_h it, Operand* operands, TileWriter& out) {
-        size_t n = out.room();
-        for (size_t k = 0; k < N; ++k) {
-            if (operands[k].taken() != 0) return false;
-            n = std::min(n, operands[k].elements_left());
-        }
-        RunSpan span{n, 0};
-        for (size_t k = 1; k < N; ++k) span = equal_runs(operands[0].runs(), operands[k].runs(), span.elements);
-        constexpr size_t few = 8;
-        if (span.elements < few && span.elements != n) return false;
+        const RunSpan span = lined_up<N>(operands, out.room());
         if (span.elements == 0) return false;
         Batch batch{};
         batch.n = span.elements;
