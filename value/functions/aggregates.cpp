@@ -1,4 +1,5 @@
 // Aggregates over all elements of all rows of a group, and their states.
+#include <array>
 #include <limits>
 
 #include "evaluate/deliver.h"
@@ -6,7 +7,9 @@
 #include "evaluate/source.h"
 #include "evaluate/state.h"
 #include "functions/catalog.h"
+#include "functions/histogram.h"
 #include "functions/moments.h"
+#include "functions/products.h"
 #include "functions/sums.h"
 #include "operators/convert.h"
 
@@ -268,6 +271,115 @@ class AtEnd final : public Kept {
     std::optional<Scalar> key_;
 };
 
+/// Where the best value is, counted over the rows laid end to end.
+template <class Better> class ArgExtremum final : public Kept {
+ public:
+    void step(Arguments& row) override {
+        const Series x = row.series(0);
+        meet_type(row, x.type);
+        for_each_tile(row.plan(), x, [&](const void* values, const uint8_t* runs, size_t n) {
+            if (x.type.type == Type::char_)
+                step_text(x.type, static_cast<const char*>(values), runs, n);
+            else
+                with_fixed(x.type.type, [&](auto tag) {
+                    const auto* typed = static_cast<const typename decltype(tag)::value*>(values);
+                    const size_t best = best_of(typed, n, Better{});
+                    if (best != n) offer(x.type, typed + best, runs, best);
+                });
+            passed_ += sum_runs(runs, n);
+        });
+    }
+    void finish(Result& result, const Limits&) const override {
+        if (!kept_) return result.set_null();
+        result.set(static_cast<int64_t>(position_));
+    }
+    void save(Buffer& to) const override {
+        save_kept(to);
+        put(to, position_);
+        put(to, passed_);
+    }
+    void merge(std::span<const uint8_t> from) override {
+        StateReader in(from);
+        const std::optional<Scalar> other = take_kept(in);
+        const auto position = in.take<uint64_t>();
+        if (other && (!kept_ || Better::prefers(compare(*other, *kept_)))) {
+            kept_ = other;
+            position_ = passed_ + position;
+        }
+        passed_ += in.take<uint64_t>();
+    }
+
+ private:
+    void offer(ValueType type, const void* element, const uint8_t* runs, size_t i) {
+        Scalar scalar = scalar_at(type, element);
+        if (kept_ && !Better::prefers(compare(scalar, *kept_))) return;
+        kept_ = std::move(scalar);
+        position_ = passed_ + sum_runs(runs, i);
+    }
+    void step_text(ValueType type, const char* values, const uint8_t* runs, size_t n) {
+        size_t best = 0;
+        for (size_t i = 1; i < n; ++i)
+            if (Better::prefers(std::memcmp(values + i * type.width, values + best * type.width, type.width))) best = i;
+        offer(type, values + best * type.width, runs, best);
+    }
+    uint64_t position_ = 0, passed_ = 0;  // positions of all rows so far
+};
+
+/// Whether some condition, or every one, is true.
+class Truth final : public Aggregate {
+ public:
+    explicit Truth(bool all) : all_(all) {}
+    void step(Arguments& row) override {
+        if (row.is_directly_stored(0)) {  // the directory knows
+            const Stored& c = row.stored(0);
+            for (size_t i = 0; i < c.n_tiles(); ++i) {
+                if (c.tile(i).positions == 0) continue;
+                seen_[c.tile(i).smallest.bytes[0] != 0] = 1;
+                seen_[c.tile(i).largest.bytes[0] != 0] = 1;
+            }
+            return;
+        }
+        const Series c = row.series(0);
+        for_each_tile(row.plan(), c, [&](const void* values, const uint8_t*, size_t n) {
+            seen_[0] |= std::memchr(values, 0, n) != nullptr;
+            seen_[1] |= std::memchr(values, 1, n) != nullptr;
+        });
+    }
+    void finish(Result& result, const Limits&) const override {
+        if (seen_[0] == 0 && seen_[1] == 0) return result.set_null();
+        result.set(all_ ? seen_[0] == 0 : seen_[1] != 0);
+    }
+    void save(Buffer& to) const override { put(to, seen_); }
+    void merge(std::span<const uint8_t> from) override {
+        StateReader in(from);
+        for (uint8_t& seen : seen_) seen |= uint8_t{in.take<uint8_t>() != 0};
+    }
+
+ private:
+    bool all_;
+    std::array<uint8_t, 2> seen_ = {};  // false, true
+};
+
+class Product final : public Aggregate {
+ public:
+    void step(Arguments& row) override {
+        Plan& plan = row.plan();
+        for_each_tile(plan, widened(plan, row.series(0), type_of(Type::double_)),
+                      [&](const void* values, const uint8_t* runs, size_t n) {
+                          state_.multiply(product_of(static_cast<const double*>(values), runs, n));
+                      });
+    }
+    void finish(Result& result, const Limits&) const override {
+        if (state_.n == 0) return result.set_null();
+        result.set(state_.value());
+    }
+    void save(Buffer& to) const override { put(to, state_); }
+    void merge(std::span<const uint8_t> from) override { state_.multiply(StateReader(from).take<ScaledProduct>()); }
+
+ private:
+    ScaledProduct state_;
+};
+
 class Spread final : public Aggregate {
  public:
     Spread(unsigned free, bool root) : free_(free), root_(root) {}
@@ -380,6 +492,18 @@ const Function functions[] = {
          "and added too, so that the result does not depend on how the values are cut into rows.",
      .example = {"sum([1, 2, 3])", "6"},
      .aggregate = make<Sum, false>},
+    {.name = "prod",
+     .group = Group::aggregates,
+     .kind = Kind::aggregate,
+     .has_state = true,
+     .summary = "The product.",
+     .parameters = {x_number},
+     .result = "real",
+     .rule =
+         "Of doubles, of integers too. What is in between may be beyond the range of doubles: only the product itself "
+         "has to be within it.",
+     .example = {"prod([2, 3, null, 4])", "24.0"},
+     .aggregate = make<Product>},
     {.name = "avg",
      .group = Group::aggregates,
      .kind = Kind::aggregate,
@@ -410,6 +534,46 @@ const Function functions[] = {
      .rule = "Text by its bytes; of char(n) the text.",
      .example = {"max(['a', 'b'])", "b"},
      .aggregate = make<Extremum<Larger>>},
+    {.name = "argmin",
+     .group = Group::aggregates,
+     .kind = Kind::aggregate,
+     .has_state = true,
+     .summary = "The position of the smallest value.",
+     .parameters = {{"x"}},
+     .result = "integer",
+     .rule = "Counted from 0 over the rows laid end to end, missing values included; of equal values the first.",
+     .example = {"argmin([3, 1, 2, 1])", "1"},
+     .aggregate = make<ArgExtremum<Smaller>>},
+    {.name = "argmax",
+     .group = Group::aggregates,
+     .kind = Kind::aggregate,
+     .has_state = true,
+     .summary = "The position of the largest value.",
+     .parameters = {{"x"}},
+     .result = "integer",
+     .rule = "Counted from 0 over the rows laid end to end, missing values included; of equal values the first.",
+     .example = {"argmax([3, null, 7, 7])", "2"},
+     .aggregate = make<ArgExtremum<Larger>>},
+    {.name = "any",
+     .group = Group::aggregates,
+     .kind = Kind::aggregate,
+     .has_state = true,
+     .summary = "1 if some condition is true, else 0.",
+     .parameters = {{"c", Takes::sequence, Of::boolean}},
+     .result = "integer",
+     .rule = "NULL if there is none at all.",
+     .example = {"any([false, true])", "1"},
+     .aggregate = make<Truth, false>},
+    {.name = "all",
+     .group = Group::aggregates,
+     .kind = Kind::aggregate,
+     .has_state = true,
+     .summary = "1 if every condition is true, else 0.",
+     .parameters = {{"c", Takes::sequence, Of::boolean}},
+     .result = "integer",
+     .rule = "NULL if there is none at all.",
+     .example = {"all([false, true])", "0"},
+     .aggregate = make<Truth, true>},
     {.name = "first",
      .group = Group::aggregates,
      .kind = Kind::aggregate,
@@ -470,6 +634,18 @@ const Function functions[] = {
      .rule = "The square root of var_pop.",
      .example = {"stddev_pop([1, 3])", "1.0"},
      .aggregate = make<Spread, 0u, true>},
+    {.name = "histogram",
+     .group = Group::aggregates,
+     .kind = Kind::aggregate,
+     .has_state = true,
+     .summary = "How many values lie in each of n buckets of equal width between lo and hi.",
+     .parameters = {x_number, {"lo", Takes::real}, {"hi", Takes::real}, {"n", Takes::integer, Of::any, 1}},
+     .result = "text: a JSON array of n + 2 counts",
+     .rule = "The first count is that of the values below lo, the last one that of the values above hi. Bucket k, from "
+             "0, holds the values from lo + k * ((hi - lo) / n) up to, not including, that of k + 1; the last bucket "
+             "holds hi too. Missing values are left out. lo, hi and n are the same for all rows.",
+     .example = {"histogram([1, 2, 2.5, 4, 9], 0, 4, 2)", "[0,1,3,1]"},
+     .aggregate = make_histogram},
     {.name = "state",
      .group = Group::aggregates,
      .kind = Kind::aggregate,
