@@ -28,7 +28,9 @@ constexpr uint64_t lanes_of_ones(unsigned ones, unsigned lane) {
     return word;
 }
 
+/// Of each byte the lowest bits.
 template <unsigned bits> QVO_INLINE uint64_t pack_group(uint64_t word) {
+    word &= lanes_of_ones(bits, 8);
     word = (word | word >> (8 - bits)) & lanes_of_ones(2 * bits, 16);
     word = (word | word >> 2 * (8 - bits)) & lanes_of_ones(4 * bits, 32);
     return word | word >> 4 * (8 - bits);

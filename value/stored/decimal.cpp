@@ -17,7 +17,7 @@ constexpr double max_integer = 0x1p50;
 // Adding it moves the integer part of a double into the lowest bits.
 constexpr double shifter = 0x1.8p52;
 constexpr uint64_t shifter_bits = std::bit_cast<uint64_t>(shifter);
-constexpr int64_t missing_integer = INT64_MIN;
+constexpr int64_t missing_integer = INT64_MIN;  // in reading
 
 template <class V> using BitsOf = std::conditional_t<sizeof(V) == 8, bits8, bits4>;
 
@@ -49,10 +49,10 @@ QVO_INLINE double whole_of(int64_t integer) {
 template <class V, class Quotient> struct Loops {
     using Bits = BitsOf<V>;
 
-    /// True if all are decimals; their integers. A value may be missing, by the given bits, if any may.
+    /// True if all are decimals; their integers. Missing values, all of the given bits, become `absent`.
     template <bool any_missing>
     QVO_INLINE static bool to_integers(const V* __restrict values, size_t n, unsigned digits, Bits missing,
-                                       int64_t* __restrict to) {
+                                       int64_t absent, int64_t* __restrict to) {
         const Quotient quotient(digits);
         Bits other = 0;
         for (size_t i = 0; i < n; ++i) {
@@ -60,9 +60,9 @@ template <class V, class Quotient> struct Loops {
             const auto back = std::bit_cast<Bits>(static_cast<V>(quotient(shifted - shifter)));
             const auto bits = std::bit_cast<Bits>(values[i]);
             const auto integer = static_cast<int64_t>(std::bit_cast<uint64_t>(shifted) - shifter_bits);
-            const bool absent = any_missing && bits == missing;
-            to[i] = absent ? missing_integer : integer;
-            other |= absent ? Bits{0} : static_cast<Bits>(back ^ bits);
+            const bool none = any_missing && bits == missing;
+            to[i] = none ? absent : integer;
+            other |= none ? Bits{0} : static_cast<Bits>(back ^ bits);
         }
         return other == 0;
     }
@@ -81,11 +81,11 @@ template <class V, class Quotient> struct Loops {
 template <class V, bool any_missing> struct Passes {
     using Bits = BitsOf<V>;
 
-    static bool to_integers(const V* values, size_t n, unsigned digits, Bits missing, int64_t* to) {
+    static bool to_integers(const V* values, size_t n, unsigned digits, Bits missing, int64_t absent, int64_t* to) {
 #if QVO_WIDE_X86
-        if (has_fused()) return fused_to_integers(values, n, digits, missing, to);
+        if (has_fused()) return fused_to_integers(values, n, digits, missing, absent, to);
 #endif
-        return divided_to_integers(values, n, digits, missing, to);
+        return divided_to_integers(values, n, digits, missing, absent, to);
     }
     static void to_values(const int64_t* integers, size_t n, unsigned digits, Bits missing, V* to) {
 #if QVO_WIDE_X86
@@ -96,8 +96,8 @@ template <class V, bool any_missing> struct Passes {
 
  private:
     QVO_CPU_VARIANTS static bool divided_to_integers(const V* values, size_t n, unsigned digits, Bits missing,
-                                                     int64_t* to) {
-        return Loops<V, Divided>::template to_integers<any_missing>(values, n, digits, missing, to);
+                                                     int64_t absent, int64_t* to) {
+        return Loops<V, Divided>::template to_integers<any_missing>(values, n, digits, missing, absent, to);
     }
     QVO_CPU_VARIANTS static void divided_to_values(const int64_t* integers, size_t n, unsigned digits, Bits missing,
                                                    V* to) {
@@ -106,8 +106,8 @@ template <class V, bool any_missing> struct Passes {
 #if QVO_WIDE_X86
     static bool has_fused() { return __builtin_cpu_supports("fma") && __builtin_cpu_supports("avx2"); }
     [[gnu::target("avx2,fma")]] static bool fused_to_integers(const V* values, size_t n, unsigned digits, Bits missing,
-                                                              int64_t* to) {
-        return Loops<V, Fused>::template to_integers<any_missing>(values, n, digits, missing, to);
+                                                              int64_t absent, int64_t* to) {
+        return Loops<V, Fused>::template to_integers<any_missing>(values, n, digits, missing, absent, to);
     }
     [[gnu::target("avx2,fma")]] static void fused_to_values(const int64_t* integers, size_t n, unsigned digits,
                                                             Bits missing, V* to) {
@@ -131,9 +131,9 @@ template <class V> class Search {
  public:
     Search(const Elements& e, const Profile& profile, int64_t* integers)
         : values_(e.as<V>()), n_(e.n), integers_(integers), any_missing_(profile.missing != 0) {
-        const V smallest = profile.smallest.as<V>(), largest = profile.largest.as<V>();
-        const double most = std::max(std::fabs(static_cast<double>(smallest)), std::fabs(static_cast<double>(largest)));
-        const double range = static_cast<double>(largest) - static_cast<double>(smallest);
+        smallest_ = static_cast<double>(profile.smallest.as<V>());
+        largest_ = static_cast<double>(profile.largest.as<V>());
+        const double most = std::max(std::fabs(smallest_), std::fabs(largest_)), range = largest_ - smallest_;
         const double most_range = sizeof(V) == 8 ? 0x1p32 : 0x1p16;
         // What is too much for offsets with so many digits is so with more of them, too; a range of infinities is.
         end_ = 0;
@@ -141,6 +141,9 @@ template <class V> class Search {
     }
 
     unsigned digits() const { return digits_; }
+    // Multiplying and rounding keeps the order.
+    int64_t smallest() const { return integer_of(smallest_); }
+    int64_t largest() const { return integer_of(largest_); }
     BitsOf<V> missing() const { return missing_; }
 
     bool run() {
@@ -161,11 +164,14 @@ template <class V> class Search {
 
  private:
     static bool is_missing(V value) { return value != value; }
+    int64_t integer_of(double value) const { return static_cast<int64_t>(std::nearbyint(value * powers[digits_])); }
 
     bool convert(size_t i) {
         const size_t some = std::min(block, n_ - i);
-        return any_missing_ ? Passes<V, true>::to_integers(values_ + i, some, digits_, missing_, integers_ + i)
-                            : Passes<V, false>::to_integers(values_ + i, some, digits_, missing_, integers_ + i);
+        if (!any_missing_) return Passes<V, false>::to_integers(values_ + i, some, digits_, 0, 0, integers_ + i);
+        // One below the smallest has the offset of all ones.
+        const int64_t absent = smallest() - 1;
+        return Passes<V, true>::to_integers(values_ + i, some, digits_, missing_, absent, integers_ + i);
     }
 
     bool raise_for(V value) {
@@ -178,6 +184,7 @@ template <class V> class Search {
     size_t n_;
     int64_t* integers_;
     bool any_missing_;
+    double smallest_, largest_;
     BitsOf<V> missing_ = 0;
     unsigned digits_ = 0, end_;
 };
@@ -193,17 +200,12 @@ bool stays_whole(const OffsetHeader& header, uint64_t n) {
     return base + most <= 0x1p51;
 }
 
-int64_t integer_of(double value, double power) { return static_cast<int64_t>(std::nearbyint(value * power)); }
-
 template <class V> bool plan_as(const Elements& e, const Profile& profile, Scratch& scratch, Plan& plan) {
     if (scratch.integers.size() < e.n * sizeof(int64_t)) scratch.integers.resize(e.n * sizeof(int64_t));
     auto* const integers = reinterpret_cast<int64_t*>(scratch.integers.data());
     Search<V> search(e, profile, integers);
     if (!search.run()) return false;
-    const double power = powers[search.digits()];
-    // Multiplying and rounding keeps the order.
-    const int64_t smallest = integer_of(static_cast<double>(profile.smallest.as<V>()), power);
-    const int64_t largest = integer_of(static_cast<double>(profile.largest.as<V>()), power);
+    const int64_t smallest = search.smallest(), largest = search.largest();
     const unsigned below = static_cast<unsigned>(8 * sizeof(V));
     OffsetHeader header{};
     if (profile.missing != 0) {
@@ -231,12 +233,7 @@ bool plan_decimal(const Elements& e, const Profile& profile, Scratch& scratch, P
 }
 
 void write_decimal(const Elements& e, const Plan& plan, Scratch& scratch, uint8_t* to) {
-    auto* const integers = reinterpret_cast<int64_t*>(scratch.integers.data());
-    if ((plan.offsets.flags & offsets_with_missing) != 0) {
-        const auto base = static_cast<int64_t>(plan.offsets.base);
-        const int64_t ones = base + static_cast<int64_t>(~uint32_t{0} >> (32 - plan.offsets.bits));
-        for (size_t i = 0; i < e.n; ++i) integers[i] = integers[i] == missing_integer ? ones : integers[i];
-    }
+    const auto* const integers = reinterpret_cast<const int64_t*>(scratch.integers.data());
     OffsetWriter<int64_t>::write(integers, e.n, plan.offsets, to);
 }
 

@@ -45,15 +45,25 @@ template <class V> struct Passes {
         Signed smallest, largest;
         Word width() const { return static_cast<Word>(largest) - static_cast<Word>(smallest); }
     };
-    /// Of the differences between neighbours.
+    /// Of the differences between neighbours, in several chains, as a minimum takes longer than a step of the loop.
     QVO_CPU_VARIANTS static Range differences(const V* values, size_t n) {
-        Signed smallest = std::numeric_limits<Signed>::max(), largest = std::numeric_limits<Signed>::min();
-        for (size_t i = 1; i < n; ++i) {
+        constexpr size_t chains = 16;
+        Signed smallest[chains], largest[chains];
+        std::fill_n(smallest, chains, static_cast<Signed>(difference(values, 1)));
+        std::fill_n(largest, chains, smallest[0]);
+        size_t i = 1;
+        for (; i + chains <= n; i += chains)
+            for (size_t c = 0; c < chains; ++c) {
+                const auto d = static_cast<Signed>(difference(values, i + c));
+                smallest[c] = d < smallest[c] ? d : smallest[c];
+                largest[c] = d > largest[c] ? d : largest[c];
+            }
+        for (; i < n; ++i) {
             const auto d = static_cast<Signed>(difference(values, i));
-            smallest = d < smallest ? d : smallest;
-            largest = d > largest ? d : largest;
+            smallest[0] = std::min(smallest[0], d);
+            largest[0] = std::max(largest[0], d);
         }
-        return {smallest, largest};
+        return {*std::min_element(smallest, smallest + chains), *std::max_element(largest, largest + chains)};
     }
 
     /// The largest quotient of the values, or of their differences, less `base`.
@@ -168,13 +178,6 @@ bool OffsetWriter<V>::plan(const V* values, size_t n, V smallest, V largest, uns
     // Small tiles gain nothing worth a look, nor do offsets that are small already.
     if (bits >= 8 && sizeof(V) > 1 && n > n_samples) {
         const Sample<V> sample(values, n, smallest);
-        if (const uint64_t unit = sample.unit_of_values; unit != 1 && bits_for(range / unit) < bits) {
-            const uint64_t most = P::largest_quotient(values, n, static_cast<Word>(smallest), ExactDivisor(unit));
-            if (most <= range / unit) {
-                header.unit = unit;
-                bits = bits_for(most);
-            }
-        }
         if (bits_for(sample.differences.width() / sample.unit_of_differences) < bits) {
             const auto differences = P::differences(values, n);
             const auto extra = static_cast<Word>(differences.smallest);
@@ -187,6 +190,15 @@ bool OffsetWriter<V>::plan(const V* values, size_t n, V smallest, V largest, uns
                 header.unit = unit;
                 header.extra = static_cast<uint64_t>(differences.smallest);
                 header.base = static_cast<uint64_t>(values[0]) - header.extra;
+            }
+        }
+        if (const uint64_t unit = sample.unit_of_values; unit != 1 && bits_for(range / unit) < bits) {
+            const uint64_t most = P::largest_quotient(values, n, static_cast<Word>(smallest), ExactDivisor(unit));
+            if (most <= range / unit) {
+                header = {};
+                header.base = static_cast<uint64_t>(smallest);
+                header.unit = unit;
+                bits = bits_for(most);
             }
         }
     }

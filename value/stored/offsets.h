@@ -93,9 +93,11 @@ template <class Convert, class T> class OffsetReader {
                                                   const Convert& c, T* __restrict to) {
             const Convert convert = c;
             const Word base = l.base, unit = l.unit;
+            const Word none = ones;
             for (size_t i = 0; i < n; ++i) {
-                const T value = convert(base + unit * offset(from, i));
-                to[i] = offset(from, i) == ones ? convert.missing : value;
+                const Word some = offset(from, i);
+                const T value = convert(base + unit * some), missing = convert.missing;
+                to[i] = some == none ? missing : value;
             }
         }
         /// Sums of the offsets up to each one. Four at a time, as it is one addition after the other that takes time.
@@ -112,13 +114,16 @@ template <class Convert, class T> class OffsetReader {
             for (; i < n; ++i) to[i] = sum += offset(from, i);
             return sum;
         }
-        /// Integers from the sums of their offsets.
+        /// Integers from the sums of their offsets, of which `Factor` holds each, and the unit.
+        template <class Factor>
         QVO_CPU_VARIANTS static void summed(const Loop& l, Word first, const uint64_t* __restrict sums, size_t n,
                                             const Convert& c, T* __restrict to) {
             const Convert convert = c;
             const Word base = l.base + l.extra * first, unit = l.unit, extra = l.extra;
             for (size_t i = 0; i < n; ++i)
-                to[i] = convert(base + extra * static_cast<Word>(i) + unit * static_cast<Word>(sums[i]));
+                to[i] = convert(base + extra * static_cast<Word>(i) +
+                                static_cast<Word>(static_cast<Factor>(unit)) *
+                                    static_cast<Word>(static_cast<Factor>(sums[i])));
         }
         QVO_CPU_VARIANTS static void summed_of_one(const Loop& l, Word first, const uint64_t* __restrict sums, size_t n,
                                                    const Convert& c, T* __restrict to) {
@@ -141,8 +146,10 @@ template <class Convert, class T> class OffsetReader {
                 const auto first = static_cast<Word>(at + 1);
                 if (loop.unit == 1)
                     Loop<Offset>::summed_of_one(loop, first, sums, some, convert, to);
+                else if (loop.unit <= UINT32_MAX && tile.sum <= UINT32_MAX)
+                    Loop<Offset>::template summed<uint32_t>(loop, first, sums, some, convert, to);
                 else
-                    Loop<Offset>::summed(loop, first, sums, some, convert, to);
+                    Loop<Offset>::template summed<uint64_t>(loop, first, sums, some, convert, to);
                 to += some;
             }
             from += some * sizeof(Offset);

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "stored/coding.h"
+#include "stored/run_lengths.h"
 
 namespace qvo::value {
 namespace {
@@ -15,34 +16,6 @@ namespace {
 using namespace format;
 
 constexpr unsigned max_run = 255;
-
-/// Run lengths of a tile, where it has any.
-struct Runs {
-    const uint8_t* bytes = nullptr;
-    unsigned width = 0;
-
-    uint64_t at(uint64_t i) const {
-        switch (width) {
-            case 1:
-                return bytes[i];
-            case 2:
-                return load<uint16_t>(bytes + 2 * i);
-            default:
-                return load<uint32_t>(bytes + 4 * i);
-        }
-    }
-};
-
-template <class R> QVO_CPU_VARIANTS bool sum_matches(const uint8_t* runs, size_t n, uint64_t positions) {
-    uint64_t sum = 0;
-    bool sound = true;
-    for (size_t i = 0; i < n; ++i) {
-        const R run = load<R>(runs + i * sizeof(R));
-        sum += run;
-        sound &= run != 0;
-    }
-    return sound && sum == positions;
-}
 
 /// To the run bytes that lie from `first` downwards.
 void reverse_copy(uint8_t* first, const uint8_t* runs, size_t n) {
@@ -64,7 +37,7 @@ struct TileReader::State {
     size_t width;
     OpenTile tile{};
     const Coding* coding = nullptr;
-    Runs runs;
+    RunLengths runs;
     uint64_t left = 0;       // positions of the tile
     uint64_t kept_left = 0;  // positions of the element that is kept
     alignas(8) uint8_t kept[max_char];
@@ -99,7 +72,7 @@ struct TileReader::State {
         const size_t run_bytes = entry.run_width == 0 ? 0 : entry.elements * entry.run_width;
         if (run_bytes > bytes.size()) damaged("run lengths of a tile");
         runs = {bytes.data() + bytes.size() - run_bytes, entry.run_width};
-        if (runs.width != 0 && !runs_match(entry)) damaged("run lengths of a tile");
+        if (runs.width != 0 && !runs.match(entry.elements, entry.positions)) damaged("run lengths of a tile");
         tile = OpenTile{};
         tile.type = stored.type();
         tile.n = entry.elements;
@@ -109,17 +82,6 @@ struct TileReader::State {
         left = entry.positions;
         kept_left = 0;
         if (constant) keep(entry.positions);
-    }
-
-    bool runs_match(const TileEntry& entry) const {
-        switch (runs.width) {
-            case 1:
-                return sum_matches<uint8_t>(runs.bytes, entry.elements, entry.positions);
-            case 2:
-                return sum_matches<uint16_t>(runs.bytes, entry.elements, entry.positions);
-            default:
-                return sum_matches<uint32_t>(runs.bytes, entry.elements, entry.positions);
-        }
     }
 
     void decode(size_t n, void* to) { coding->read(tile, n, to); }
@@ -193,8 +155,7 @@ struct TileReader::State {
             n += runs.width == 1 ? read_short(values + n * width, first_run - n, room - n)
                                  : read_long(values + n * width, first_run - n, room - n);
         }
-        Read read{n, 0, true};
-        for (size_t i = 0; i < n; ++i) read.positions += first_run[-static_cast<ptrdiff_t>(i)];
+        Read read{n, sum_run_bytes(first_run - n + 1, n), true};
         read.single = read.positions == n;
         left -= read.positions;
         return read;

@@ -4,8 +4,10 @@
 
 #include <zstd.h>
 
+#include <utility>
 #include <vector>
 
+#include "stored/run_lengths.h"
 #include "stored/stage.h"
 
 namespace qvo::value {
@@ -20,38 +22,6 @@ struct FreeContext {
 constexpr int compression_level = 3;
 // Room made ahead for what is expected; beyond it, buffers grow as they must.
 constexpr double max_reserved = 0x1p28;
-
-struct RunForm {
-    uint32_t limit;  // longest run
-    unsigned width;  // bytes of a run length
-    uint64_t size;   // of all values and runs, about
-};
-
-/// How run lengths are written smallest: longer ones are cut where that lets all others be short.
-RunForm run_form(const uint32_t* runs, size_t n, uint64_t value_bits) {
-    uint64_t n1 = 0, n2 = 0;
-    for (size_t i = 0; i < n; ++i) {
-        n1 += (runs[i] + 254) / 255;
-        n2 += (runs[i] + 65534) / 65535;
-    }
-    RunForm best{~uint32_t{0}, 4, n * (value_bits + 32) / 8};
-    if (n2 * (value_bits + 16) / 8 <= best.size) best = {65535, 2, n2 * (value_bits + 16) / 8};
-    if (n1 * (value_bits + 8) / 8 <= best.size) best = {255, 1, n1 * (value_bits + 8) / 8};
-    return best;
-}
-
-void write_runs(const uint32_t* runs, size_t n, unsigned width, uint8_t* to) {
-    switch (width) {
-        case 1:
-            for (size_t i = 0; i < n; ++i) to[i] = static_cast<uint8_t>(runs[i]);
-            break;
-        case 2:
-            for (size_t i = 0; i < n; ++i) store(to + 2 * i, static_cast<uint16_t>(runs[i]));
-            break;
-        default:
-            std::memcpy(to, runs, 4 * n);
-    }
-}
 
 }  // namespace
 
@@ -240,8 +210,7 @@ struct Writer::State {
         const bool keep =
             worth_joining(type.type, positions, elements.n) && form.size <= std::min(2 * single_size, raw);
         if (!keep && raw <= max_tile_values) return write_cut(1, 0);
-        for (size_t i = 0; i < elements.n; ++i)
-            if (runs[i] > form.limit) return write_cut(form.limit, form.width);
+        if (longest_run(runs, elements.n) > form.limit) return write_cut(form.limit, form.width);
         write_tile(elements, profile, plan, runs, form.width, positions);
     }
 

@@ -1,0 +1,114 @@
+// Checking, choosing and writing run lengths.
+#include "stored/run_lengths.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace qvo::value {
+namespace {
+
+using namespace format;
+
+/// The sum of bytes, and whether one of them is 0.
+struct ByteSum {
+    uint64_t sum = 0;
+    bool any_zero = false;
+};
+
+QVO_CPU_VARIANTS ByteSum sum_bytes(const uint8_t* bytes, size_t n) {
+    constexpr uint64_t ones = 0x0101010101010101U, even = 0x00ff00ff00ff00ffU;
+    ByteSum result;
+    uint64_t zeros = 0;
+    size_t i = 0;
+    while (i + 8 <= n) {
+        // Lanes of 16 bits take 128 sums of two bytes.
+        uint64_t lanes = 0;
+        const size_t words = std::min<size_t>(128, (n - i) / 8);
+        for (size_t k = 0; k < words; ++k) {
+            const auto word = load<uint64_t>(bytes + i + 8 * k);
+            lanes += (word & even) + ((word >> 8) & even);
+            zeros |= (word - ones) & ~word;
+        }
+        i += 8 * words;
+        for (unsigned shift = 0; shift < 64; shift += 16) result.sum += (lanes >> shift) & 0xffff;
+    }
+    result.any_zero = (zeros & (ones << 7)) != 0;
+    for (; i < n; ++i) {
+        result.sum += bytes[i];
+        result.any_zero |= bytes[i] == 0;
+    }
+    return result;
+}
+
+template <class R> bool sum_matches(const uint8_t* runs, size_t n, uint64_t positions) {
+    uint64_t sum = 0;
+    bool sound = true;
+    for (size_t i = 0; i < n; ++i) {
+        const R run = load<R>(runs + i * sizeof(R));
+        sum += run;
+        sound &= run != 0;
+    }
+    return sound && sum == positions;
+}
+
+template <> bool sum_matches<uint8_t>(const uint8_t* runs, size_t n, uint64_t positions) {
+    const ByteSum bytes = sum_bytes(runs, n);
+    return !bytes.any_zero && bytes.sum == positions;
+}
+
+/// Elements if runs are cut into such of at most `limit`.
+uint64_t cut_into(const uint32_t* runs, size_t n, uint32_t limit) {
+    uint64_t pieces = 0;
+    for (size_t i = 0; i < n; ++i) pieces += (runs[i] - 1) / limit + 1;
+    return pieces;
+}
+
+template <class Run>
+QVO_CPU_VARIANTS void narrow_runs(const uint32_t* __restrict runs, size_t n, uint8_t* __restrict to) {
+    for (size_t i = 0; i < n; ++i) store(to + i * sizeof(Run), static_cast<Run>(runs[i]));
+}
+
+}  // namespace
+
+bool RunLengths::match(size_t n, uint64_t positions) const {
+    switch (width) {
+        case 1:
+            return sum_matches<uint8_t>(bytes, n, positions);
+        case 2:
+            return sum_matches<uint16_t>(bytes, n, positions);
+        default:
+            return sum_matches<uint32_t>(bytes, n, positions);
+    }
+}
+
+uint64_t sum_run_bytes(const uint8_t* lowest, size_t n) { return sum_bytes(lowest, n).sum; }
+
+QVO_CPU_VARIANTS uint32_t longest_run(const uint32_t* runs, size_t n) {
+    uint32_t most = 0;
+    for (size_t i = 0; i < n; ++i) most = std::max(most, runs[i]);
+    return most;
+}
+
+RunForm run_form(const uint32_t* runs, size_t n, uint64_t value_bits) {
+    RunForm best{~uint32_t{0}, 4, n * (value_bits + 32) / 8};
+    const uint32_t most = longest_run(runs, n);
+    for (const auto& [limit, width] : {std::pair{65535U, 2U}, std::pair{255U, 1U}}) {
+        const uint64_t elements = most <= limit ? n : cut_into(runs, n, limit);
+        const uint64_t size = elements * (value_bits + 8 * width) / 8;
+        if (size <= best.size) best = {limit, width, size};
+    }
+    return best;
+}
+
+void write_runs(const uint32_t* runs, size_t n, unsigned width, uint8_t* to) {
+    switch (width) {
+        case 1:
+            return narrow_runs<uint8_t>(runs, n, to);
+        case 2:
+            return narrow_runs<uint16_t>(runs, n, to);
+        default:
+            std::memcpy(to, runs, 4 * n);
+    }
+}
+
+}  // namespace qvo::value
