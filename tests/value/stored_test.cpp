@@ -163,6 +163,54 @@ TEST(Stored, Appends) {
     EXPECT_THROW(append(Stored(number.bytes()), Stored(text.bytes())), Error);
 }
 
+// Values, runs, progressions and stored sequences, one after the other in any order and of any length.
+TEST(Stored, TakesAnyMixture) {
+    for (unsigned seed = 0; seed < 60; ++seed) {
+        SCOPED_TRACE(seed);
+        Engine random(seed);
+        const ValueType type = type_of(seed % 2 != 0 ? Type::timestamp : Type::int4);
+        Writer writer(type, {seed % 5 == 0});
+        Bytes all;
+        int64_t next = 0;
+        for (int k = 0; k < 40; ++k) {
+            const size_t n = random() % (random() % 3 != 0 ? 50 : 20000);
+            const int64_t step = static_cast<int64_t>(random() % 3);
+            Bytes values;
+            const auto add = [&](int64_t value) {
+                values.insert(values.end(), reinterpret_cast<uint8_t*>(&value),
+                              reinterpret_cast<uint8_t*>(&value) + type.width);
+            };
+            switch (random() % 5) {
+                case 0:
+                    for (size_t i = 0; i < n; ++i) add(next);
+                    writer.put_repeated(&next, n);
+                    break;
+                case 1:
+                    for (size_t i = 0; i < n; ++i) add(next + step * static_cast<int64_t>(i));
+                    writer.put_progression(next, step, n);
+                    next += step * static_cast<int64_t>(n);
+                    break;
+                case 2:
+                    values = make(type, contents[random() % std::size(contents)], n, seed);
+                    put(writer, values, type.width, Runs::joined, random);
+                    break;
+                case 3:
+                    values = make(type, contents[random() % std::size(contents)], n, seed);
+                    writer.put_stored(Stored(store(type, values, {k % 2 == 0}).bytes()));
+                    break;
+                default:
+                    add(++next);
+                    writer.put_single(values.data(), 1);
+            }
+            all.insert(all.end(), values.begin(), values.end());
+            ASSERT_EQ(writer.positions(), all.size() / type.width);
+        }
+        const Buffer buffer = writer.finish();
+        EXPECT_EQ(fault_of(buffer.bytes()), "");
+        ASSERT_TRUE(read_all(Stored(buffer.bytes()), 455) == all);
+    }
+}
+
 // Appending one value at a time keeps tiles full.
 TEST(Stored, AppendsSingleValues) {
     const Bytes values = make(type_of(Type::double_), contents[0], 9000, 1);
@@ -317,6 +365,8 @@ TEST(Stored, HoldsAnyNumberOfPositions) {
     const Buffer twice = append(stored, stored);
     EXPECT_EQ(Stored(twice.bytes()).positions(), 4 * many);
     EXPECT_THROW(append(Stored(twice.bytes()), stored), Error);
+    EXPECT_THROW(Writer(type_of(Type::uint2)).put_progression(65000, 1, 537), Error);
+    EXPECT_THROW(Writer(type_of(Type::int8)).put_progression(0, INT64_MIN / 2, 4), Error);
 }
 
 }  // namespace

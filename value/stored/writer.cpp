@@ -372,7 +372,11 @@ void Writer::put_progression(int64_t start, int64_t step, uint64_t positions) {
     state_->check_room(positions);
     if (positions == 0) return;
     if (step == 0) return state_->put_repeated(&start, positions);  // little-endian: the low bytes are the value
-    state_->put_progression({static_cast<uint64_t>(start), static_cast<uint64_t>(step)}, positions);
+    const Progression progression{static_cast<uint64_t>(start), static_cast<uint64_t>(step)};
+    if (!progression.fits(state_->type.type, positions))
+        throw Error(Fault::overflow, "start " + std::to_string(start) + " and step " + std::to_string(step) +
+                                         " lead beyond " + name_of(state_->type));
+    state_->put_progression(progression, positions);
 }
 void Writer::expect(uint64_t positions) { state_->expected = positions; }
 void Writer::put_stored(const Stored& stored) { state_->put_stored(stored); }

@@ -28,7 +28,7 @@ class Writer {
     void put_single(const void* values, size_t n);
     /// Adds one value `positions` times.
     void put_repeated(const void* value, uint64_t positions);
-    /// Adds start, start + step, ... (integers and timestamps).
+    /// Adds start, start + step, ... (integers and timestamps); an error if the type cannot hold all of them.
     void put_progression(int64_t start, int64_t step, uint64_t positions);
     /// Adds all of a stored sequence of the same type; its full tiles are taken over as they are.
     void put_stored(const Stored& stored);
