@@ -55,6 +55,10 @@ int64_t Width::next(int64_t start) const {
     return unit == Unit::months ? start_of_month(month_of(start) + n) : start + n;
 }
 
+int64_t Width::steps(int64_t from, int64_t to) const {
+    return unit == Unit::months ? (month_of(to) - month_of(from)) / n : (to - from) / n;
+}
+
 std::optional<Width> width_named(std::string_view text) {
     int64_t n = 0;
     const auto [end, fault] = std::from_chars(text.data(), text.data() + text.size(), n);

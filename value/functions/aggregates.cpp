@@ -12,6 +12,7 @@
 #include "functions/products.h"
 #include "functions/sums.h"
 #include "operators/convert.h"
+#include "operators/extremes.h"
 
 namespace qvo::value {
 namespace {
@@ -206,17 +207,6 @@ template <class Better> class Extremum final : public Kept {
     void offer(const Scalar& scalar) {
         if (!kept_ || Better::prefers(compare(scalar, *kept_))) kept_ = scalar;
     }
-};
-
-struct Larger {
-    static constexpr bool largest = true;
-    static bool prefers(int order) { return order > 0; }
-    template <class V> QVO_INLINE bool operator()(V a, V b) const { return a > b; }
-};
-struct Smaller {
-    static constexpr bool largest = false;
-    static bool prefers(int order) { return order < 0; }
-    template <class V> QVO_INLINE bool operator()(V a, V b) const { return a < b; }
 };
 
 /// The first or last value that is present, in the order of the rows or of their keys.
@@ -668,7 +658,7 @@ const Function functions[] = {
      .rule =
          "States of different functions are an error. NULL is left out. Where the order matters (first, last), it is "
          "that of the rows.",
-     .example = {"finish(merge(state('sum', [1, 2])))", ""},
+     .example = {"finish(merge(s)) FROM (SELECT state('sum', [1, 2]) AS s)", "3"},
      .aggregate = make<Merge>},
     {.name = "finish",
      .group = Group::aggregates,

@@ -1,55 +1,54 @@
 #include "functions/sums.h"
 
-#include <bit>
-
 #include "core/runs.h"
 
 namespace qvo::value {
 namespace {
 
-constexpr size_t lanes = 16;
+// Vectors that the compiler keeps in registers; left alone, it mixes lanes and spills them.
+typedef double Doubles __attribute__((vector_size(32)));
+typedef int64_t Integers __attribute__((vector_size(32)));
+constexpr size_t width = sizeof(Doubles) / sizeof(double), vectors = 2, lanes = vectors * width;
 
 struct Lanes {
-    double high[lanes] = {}, low[lanes] = {};
+    Doubles high[vectors] = {}, low[vectors] = {};
 
-    QVO_INLINE void add(const double* __restrict x) {
-        for (size_t k = 0; k < lanes; ++k) {
-            const double sum = high[k] + x[k], part = sum - high[k];
-            low[k] += (high[k] - (sum - part)) + (x[k] - part);
-            high[k] = sum;
-        }
+    QVO_INLINE void add(size_t k, const Doubles& x) {
+        const Doubles sum = high[k] + x, part = sum - high[k];
+        low[k] += (high[k] - (sum - part)) + (x - part);
+        high[k] = sum;
     }
     DoubleSum total() const {
         DoubleSum all;
-        for (size_t k = 0; k < lanes; ++k) all.add({high[k], low[k]});
+        for (size_t k = 0; k < lanes; ++k) all.add({high[k / width][k % width], low[k / width][k % width]});
         return all;
     }
 };
 
-QVO_INLINE double or_zero(double x) { return x == x ? x : 0.0; }
+QVO_INLINE void load(Doubles& x, const double* from) { std::memcpy(&x, from, sizeof x); }
 
-/// The upper half of a double's digits: its product with a run is exact, and so is that of the rest.
-QVO_INLINE double upper(double x) { return std::bit_cast<double>(std::bit_cast<uint64_t>(x) & 0xfffffffff8000000U); }
+/// 0 in the place of what is missing.
+QVO_INLINE double or_zero(double x) { return x == x ? x : 0.0; }
 
 QVO_CPU_VARIANTS Summed sum_single(const double* values, size_t n) {
     Lanes sums;
-    uint64_t missing = 0;
+    Integers present[vectors] = {};
     size_t i = 0;
-    for (; i + lanes <= n; i += lanes) {
-        double block[lanes];
-        for (size_t k = 0; k < lanes; ++k) {
-            block[k] = or_zero(values[i + k]);
-            missing += values[i + k] != values[i + k];
+    for (; i + lanes <= n; i += lanes)
+        for (size_t k = 0; k < vectors; ++k) {
+            Doubles x;
+            load(x, values + i + k * width);
+            const Integers there = x == x;  // all ones where it is
+            present[k] -= there;
+            sums.add(k, reinterpret_cast<Doubles>(reinterpret_cast<Integers>(x) & there));
         }
-        sums.add(block);
+    Summed result{sums.total(), 0};
+    for (size_t k = 0; k < lanes; ++k) result.present += static_cast<uint64_t>(present[k / width][k % width]);
+    for (; i < n; ++i) {
+        result.sum.add(or_zero(values[i]));
+        result.present += values[i] == values[i];
     }
-    double block[lanes] = {};
-    for (size_t k = 0; i + k < n; ++k) {
-        block[k] = or_zero(values[i + k]);
-        missing += values[i + k] != values[i + k];
-    }
-    sums.add(block);
-    return {sums.total(), n - missing};
+    return result;
 }
 
 QVO_CPU_VARIANTS Summed sum_runs_of(const double* values, const uint8_t* first_run, size_t n) {
@@ -59,13 +58,18 @@ QVO_CPU_VARIANTS Summed sum_runs_of(const double* values, const uint8_t* first_r
         double high[lanes] = {}, low[lanes] = {};
         for (size_t k = 0; k < lanes && i + k < n; ++k) {
             const unsigned run = first_run[-static_cast<ptrdiff_t>(i + k)];
-            const double x = or_zero(values[i + k]), top = upper(x);
+            const double x = or_zero(values[i + k]), top = upper_digits(x);
             high[k] = top * run;
             low[k] = std::isfinite(x) ? (x - top) * run : 0.0;
             present += values[i + k] == values[i + k] ? run : 0;
         }
-        sums.add(high);
-        sums.add(low);
+        for (size_t k = 0; k < vectors; ++k) {
+            Doubles part;
+            load(part, high + k * width);
+            sums.add(k, part);
+            load(part, low + k * width);
+            sums.add(k, part);
+        }
     }
     return {sums.total(), present};
 }

@@ -3,6 +3,7 @@
 // is rounded in the end is the sum itself, to far beyond the digits of a double.
 #pragma once
 
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -10,6 +11,11 @@
 #include "qvowseq.h"
 
 namespace qvo::value {
+
+/// The upper half of a double's digits: its product with a run is exact, and so is that of the rest.
+QVO_INLINE double upper_digits(double x) {
+    return std::bit_cast<double>(std::bit_cast<uint64_t>(x) & 0xfffffffff8000000U);
+}
 
 /// A sum in two parts; `low` is what `high` has lost.
 struct DoubleSum {
@@ -19,6 +25,13 @@ struct DoubleSum {
         const double sum = high + x, part = sum - high;
         low += (high - (sum - part)) + (x - part);
         high = sum;
+    }
+    /// Adds x so many times.
+    QVO_INLINE void add(double x, unsigned times) {
+        if (times == 1) return add(x);
+        const double top = upper_digits(x);
+        add(top * times);
+        if (std::isfinite(x)) add((x - top) * times);
     }
     void add(const DoubleSum& other) {
         add(other.high);
