@@ -5,8 +5,8 @@
 namespace qvo::value {
 
 Buffer to_stored(Plan& plan, const Series& series, WriterOptions options) {
-    ValueType type = series.type;
-    Writer writer(type, options);
+    Writer writer(series.type, options);
+    if (series.length) writer.expect(*series.length);
     for_each_tile(plan, series,
                   [&](const void* values, const uint8_t* runs, size_t n) { writer.put(values, runs, n); });
     return writer.finish();

@@ -1,0 +1,184 @@
+// Functions and aggregates over stored sequences, called one at a time as a database calls them. "flat" is here the
+// operator over an array in memory that is pulled to its end; what is stored has to be checked and decoded first, and a
+// result that is a sequence is encoded as well. Values without two decimals are stored plain, prices as decimals.
+#include <cmath>
+#include <functional>
+
+#include "qvovalue.h"
+#include "support.h"
+
+namespace qvo::bench {
+namespace {
+
+constexpr size_t n_positions = 1'000'000;
+
+/// A stored sequence, made of an array.
+class StoredColumn {
+ public:
+    template <class V> StoredColumn(qvo_type_t type, const std::vector<V>& values) {
+        qvo_expression_t* array = nullptr;
+        qvo_expression_array(type, 0, values.data(), values.size(), nullptr, nullptr, &array, nullptr);
+        qvo_expression_evaluate(array, nullptr, &datum_, nullptr);
+        qvo_expression_release(array);
+    }
+    ~StoredColumn() { qvo_datum_free(&datum_); }
+    StoredColumn(const StoredColumn&) = delete;
+    StoredColumn& operator=(const StoredColumn&) = delete;
+    const qvo_datum_t& datum() const { return datum_; }
+
+ private:
+    qvo_datum_t datum_{};
+};
+
+enum class Shape { plain, prices, runs };
+
+/// Values of a shape; with runs of 100 on average.
+std::vector<double> values_of(Shape shape) {
+    std::mt19937 random(7);
+    std::uniform_real_distribution<double> real(1, 100);
+    std::vector<double> values;
+    values.reserve(n_positions + 200);
+    while (values.size() < n_positions) {
+        const double value = shape == Shape::plain ? real(random) : std::round(real(random) * 100) / 100;
+        values.insert(values.end(), shape == Shape::runs ? 50 + random() % 101 : 1, value);
+    }
+    values.resize(n_positions);
+    return values;
+}
+
+/// Pulls an operator to its end.
+void drain(qvo_seq_iterator_t& it) {
+    while (it.next(&it) == QVO_S_OK) it.tile_offs = 0;
+}
+
+/// One measured function: its name, whether it is an aggregate, how many of the two columns and which scalar it takes,
+/// and the operator over arrays.
+struct Row {
+    const char* name;
+    unsigned n_columns;
+    bool has_scalar;
+    void (*over_arrays)(double* x, double* y, size_t n);
+};
+
+struct Operands {
+    qvo_seq_iterator_t x, y, result;
+    Operands(double* a, double* b, size_t n) {
+        qvo_seq_unget_double(&x, a, n);
+        qvo_seq_unget_double(&y, b, n);
+    }
+};
+
+const Row rows[] = {
+    {"add", 2, false,
+     [](double* x, double* y, size_t n) {
+         Operands o(x, y, n);
+         qvo_seq_add_double(&o.result, &o.x, &o.y);
+         drain(o.result);
+     }},
+    {"gt", 1, true,
+     [](double* x, double* y, size_t n) {
+         Operands o(x, y, n);
+         qvo_seq_const_double(&o.y, 50.5);
+         qvo_seq_gt_double(&o.result, &o.x, &o.y);
+         drain(o.result);
+     }},
+    {"neg", 1, false,
+     [](double* x, double* y, size_t n) {
+         Operands o(x, y, n);
+         qvo_seq_neg_double(&o.result, &o.x);
+         drain(o.result);
+     }},
+    {"cumsum", 1, false,
+     [](double* x, double* y, size_t n) {
+         Operands o(x, y, n);
+         qvo_seq_cum_agg_sum_double(&o.result, &o.x);
+         drain(o.result);
+     }},
+    {"sum", 1, false,
+     [](double* x, double* y, size_t n) {
+         Operands o(x, y, n);
+         qvo_seq_agg_sum_double(&o.result, &o.x);
+         drain(o.result);
+     }},
+    {"avg", 1, false,
+     [](double* x, double* y, size_t n) {
+         Operands o(x, y, n);
+         qvo_seq_agg_avg_double(&o.result, &o.x);
+         drain(o.result);
+     }},
+    {"max", 1, false,
+     [](double* x, double* y, size_t n) {
+         Operands o(x, y, n);
+         qvo_seq_agg_max_double(&o.result, &o.x);
+         drain(o.result);
+     }},
+    {"var", 1, false,
+     [](double* x, double* y, size_t n) {
+         Operands o(x, y, n);
+         qvo_seq_agg_var_double(&o.result, &o.x);
+         drain(o.result);
+     }},
+};
+
+void time_arrays(benchmark::State& state, const Row& row) {
+    std::vector<double> x = values_of(Shape::plain), y = values_of(Shape::prices);
+    double positions = 0;
+    for (auto _ : state) {
+        row.over_arrays(x.data(), y.data(), n_positions);
+        benchmark::ClobberMemory();
+        positions += n_positions;
+    }
+    count(state, positions, positions);
+}
+
+/// Calls the function as a database does. False if that fails.
+bool call(const qvo_function_t* function, bool aggregate, const qvo_datum_t* arguments, size_t n) {
+    qvo_datum_t result{};
+    qvo_value_code_t rc;
+    if (aggregate) {
+        qvo_aggregate_t* folded = nullptr;
+        rc = qvo_aggregate_new(function, &folded, nullptr);
+        if (rc == QVO_VALUE_OK) rc = qvo_aggregate_step(folded, arguments, n, nullptr, nullptr);
+        if (rc == QVO_VALUE_OK) rc = qvo_aggregate_finish(folded, nullptr, &result, nullptr);
+        qvo_aggregate_free(folded);
+    } else {
+        rc = qvo_call(function, arguments, n, nullptr, &result, nullptr);
+    }
+    qvo_datum_free(&result);
+    return rc == QVO_VALUE_OK;
+}
+
+void time_stored(benchmark::State& state, const Row& row, Shape shape) {
+    const qvo_function_t* const function = qvo_function_named(row.name);
+    if (function == nullptr) return fail(state);
+    const StoredColumn x(QVO_TYPE_DOUBLE, values_of(shape)), y(QVO_TYPE_DOUBLE, values_of(shape));
+    std::vector<qvo_datum_t> arguments = {x.datum(), y.datum()};
+    arguments.resize(row.n_columns);
+    if (row.has_scalar) {
+        arguments.push_back({});
+        arguments.back().kind = QVO_DATUM_REAL;
+        arguments.back().as.real = 50.5;
+    }
+    qvo_function_info_t info;
+    qvo_function_describe(function, &info);
+    double positions = 0;
+    for (auto _ : state) {
+        if (!call(function, info.kind == QVO_AGGREGATE_FUNCTION, arguments.data(), arguments.size()))
+            return fail(state);
+        positions += n_positions;
+    }
+    // Rates are those of positions: of runs, the elements are a hundredth.
+    count(state, positions, positions);
+}
+
+QVO_BENCH_FAMILIES(values) {
+    for (const Row& row : rows) {
+        add_case("stored", row.name, "flat", [&row](benchmark::State& s) { time_arrays(s, row); });
+        add_case("stored", row.name, "plain", [&row](benchmark::State& s) { time_stored(s, row, Shape::plain); });
+        add_case("stored", row.name, "prices", [&row](benchmark::State& s) { time_stored(s, row, Shape::prices); });
+        add_case("stored", row.name, "runs_of_100", [&row](benchmark::State& s) { time_stored(s, row, Shape::runs); });
+    }
+}
+
+}  // namespace
+}  // namespace qvo::bench
