@@ -1,11 +1,19 @@
-# What is installed: headers, both libraries, the CMake package and the pkg-config file. The tree may be moved.
+# What is installed: headers, libraries, the CMake package and a pkg-config file for each library. The tree may be moved.
 include(CMakePackageConfigHelpers)
 
+set(libraries qvoseq)
+set(headers include/qvoseq.h include/qvohost.h)
+if(QVOSEQ_BUILD_VALUE)
+  list(APPEND libraries qvovalue)
+  list(APPEND headers include/qvovalue.h)
+endif()
+list(TRANSFORM libraries APPEND _static OUTPUT_VARIABLE archives)
+
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/qvoseq)
-install(TARGETS qvoseq qvoseq_static EXPORT qvoseqTargets
+install(TARGETS ${libraries} ${archives} EXPORT qvoseqTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Runtime NAMELINK_COMPONENT Development
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Development)
-install(FILES include/qvoseq.h include/qvohost.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT Development)
+install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT Development)
 
 install(EXPORT qvoseqTargets NAMESPACE qvoseq:: DESTINATION ${package_dir} COMPONENT Development)
 configure_package_config_file(cmake/qvoseqConfig.cmake.in qvoseqConfig.cmake INSTALL_DESTINATION ${package_dir}
@@ -14,7 +22,7 @@ write_basic_package_version_file(qvoseqConfigVersion.cmake COMPATIBILITY SameMaj
 install(FILES ${PROJECT_BINARY_DIR}/qvoseqConfig.cmake ${PROJECT_BINARY_DIR}/qvoseqConfigVersion.cmake
   DESTINATION ${package_dir} COMPONENT Development)
 
-# The pkg-config file names its places from where it lies itself, but for those that are given as absolute paths.
+# A pkg-config file names its places from where it lies itself, but for those that are given as absolute paths.
 set(QVOSEQ_PC_PREFIX ${CMAKE_INSTALL_PREFIX})
 if(NOT IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR})
   file(RELATIVE_PATH up /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
@@ -28,5 +36,8 @@ foreach(dir INCLUDEDIR LIBDIR)
     set(QVOSEQ_PC_${dir} "\${prefix}/${CMAKE_INSTALL_${dir}}")
   endif()
 endforeach()
-configure_file(cmake/qvoseq.pc.in qvoseq.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/qvoseq.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT Development)
+foreach(library ${libraries})
+  configure_file(cmake/${library}.pc.in ${library}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${library}.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT Development)
+endforeach()
