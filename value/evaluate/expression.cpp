@@ -1,9 +1,17 @@
 #include "evaluate/expression.h"
 
+#include <algorithm>
+
 #include "evaluate/call.h"
 #include "evaluate/source.h"
 
 namespace qvo::value {
+namespace {
+
+// Building, pulling and freeing go down an expression on the stack, which threads may have little of.
+constexpr unsigned most_depth = 200;
+
+}  // namespace
 
 std::shared_ptr<const Expression> Expression::of_stored(std::span<const uint8_t> bytes, Keep keep) {
     const Stored checked(bytes);
@@ -37,6 +45,9 @@ std::shared_ptr<const Expression> Expression::of_call(const Function& function,
     if (function.build == nullptr)
         throw Error(Fault::argument, std::string(function.name) + " does not make a sequence out of sequences");
     auto expression = std::make_shared<Expression>();
+    for (const auto& argument : arguments) expression->depth_ = std::max(expression->depth_, argument->depth_ + 1);
+    if (expression->depth_ > most_depth)
+        throw Error(Fault::argument, "calls within calls may be at most " + std::to_string(most_depth) + " deep");
     expression->kind_ = Kind::call;
     expression->function_ = &function;
     expression->arguments_ = std::move(arguments);

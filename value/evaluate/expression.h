@@ -41,6 +41,7 @@ class Expression {
     std::string text_;  // what the datum of a text scalar points to
     Array array_;
     Keep keep_;
+    unsigned depth_ = 0;  // of calls within calls
     const Function* function_ = nullptr;
     std::vector<std::shared_ptr<const Expression>> arguments_;
 };

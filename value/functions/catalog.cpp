@@ -1,20 +1,29 @@
 #include "functions/catalog.h"
 
 #include <algorithm>
-#include <vector>
+#include <array>
 
 namespace qvo::value {
+namespace {
+
+/// All functions, without memory that could be lacking: hosts ask before there is anybody to tell of an error.
+struct List {
+    std::array<const Function*, 160> functions{};
+    size_t n = 0;
+};
+
+}  // namespace
 
 std::span<const Function* const> catalog() {
-    static const std::vector<const Function*> all = [] {
-        std::vector<const Function*> functions;
+    static const List all = [] {
+        List list;
         for (const std::span<const Function> table :
              {make_functions(), element_wise_functions(), along_functions(), select_functions(), aggregate_functions(),
               pair_functions(), order_statistic_functions(), group_functions(), time_functions()})
-            for (const Function& function : table) functions.push_back(&function);
-        return functions;
+            for (const Function& function : table) list.functions.at(list.n++) = &function;
+        return list;
     }();
-    return all;
+    return {all.functions.data(), all.n};
 }
 
 const Function* find_function(std::string_view name) {

@@ -243,7 +243,7 @@ const Function functions[] = {
          "order of the rows. NULL becomes a missing value in float and double and is refused by other types "
          "(coalesce replaces it), as is a value that its type does not hold. Timestamps are ISO 8601 text or "
          "microseconds since 1970-01-01 UTC. A key may not be NULL. No rows give NULL.",
-     .example = {"pack('3', 1, 'int4')", ""},
+     .example = {"pack(3, 1, 'int4')", "[3]"},
      .aggregate = make_pack},
     {.name = "rows",
      .group = Group::make,
@@ -252,7 +252,9 @@ const Function functions[] = {
      .parameters = {{"x"}},
      .repeats = true,
      .result = "columns pos (from 0), v1 … v8",
-     .rule = "A condition on pos reads only the positions that it allows. Missing values are NULL. No rows for NULL.",
+     .rule =
+         "Up to 8 sequences. A condition on pos reads only the positions that it allows. Missing values are NULL. No "
+         "rows for NULL.",
      .example = {"rows([1.5, null])", "0|1.5\n1|NULL"},
      .columns = "pos v1 v2 v3 v4 v5 v6 v7 v8",
      .rows = rows},
@@ -320,7 +322,7 @@ const Function functions[] = {
      .result = "text: JSON with type, length, elements, mean_run, bytes, bytes_raw, tiles by encoding, min, max",
      .rule = "min and max are null for char, and where all values are missing.",
      .example = {"info(int4[7, 7, 7])",
-                 "{\"type\":\"int4\",\"length\":3,\"elements\":1,\"mean_run\":3.0,\"bytes\":192,\"bytes_raw\":12,"
+                 "{\"type\":\"int4\",\"length\":3,\"elements\":1,\"mean_run\":3.0,\"bytes\":120,\"bytes_raw\":12,"
                  "\"tiles\":{\"constant\":1},\"min\":7,\"max\":7}"},
      .compute = info},
     {.name = "valid",
@@ -359,11 +361,9 @@ const Function functions[] = {
      .summary = "The sequences of the rows one behind the other, ordered by a key.",
      .parameters = {{"x"}, {"key", Takes::nullable, Of::any, {}, {}, true}},
      .result = "the type in which the rows' types meet",
-     .rule =
-         "Equal types stay, char becomes as wide as the widest, numbers of different types meet as int8 or double. "
-         "Rows "
-         "are ordered by key, stably; a key may not be NULL. A row whose sequence is NULL is left out; no rows give "
-         "NULL.",
+     .rule = "Equal types stay, char becomes as wide as the widest, numbers of different types meet as int8 or double. "
+             "Rows are ordered by key, stably; a key may not be NULL. A row whose sequence is NULL is left out; no "
+             "rows give NULL.",
      .example = {"join([1, 2], 1)", "[1,2]"},
      .aggregate = make_join},
     {.name = "append",

@@ -1,0 +1,167 @@
+#!/usr/bin/env python3
+"""The reference of all functions, docs/functions.md, from the catalog inside the value library.
+
+The page opens with an index, a line a function; then every function has a short entry. Its example is an SQL block that
+ends in the result as a comment, which tests/docs/sql_page.py runs as it stands.
+
+    function_reference.py write LIBRARY PAGE     rewrite the page, if it changed
+    function_reference.py check LIBRARY PAGE     fail if the page is not what the catalog gives
+"""
+import itertools
+import re
+import sys
+import textwrap
+
+import catalog
+
+WIDTH = 120
+INTRODUCTION = """# Functions
+
+Every function of sequences, in SQL. The page is written from the catalog inside the library (the `reference` target), and
+its examples are run by the tests. How to load the functions and put them together is in [sql.md](sql.md).
+
+What holds for all of them, unless an entry says otherwise:
+
+- A NULL argument makes the result NULL; an aggregate leaves the row out. Over no rows an aggregate is NULL.
+- Missing values exist in float and double alone. Functions over elements hand them on; aggregates skip them.
+- Sequences that are taken together need equal lengths. Where an entry says *or a scalar*, a number or a text stands for a
+  sequence of that value, of any length; one argument at least has to be a sequence. Text beside timestamps is a timestamp.
+- Whatever a function cannot do is an error that names the function, the argument, what came and what is accepted.
+- *Aggregates* run over all elements of all rows of a group. Most have a *state*, which can be stored and combined: see
+  [seq_state](#seq_state).
+- *Tables* stand in FROM.
+- Brackets enclose what may be left out. Positions count from 0.
+"""
+
+SEQUENCES = {
+    "": "a sequence",
+    "number": "a sequence of numbers",
+    "number or timestamp": "a sequence of numbers or timestamps",
+    "float or double": "a sequence of float or double",
+    "integer": "a sequence of integers",
+    "boolean": "a sequence of boolean",
+    "timestamp": "a sequence of timestamps",
+    "char": "a sequence of text",
+}
+OTHERS = {"scalar": "a number or a text", "real": "a number", "text": "text", "bytes": "a blob", "anything": "any value"}
+
+
+def number(n):
+    power = abs(n).bit_length() - 1
+    return f"{'-' if n < 0 else ''}2^{power}" if power >= 20 and abs(n) == 1 << power else str(n)
+
+
+def accepted(parameter):
+    """What a parameter takes, in words."""
+    if parameter.takes in ("sequence", "operand"):
+        return SEQUENCES[parameter.of] + (", or a scalar" if parameter.takes == "operand" else "")
+    if parameter.takes != "integer":
+        return OTHERS[parameter.takes]
+    low, high = (None if abs(n) >= 2**63 - 1 else number(n) for n in (parameter.lowest, parameter.highest))
+    bounds = (f" from {low}" if low else "") + (f" to {high}" if high else "")
+    return "an integer" + (bounds if low else f" up to {high}" if high else "")
+
+
+def signature(function):
+    """seq_pack(v [, key [, type]]); a parameter that may come again is followed by an ellipsis."""
+    text, nested = "", 0
+    for i, parameter in enumerate(function.parameters):
+        comma = ", " if i else ""
+        if parameter.optional:
+            text, nested = f"{text} [{comma}{parameter.name}", nested + 1
+        else:
+            text += comma + parameter.name
+    if function.most > len(function.parameters):
+        text += f" [, {function.parameters[-1].name} …]"
+    return f"seq_{function.name}({text.lstrip()}{']' * nested})"
+
+
+def escaped(text):
+    """Words of the catalog as Markdown, with other functions' names as links to their entries."""
+    return re.sub(r"([\\*_<|`])", r"\\\1", text)
+
+
+def linked(text, names):
+    return re.sub(r"\bseq\\_([a-z0-9\\_]+)\b",
+                  lambda m: f"[{m[0]}](#seq_{m[1]})" if m[1].replace("\\", "") in names else m[0],
+                  escaped(text)).replace("#seq_", "#seq_")
+
+
+def wrapped(text, first="", rest=""):
+    return textwrap.fill(text, WIDTH, initial_indent=first, subsequent_indent=rest, break_long_words=False,
+                         break_on_hyphens=False)
+
+
+def example(function):
+    """The example as a statement that prints its result."""
+    call = catalog.example_in_sql(function.example)
+    result = function.example_result.split("\n")
+    if function.kind == "table":
+        columns = function.columns.split()[: max(line.count("|") + 1 for line in result)]
+        statement = f"SELECT {', '.join(columns)} FROM {call};"
+    elif result[0].startswith("[") and not function.result.startswith("text"):
+        statement = f"SELECT seq_to_json({call});"
+    else:
+        statement = f"SELECT {call};"
+    return ["```sql", statement, *(f"-- {line}" for line in result), "```"]
+
+
+def entry(function, names):
+    marks = [function.kind] if function.kind != "scalar" else []
+    marks += ["with a state"] if function.has_state else []
+    lines = [f"### seq_{function.name}", "", f"`{signature(function)}`" + (f" · *{', '.join(marks)}*" if marks else ""),
+             "", wrapped(linked(function.summary, names)), ""]
+    described = ((accepted(p) + (", optional" if p.optional else ""), p.name) for p in function.parameters)
+    for words, same in itertools.groupby(described, key=lambda pair: pair[0]):
+        lines.append(wrapped(f"{', '.join(f'`{name}`' for _, name in same)}: {words}", "- ", "  "))
+    lines += [wrapped(f"result: {escaped(function.result)}", "- ", "  "), ""]
+    if function.rule:
+        lines += [wrapped(linked(function.rule, names)), ""]
+    return lines + example(function) + [""]
+
+
+def index(section, functions):
+    lines = [f"**[{section}](#{section.lower().replace(' ', '-')})**", "", "| | |", "|---|---|"]
+    for f in functions:
+        shown = signature(f).replace("|", "\\|")
+        lines.append(f"| [`{shown}`](#seq_{f.name}) | {escaped(f.summary)} |")
+    return lines + [""]
+
+
+def render(functions):
+    names = {f.name for f in functions}
+    sections = {}
+    for f in functions:
+        sections.setdefault(f.section, []).append(f)
+    lines = [INTRODUCTION, "## Index", ""]
+    for section, members in sections.items():
+        lines += index(section, members)
+    for section, members in sections.items():
+        lines += [f"## {section}", ""]
+        for f in members:
+            lines += entry(f, names)
+    return "\n".join(lines)
+
+
+def main():
+    if len(sys.argv) != 4 or sys.argv[1] not in ("write", "check"):
+        sys.exit(__doc__)
+    verb, library, page = sys.argv[1:]
+    text = render(catalog.read(library))
+    try:
+        with open(page, encoding="utf-8") as file:
+            current = file.read()
+    except FileNotFoundError:
+        current = None
+    if current == text:
+        return 0
+    if verb == "check":
+        print(f"{page} does not follow the catalog: build the `reference` target")
+        return 1
+    with open(page, "w", encoding="utf-8") as file:
+        file.write(text)
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
