@@ -1,14 +1,21 @@
 #!/usr/bin/env python3
-"""Runs the example over its data file, compares the report with the golden file, and recomputes answers from the file.
+"""Runs an example over its data file, compares the report with the golden file, and recomputes answers from the file.
 
-    check.py PROGRAM DATA GOLDEN [--write]     --write: take the report as the new golden file
+    check.py engine PROGRAM DATA GOLDEN [--write]
+    check.py sql EXTENSION DATA GOLDEN [--write]      the questions of examples/weather.sql, in the sqlite3 shell
+
+--write takes the report as the new golden file.
 """
 import csv
 import difflib
 import itertools
 import math
+import os
+import re
+import statistics
 import subprocess
 import sys
+import tempfile
 
 
 def load(path):
@@ -40,7 +47,7 @@ def wet_highs(days):
     return [day["temp_max"] for day in days if day["precipitation"] > 5]
 
 
-def expected(places):
+def expected_of_engine(places):
     """(question, answer) for what can be computed in a few lines without the library."""
     for place, days in places.items():
         rain, highs, lows = (column(days, name) for name in ("precipitation", "temp_max", "temp_min"))
@@ -75,10 +82,66 @@ def expected(places):
     yield "the two merged", f"{mean(both):.2f} degrees in both"
 
 
+def expected_of_sql(places):
+    """(beginning of a row, rest of it), in columns."""
+    for place, days in places.items():
+        rain, highs, lows, wind = (column(days, name) for name in ("precipitation", "temp_max", "temp_min", "wind"))
+        yield place, f"{mean(wet_highs(days)):.2f}"
+        for day in days:
+            if day["precipitation"] >= 50:
+                yield f"{place} {day['date']}", f"{day['precipitation']}"
+        yield (f"{place} {100 * mean([r == 0 for r in rain]):.2f} {min(wind)} {max(wind)}",
+               f"{correlation(highs, lows):.4f}")
+        yield place, f"{max(highs) * 1.8 + 32:.2f}"
+        for most in sorted(rain)[-5:]:
+            yield f"{place} {days[rain.index(most)]['date']}", f"{most}"
+        # The count in between is an estimate, with an error of its own.
+        whole = len({round(high) for high in highs})
+        yield f"{place} {len(set(highs))}", (rf"\d+ {whole}$",)
+        for month in sorted({day["date"][:7] for day in days})[-6:]:
+            of_month = [day for day in days if day["date"].startswith(month)]
+            yield (f"{place} {month} {len(of_month)}",
+                   f"{mean(column(of_month, 'temp_max')):.2f} {sum(column(of_month, 'precipitation')):.1f}")
+        steps = [b - a for a, b in zip(highs, highs[1:])]
+        yield place, f"{min(steps):.1f} {max(steps):.1f} {sum(step > 0 for step in steps)}"
+        kinds = column(days, "weather")
+        yield place, f"{sum(kind.startswith('s') for kind in kinds)} {sum('i' in kind for kind in kinds)}"
+        counts = [sum(low <= high < low + 5 for high in highs) for low in range(-10, 40, 5)]
+        yield place, f"[0,{','.join(map(str, counts))},0]"
+        yield place, " ".join(str(q) for q in statistics.quantiles(highs, n=4, method="inclusive"))
+        year = rain[-365:]
+        yield place, f"{sum(year[:90]):.1f} {sum(year[:180]):.1f} {sum(year):.1f}"
+        weeks = {day: mean(highs[day - 6:day + 1]) for day in range(6, len(days))}
+        warmest = max(weeks, key=weeks.get)
+        yield place, f"{weeks[warmest]:.2f} {days[warmest]['date']}"
+    everywhere = [day for days in places.values() for day in days]
+    for kind in {day["weather"] for day in everywhere}:
+        of_kind = [day["temp_max"] for day in everywhere if day["weather"] == kind]
+        yield f"{kind} {len(of_kind)}", f"{mean(of_kind):.2f}"
+    quarter = [day["precipitation"] for day in places["Seattle"] if "2014-04" <= day["date"] < "2014-07"]
+    yield "Seattle 2014-04-01", f"{sum(quarter):.1f}"
+    wet = [{day["date"] for day in days if day["precipitation"] >= 10} for days in places.values()]
+    yield "", f"{len(wet[0] & wet[1])}"
+    both = [high for days in places.values() for high in wet_highs(days)]
+    yield "96", f"{mean(both):.2f}"
+
+
+def report_of_engine(program, data):
+    return subprocess.run([program, data], check=True, stdout=subprocess.PIPE, text=True).stdout
+
+
+def report_of_sql(extension, data):
+    script = os.path.join(os.path.dirname(data), "..", "weather.sql")
+    with tempfile.TemporaryDirectory() as folder:
+        commands = [f".import --csv \"{data}\" raw", ".mode column", ".echo on", f".read \"{script}\""]
+        shell = ["sqlite3", "-bail", "-init", os.devnull, "-cmd", f".load \"{extension}\"", f"{folder}/weather.db"]
+        return subprocess.run(shell + commands, check=True, stdout=subprocess.PIPE, text=True).stdout
+
+
 def main():
-    program, data, golden = sys.argv[1:4]
-    report = subprocess.run([program, data], check=True, stdout=subprocess.PIPE, text=True).stdout
-    if sys.argv[4:] == ["--write"]:
+    kind, program, data, golden = sys.argv[1:5]
+    report = {"engine": report_of_engine, "sql": report_of_sql}[kind](program, data)
+    if sys.argv[5:] == ["--write"]:
         with open(golden, "w", encoding="utf-8") as file:
             file.write(report)
     with open(golden, encoding="utf-8") as file:
@@ -86,11 +149,19 @@ def main():
     print("\n".join(difference))
 
     lines = [" ".join(line.split()) for line in report.splitlines()]
-    wrong = [(question, answer) for question, answer in expected(load(data))
-             if not any(line.startswith(f"{question} {answer}") for line in lines)]
+    expected = {"engine": expected_of_engine, "sql": expected_of_sql}[kind]
+    wrong = [(question, answer) for question, answer in expected(load(data)) if not found(lines, question, answer)]
     for question, answer in wrong:
         print(f"expected, but not in the report: {question} {answer}")
     return 1 if difference or wrong else 0
+
+
+def found(lines, question, answer):
+    """True if a line begins so; an answer that is a tuple is a pattern."""
+    start = f"{question} " if question else ""
+    if isinstance(answer, tuple):
+        return any(line.startswith(start) and re.match(answer[0], line[len(start):]) for line in lines)
+    return any(line.startswith(start + answer) for line in lines)
 
 
 if __name__ == "__main__":
