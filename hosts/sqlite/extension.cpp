@@ -65,9 +65,13 @@ void step(sqlite3_context* context, int n, sqlite3_value** values) {
     qvo_error_t error;
     if (*aggregate == nullptr && qvo_aggregate_new(r.function, aggregate, &error) != QVO_VALUE_OK)
         return set_error(context, error);
-    if (qvo_aggregate_step(*aggregate, arguments.data, static_cast<size_t>(n), CallLimits(*r.connection), &error) !=
+    if (qvo_aggregate_step(*aggregate, arguments.data, static_cast<size_t>(n), CallLimits(*r.connection), &error) ==
         QVO_VALUE_OK)
-        set_error(context, error);
+        return;
+    // SQLite calls `finish` all the same, which is not to look at what the row left behind.
+    qvo_aggregate_free(*aggregate);
+    *aggregate = nullptr;
+    set_error(context, error);
 }
 
 void finish(sqlite3_context* context) {
