@@ -1,8 +1,443 @@
 // Along the sequence: functions that look at neighbours.
+#include "core/number.h"
+#include "evaluate/width.h"
 #include "functions/catalog.h"
+#include "functions/inputs.h"
+#include "operators/cumulative.h"
+#include "operators/gaps.h"
+#include "operators/rolling.h"
+#include "operators/rolling_time.h"
+#include "operators/shift.h"
+#include "operators/smoothing.h"
 
 namespace qvo::value {
+namespace {
 
-std::span<const Function> along_functions() { return {}; }
+constexpr ValueType int8{Type::int8, 8}, double_{Type::double_, 8};
+
+Series as_double(Plan& plan, Arguments& a, size_t i) { return widened(plan, a.series(i), double_); }
+
+// ---- Neighbours ------------------------------------------------------------------------------------------------
+
+/// Of what was exact before it was subtracted, the difference is rounded once.
+struct Difference {
+    QVO_INLINE double operator()(double a, double b) const { return a - b; }
+    QVO_INLINE double operator()(int64_t a, int64_t b) const {
+        const uint64_t up = static_cast<uint64_t>(a) - static_cast<uint64_t>(b);
+        return a >= b ? unsigned_to_double(up) : -unsigned_to_double(0 - up);
+    }
+    QVO_INLINE double operator()(uint64_t a, uint64_t b) const {
+        return a >= b ? unsigned_to_double(a - b) : -unsigned_to_double(b - a);
+    }
+};
+struct Change {
+    QVO_INLINE double operator()(double a, double b) const { return a / b - 1.0; }
+};
+
+int64_t distance(const Arguments& a) { return a.has(1) ? a.integer(1) : 1; }
+
+/// What Op makes of values and those n positions before them; missing where there are none.
+template <class V, class Op> Series paired(Plan& plan, const Moved& moved, ValueType type, const Op& op) {
+    const Series both[] = {widened(plan, moved.now, type), widened(plan, moved.before, type)};
+    const Series made = elementwise<double, V, V>(plan, double_, both, op);
+    return framed(plan, made, moved.unpaired_first, moved.unpaired_last, missing_double());
+}
+
+Series diff(Plan& plan, Arguments& a) {
+    const Moved x = moved(plan, a, 0, distance(a));
+    const ValueType type = x.now.type;
+    if (type.type == Type::int8 || type.type == Type::timestamp) return paired<int64_t>(plan, x, type, Difference{});
+    if (type.type == Type::uint8) return paired<uint64_t>(plan, x, type, Difference{});
+    return paired<double>(plan, x, double_, Difference{});
+}
+
+Series pct_change(Plan& plan, Arguments& a) {
+    return paired<double>(plan, moved(plan, a, 0, distance(a)), double_, Change{});
+}
+
+Series shift(Plan& plan, Arguments& a) {
+    const Moved x = moved(plan, a, 0, a.integer(1));
+    if (a.has(2)) return framed(plan, x.before, x.unpaired_first, x.unpaired_last, a.scalar(2, x.before.type));
+    if (!is_number(x.before.type.type))
+        a.refuse(0, "x must be a sequence of numbers if no third argument says what to fill in, got a sequence of " +
+                        name_of(x.before.type));
+    return framed(plan, widened(plan, x.before, double_), x.unpaired_first, x.unpaired_last, missing_double());
+}
+
+// ---- Running results -------------------------------------------------------------------------------------------
+
+Series cumsum(Plan& plan, Arguments& a) {
+    const Series x = a.series(0);
+    return cumulative_sum(plan, widened(plan, x, is_floating(x.type.type) ? double_ : int8));
+}
+Series cumprod(Plan& plan, Arguments& a) { return cumulative_product(plan, as_double(plan, a, 0)); }
+Series cummax(Plan& plan, Arguments& a) { return cumulative_max(plan, a.series(0)); }
+Series cummin(Plan& plan, Arguments& a) { return cumulative_min(plan, a.series(0)); }
+
+// ---- Windows ---------------------------------------------------------------------------------------------------
+
+Window window_of(const Arguments& a, bool count = false) {
+    const int64_t positions = a.integer(1), min_periods = a.has(2) ? a.integer(2) : count ? 0 : positions;
+    if (min_periods > positions)
+        a.refuse(2, "min_periods must be at most the window, " + std::to_string(positions) + ", got " +
+                        std::to_string(min_periods));
+    return {static_cast<uint64_t>(positions), static_cast<uint64_t>(min_periods)};
+}
+
+template <Series (*rolling)(Plan&, const Series&, Window)> Series windowed(Plan& plan, Arguments& a) {
+    const Window window = window_of(a);
+    return rolling(plan, as_double(plan, a, 0), window);
+}
+
+/// 1 where a value is present, infinite ones too: the sum of a window is their number.
+struct IsPresent {
+    QVO_INLINE double operator()(double x) const { return x == x ? 1.0 : 0.0; }
+};
+Series presence(Plan& plan, Arguments& a) {
+    const Series x = as_double(plan, a, 0);
+    return elementwise<double, double>(plan, double_, std::span(&x, 1), IsPresent{});
+}
+Series rolling_count(Plan& plan, Arguments& a) {
+    const Window window = window_of(a, true);
+    return rolling_sum(plan, presence(plan, a), window);
+}
+
+TimeWindow time_window_of(const Arguments& a) {
+    const std::optional<Width> width = width_named(a.text(2));
+    if (!width || width->unit != Width::Unit::microseconds)
+        a.refuse(2,
+                 "width must be a fixed width of time such as '15 minutes' or '1 day', got " + described(a.datum(2)));
+    return {width->n, a.has(3) ? static_cast<uint64_t>(a.integer(3)) : 1};
+}
+template <Series (*rolling)(Plan&, const Series&, const Series&, TimeWindow)>
+Series windowed_by_time(Plan& plan, Arguments& a) {
+    const TimeWindow window = time_window_of(a);
+    const Series x = as_double(plan, a, 0);
+    return rolling(plan, x, a.series(1), window);
+}
+Series rolling_count_time(Plan& plan, Arguments& a) {
+    const TimeWindow window = time_window_of(a);
+    const Series x = presence(plan, a);
+    return rolling_sum_time(plan, x, a.series(1), window);
+}
+
+// ---- Gaps ------------------------------------------------------------------------------------------------------
+
+uint64_t limit_of(const Arguments& a) { return a.has(1) ? static_cast<uint64_t>(a.integer(1)) : UINT64_MAX; }
+Series ffill(Plan& plan, Arguments& a) { return filled_forward(plan, a.series(0), limit_of(a)); }
+Series bfill(Plan& plan, Arguments& a) { return filled_backward(plan, a.series(0), limit_of(a)); }
+Series interpolate(Plan& plan, Arguments& a) { return interpolated(plan, as_double(plan, a, 0)); }
+
+// ---- Smoothing -------------------------------------------------------------------------------------------------
+
+Series ema(Plan& plan, Arguments& a) {
+    const double span = a.real(1);
+    if (!(span >= 1)) a.refuse(1, "span must be at least 1, got " + described(a.datum(1)));
+    return smoothed(plan, as_double(plan, a, 0), 2.0 / (span + 1.0), 1);
+}
+
+Series averaged(Plan& plan, const Series& x, int64_t n) {
+    return smoothed(plan, x, 1.0 / static_cast<double>(n), static_cast<uint64_t>(n));
+}
+Series wilder(Plan& plan, Arguments& a) { return averaged(plan, as_double(plan, a, 0), a.integer(1)); }
+
+/// The largest of the three distances between a period's extremes and the close before it.
+struct TrueRange {
+    QVO_INLINE double operator()(double high, double low, double close) const {
+        const double spread = high - low, up = std::fabs(high - close), down = std::fabs(low - close);
+        const double other = up > down ? up : down;
+        return other > spread ? other : spread;  // also where there is no close; missing where the spread is
+    }
+};
+Series atr(Plan& plan, Arguments& a) {
+    const Moved close = moved(plan, a, 2, 1);
+    const Series before = framed(plan, widened(plan, close.before, double_), close.unpaired_first, 0, missing_double());
+    const Series operands[] = {as_double(plan, a, 0), as_double(plan, a, 1), before};
+    const Series ranges = elementwise<double, double, double, double>(plan, double_, operands, TrueRange{});
+    return averaged(plan, ranges, a.integer(3));
+}
+Series rsi(Plan& plan, Arguments& a) {
+    const Series differences = paired<double>(plan, moved(plan, a, 0, 1), double_, Difference{});
+    return relative_strength(plan, differences, static_cast<uint64_t>(a.integer(1)));
+}
+
+// ---- The entries -----------------------------------------------------------------------------------------------
+
+constexpr Parameter x_number{"x", Takes::sequence, Of::number}, x_ordered{"x", Takes::sequence, Of::ordered_number};
+constexpr Parameter n_before{"n", Takes::integer, Of::any, -INT64_MAX, INT64_MAX, true};
+constexpr Parameter window{"window", Takes::integer, Of::any, 1, max_window};
+constexpr Parameter n_periods{"n", Takes::integer, Of::any, 1, max_window};
+constexpr Parameter t_time{"t", Takes::sequence, Of::timestamp}, width{"width", Takes::text};
+constexpr Parameter limit{"limit", Takes::integer, Of::any, 1, INT64_MAX, true};
+constexpr Parameter min_periods{"min_periods", Takes::integer, Of::any, 0, max_window, true};
+
+const Function functions[] = {
+    {.name = "diff",
+     .group = Group::along,
+     .summary = "The difference to the value n positions before.",
+     .parameters = {x_ordered, n_before},
+     .result = "double",
+     .rule =
+         "n is 1 if it is left out; a negative n looks ahead. Missing where there is no such position. Integers are "
+         "subtracted exactly, then rounded to double; timestamps give microseconds.",
+     .example = {"diff([1, 4, 9])", "[null,3.0,5.0]"},
+     .build = diff},
+    {.name = "pct_change",
+     .group = Group::along,
+     .summary = "The relative change from the value n positions before.",
+     .parameters = {x_number, n_before},
+     .result = "double",
+     .rule =
+         "x / before - 1. n is 1 if it is left out; a negative n looks ahead. Missing where there is no such position, "
+         "or either value is missing.",
+     .example = {"pct_change([1, 2, 3])", "[null,1.0,0.5]"},
+     .build = pct_change},
+    {.name = "shift",
+     .group = Group::along,
+     .summary = "The value n positions before.",
+     .parameters = {{"x"},
+                    {"n", Takes::integer, Of::any, -INT64_MAX, INT64_MAX},
+                    {"v", Takes::scalar, Of::any, {}, {}, true}},
+     .result = "double; with v the type of x",
+     .rule = "A negative n looks ahead. Where there is no such position, v, or missing if v is left out. Text and "
+             "timestamps, which have no missing value, need a v.",
+     .example = {"shift([1, 2, 3], 1, 0)", "[0,1,2]"},
+     .build = shift},
+    {.name = "cumsum",
+     .group = Group::along,
+     .summary = "The sum of all values up to each position.",
+     .parameters = {x_number},
+     .result = "int8; of floating values double",
+     .rule =
+         "Missing values are left out and stay missing in their places. Integers are added exactly; a sum that int8 "
+         "does not hold is an error.",
+     .example = {"cumsum([1, 2, 3])", "[1,3,6]"},
+     .build = cumsum},
+    {.name = "cumprod",
+     .group = Group::along,
+     .summary = "The product of all values up to each position.",
+     .parameters = {x_number},
+     .result = "double",
+     .rule = "Missing values are left out and stay missing in their places.",
+     .example = {"cumprod([1, 2, null, 3])", "[1.0,2.0,null,6.0]"},
+     .build = cumprod},
+    {.name = "cummax",
+     .group = Group::along,
+     .summary = "The largest value up to each position.",
+     .parameters = {x_ordered},
+     .result = "as x",
+     .rule = "Missing values are left out and stay missing in their places.",
+     .example = {"cummax([1, 3, 2])", "[1,3,3]"},
+     .build = cummax},
+    {.name = "cummin",
+     .group = Group::along,
+     .summary = "The smallest value up to each position.",
+     .parameters = {x_ordered},
+     .result = "as x",
+     .rule = "Missing values are left out and stay missing in their places.",
+     .example = {"cummin([2, 3, 1])", "[2,2,1]"},
+     .build = cummin},
+    {.name = "ffill",
+     .group = Group::along,
+     .summary = "Missing values replaced with the last value before them.",
+     .parameters = {{"x"}, limit},
+     .result = "as x",
+     .rule = "Of each gap at most limit positions, if that is given. What is not floating has no gaps.",
+     .example = {"ffill([1.5, null, null, 2], 1)", "[1.5,1.5,null,2.0]"},
+     .build = ffill},
+    {.name = "bfill",
+     .group = Group::along,
+     .summary = "Missing values replaced with the next value behind them.",
+     .parameters = {{"x"}, limit},
+     .result = "as x",
+     .rule = "Of each gap at most limit positions, the last ones, if that is given. What is not floating has no gaps.",
+     .example = {"bfill([null, null, 2.5], 1)", "[null,2.5,2.5]"},
+     .build = bfill},
+    {.name = "interpolate",
+     .group = Group::along,
+     .summary = "Missing values replaced with the straight line between the values around them.",
+     .parameters = {x_number},
+     .result = "double",
+     .rule = "By position. Missing values before the first value and behind the last one stay.",
+     .example = {"interpolate([1, null, null, 4, null])", "[1.0,2.0,3.0,4.0,null]"},
+     .build = interpolate},
+    {.name = "rolling_sum",
+     .group = Group::along,
+     .summary = "The sum of the last values at each position.",
+     .parameters = {x_number, window, min_periods},
+     .result = "double",
+     .rule = "window is a number of positions. Missing and infinite values are left out; with fewer than min_periods "
+             "values (the window, if left out) the result is missing. With min_periods 0 the sum of nothing is 0. "
+             "Every window is computed by itself: nothing is left of values that are no longer in it.",
+     .example = {"rolling_sum([1, 2, 4], 2)", "[null,3.0,6.0]"},
+     .build = windowed<rolling_sum>},
+    {.name = "rolling_mean",
+     .group = Group::along,
+     .summary = "The mean of the last values at each position.",
+     .parameters = {x_number, window, min_periods},
+     .result = "double",
+     .rule = "window is a number of positions. Missing and infinite values are left out; with fewer than min_periods "
+             "values (the window, if left out) the result is missing. Every window is computed by itself: nothing is "
+             "left of values that are no longer in it.",
+     .example = {"rolling_mean([1, 2, 4], 2)", "[null,1.5,3.0]"},
+     .build = windowed<rolling_mean>},
+    {.name = "rolling_min",
+     .group = Group::along,
+     .summary = "The smallest of the last values at each position.",
+     .parameters = {x_number, window, min_periods},
+     .result = "double",
+     .rule = "window is a number of positions. Missing and infinite values are left out; with fewer than min_periods "
+             "values (the window, if left out) the result is missing.",
+     .example = {"rolling_min([2, 1, 4], 2)", "[null,1.0,1.0]"},
+     .build = windowed<rolling_min>},
+    {.name = "rolling_max",
+     .group = Group::along,
+     .summary = "The largest of the last values at each position.",
+     .parameters = {x_number, window, min_periods},
+     .result = "double",
+     .rule = "window is a number of positions. Missing and infinite values are left out; with fewer than min_periods "
+             "values (the window, if left out) the result is missing.",
+     .example = {"rolling_max([2, 1, 4], 2)", "[null,2.0,4.0]"},
+     .build = windowed<rolling_max>},
+    {.name = "rolling_var",
+     .group = Group::along,
+     .summary = "The sample variance of the last values at each position.",
+     .parameters = {x_number, window, min_periods},
+     .result = "double",
+     .rule = "Its denominator is the number of values less 1. window is a number of positions. Missing and infinite "
+             "values are left out; with fewer than min_periods values (the window, if left out) the result is missing. "
+             "Missing for fewer than two values; of a constant exactly 0. Every window is computed by itself: nothing "
+             "is left of values that are no longer in it.",
+     .example = {"rolling_var([1, 3, 3], 2)", "[null,2.0,0.0]"},
+     .build = windowed<rolling_var>},
+    {.name = "rolling_std",
+     .group = Group::along,
+     .summary = "The sample standard deviation of the last values at each position.",
+     .parameters = {x_number, window, min_periods},
+     .result = "double",
+     .rule = "The square root of rolling_var.",
+     .example = {"rolling_std([1, 3, 3], 2)", "[null,1.4142135623730951,0.0]"},
+     .build = windowed<rolling_std>},
+    {.name = "rolling_count",
+     .group = Group::along,
+     .summary = "The number of values present among the last ones at each position.",
+     .parameters = {x_number, window, min_periods},
+     .result = "double",
+     .rule = "window is a number of positions. Infinite values count. Unlike elsewhere min_periods counts positions, "
+             "whether or not a value is present, and is 0 if it is left out.",
+     .example = {"rolling_count([1, null, 3], 3)", "[1.0,1.0,2.0]"},
+     .build = rolling_count},
+    {.name = "rolling_median",
+     .group = Group::along,
+     .summary = "The median of the last values at each position.",
+     .parameters = {x_number, window, min_periods},
+     .result = "double",
+     .rule = "Of an even number of values the mean of the two in the middle. window is a number of positions. Missing "
+             "and infinite values are left out; with fewer than min_periods values (the window, if left out) the "
+             "result is missing.",
+     .example = {"rolling_median([1, 5, 2], 3, 1)", "[1.0,3.0,2.0]"},
+     .build = windowed<rolling_median>},
+    {.name = "rolling_sum_time",
+     .group = Group::along,
+     .summary = "The sum of the values of the last width of time at each position.",
+     .parameters = {x_number, t_time, width, min_periods},
+     .result = "double",
+     .rule = "The window at t holds the positions up to this one whose times are after t - width. t must ascend; equal "
+             "times are allowed. width is as in floor_time, without months and years. Missing and infinite values are "
+             "left out; with fewer than min_periods values (1, if left out) the result is missing.",
+     .example = {"rolling_sum_time([1, 2, 4], timestamp['2026-01-01T00:00:00', '2026-01-01T00:01:00', "
+                 "'2026-01-01T00:05:00'], '2 minutes')",
+                 "[1.0,3.0,4.0]"},
+     .build = windowed_by_time<rolling_sum_time>},
+    {.name = "rolling_mean_time",
+     .group = Group::along,
+     .summary = "The mean of the values of the last width of time at each position.",
+     .parameters = {x_number, t_time, width, min_periods},
+     .result = "double",
+     .rule = "The windows are those of rolling_sum_time. Missing and infinite values are left out; with fewer than "
+             "min_periods values (1, if left out) the result is missing.",
+     .example = {"rolling_mean_time([1, 2, 4], timestamp['2026-01-01T00:00:00', '2026-01-01T00:01:00', "
+                 "'2026-01-01T00:05:00'], '2 minutes')",
+                 "[1.0,1.5,4.0]"},
+     .build = windowed_by_time<rolling_mean_time>},
+    {.name = "rolling_min_time",
+     .group = Group::along,
+     .summary = "The smallest of the values of the last width of time at each position.",
+     .parameters = {x_number, t_time, width, min_periods},
+     .result = "double",
+     .rule = "The windows are those of rolling_sum_time. Missing and infinite values are left out; with fewer than "
+             "min_periods values (1, if left out) the result is missing.",
+     .example = {"rolling_min_time([1, 2, 4], timestamp['2026-01-01T00:00:00', '2026-01-01T00:01:00', "
+                 "'2026-01-01T00:05:00'], '2 minutes')",
+                 "[1.0,1.0,4.0]"},
+     .build = windowed_by_time<rolling_min_time>},
+    {.name = "rolling_max_time",
+     .group = Group::along,
+     .summary = "The largest of the values of the last width of time at each position.",
+     .parameters = {x_number, t_time, width, min_periods},
+     .result = "double",
+     .rule = "The windows are those of rolling_sum_time. Missing and infinite values are left out; with fewer than "
+             "min_periods values (1, if left out) the result is missing.",
+     .example = {"rolling_max_time([1, 2, 4], timestamp['2026-01-01T00:00:00', '2026-01-01T00:01:00', "
+                 "'2026-01-01T00:05:00'], '2 minutes')",
+                 "[1.0,2.0,4.0]"},
+     .build = windowed_by_time<rolling_max_time>},
+    {.name = "rolling_count_time",
+     .group = Group::along,
+     .summary = "The number of values present in the last width of time at each position.",
+     .parameters = {x_number, t_time, width, min_periods},
+     .result = "double",
+     .rule = "The windows are those of rolling_sum_time. Infinite values count. min_periods counts positions, whether "
+             "or not a value is present.",
+     .example = {"rolling_count_time([1, 2, 4], timestamp['2026-01-01T00:00:00', '2026-01-01T00:01:00', "
+                 "'2026-01-01T00:05:00'], '2 minutes')",
+                 "[1.0,2.0,1.0]"},
+     .build = rolling_count_time},
+    {.name = "ema",
+     .group = Group::along,
+     .summary = "The exponential moving average of a span.",
+     .parameters = {x_number, {"span", Takes::real}},
+     .result = "double",
+     .rule = "It begins with the first value; every further one moves it by 2 / (span + 1) of the way to itself. span "
+             "is at least 1. Missing and infinite values are left out: the last result is repeated, and the next value "
+             "weighs as much more as the mean has aged.",
+     .example = {"ema([1, 2, 4], 3)", "[1.0,1.5,2.75]"},
+     .build = ema},
+    {.name = "wilder",
+     .group = Group::along,
+     .summary = "Wilder's moving average over n positions.",
+     .parameters = {x_number, n_periods},
+     .result = "double",
+     .rule = "Missing up to the n-th value that is present; there it is the mean of the first n. Every further one "
+             "moves it by 1 / n of the way to itself. Missing and infinite values are left out: the last result is "
+             "repeated, and the next value weighs as much more as the mean has aged.",
+     .example = {"wilder([1, 3, 4], 2)", "[null,2.0,3.0]"},
+     .build = wilder},
+    {.name = "atr",
+     .group = Group::along,
+     .summary = "Wilder's average true range over n positions.",
+     .parameters = {{"high", Takes::sequence, Of::number},
+                    {"low", Takes::sequence, Of::number},
+                    {"close", Takes::sequence, Of::number},
+                    n_periods},
+     .result = "double",
+     .rule = "wilder of the true range, which is the largest of high - low and the distances of both from the close "
+             "before; high - low where that close is missing, missing where high or low is.",
+     .example = {"atr([3, 5], [1, 4], [2, 4], 2)", "[null,2.5]"},
+     .build = atr},
+    {.name = "rsi",
+     .group = Group::along,
+     .summary = "Wilder's relative strength index over n positions.",
+     .parameters = {x_number, n_periods},
+     .result = "double",
+     .rule = "100 g / (g + l), where g is wilder of the rises from position to position and l of the falls, 0 where "
+             "there is none. The first result is at position n; where nothing has moved it is missing.",
+     .example = {"rsi([1, 3, 2], 2)", "[null,null,66.66666666666667]"},
+     .build = rsi},
+};
+
+}  // namespace
+
+std::span<const Function> along_functions() { return functions; }
 
 }  // namespace qvo::value

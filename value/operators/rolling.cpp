@@ -1,0 +1,345 @@
+// Positions are cut into blocks as long as the window. A window is then the end of one block and the beginning of the
+// next: a suffix fold, computed for all positions of a block when it is complete, and the running fold.
+//
+// A block is a list of elements, usually of run 1, which are folded as arrays. Where runs are longer, results are
+// computed per stretch, over which one value enters the window and one leaves it. Once a window holds nothing but one
+// value the result stays; nothing is kept then, and blocks begin anew behind a block that is all that value.
+#include "operators/rolling.h"
+
+#include <algorithm>
+#include <numeric>
+
+#include "operators/fold.h"
+#include "operators/scan.h"
+
+namespace qvo::value {
+namespace {
+
+/// A stretch of positions: the values that enter and leave, and the folds around them.
+template <class Value> struct Stretch {
+    double entering, leaving;
+    uint64_t positions;
+    double leaving_left;   // positions of `leaving` in the window at the first position, 0 if none
+    Value before, behind;  // the fold of what came before `entering`, and of what is between the two
+    double present;        // positions present, but for those of the two
+    bool steady;           // the window is as long as it gets
+};
+
+template <class Value> double present_at(const Stretch<Value>& s, double k) {
+    return s.present + (is_present(s.entering) ? k : 0.0) +
+           (is_present(s.leaving) ? std::max(0.0, s.leaving_left - (k - 1)) : 0.0);
+}
+
+template <class S> struct Loops {
+    using Fold = typename S::Fold;
+    using Value = typename Fold::Value;
+
+    QVO_CPU_VARIANTS static void prefixes(Fold& fold, const double* __restrict x, size_t n, Value* __restrict to) {
+        Fold here = fold;
+        here.template add<1>(x, n, to);
+        fold = here;
+    }
+    /// to[i] becomes the fold of x[i] and all behind it; to[n] of nothing.
+    QVO_CPU_VARIANTS static void suffixes(const double* __restrict x, size_t n, Value* __restrict to) {
+        Fold fold;
+        to[n] = Fold::neutral();
+        if (n != 0) fold.template add<-1>(x + n - 1, n, to + n - 1);
+    }
+    QVO_CPU_VARIANTS static void merge(const Value* __restrict earlier, Value* __restrict folds, size_t n) {
+        for (size_t i = 0; i < n; ++i) folds[i] = Fold::merge(earlier[i], folds[i]);
+    }
+    QVO_CPU_VARIANTS static size_t count_missing(const double* x, size_t n) {
+        size_t count = 0;
+        for (size_t i = 0; i < n; ++i) count += !is_present(x[i]);
+        return count;
+    }
+    /// All windows are complete and nothing is missing.
+    QVO_CPU_VARIANTS static void finish_full(const Value* __restrict folds, size_t n, double present,
+                                             double* __restrict results) {
+        for (size_t i = 0; i < n; ++i) results[i] = S::finish(folds[i], present);
+    }
+    QVO_CPU_VARIANTS static void finish(const Value* __restrict folds, const double* __restrict present, size_t n,
+                                        double required, double* __restrict results) {
+        for (size_t i = 0; i < n; ++i) {
+            const double result = S::finish(folds[i], present[i]);
+            results[i] = present[i] >= required ? result : missing;
+        }
+    }
+    /// A result for each position of a stretch.
+    QVO_CPU_VARIANTS static void stretch(const Stretch<Value>& s, size_t n, double required,
+                                         double* __restrict results) {
+        const double enters = is_present(s.entering) ? 1.0 : 0.0, leaves = is_present(s.leaving) ? 1.0 : 0.0;
+        const Value behind = s.behind, before = s.before;
+        const double u = s.leaving, v = s.entering, first_left = s.leaving_left, base = s.present;
+        for (unsigned i = 0; i < static_cast<unsigned>(n); ++i) {
+            const double k = static_cast<double>(static_cast<int>(i)) + 1.0, left = first_left - (k - 1.0);
+            const Value earlier = Fold::merge(Fold::power(u, left), behind);
+            const Value fold = Fold::merge(earlier, Fold::merge(before, Fold::power(v, k)));
+            const double present = base + enters * k + leaves * left;
+            const double result = S::finish(fold, present);
+            results[i] = present >= required ? result : missing;
+        }
+    }
+};
+
+/// The block before the current one.
+template <class Fold> struct Complete {
+    std::vector<double> values;
+    std::vector<uint64_t> ends;  // the position behind each element; empty if all runs are 1
+    std::vector<typename Fold::Value> suffixes;
+    std::vector<uint64_t> gone;  // missing positions from each element on; empty if none is missing
+    bool exists = false;
+
+    uint64_t end_of(size_t element) const { return ends.empty() ? element + 1 : ends[element]; }
+    uint64_t gone_from(size_t element) const { return gone.empty() ? 0 : gone[element]; }
+};
+
+template <class S> class Rolling {
+    using Fold = typename S::Fold;
+    using Value = typename Fold::Value;
+    using Loop = Loops<S>;
+
+ public:
+    using In = double;
+    using Out = double;
+    static constexpr bool expands = true;
+
+    Rolling(Plan& plan, Window window)
+        : plan_(plan),
+          n_(window.positions),
+          required_(static_cast<double>(std::max<uint64_t>(window.min_periods, S::least))) {}
+
+    void singles(const double* x, size_t n, double* results, uint64_t) {
+        begin_anew();
+        tail_ = 0;
+        for (size_t i = 0; i < n;) {
+            if (!ends_.empty() || !earlier_.ends.empty()) {
+                Taken one = take_stretch(x[i], 1, results + i, 1);
+                i += one.positions;
+                continue;
+            }
+            const size_t here = static_cast<size_t>(std::min<uint64_t>(n - i, n_ - offset_));
+            take_array(x + i, here, results + i);
+            i += here;
+        }
+    }
+
+    Taken take(double x, unsigned run, double* results, size_t room, uint64_t) {
+        const bool same = tail_ != 0 && (x == tail_value_ || (!is_present(x) && !is_present(tail_value_)));
+        if (same && tail_ + 1 >= n_) {
+            constant_ = true;
+            tail_ += run;
+            results[0] = result_of_constant(x);
+            return {1, run};
+        }
+        begin_anew();
+        if (!same) tail_ = 0;
+        tail_value_ = x;
+        // The window is full of the value once all but one of its positions are.
+        const uint64_t varied = std::max<uint64_t>(n_ - std::min(n_, tail_ + 1), 1);
+        const Taken taken = take_stretch(x, std::min<uint64_t>(run, varied), results, room);
+        tail_ += taken.positions;
+        return taken;
+    }
+
+ private:
+    static constexpr size_t most = capacity_of(sizeof(double));
+
+    double result_of_constant(double x) const {
+        const double n = static_cast<double>(n_), present = is_present(x) ? n : 0.0;
+        if (present < required_) return missing;
+        if constexpr (std::is_same_v<S, RollingMean>) return x;
+        return S::finish(Fold::power(x, n), present);
+    }
+
+    /// Begins a block behind one of nothing but the value that has filled the window.
+    void begin_anew() {
+        if (!constant_) return;
+        constant_ = false;
+        earlier_.values = {tail_value_};
+        earlier_.ends = {n_};
+        complete_folds();
+        clear();
+    }
+    void clear() {
+        values_.clear();
+        ends_.clear();
+        offset_ = 0;
+        missing_ = 0;
+        cursor_ = 0;
+        fold_ = Fold();
+    }
+
+    /// Positions of run 1 of the current block, where all runs of this and the earlier one are.
+    void take_array(const double* x, size_t n, double* results) {
+        while (n > most) {
+            take_array(x, most, results);
+            x += most;
+            results += most;
+            n -= most;
+        }
+        Value folds[most];
+        const size_t gone = Loop::count_missing(x, n);
+        Loop::prefixes(fold_, x, n, folds);
+        if (earlier_.exists) Loop::merge(earlier_.suffixes.data() + offset_ + 1, folds, n);
+        values_.insert(values_.end(), x, x + n);
+        if (earlier_.exists && gone + missing_ == 0 && earlier_.gone.empty() && static_cast<double>(n_) >= required_) {
+            Loop::finish_full(folds, n, static_cast<double>(n_), results);
+        } else {
+            double present[most];
+            count_present(x, n, present);
+            Loop::finish(folds, present, n, required_, results);
+        }
+        missing_ += gone;
+        advance(n);
+    }
+    void count_present(const double* x, size_t n, double* present) const {
+        uint64_t gone = missing_;
+        for (size_t i = 0; i < n; ++i) {
+            gone += !is_present(x[i]);
+            const uint64_t rows = earlier_.exists ? n_ - earlier_.gone_from(earlier_.gone.empty() ? 0 : offset_ + i + 1)
+                                                  : offset_ + i + 1;
+            present[i] = static_cast<double>(rows - gone);
+        }
+    }
+
+    void advance(uint64_t positions) {
+        plan_.within_budget(values_.size());
+        offset_ += positions;
+        if (offset_ == n_) complete();
+    }
+    void complete() {
+        earlier_.values.swap(values_);
+        earlier_.ends.swap(ends_);
+        expand_short_runs();
+        complete_folds();
+        clear();
+    }
+    /// Writes out the runs of a block most of whose runs are short, so that those that follow may be taken as arrays.
+    void expand_short_runs() {
+        std::vector<uint64_t>& ends = earlier_.ends;
+        if (ends.empty() || ends.size() < n_ / 4) return;
+        std::vector<double> expanded;
+        expanded.reserve(n_);
+        for (size_t i = 0; i < ends.size(); ++i) expanded.resize(ends[i], earlier_.values[i]);
+        earlier_.values.swap(expanded);
+        ends.clear();
+    }
+    void complete_folds() {
+        const std::vector<double>& values = earlier_.values;
+        earlier_.exists = true;
+        earlier_.suffixes.resize(values.size() + 1);
+        if (earlier_.ends.empty()) {
+            Loop::suffixes(values.data(), values.size(), earlier_.suffixes.data());
+        } else {
+            Fold fold;
+            earlier_.suffixes.back() = Fold::neutral();
+            for (size_t i = values.size(); i-- > 0;) {
+                fold.add(values[i], run_of_earlier(i));
+                earlier_.suffixes[i] = fold.value();
+            }
+        }
+        count_gone();
+    }
+    uint64_t run_of_earlier(size_t i) const { return earlier_.end_of(i) - (i == 0 ? 0 : earlier_.end_of(i - 1)); }
+    void count_gone() {
+        const std::vector<double>& values = earlier_.values;
+        earlier_.gone.clear();
+        if (Loop::count_missing(values.data(), values.size()) == 0) return;
+        earlier_.gone.resize(values.size() + 1);
+        for (size_t i = values.size(); i-- > 0;)
+            earlier_.gone[i] = earlier_.gone[i + 1] + (is_present(values[i]) ? 0 : run_of_earlier(i));
+    }
+
+    /// Up to `run` positions over which one value enters and one leaves.
+    Taken take_stretch(double x, uint64_t run, double* results, size_t room) {
+        Stretch<Value> s{x, missing, std::min(run, n_ - offset_), 0, fold_.value(), Fold::neutral(), 0, false};
+        uint64_t present = offset_ - missing_;
+        if (earlier_.exists) {
+            s.steady = true;
+            if (offset_ + 1 == n_) {
+                s.positions = 1;
+            } else {
+                const uint64_t first = offset_ + 1;
+                if (earlier_.ends.empty()) cursor_ = first;
+                while (earlier_.end_of(cursor_) <= first) ++cursor_;
+                const uint64_t left = earlier_.end_of(cursor_) - first, behind = n_ - earlier_.end_of(cursor_);
+                s.positions = std::min(s.positions, left);
+                s.leaving = earlier_.values[cursor_];
+                s.leaving_left = static_cast<double>(left);
+                s.behind = earlier_.suffixes[cursor_ + 1];
+                present += behind - earlier_.gone_from(cursor_ + 1);
+            }
+        }
+        s.present = static_cast<double>(present);
+        const Taken taken = results_of(s, results, room);
+        append(x, taken.positions);
+        return taken;
+    }
+
+    Taken results_of(const Stretch<Value>& s, double* results, size_t room) const {
+        const bool both_missing = !is_present(s.entering) && !is_present(s.leaving);
+        const bool same = both_missing || (s.steady && s.entering == s.leaving);
+        if (same || !Fold::repeats_change) {
+            Loop::stretch(s, 1, required_, results);
+            return {1, static_cast<unsigned>(same ? s.positions : equally_present(s))};
+        }
+        const size_t n = static_cast<size_t>(std::min<uint64_t>(s.positions, room));
+        Loop::stretch(s, n, required_, results);
+        return {n, static_cast<unsigned>(n)};
+    }
+    /// The positions of a stretch up to which there are enough values, or too few, as at its first.
+    uint64_t equally_present(const Stretch<Value>& s) const {
+        const bool enough = present_at(s, 1) >= required_;
+        uint64_t n = s.positions;
+        if ((present_at(s, static_cast<double>(n)) >= required_) == enough) return n;
+        const double apart = enough ? present_at(s, 1) - required_ + 1 : required_ - present_at(s, 1);
+        return static_cast<uint64_t>(apart);
+    }
+
+    /// Notes the positions taken.
+    void append(double x, uint64_t positions) {
+        if (positions != 1 && ends_.empty()) {
+            ends_.resize(values_.size());
+            std::iota(ends_.begin(), ends_.end(), uint64_t{1});
+        }
+        const bool runs = !ends_.empty() || positions != 1;
+        if (runs && !values_.empty() && values_.back() == x) {
+            ends_.back() += positions;
+        } else {
+            values_.push_back(x);
+            if (runs) ends_.push_back(offset_ + positions);
+        }
+        missing_ += is_present(x) ? 0 : positions;
+        fold_.add(x, positions);
+        advance(positions);
+    }
+
+    Plan& plan_;
+    uint64_t n_;
+    double required_;
+    Complete<Fold> earlier_;
+    std::vector<double> values_;  // of the current block
+    std::vector<uint64_t> ends_;
+    uint64_t offset_ = 0, missing_ = 0;  // positions of the current block
+    size_t cursor_ = 0;                  // element of the earlier block that leaves the window next
+    Fold fold_;
+    double tail_value_ = missing;
+    uint64_t tail_ = 0;  // positions of that value, and nothing else, at the end of what came; 0 if not known
+    bool constant_ = false;
+};
+
+template <class S> Series rolling(Plan& plan, const Series& x, Window window) {
+    return scan<Rolling<S>>(plan, x, type_of(Type::double_), plan, window);
+}
+
+}  // namespace
+
+Series rolling_sum(Plan& plan, const Series& x, Window window) { return rolling<RollingSum>(plan, x, window); }
+Series rolling_mean(Plan& plan, const Series& x, Window window) { return rolling<RollingMean>(plan, x, window); }
+Series rolling_min(Plan& plan, const Series& x, Window window) { return rolling<RollingMin>(plan, x, window); }
+Series rolling_max(Plan& plan, const Series& x, Window window) { return rolling<RollingMax>(plan, x, window); }
+Series rolling_var(Plan& plan, const Series& x, Window window) { return rolling<RollingVar>(plan, x, window); }
+Series rolling_std(Plan& plan, const Series& x, Window window) { return rolling<RollingStd>(plan, x, window); }
+
+}  // namespace qvo::value

@@ -1,0 +1,180 @@
+#include "operators/smoothing.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "functions/sums.h"
+#include "operators/fold.h"
+#include "operators/scan.h"
+
+namespace qvo::value {
+namespace {
+
+class Mean {
+ public:
+    Mean(double alpha, uint64_t seed)
+        : alpha_(alpha), decay_(1.0 - alpha), seed_(static_cast<double>(seed)), left_(seed) {
+        double power = 1;
+        for (double& p : powers_) p = power *= decay_;
+    }
+
+    double mean() const { return mean_; }
+    /// True if every value moves the mean by alpha: it has been seeded, and no value was missing before the next one.
+    bool running() const { return left_ == 0 && weight_ == 1.0; }
+
+    double next(double x) {
+        if (!is_present(x)) {
+            skip(1);
+        } else if (left_ != 0) {
+            seeds_.add(x);
+            if (--left_ == 0) mean_ = seed_ == 1.0 ? x : seeds_.total() / seed_;
+        } else {
+            const double before = weight_ * decay_;
+            // A constant stays as it is.
+            if (mean_ != x) mean_ = (before * mean_ + alpha_ * x) / (before + alpha_);
+            weight_ = 1;
+        }
+        return mean_;
+    }
+    void skip(unsigned missing_values) {
+        if (left_ == 0) weight_ *= missing_values == 1 ? decay_ : std::pow(decay_, missing_values);
+    }
+    /// The share that is left of the mean after n zeros, while running.
+    double share_after(unsigned n) const { return n == 1 ? decay_ : std::pow(decay_, n); }
+    void scale(double share) { mean_ *= share; }
+
+    static constexpr size_t block = 8;
+    /// The next `block` values while running, if none is missing: each mean is a power of the decay times the mean
+    /// before the block and what the block itself adds, so that blocks wait for each other once, not at every value.
+    bool next_block(const double* x, double* means) {
+        double added[block], fold = 0, all = 0, varied = 0;
+        for (size_t k = 0; k < block; ++k) {
+            added[k] = fold = decay_ * fold + alpha_ * x[k];
+            all += x[k];
+            varied += x[k] != mean_;
+        }
+        if (!is_present(all) || varied == 0) return false;
+        for (size_t k = 0; k < block; ++k) means[k] = powers_[k] * mean_ + added[k];
+        mean_ = means[block - 1];
+        return true;
+    }
+    /// n values x while running.
+    void repeat(double x, size_t n, double* means) {
+        for (size_t i = 0; i < n;) {
+            const size_t here = std::min(n - i, most_powers);
+            const double apart = mean_ - x;
+            for (size_t k = 0; k < here; ++k) means[i + k] = x + powers_[k] * apart;
+            mean_ = means[(i += here) - 1];
+        }
+    }
+
+ private:
+    static constexpr size_t most_powers = 64;
+    double alpha_, decay_, seed_;
+    uint64_t left_;  // values that the seed still needs
+    DoubleSum seeds_;
+    double mean_ = missing, weight_ = 1;  // weight: of the mean, before the decay of the next position
+    double powers_[most_powers];
+};
+
+class Smoothing {
+ public:
+    using In = double;
+    using Out = double;
+    static constexpr bool expands = true;
+
+    Smoothing(double alpha, uint64_t seed) : mean_(alpha, seed) {}
+
+    void singles(const double* x, size_t n, double* results, uint64_t) { mean_ = run(mean_, x, n, results); }
+    Taken take(double x, unsigned run, double* results, size_t room, uint64_t) {
+        if (!is_present(x)) {
+            mean_.skip(run);
+            results[0] = mean_.mean();
+            return {1, run};
+        }
+        if (!mean_.running()) {
+            results[0] = mean_.next(x);
+            return {1, 1};
+        }
+        if (mean_.mean() == x) {
+            results[0] = x;
+            return {1, run};
+        }
+        const size_t n = std::min<size_t>(run, room);
+        mean_.repeat(x, n, results);
+        return {n, static_cast<unsigned>(n)};
+    }
+
+ private:
+    static Mean run(Mean mean, const double* __restrict x, size_t n, double* __restrict results) {
+        for (size_t i = 0; i < n;) {
+            if (mean.running())
+                for (; i + Mean::block <= n && mean.next_block(x + i, results + i); i += Mean::block) {}
+            for (const size_t end = std::min(n, i + Mean::block); i < end; ++i) results[i] = mean.next(x[i]);
+        }
+        return mean;
+    }
+    Mean mean_;
+};
+
+class Strength {
+ public:
+    using In = double;
+    using Out = double;
+    static constexpr bool expands = true;
+
+    explicit Strength(uint64_t n) : rises_(1.0 / static_cast<double>(n), n), falls_(1.0 / static_cast<double>(n), n) {}
+
+    void singles(const double* d, size_t n, double* results, uint64_t) {
+        for (size_t i = 0; i < n; ++i) results[i] = next(d[i]);
+    }
+    Taken take(double d, unsigned run, double* results, size_t room, uint64_t) {
+        if (!is_present(d)) {
+            rises_.skip(run);
+            falls_.skip(run);
+            results[0] = strength();
+            return {1, run};
+        }
+        if (d == 0 && rises_.running()) {
+            stand_still(run);
+            results[0] = strength();
+            return {1, run};
+        }
+        const size_t n = std::min<size_t>(run, room);
+        for (size_t i = 0; i < n; ++i) results[i] = next(d);
+        return {n, static_cast<unsigned>(n)};
+    }
+
+ private:
+    /// Both means shrink alike, but not so far that their ratio would suffer: they are as good as nothing then beside
+    /// any movement to come.
+    void stand_still(unsigned n) {
+        const double share = rises_.share_after(n);
+        if (share != 0 && (rises_.mean() + falls_.mean()) * share < 1e-280) return;
+        rises_.scale(share);
+        falls_.scale(share);
+    }
+    double next(double d) {
+        if (d == 0 && rises_.running()) {
+            stand_still(1);
+            return strength();
+        }
+        const bool present = is_present(d);
+        rises_.next(present ? std::max(d, 0.0) : missing);
+        falls_.next(present ? std::max(-d, 0.0) : missing);
+        return strength();
+    }
+    double strength() const { return 100.0 * rises_.mean() / (rises_.mean() + falls_.mean()); }
+    Mean rises_, falls_;
+};
+
+}  // namespace
+
+Series smoothed(Plan& plan, const Series& x, double alpha, uint64_t seed) {
+    return scan<Smoothing>(plan, x, x.type, alpha, seed);
+}
+Series relative_strength(Plan& plan, const Series& differences, uint64_t n) {
+    return scan<Strength>(plan, differences, differences.type, n);
+}
+
+}  // namespace qvo::value
