@@ -11,15 +11,15 @@ constexpr int64_t interval = 5'000'000;  // nanoseconds
 
 int64_t now() { return std::chrono::steady_clock::now().time_since_epoch().count(); }
 
-/// Runs a little statement, which SQLite ends with SQLITE_INTERRUPT if sqlite3_interrupt was called, or if a progress
-/// handler says so: it is called while statements run, and functions are not. (sqlite3_is_interrupted tells of the
-/// former alone, and only from 3.41 on.)
+/// Runs a little statement, which SQLite ends with SQLITE_INTERRUPT if sqlite3_interrupt was called (not even its text is
+/// read to the end then), or if a progress handler says so: it is called while statements run, and functions are not.
+/// (sqlite3_is_interrupted tells of the former alone, and only from 3.41 on.)
 bool wants_an_end(sqlite3* db) {
     constexpr char count[] =
         "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 100) SELECT max(i) FROM n";
     sqlite3_stmt* statement = nullptr;
-    if (sqlite3_prepare_v2(db, count, -1, &statement, nullptr) != SQLITE_OK) return false;
-    const int rc = sqlite3_step(statement);
+    int rc = sqlite3_prepare_v2(db, count, -1, &statement, nullptr);
+    if (rc == SQLITE_OK) rc = sqlite3_step(statement);
     sqlite3_finalize(statement);
     return rc == SQLITE_INTERRUPT;
 }
