@@ -1,5 +1,6 @@
 #include "base/text.h"
 
+#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <cmath>
@@ -192,10 +193,19 @@ void put_quoted(std::string& to, std::string_view text) {
 
 std::string shown(std::string_view text) {
     constexpr size_t most = 40;
-    if (text.size() <= most) return "'" + std::string(text) + "'";
-    size_t cut = most;
-    while (cut > 0 && (text[cut] & 0xc0) == 0x80) --cut;  // not within a character
-    return "'" + std::string(text.substr(0, cut)) + "…'";
+    size_t cut = std::min(text.size(), most);
+    while (cut < text.size() && cut > 0 && (text[cut] & 0xc0) == 0x80) --cut;  // not within a character
+    std::string result = "'";
+    for (const char c : text.substr(0, cut)) {
+        // Messages are zero-terminated, and one line.
+        constexpr char digits[] = "0123456789abcdef";
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte >= 0x20)
+            result += c;
+        else
+            result += {'\\', 'x', digits[byte / 16], digits[byte % 16]};
+    }
+    return result + (cut < text.size() ? "…'" : "'");
 }
 
 std::string shown(double value) {

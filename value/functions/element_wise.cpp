@@ -220,30 +220,57 @@ Series fill(Plan&, Arguments& a) {
     Inputs in(a);
     if (in.is_scalar(0)) in.refuse(0, "a sequence");
     ValueType type = in.type(0);
-    if (is_floating(type.type) && !in.is_scalar(1)) type = in.meeting_type();
+    if (!in.is_scalar(1)) {
+        const ValueType met = in.meeting_type();
+        if (is_floating(type.type)) type = met;
+    }
     if (type.type == Type::double_) return in.compute<double, double, double>(type, type, Fill{});
     if (type.type == Type::float_) return in.compute<float, float, float>(type, type, Fill{});
-    in.as(1, type);  // must fit, though nothing is missing
-    return in.as(0, type);
+    // Nothing is missing; still the values must fit, or the sequence be as long.
+    const Series both[] = {in.as(0, type), in.as(1, in.is_scalar(1) ? type : in.type(1))};
+    return with_equal_lengths(in.plan(), both[0], both);
 }
 
 // ---- Comparison and logic --------------------------------------------------------------------------------------
 
-/// Both sides as a type in which the comparison is exact; nothing for uint8 beside signed integers.
+/// The type in which a comparison is exact; nothing for uint8 beside other integers.
 std::optional<ValueType> comparing_type(const Inputs& in, const Arguments& a) {
-    ValueType x = in.type(0), y = in.type(1);
-    for (const size_t i : {size_t{0}, size_t{1}}) {
-        // A scalar is compared in the sequence's own type, if that holds it.
-        const ValueType other = in.type(1 - i);
-        std::string fault;
-        const bool whole = a.datum(i).kind != Datum::Kind::real || is_floating(other.type);
-        if (in.is_scalar(i) && other.type != Type::char_ && other.type != Type::float_ && whole &&
-            fit(a.datum(i), other, fault))
-            return other;
+    // Scalars are compared in the sequences' own type, if there is one and it holds them.
+    std::optional<ValueType> own;
+    bool several = false, natural = false, other = false;
+    for (size_t i = 0; i < a.size(); ++i) {
+        natural |= in.type(i).type == Type::uint8;
+        other |= in.type(i).type != Type::uint8;
+        if (in.is_scalar(i)) continue;
+        several |= own && *own != in.type(i);
+        own = in.type(i);
     }
-    if (x.type == Type::uint8 && y.type != Type::uint8 && is_integer(y.type)) return std::nullopt;
-    if (y.type == Type::uint8 && x.type != Type::uint8 && is_integer(x.type)) return std::nullopt;
-    return in.meeting_type();
+    if (!several && own->type != Type::char_ && own->type != Type::float_) {
+        bool fits = true;
+        std::string fault;
+        for (size_t i = 0; i < a.size(); ++i) {
+            if (!in.is_scalar(i)) continue;
+            const bool whole = a.datum(i).kind != Datum::Kind::real || is_floating(own->type);
+            fits = fits && whole && fit(a.datum(i), *own, fault);
+        }
+        if (fits) return own;
+    }
+    const ValueType type = in.meeting_type();
+    if (natural && other && type == int8) return std::nullopt;
+    return type;
+}
+
+/// An operation on integers, those of uint8 as such and all others as int8.
+template <size_t N, class Op, class... V>
+Series mixed(Inputs& in, const Op& op, std::array<Series, N> sides = std::array<Series, N>()) {
+    constexpr size_t i = sizeof...(V);
+    if constexpr (i == N) {
+        return elementwise<uint8_t, V...>(in.plan(), boolean, sides, op);
+    } else {
+        const bool natural = in.type(i).type == Type::uint8;
+        sides[i] = in.as(i, natural ? in.type(i) : int8);
+        return natural ? mixed<N, Op, V..., uint64_t>(in, op, sides) : mixed<N, Op, V..., int64_t>(in, op, sides);
+    }
 }
 
 /// A signed and an unsigned side: below 0 is below everything; the relation of the signs, else of the numbers.
@@ -252,16 +279,17 @@ template <class Relation> struct MixedSigns {
         return Relation{}(std::cmp_less(a, b) ? -1 : std::cmp_less(b, a) ? 1 : 0, 0);
     }
 };
+struct MixedBetween {
+    template <class X, class L, class H> QVO_INLINE bool operator()(X x, L low, H high) const {
+        return std::cmp_greater_equal(x, low) & std::cmp_less_equal(x, high);
+    }
+};
 
-template <class Relation> Series compared(Plan& plan, Arguments& a, const BinaryMembers& members) {
+template <class Relation> Series compared(Plan&, Arguments& a, const BinaryMembers& members) {
     Inputs in(a);
     const std::optional<ValueType> type = comparing_type(in, a);
-    if (type) return in.compute(members[static_cast<size_t>(type->type)], boolean, *type);
-    const auto side = [&](size_t i) { return in.type(i).type == Type::uint8 ? in.as(i, in.type(i)) : in.as(i, int8); };
-    const Series both[] = {side(0), side(1)};
-    if (in.type(0).type == Type::uint8)
-        return elementwise<uint8_t, uint64_t, int64_t>(plan, boolean, both, MixedSigns<Relation>{});
-    return elementwise<uint8_t, int64_t, uint64_t>(plan, boolean, both, MixedSigns<Relation>{});
+    if (!type) return mixed<2>(in, MixedSigns<Relation>{});
+    return in.compute(members[static_cast<size_t>(type->type)], boolean, *type);
 }
 
 #define EQ(type) qvo_seq_eq_##type
@@ -305,16 +333,9 @@ struct BetweenText {
 
 Series between(Plan& plan, Arguments& a) {
     Inputs in(a);
-    if (in.is_scalar(0)) in.refuse(0, "a sequence");
-    // Bounds that the sequence's own type holds are compared in it; any others in the type where all meet.
-    ValueType type = in.type(0);
-    std::string fault;
-    bool own = type.type != Type::char_ && type.type != Type::float_;
-    for (size_t i = 1; i < 3; ++i)
-        own = own && (in.is_scalar(i)
-                          ? (a.datum(i).kind != Datum::Kind::real || type == double_) && fit(a.datum(i), type, fault)
-                          : in.type(i) == type);
-    if (!own) type = in.meeting_type();
+    const std::optional<ValueType> common = comparing_type(in, a);
+    if (!common) return mixed<3>(in, MixedBetween{});
+    const ValueType type = *common;
     if (type.type == Type::char_) {
         const Series series[] = {in.as(0, type), in.as(1, type), in.as(2, type)};
         const BetweenText loop{type.width};

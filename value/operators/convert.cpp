@@ -39,6 +39,14 @@ template <class To> struct FromInteger {
     template <class From> const char* fault(From) const { return does_not_fit<To>(); }
 };
 
+/// A natural number where it meets other integers.
+struct Meeting {
+    QVO_INLINE bool operator()(uint64_t v, int64_t& r) const { return FromInteger<int64_t>{}(v, r); }
+    const char* fault(uint64_t) const {
+        return "the value does not fit int8, in which uint8 meets other integers (cast makes it double),";
+    }
+};
+
 /// Rounds half to even.
 template <class To> struct FromDouble {
     QVO_INLINE bool operator()(double v, To& r) const {
@@ -222,6 +230,8 @@ Series widened(Plan& plan, const Series& x, ValueType to) {
     Series result = x;
     if (to.type == Type::double_)
         result = wire(plan, to_double[static_cast<size_t>(x.type.type)], x, to);
+    else if (to.type == Type::int8 && x.type.type == Type::uint8)
+        result = convert<int64_t, uint64_t>(plan, x, Type::int8, Meeting{});
     else if (to.type == Type::int8)
         result = to_integer(plan, x, Type::int8);
     else if (to.type == Type::char_)
