@@ -117,8 +117,9 @@ class MomentsFold {
         for (size_t i = 0; i < n; ++i) {
             const ptrdiff_t at = Step * static_cast<ptrdiff_t>(i);
             if (is_present(x[at])) {
+                const double share = 1.0 / static_cast<double>(++moments_.n);  // does not wait for the mean before
                 const double apart = x[at] - moments_.mean;
-                moments_.mean += apart / static_cast<double>(++moments_.n);
+                moments_.mean += apart * share;
                 moments_.squares += apart * (x[at] - moments_.mean);
             }
             to[at] = moments_;

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <numeric>
 
+#include "core/number.h"
 #include "operators/fold.h"
 #include "operators/scan.h"
 
@@ -24,6 +25,8 @@ template <class Value> struct Stretch {
     double present;        // positions present, but for those of the two
     bool steady;           // the window is as long as it gets
 };
+
+constexpr size_t most = capacity_of(sizeof(double));
 
 template <class Value> double present_at(const Stretch<Value>& s, double k) {
     return s.present + (is_present(s.entering) ? k : 0.0) +
@@ -53,6 +56,17 @@ template <class S> struct Loops {
         for (size_t i = 0; i < n; ++i) count += !is_present(x[i]);
         return count;
     }
+    /// Writes minus the number of values missing up to each, `gone` of them before the first.
+    QVO_CPU_VARIANTS static void count_present(const double* __restrict x, size_t n, uint64_t gone,
+                                               double* __restrict present) {
+        uint64_t counts[most];
+        for (size_t i = 0; i < n; ++i) counts[i] = gone += !is_present(x[i]);
+        for (size_t i = 0; i < n; ++i) present[i] = -unsigned_to_double(counts[i]);
+    }
+    QVO_CPU_VARIANTS static void add_rows(uint64_t rows, const uint64_t* __restrict gone, size_t n,
+                                          double* __restrict present) {
+        for (size_t i = 0; i < n; ++i) present[i] += unsigned_to_double(gone == nullptr ? rows : rows - gone[i]);
+    }
     /// All windows are complete and nothing is missing.
     QVO_CPU_VARIANTS static void finish_full(const Value* __restrict folds, size_t n, double present,
                                              double* __restrict results) {
@@ -81,6 +95,16 @@ template <class S> struct Loops {
         }
     }
 };
+
+QVO_INLINE bool alike(double a, double b) { return a == b || (!is_present(a) && !is_present(b)); }
+
+/// The result of a window of nothing but one value.
+template <class S> double result_of_constant(double x, double n, double required) {
+    const double present = is_present(x) ? n : 0.0;
+    if (present < required) return missing;
+    if constexpr (std::is_same_v<S, RollingMean>) return x;
+    return S::finish(S::Fold::power(x, n), present);
+}
 
 /// The block before the current one.
 template <class Fold> struct Complete {
@@ -125,11 +149,11 @@ template <class S> class Rolling {
     }
 
     Taken take(double x, unsigned run, double* results, size_t room, uint64_t) {
-        const bool same = tail_ != 0 && (x == tail_value_ || (!is_present(x) && !is_present(tail_value_)));
+        const bool same = tail_ != 0 && alike(x, tail_value_);
         if (same && tail_ + 1 >= n_) {
             constant_ = true;
             tail_ += run;
-            results[0] = result_of_constant(x);
+            results[0] = result_of_constant<S>(x, static_cast<double>(n_), required_);
             return {1, run};
         }
         begin_anew();
@@ -143,15 +167,6 @@ template <class S> class Rolling {
     }
 
  private:
-    static constexpr size_t most = capacity_of(sizeof(double));
-
-    double result_of_constant(double x) const {
-        const double n = static_cast<double>(n_), present = is_present(x) ? n : 0.0;
-        if (present < required_) return missing;
-        if constexpr (std::is_same_v<S, RollingMean>) return x;
-        return S::finish(Fold::power(x, n), present);
-    }
-
     /// Begins a block behind one of nothing but the value that has filled the window.
     void begin_anew() {
         if (!constant_) return;
@@ -194,13 +209,12 @@ template <class S> class Rolling {
         advance(n);
     }
     void count_present(const double* x, size_t n, double* present) const {
-        uint64_t gone = missing_;
-        for (size_t i = 0; i < n; ++i) {
-            gone += !is_present(x[i]);
-            const uint64_t rows = earlier_.exists ? n_ - earlier_.gone_from(earlier_.gone.empty() ? 0 : offset_ + i + 1)
-                                                  : offset_ + i + 1;
-            present[i] = static_cast<double>(rows - gone);
-        }
+        const uint64_t* const gone = earlier_.gone.empty() ? nullptr : earlier_.gone.data() + offset_ + 1;
+        Loop::count_present(x, n, missing_, present);
+        if (!earlier_.exists)
+            for (size_t i = 0; i < n; ++i) present[i] += static_cast<double>(offset_ + i + 1);
+        else
+            Loop::add_rows(n_, gone, n, present);
     }
 
     void advance(uint64_t positions) {
@@ -329,8 +343,92 @@ template <class S> class Rolling {
     bool constant_ = false;
 };
 
+/// Windows of a few positions: each is folded anew, many at a time. What came before the first is missing.
+template <class S> class Narrow {
+    using Fold = typename S::Fold;
+
+ public:
+    using In = double;
+    using Out = double;
+    static constexpr bool expands = true;
+    static constexpr size_t widest = 16;
+
+    explicit Narrow(Window window)
+        : n_(window.positions), required_(static_cast<double>(std::max<uint64_t>(window.min_periods, S::least))) {
+        std::fill_n(values_, widest, missing);
+    }
+
+    void singles(const double* x, size_t n, double* results, uint64_t) {
+        tail_ = 0;
+        std::copy_n(x, n, values_ + n_ - 1);
+        windows(values_, n_, n, required_, results);
+        std::copy(values_ + n, values_ + n + n_ - 1, values_);
+    }
+    Taken take(double x, unsigned run, double* results, size_t room, uint64_t position) {
+        const uint64_t tail = tail_ != 0 && alike(x, tail_value_) ? tail_ : 0;
+        tail_value_ = x;
+        if (tail != 0 && tail + 1 >= n_) {
+            results[0] = result_of_constant<S>(x, static_cast<double>(n_), required_);
+            return {1, run};  // the values stay what they are
+        }
+        double same[widest];
+        const size_t varied = n_ - std::min<size_t>(n_, tail + 1);
+        const size_t n = std::min({size_t{run}, room, std::max<size_t>(varied, 1)});
+        std::fill_n(same, n, x);
+        singles(same, n, results, position);
+        tail_ = tail + n;
+        return {n, static_cast<unsigned>(n)};
+    }
+
+ private:
+    /// x holds `width` - 1 values more than there are windows.
+    QVO_CPU_VARIANTS static void windows(const double* __restrict x, size_t width, size_t n, double required,
+                                         double* __restrict results) {
+        double present[most];
+        std::fill_n(present, n, static_cast<double>(width));
+        if (Loops<S>::count_missing(x, n + width - 1) != 0)
+            for (size_t j = 0; j < width; ++j)
+                for (size_t i = 0; i < n; ++i) present[i] -= is_present(x[i + j]) ? 0.0 : 1.0;
+        typename Fold::Value folds[most];
+        fold(x, width, n, present, folds);
+        Loops<S>::finish(folds, present, n, required, results);
+    }
+    QVO_INLINE static void fold(const double* __restrict x, size_t width, size_t n, const double*,
+                                double* __restrict folds) {
+        double clean[widest + most];
+        for (size_t i = 0; i < n + width - 1; ++i) clean[i] = Fold::power(x[i], 1);
+        std::copy_n(clean, n, folds);
+        for (size_t j = 1; j < width; ++j)
+            for (size_t i = 0; i < n; ++i) folds[i] = Fold::merge(folds[i], clean[i + j]);
+    }
+    /// In two passes over the differences to one value of the window, which of a constant are 0.
+    QVO_INLINE static void fold(const double* __restrict x, size_t width, size_t n, const double* present,
+                                Moments* __restrict folds) {
+        double near[most] = {}, mean[most] = {}, squares[most] = {};
+        for (size_t j = 0; j < width; ++j)
+            for (size_t i = 0; i < n; ++i) near[i] = is_present(x[i + j]) ? x[i + j] : near[i];
+        for (size_t j = 0; j < width; ++j)
+            for (size_t i = 0; i < n; ++i) mean[i] += is_present(x[i + j]) ? x[i + j] - near[i] : 0.0;
+        for (size_t i = 0; i < n; ++i) mean[i] /= present[i];
+        for (size_t j = 0; j < width; ++j)
+            for (size_t i = 0; i < n; ++i) {
+                const double apart = x[i + j] - near[i] - mean[i];
+                squares[i] += is_present(x[i + j]) ? apart * apart : 0.0;
+            }
+        for (size_t i = 0; i < n; ++i) folds[i].squares = squares[i];
+    }
+
+    size_t n_;
+    double required_;
+    double tail_value_ = missing;
+    uint64_t tail_ = 0;
+    double values_[widest + most];  // the last n - 1, then those to come
+};
+
 template <class S> Series rolling(Plan& plan, const Series& x, Window window) {
-    return scan<Rolling<S>>(plan, x, type_of(Type::double_), plan, window);
+    const ValueType type = type_of(Type::double_);
+    if (window.positions <= Narrow<S>::widest) return scan<Narrow<S>>(plan, x, type, window);
+    return scan<Rolling<S>>(plan, x, type, plan, window);
 }
 
 }  // namespace

@@ -32,7 +32,7 @@ template <class Step> class Scan final : public Operator {
         Operand input(x_.it);
         TileWriter out(it, capacity_of(sizeof(Out)));
         QVO_RET rc = QVO_S_OK;
-        while (out.room() != 0) {
+        while (out.room() > spare) {
             if (rc = input.refill(Where::here()); rc != QVO_S_OK) break;
             const size_t most = std::min(out.room(), input.elements_left());
             const size_t singles = input.taken() != 0 ? 0 : leading_single_runs(input.runs(), most);
@@ -49,6 +49,8 @@ template <class Step> class Scan final : public Operator {
  private:
     static constexpr size_t block = 64;       // elements whose runs are looked at together
     static constexpr unsigned short_run = 4;  // a mean run up to which positions are taken one by one
+    // A tile is not filled to the last where that would cut up a short run.
+    static constexpr size_t spare = Step::expands ? short_run : 0;
 
     const In* values() const { return values_of<In>(x_.it); }
 
@@ -59,14 +61,18 @@ template <class Step> class Scan final : public Operator {
     }
     bool take_short_runs(qvo_seq_iterator_h it, Operand& input, TileWriter& out, uint64_t position) {
         if (input.taken() != 0) return false;
-        const size_t n = std::min(block, input.elements_left());
-        const unsigned positions = sum_runs(input.runs(), n);
-        if (positions > short_run * n || positions > out.room()) return false;
-        In expanded[short_run * block];
+        const size_t n = std::min({block, input.elements_left(), out.room() / short_run});
+        if (sum_runs(input.runs(), n) > short_run * n) return false;
+        In expanded[short_run * block + short_run];
         const In* const x = values() + input.index();
-        size_t k = 0;
-        for (size_t i = 0; i < n; ++i)
-            for (unsigned run = get_run(input.runs(), i); run != 0; --run) expanded[k++] = x[i];
+        In* to = expanded;
+        for (size_t i = 0; i < n; ++i) {
+            const unsigned run = get_run(input.runs(), i);
+            std::fill_n(to, short_run, x[i]);  // most often that is enough
+            if (run > short_run) std::fill_n(to, run, x[i]);
+            to += run;
+        }
+        const size_t k = static_cast<size_t>(to - expanded);
         step_.singles(expanded, k, values_of<Out>(it) + out.size(), position);
         out.put_equal_runs(k, 1);
         input.skip(n);
