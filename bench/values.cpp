@@ -1,8 +1,9 @@
-// Functions and aggregates over stored sequences, called one at a time as a database calls them. "flat" is here the
-// operator over an array in memory that is pulled to its end; what is stored has to be checked and decoded first, and a
-// result that is a sequence is encoded as well. Values without two decimals are stored plain, prices as decimals.
+// Functions and aggregates over stored sequences, called one at a time as a database calls them, on a chunk of 65,536
+// positions. "flat" is here the operator over an array in memory, its result delivered to an array; what is stored has to
+// be checked and decoded first, and a result that is a sequence is encoded and given a checksum as well. Values of many
+// digits are stored plain, prices as decimals.
 #include <cmath>
-#include <functional>
+#include <memory>
 
 #include "qvovalue.h"
 #include "support.h"
@@ -10,7 +11,7 @@
 namespace qvo::bench {
 namespace {
 
-constexpr size_t n_positions = 1'000'000;
+constexpr size_t n_positions = 65'536;
 
 /// A stored sequence, made of an array.
 class StoredColumn {
@@ -46,9 +47,13 @@ std::vector<double> values_of(Shape shape) {
     return values;
 }
 
-/// Pulls an operator to its end.
+/// Delivers an operator's values into an array that lives as long as a result does. An aggregate gives one.
 void drain(qvo_seq_iterator_t& it) {
-    while (it.next(&it) == QVO_S_OK) it.tile_offs = 0;
+    const std::unique_ptr<uint8_t[]> result(new uint8_t[n_positions * it.elem_size]);
+    size_t n = 0;
+    for (; it.next(&it) == QVO_S_OK; n += it.tile_size * size_t{it.elem_size}, it.tile_offs = 0)
+        std::memcpy(&result[n], it.tile.u.arr_uint1, it.tile_size * size_t{it.elem_size});
+    benchmark::DoNotOptimize(result.get());
 }
 
 /// One measured function: its name, whether it is an aggregate, how many of the two columns and which scalar it takes,
