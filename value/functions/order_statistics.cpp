@@ -47,7 +47,7 @@ class Quantile final : public Aggregate {
         meeting_.save(to);
         put(to, uint64_t{held_.size()});
         put(to, uint8_t{held_.runs() != nullptr});
-        to.append(held_.bytes(), held_.size() * held_.type().width);
+        to.append(held_.bytes(), held_.size() * held_.width());
         if (held_.runs() != nullptr) to.append(held_.runs(), held_.size() * sizeof(uint32_t));
     }
     void merge(std::span<const uint8_t> from) override {

@@ -20,7 +20,7 @@ class DistinctKeys {
     void add(const uint64_t* keys, const uint64_t* times, size_t n) {
         for (size_t i = 0; i < n; i += block) {
             const size_t some = n - i < block ? n - i : block;
-            while ((n_ + some) * 2 > keys_.size()) grow();
+            while ((n_ + some) * 3 > keys_.size() * 2) grow();
             add_block(keys + i, times == nullptr ? nullptr : times + i, some);
         }
     }
@@ -67,9 +67,10 @@ class DistinctKeys {
         times_.assign(counting_ ? slots : 0, 0);
         shift_ = 64 - static_cast<unsigned>(std::countr_zero(slots));
     }
+    /// The slots in order are keys in the order of their hashes: they fill the new slots from the first to the last.
     void grow() {
         std::vector<uint64_t> keys(std::move(keys_)), times(std::move(times_));
-        resize(keys.size() * 4);
+        resize(keys.size() * 2);
         n_ = 0;
         for (size_t i = 0; i < keys.size(); ++i)
             if (keys[i] != 0) place(keys[i], slot_of(keys[i]), counting_ ? times[i] : 1);

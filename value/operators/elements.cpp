@@ -35,7 +35,7 @@ std::vector<uint64_t> Elements::starts() const {
 
 /// Joins what is equal to its neighbour, bit by bit, so that the positions of a long run are held once.
 template <class Same> void Elements::put_joined(const uint8_t* values, const uint8_t* first_run, size_t n, Same same) {
-    const size_t width = type_.width;
+    const size_t width = width_;
     for (size_t i = 0; i < n; ++i, values += width) {
         const unsigned run = get_run(first_run, i);
         positions_ += run;
@@ -53,7 +53,7 @@ void Elements::put(const void* values, const uint8_t* first_run, size_t n) {
     if (leading_single_runs(first_run, n) == n) return put_array(values, nullptr, n);
     give_runs();
     const auto* bytes = static_cast<const uint8_t*>(values);
-    const size_t width = type_.width;
+    const size_t width = width_;
     if (width == sizeof(uint64_t))
         put_joined(bytes, first_run, n,
                    [](const uint8_t* a, const uint8_t* b) { return load_word(a) == load_word(b); });
@@ -66,7 +66,7 @@ void Elements::put_one(const void* value, uint32_t run) { put_array(value, &run,
 
 void Elements::put_array(const void* values, const uint32_t* runs, size_t n) {
     if (runs != nullptr && std::any_of(runs, runs + n, [](uint32_t run) { return run != 1; })) give_runs();
-    values_.append(values, n * type_.width);
+    values_.append(values, n * width_);
     n_ += n;
     if (!single_ && runs != nullptr)
         runs_.insert(runs_.end(), runs, runs + n);

@@ -12,13 +12,14 @@ namespace qvo::value {
 
 class Elements {
  public:
-    explicit Elements(ValueType type = {}) : type_(type) {}
+    explicit Elements(ValueType type = {}) : type_(type), width_(type.width) {}
 
     ValueType type() const { return type_; }
+    size_t width() const { return width_; }
     size_t size() const { return n_; }
     uint64_t positions() const { return positions_; }
     const uint8_t* bytes() const { return values_.data(); }
-    const uint8_t* element(size_t i) const { return values_.data() + i * type_.width; }
+    const uint8_t* element(size_t i) const { return values_.data() + i * width_; }
     template <class V> const V* values() const { return reinterpret_cast<const V*>(values_.data()); }
 
     /// Null if every run is 1.
@@ -27,7 +28,7 @@ class Elements {
     /// The position at which each element begins, and the number of positions behind the last.
     std::vector<uint64_t> starts() const;
 
-    void reserve(size_t n) { values_.reserve(n * type_.width); }
+    void reserve(size_t n) { values_.reserve(n * width_); }
     /// Adds elements as they lie in a tile.
     void put(const void* values, const uint8_t* first_run, size_t n);
     void put_one(const void* value, uint32_t run);
@@ -44,6 +45,7 @@ class Elements {
     template <class Same> void put_joined(const uint8_t* values, const uint8_t* first_run, size_t n, Same same);
 
     ValueType type_;
+    size_t width_;  // not that of the type, of whose small range the compiler makes slow copying loops
     Buffer values_;
     std::vector<uint32_t> runs_;  // empty as long as all are 1:
     bool single_ = true;

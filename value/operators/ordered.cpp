@@ -13,7 +13,7 @@ namespace {
 /// Copies the elements with indexes index(0) .. index(n - 1).
 template <class Index> void gather(const Elements& from, size_t n, Index index, char* to) {
     const uint8_t* const values = from.bytes();
-    with_mover(from.type().width, [&](auto mover) {
+    with_mover(from.width(), [&](auto mover) {
         for (size_t i = 0; i < n; ++i) mover.move(to, i, values, index(i));
     });
 }
@@ -54,7 +54,7 @@ class Sorted final : public Whole {
             it, order_.size(), elements_.runs() == nullptr,
             [&](size_t i, size_t n, char* to) {
                 if (order == nullptr)
-                    std::memcpy(to, elements_.element(i), n * elements_.type().width);
+                    std::memcpy(to, elements_.element(i), n * elements_.width());
                 else
                     gather(
                         elements_, n, [&](size_t k) { return order[i + k]; }, to);

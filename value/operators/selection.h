@@ -19,9 +19,7 @@ template <class V> class Selection {
     /// The values stay in place. Null runs are all 1.
     Selection(Plan& plan, const V* values, const uint32_t* runs, size_t n)
         : plan_(plan), values_(values), runs_(runs), n_(n) {
-        in_stretches(plan, n, [&](size_t first, size_t last) {
-            for (size_t i = first; i < last; ++i) present_ += values[i] == values[i] ? run(i) : 0;
-        });
+        in_stretches(plan, n, [&](size_t first, size_t last) { look_at(first, last); });
     }
 
     /// Positions whose values are present.
@@ -29,13 +27,12 @@ template <class V> class Selection {
 
     /// What is at a place, below present().
     Place at(uint64_t place) const {
-        const Range range = find_range();
-        if (range.low == range.high) return {range.low, present_};
-        const unsigned bits = 64 - static_cast<unsigned>(std::countl_zero(range.high - range.low));
+        if (low_ == high_) return {low_, present_};
+        const unsigned bits = 64 - static_cast<unsigned>(std::countl_zero(high_ - low_));
         const unsigned shift = bits > bucket_bits ? bits - bucket_bits : 0;
         std::array<uint64_t, n_buckets + 1> counts{};
         in_stretches(plan_, n_, [&](size_t first, size_t last) {
-            for (size_t i = first; i < last; ++i) counts[bucket(values_[i], range.low, shift)] += run(i);
+            for (size_t i = first; i < last; ++i) counts[bucket(values_[i], low_, shift)] += run(i);
         });
         size_t wanted = 0;
         uint64_t before = 0;
@@ -44,7 +41,7 @@ template <class V> class Selection {
         std::vector<uint32_t> runs;
         in_stretches(plan_, n_, [&](size_t first, size_t last) {
             for (size_t i = first; i < last; ++i) {
-                if (bucket(values_[i], range.low, shift) != wanted) continue;
+                if (bucket(values_[i], low_, shift) != wanted) continue;
                 keys.push_back(ascending_key(values_[i]));
                 if (runs_ != nullptr) runs.push_back(runs_[i]);
             }
@@ -71,21 +68,17 @@ template <class V> class Selection {
     static constexpr unsigned bucket_bits = 11;
     static constexpr size_t n_buckets = size_t{1} << bucket_bits;  // and one for what is missing
 
-    struct Range {
-        uint64_t low = ~uint64_t{0}, high = 0;
-    };
     uint32_t run(size_t i) const { return runs_ == nullptr ? 1 : runs_[i]; }
-    Range find_range() const {
-        Range range;
-        in_stretches(plan_, n_, [&](size_t first, size_t last) {
-            for (size_t i = first; i < last; ++i) {
-                const uint64_t key = ascending_key(values_[i]);
-                const bool present = values_[i] == values_[i];
-                range.low = present && key < range.low ? key : range.low;
-                range.high = present && key > range.high ? key : range.high;
-            }
-        });
-        return range;
+    void look_at(size_t first, size_t last) {
+        uint64_t low = low_, high = high_, present = present_;
+        for (size_t i = first; i < last; ++i) {
+            const uint64_t key = ascending_key(values_[i]);
+            const bool here = values_[i] == values_[i];
+            low = here && key < low ? key : low;
+            high = here && key > high ? key : high;
+            present += here ? run(i) : 0;
+        }
+        low_ = low, high_ = high, present_ = present;
     }
     QVO_INLINE static size_t bucket(V value, uint64_t low, unsigned shift) {
         return value == value ? (uint64_t{ascending_key(value)} - low) >> shift : n_buckets;
@@ -95,6 +88,7 @@ template <class V> class Selection {
     const V* values_;
     const uint32_t* runs_;
     size_t n_;
+    uint64_t low_ = ~uint64_t{0}, high_ = 0;  // the keys of what is present
     uint64_t present_ = 0;
 };
 
