@@ -171,7 +171,8 @@ class Join final : public Gathering {
 
     void finish(Result& result, const Limits& limits) const override {
         if (parts_.empty()) return result.set_null();
-        Writer writer(type_);
+        const Plan all(limits);
+        Writer writer(type_, {.each_tile = [&all] { all.check_interrupt(); }});
         for (const size_t i : order(parts_.size())) {
             const Stored part(parts_[i].bytes());
             if (part.type() == type_) {

@@ -189,6 +189,7 @@ Buffer from_json(Plan& plan, std::string_view text, std::optional<ValueType> typ
     if (to.type == Type::char_ && to.width == 0) to = char_of(std::min<size_t>(longest(tokens), max_char));
     Writer writer(to);
     for (size_t i = 0; i < tokens.size(); ++i) {
+        plan.poll();
         const Token& token = tokens[i];
         std::string fault;
         const bool quoted = token.kind == Token::Kind::text;

@@ -96,7 +96,9 @@ void info(Arguments& a, Result& result) {
 }
 
 void valid(Arguments& a, Result& result) {
-    result.set(a.datum(0).kind == Datum::Kind::bytes && is_valid(a.datum(0).bytes));
+    Plan& plan = a.plan();
+    result.set(a.datum(0).kind == Datum::Kind::bytes &&
+               is_valid(a.datum(0).bytes, [&plan] { plan.check_interrupt(); }));
 }
 
 void to_json(Arguments& a, Result& result) { result.set_text(to_json(a.plan(), a.series(0))); }
@@ -165,7 +167,7 @@ void append(Arguments& a, Result& result) {
     if (!type)
         a.refuse(1, "y must be a sequence that can follow " + name_of(x.type()) + ", got a sequence of " +
                         name_of(y.type()));
-    if (x.type() == y.type()) return result.set_bytes(append(x, y));
+    if (x.type() == y.type()) return result.set_bytes(append(x, y, [&a] { a.plan().check_interrupt(); }));
     Writer writer(*type);
     for (size_t i = 0; i < 2; ++i)
         for_each_tile(a.plan(), widened(a.plan(), a.series(i), *type),

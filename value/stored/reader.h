@@ -4,6 +4,7 @@
 // the directory, `TileReader` each tile when it is opened; both throw Error(Fault::value).
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <span>
 #include <string_view>
@@ -118,10 +119,11 @@ class TileReader {
 };
 
 /// Reads everything once: true if every tile is sound and agrees with the directory, values included (text is UTF-8,
-/// booleans are 0 or 1, extremes and counts are right). Memory does not grow with the value.
-bool is_valid(std::span<const uint8_t> bytes);
+/// booleans are 0 or 1, extremes and counts are right). Memory does not grow with the value. `each_tile`, if there is one,
+/// is called before every tile, and ends the reading if it throws an error that is not about the value.
+bool is_valid(std::span<const uint8_t> bytes, const std::function<void()>& each_tile = {});
 
 /// A sentence about the first thing that is wrong, or nothing.
-std::string fault_of(std::span<const uint8_t> bytes);
+std::string fault_of(std::span<const uint8_t> bytes, const std::function<void()>& each_tile = {});
 
 }  // namespace qvo::value

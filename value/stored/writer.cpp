@@ -46,7 +46,9 @@ struct Writer::State {
         Progression progression;
     } waiting;
 
-    State(ValueType of, WriterOptions how) : type(of), options(how), stage(of) { out.extend(sizeof(Header)); }
+    State(ValueType of, WriterOptions how) : type(of), options(std::move(how)), stage(of) {
+        out.extend(sizeof(Header));
+    }
 
     uint64_t positions() const { return written + waiting.positions + stage.positions(); }
     void check_room(uint64_t more) const {
@@ -117,7 +119,10 @@ struct Writer::State {
         check_room(stored.positions());
         if (positions() == 0 && adopt_any && stored.n_tiles() > 1) i = adopt_leading(stored);
         TileReader reader(stored);
-        for (; i < stored.n_tiles(); ++i) put_tile(stored, reader, i);
+        for (; i < stored.n_tiles(); ++i) {
+            if (options.each_tile) options.each_tile();
+            put_tile(stored, reader, i);
+        }
     }
 
     /// All tiles but the last, at once.
@@ -352,7 +357,7 @@ struct Writer::State {
     }
 };
 
-Writer::Writer(ValueType type, WriterOptions options) : state_(std::make_unique<State>(type, options)) {}
+Writer::Writer(ValueType type, WriterOptions options) : state_(std::make_unique<State>(type, std::move(options))) {}
 Writer::~Writer() = default;
 Writer::Writer(Writer&&) noexcept = default;
 
@@ -383,8 +388,8 @@ void Writer::put_stored(const Stored& stored) { state_->put_stored(stored); }
 uint64_t Writer::positions() const { return state_->positions(); }
 Buffer Writer::finish() { return state_->finish(); }
 
-Buffer append(const Stored& x, const Stored& y) {
-    WriterOptions options;
+Buffer append(const Stored& x, const Stored& y, std::function<void()> each_tile) {
+    WriterOptions options{.each_tile = std::move(each_tile)};
     for (size_t i = 0; i < x.n_tiles() && !options.compress; ++i) options.compress = x.tile(i).compressed;
     Writer writer(x.type(), options);
     writer.state_->adopt_any = true;

@@ -2,6 +2,8 @@
 // full tile is written in the encoding that is smallest among those that its content makes likely.
 #pragma once
 
+#include <functional>
+
 #include "base/buffer.h"
 #include "base/type.h"
 #include "stored/reader.h"
@@ -9,7 +11,8 @@
 namespace qvo::value {
 
 struct WriterOptions {
-    bool compress = false;  // compress tiles where that makes them smaller
+    bool compress = false;                 // compress tiles where that makes them smaller
+    std::function<void()> each_tile = {};  // called before every tile of a stored sequence that is added; may throw
 };
 
 class Writer {
@@ -38,12 +41,12 @@ class Writer {
     Buffer finish();
 
  private:
-    friend Buffer append(const Stored& x, const Stored& y);
+    friend Buffer append(const Stored& x, const Stored& y, std::function<void()> each_tile);
     struct State;
     std::unique_ptr<State> state_;
 };
 
 /// `x` with `y` behind it, at the cost of the last tile of `x`, of `y`, and of moving the bytes before.
-Buffer append(const Stored& x, const Stored& y);
+Buffer append(const Stored& x, const Stored& y, std::function<void()> each_tile = {});
 
 }  // namespace qvo::value
