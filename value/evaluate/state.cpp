@@ -34,11 +34,15 @@ Scalar StateReader::take_scalar() {
 }
 
 Buffer save_state(const Function& function, const Aggregate& aggregate) {
+    return save_state(function, [&](Buffer& to) { aggregate.save(to); });
+}
+
+Buffer save_state(const Function& function, const std::function<void(Buffer& to)>& save) {
     Buffer state;
     state.append(magic, sizeof magic);
     put(state, static_cast<uint8_t>(function.name.size()));
     state.append(function.name.data(), function.name.size());
-    aggregate.save(state);
+    save(state);
     put(state, format::tile_checksum(state.data(), state.size()));
     return state;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstring>
+#include <functional>
 #include <type_traits>
 
 #include "base/buffer.h"
@@ -42,8 +43,9 @@ class StateReader {
     std::span<const uint8_t> rest_;
 };
 
-/// The state of an aggregate with the name of its function and a checksum.
+/// The state of an aggregate with the name of its function and a checksum; the second from what writes the state.
 Buffer save_state(const Function& function, const Aggregate& aggregate);
+Buffer save_state(const Function& function, const std::function<void(Buffer& to)>& save);
 
 /// The function whose state it is, and what it wrote. Throws where the bytes are no state.
 struct SavedState {

@@ -82,9 +82,7 @@ class Sum final : public Aggregate {
         const int128 integers = state_.integers();
         if (mean_ || state_.floating) {
             DoubleSum all = state_.reals;
-            // Halves that doubles hold, or nearly: their sum rounds once.
-            all.add(static_cast<double>(static_cast<int64_t>(integers >> 40)) * 0x1p40);
-            all.add(static_cast<double>(static_cast<int64_t>(integers & ((int128{1} << 40) - 1))));
+            all.add(as_reals(integers));
             return result.set(mean_ ? all.total() / static_cast<double>(state_.n) : all.total());
         }
         if (integers != static_cast<int64_t>(integers)) throw Error(Fault::overflow, "the sum does not fit int8");

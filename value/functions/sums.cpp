@@ -92,6 +92,13 @@ Summed sum_values(const double* values, const uint8_t* first_run, size_t n) {
     return leading_single_runs(first_run, n) == n ? sum_single(values, n) : sum_runs_of(values, first_run, n);
 }
 
+DoubleSum as_reals(int128 integer) {
+    DoubleSum sum;
+    sum.add(static_cast<double>(static_cast<int64_t>(integer >> 40)) * 0x1p40);
+    sum.add(static_cast<double>(static_cast<int64_t>(integer & ((int128{1} << 40) - 1))));
+    return sum;
+}
+
 int128 sum_values(const int64_t* values, const uint8_t* first_run, size_t n) {
     return sum_halves(values, first_run, n);
 }

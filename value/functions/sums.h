@@ -50,6 +50,8 @@ Summed sum_values(const double* values, const uint8_t* first_run, size_t n);
 
 /// Integers in 128 bits.
 __extension__ typedef __int128 int128;
+/// An integer as a sum of doubles: of halves that they hold, or nearly.
+DoubleSum as_reals(int128 integer);
 int128 sum_values(const int64_t* values, const uint8_t* first_run, size_t n);
 
 }  // namespace qvo::value
