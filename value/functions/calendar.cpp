@@ -1,79 +1,141 @@
 // Functions of the calendar: the parts of a timestamp, and the buckets of time.
-#include <chrono>
+//
+// Parts are computed in doubles, in which the loops become vector code: there is no vector division of integers. It is
+// exact. A day is 2^13 * 10546875 microseconds, so what is divided has fewer than 48 bits, and a quotient of such
+// integers is never rounded up to a whole number that it does not reach.
+#include <bit>
 
 #include "evaluate/arguments.h"
 #include "evaluate/width.h"
 #include "functions/element_wise.h"
+#include "functions/width_argument.h"
 #include "operators/elementwise.h"
 
 namespace qvo::value {
 namespace {
 
-constexpr int64_t us_per_second = 1'000'000, us_per_day = 86'400 * us_per_second;
-
-// The calendar's type holds years up to 32767; beyond that there is no answer.
-constexpr int64_t farthest = 30'000 * 365 * us_per_day;
 constexpr const char* outside = "the timestamp is outside the calendar";
 
-QVO_INLINE int64_t floor_divide(int64_t a, int64_t b) { return a / b - (a % b < 0); }
-QVO_INLINE int64_t day_number(int64_t at) { return floor_divide(at, us_per_day); }
-QVO_INLINE int64_t within_day(int64_t at) { return at - day_number(at) * us_per_day; }
-std::chrono::year_month_day date_of(int64_t at) {
-    return std::chrono::year_month_day(std::chrono::sys_days(std::chrono::days(day_number(at))));
+// Added to a double below 2^51 in size, it leaves the nearest integer in the lowest bits.
+constexpr double shifter = 0x1.8p52;
+constexpr uint64_t shifter_bits = std::bit_cast<uint64_t>(shifter);
+
+QVO_INLINE double as_double(int64_t v) {
+    return std::bit_cast<double>(static_cast<uint64_t>(v) + shifter_bits) - shifter;
+}
+QVO_INLINE int64_t as_integer(double v) {
+    return static_cast<int64_t>(std::bit_cast<uint64_t>(v + shifter) - shifter_bits);
+}
+QVO_INLINE double floor_of(double v) {
+    const double nearest = (v + shifter) - shifter;
+    return nearest - (nearest > v ? 1.0 : 0.0);
 }
 
-int64_t year_of(int64_t at) { return static_cast<int>(date_of(at).year()); }
-int64_t month_of(int64_t at) { return static_cast<unsigned>(date_of(at).month()); }
-int64_t day_of(int64_t at) { return static_cast<unsigned>(date_of(at).day()); }
-int64_t hour_of(int64_t at) { return within_day(at) / (3600 * us_per_second); }
-int64_t minute_of(int64_t at) { return within_day(at) / (60 * us_per_second) % 60; }
-int64_t second_of(int64_t at) { return within_day(at) / us_per_second % 60; }
-int64_t weekday_of(int64_t at) {
-    const int64_t since_thursday = day_number(at) % 7;  // 1970-01-01
-    return (since_thursday + 10) % 7;
-}
+constexpr unsigned day_shift = 13;
+constexpr double day_units = 86'400'000'000.0 / (1 << day_shift);
 
-template <int64_t (*PartOf)(int64_t)> struct Part {
+/// Days since 1970-01-01.
+QVO_INLINE double day_number(int64_t at) { return floor_of(as_double(at >> day_shift) / day_units); }
+/// Whole seconds since midnight.
+QVO_INLINE double second_of_day(int64_t at) {
+    const double units = as_double(at >> day_shift) - day_number(at) * day_units;
+    const double microseconds = units * (1 << day_shift) + as_double(at & ((1 << day_shift) - 1));
+    return floor_of(microseconds / 1e6);
+}
+QVO_INLINE double modulo(double v, double by) { return v - by * floor_of(v / by); }
+
+struct Hour {
+    QVO_INLINE static int64_t of(int64_t at) { return as_integer(floor_of(second_of_day(at) / 3600)); }
+};
+struct Minute {
+    QVO_INLINE static int64_t of(int64_t at) { return as_integer(modulo(floor_of(second_of_day(at) / 60), 60)); }
+};
+struct Second {
+    QVO_INLINE static int64_t of(int64_t at) { return as_integer(modulo(second_of_day(at), 60)); }
+};
+struct Weekday {
+    QVO_INLINE static int64_t of(int64_t at) { return as_integer(modulo(day_number(at) + 3, 7)); }  // a Thursday
+};
+
+/// A date (C. Neri, L. Schneider, "Euclidean affine functions and their application to calendar algorithms", 2022).
+/// Years begin in March there, and are counted from the start of 400 years long before.
+struct Date {
+    uint32_t year, month, day;
+    bool next_year;  // January and February
+
+    QVO_INLINE explicit Date(int64_t at) {
+        const auto days = static_cast<uint32_t>(as_integer(day_number(at)) + 719'468 + 146'097 * eras);
+        const uint32_t quarters = 4 * days + 3, century = quarters / 146'097;
+        const uint64_t scaled = uint64_t{2'939'745} * ((quarters % 146'097) | 3);
+        const uint32_t day_of_year = static_cast<uint32_t>(scaled) / 2'939'745 / 4;
+        const uint32_t months = 2141 * day_of_year + 197'913;
+        year = 100 * century + static_cast<uint32_t>(scaled >> 32);
+        month = months >> 16;
+        day = (months & 0xffff) / 2141 + 1;
+        next_year = day_of_year >= 306;
+    }
+    static constexpr int64_t eras = 82;  // of 400 years
+};
+struct Year {
+    QVO_INLINE static int64_t of(int64_t at) {
+        const Date date(at);
+        return int64_t{date.year} - 400 * Date::eras + date.next_year;
+    }
+};
+struct Month {
+    QVO_INLINE static int64_t of(int64_t at) {
+        const Date date(at);
+        return int64_t{date.month} - (date.next_year ? 12 : 0);
+    }
+};
+struct Day {
+    QVO_INLINE static int64_t of(int64_t at) { return int64_t{Date(at).day}; }
+};
+
+template <class P> struct Part {
     QVO_INLINE bool operator()(int64_t at, int64_t& r) const {
-        const bool inside = at > -farthest && at < farthest;
-        r = PartOf(inside ? at : 0);
+        const bool inside = in_calendar(at);
+        r = P::of(inside ? at : 0);
         return !inside;
     }
     const char* fault(int64_t) const { return outside; }
 };
-
-struct FloorTime {
-    Width width;
-    QVO_INLINE bool operator()(int64_t at, int64_t& r) const {
-        const bool inside = at > -farthest && at < farthest;
-        r = width.floor(inside ? at : 0);
-        return !inside;
-    }
-    const char* fault(int64_t) const { return outside; }
-};
-
-template <int64_t (*PartOf)(int64_t)> Series part(Plan& plan, Arguments& a) {
+template <class P> Series part(Plan& plan, Arguments& a) {
     const Series t = a.series(0);
-    return elementwise<int64_t, int64_t>(plan, {Type::int8, 8}, std::span(&t, 1), Part<PartOf>{});
+    return elementwise<int64_t, int64_t>(plan, {Type::int8, 8}, std::span(&t, 1), Part<P>{});
+}
+
+/// Neighbours are often in the same bucket.
+LoopFault floor_all(const Batch& batch, const void* operation) {
+    const Width width = *static_cast<const Width*>(operation);
+    const auto* const t = static_cast<const int64_t*>(batch.in[0]);
+    auto* const out = static_cast<int64_t*>(batch.out);
+    int64_t start = 0, end = 0;
+    for (size_t i = 0; i < batch.n; ++i) {
+        if (t[i] < start || t[i] >= end) {
+            if (!in_calendar(t[i])) return {i, outside};
+            start = width.floor(t[i]);
+            end = width.next(start);
+        }
+        out[i] = start;
+    }
+    return {};
 }
 
 }  // namespace
 
-Series year(Plan& plan, Arguments& a) { return part<year_of>(plan, a); }
-Series month(Plan& plan, Arguments& a) { return part<month_of>(plan, a); }
-Series day(Plan& plan, Arguments& a) { return part<day_of>(plan, a); }
-Series hour(Plan& plan, Arguments& a) { return part<hour_of>(plan, a); }
-Series minute(Plan& plan, Arguments& a) { return part<minute_of>(plan, a); }
-Series second(Plan& plan, Arguments& a) { return part<second_of>(plan, a); }
-Series weekday(Plan& plan, Arguments& a) { return part<weekday_of>(plan, a); }
+Series year(Plan& plan, Arguments& a) { return part<Year>(plan, a); }
+Series month(Plan& plan, Arguments& a) { return part<Month>(plan, a); }
+Series day(Plan& plan, Arguments& a) { return part<Day>(plan, a); }
+Series hour(Plan& plan, Arguments& a) { return part<Hour>(plan, a); }
+Series minute(Plan& plan, Arguments& a) { return part<Minute>(plan, a); }
+Series second(Plan& plan, Arguments& a) { return part<Second>(plan, a); }
+Series weekday(Plan& plan, Arguments& a) { return part<Weekday>(plan, a); }
 
 Series floor_time(Plan& plan, Arguments& a) {
-    const std::optional<Width> width = width_named(a.text(1));
-    if (!width)
-        a.refuse(1, "width must be a number from 1 and a unit such as '15 minutes', '1 day' or '3 months', got " +
-                        described(a.datum(1)));
+    const Width width = width_argument(a, 1);
     const Series t = a.series(0);
-    return elementwise<int64_t, int64_t>(plan, t.type, std::span(&t, 1), FloorTime{*width});
+    return elementwise(plan, t.type, std::span(&t, 1), floor_all, &width, sizeof width);
 }
 
 }  // namespace qvo::value

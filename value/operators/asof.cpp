@@ -87,32 +87,44 @@ template <class V> class Asof final : public Operator {
     }
 
     /// Turns places into the slots of matches, or `none`.
+    void resolve(const V* t, size_t n, uint16_t* place) const {
+        switch (rule_.direction) {
+            case Direction::backward:
+                return rule_.limited ? resolve<Direction::backward, true>(t, n, place)
+                                     : resolve<Direction::backward, false>(t, n, place);
+            case Direction::forward:
+                return rule_.limited ? resolve<Direction::forward, true>(t, n, place)
+                                     : resolve<Direction::forward, false>(t, n, place);
+            case Direction::nearest:
+                break;
+        }
+        rule_.limited ? resolve<Direction::nearest, true>(t, n, place)
+                      : resolve<Direction::nearest, false>(t, n, place);
+    }
+    /// Without branches, as which way they would go is anybody's guess. Slots 0 and end_ can be read, whatever is there.
+    template <Direction direction, bool limited>
     void resolve(const V* __restrict t, size_t n, uint16_t* __restrict place) const {
-        const size_t first = before_ ? 0 : 1;
+        const size_t first = before_ ? 0 : 1, end = end_;
         for (size_t i = 0; i < n; ++i) {
             const size_t above = place[i], below = above - 1;
-            const bool has_above = above < end_, has_below = below >= first;
-            size_t slot = below;
-            bool found = has_below;
-            if (rule_.direction != Direction::backward) {
-                const bool forward = rule_.direction == Direction::forward || !has_below ||
-                                     (has_above && closer(u_[above], t[i], u_[below]));
-                slot = forward ? above : below;
-                found = forward ? has_above : has_below;
-            }
-            if (rule_.limited) found = found && near(t[i], u_[slot]);
+            const bool has_above = above < end, has_below = below >= first;
+            bool forward = direction == Direction::forward;
+            if (direction == Direction::nearest)
+                forward = has_above & (!has_below | (distance(t[i], u_[above]) < distance(u_[below], t[i])));
+            const size_t slot = below + forward;
+            bool found = forward ? has_above : has_below;
+            if (limited) found &= near(t[i], u_[slot]);
             place[i] = static_cast<uint16_t>(found ? slot : none);
         }
     }
     /// The distance from a value to one that is not below it.
-    static auto distance(V low, V high) {
+    QVO_INLINE static auto distance(V low, V high) {
         if constexpr (std::is_floating_point_v<V>)
             return high - low;
         else
             return static_cast<uint64_t>(high) - static_cast<uint64_t>(low);
     }
-    static bool closer(V above, V t, V below) { return distance(t, above) < distance(below, t); }
-    bool near(V t, V u) const {
+    QVO_INLINE bool near(V t, V u) const {
         const auto apart = u < t ? distance(u, t) : distance(t, u);
         if constexpr (std::is_floating_point_v<V>)
             return !(apart > rule_.real_tolerance);
