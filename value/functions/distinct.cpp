@@ -6,6 +6,7 @@
 #include <unordered_map>
 
 #include "aggregate/sketch.h"
+#include "base/text.h"
 #include "evaluate/deliver.h"
 #include "evaluate/state.h"
 #include "functions/meeting.h"
@@ -67,13 +68,17 @@ class Different : public Aggregate {
         const auto n = in.take<uint64_t>();
         for (uint64_t i = 0; i < n; ++i) {
             const uint64_t key = converted(in.take<uint64_t>(), *type, *type_);
+            if (type->type == Type::char_) check_text(short_text(key));
             const uint64_t times = counting_ ? in.take<uint64_t>() : 1;
             keys_.add(&key, &times, 1);
         }
         const auto n_texts = in.take<uint64_t>();
         for (uint64_t i = 0; i < n_texts; ++i) {
             const std::span<const uint8_t> text = in.take_bytes(in.take<uint8_t>());
-            texts_[std::string(text.begin(), text.end())] += counting_ ? in.take<uint64_t>() : 1;
+            const std::string as_read(text.begin(), text.end());
+            if (type->type != Type::char_) StateReader::damaged();
+            check_text(as_read);
+            texts_[as_read] += counting_ ? in.take<uint64_t>() : 1;
         }
     }
 
@@ -86,8 +91,7 @@ class Different : public Aggregate {
         Scalar scalar = scalar_of(*type_);
         keys_.for_each([&](uint64_t key, uint64_t times) {
             if (type_->type == Type::char_)
-                scalar.text.assign(reinterpret_cast<const char*>(&key),
-                                   strnlen(reinterpret_cast<const char*>(&key), sizeof key));
+                scalar.text = short_text(key);
             else
                 scalar.natural = key;
             f(scalar, times);
@@ -140,6 +144,14 @@ class Different : public Aggregate {
             keys.add(&other, &times, 1);
         });
         keys_ = std::move(keys);
+    }
+    static std::string short_text(uint64_t key) {
+        char text[sizeof key];
+        std::memcpy(text, &key, sizeof key);
+        return {text, strnlen(text, sizeof text)};
+    }
+    static void check_text(std::string_view text) {
+        if (!is_utf8(text) || text.find('\0') != text.npos) StateReader::damaged();
     }
     static uint64_t converted(uint64_t key, ValueType from, ValueType to) {
         if (from.type == to.type || is_floating(from.type)) return key;
