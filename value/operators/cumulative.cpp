@@ -22,7 +22,7 @@ class DoubleSums {
  public:
     using In = double;
     using Out = double;
-    static constexpr bool expands = true;
+    static unsigned written_out() { return 16; }
 
     void singles(const double* x, size_t n, double* results, uint64_t) { sum_ = run(sum_, x, n, results); }
     Taken take(double x, unsigned run, double* results, size_t room, uint64_t position) {
@@ -46,7 +46,7 @@ class IntegerSums {
  public:
     using In = int64_t;
     using Out = int64_t;
-    static constexpr bool expands = true;
+    static unsigned written_out() { return 16; }
 
     void singles(const int64_t* x, size_t n, int64_t* results, uint64_t position) {
         int64_t sum = sum_, failed = 0;
@@ -77,7 +77,7 @@ class Products {
  public:
     using In = double;
     using Out = double;
-    static constexpr bool expands = true;
+    static unsigned written_out() { return 16; }
 
     void singles(const double* x, size_t n, double* results, uint64_t) {
         double product = product_;
@@ -104,7 +104,7 @@ template <class V, bool largest> class Extremes {
  public:
     using In = V;
     using Out = V;
-    static constexpr bool expands = false;
+    static unsigned written_out() { return 0; }
 
     void singles(const V* x, size_t n, V* results, uint64_t) {
         size_t i = 0;

@@ -14,7 +14,7 @@ template <class V> class Forward {
  public:
     using In = V;
     using Out = V;
-    static constexpr bool expands = false;
+    static unsigned written_out() { return 0; }
 
     explicit Forward(uint64_t limit) : limit_(limit) {}
 

@@ -1,9 +1,10 @@
 // Positions are cut into blocks as long as the window. A window is then the end of one block and the beginning of the
 // next: a suffix fold, computed for all positions of a block when it is complete, and the running fold.
 //
-// A block is a list of elements, usually of run 1, which are folded as arrays. Where runs are longer, results are
-// computed per stretch, over which one value enters the window and one leaves it. Once a window holds nothing but one
-// value the result stays; nothing is kept then, and blocks begin anew behind a block that is all that value.
+// Results are computed as arrays, since most differ from their neighbours. Only an extreme may stay over a run: runs of
+// some length are kept as such for it, and results computed per stretch, over which one value enters the window and one
+// leaves it. Once a window holds nothing but one value any result stays; nothing is kept then, and blocks begin anew
+// behind a block that is all that value.
 #include "operators/rolling.h"
 
 #include <algorithm>
@@ -16,22 +17,7 @@
 namespace qvo::value {
 namespace {
 
-/// A stretch of positions: the values that enter and leave, and the folds around them.
-template <class Value> struct Stretch {
-    double entering, leaving;
-    uint64_t positions;
-    double leaving_left;   // positions of `leaving` in the window at the first position, 0 if none
-    Value before, behind;  // the fold of what came before `entering`, and of what is between the two
-    double present;        // positions present, but for those of the two
-    bool steady;           // the window is as long as it gets
-};
-
 constexpr size_t most = capacity_of(sizeof(double));
-
-template <class Value> double present_at(const Stretch<Value>& s, double k) {
-    return s.present + (is_present(s.entering) ? k : 0.0) +
-           (is_present(s.leaving) ? std::max(0.0, s.leaving_left - (k - 1)) : 0.0);
-}
 
 template <class S> struct Loops {
     using Fold = typename S::Fold;
@@ -79,21 +65,6 @@ template <class S> struct Loops {
             results[i] = present[i] >= required ? result : missing;
         }
     }
-    /// A result for each position of a stretch.
-    QVO_CPU_VARIANTS static void stretch(const Stretch<Value>& s, size_t n, double required,
-                                         double* __restrict results) {
-        const double enters = is_present(s.entering) ? 1.0 : 0.0, leaves = is_present(s.leaving) ? 1.0 : 0.0;
-        const Value behind = s.behind, before = s.before;
-        const double u = s.leaving, v = s.entering, first_left = s.leaving_left, base = s.present;
-        for (unsigned i = 0; i < static_cast<unsigned>(n); ++i) {
-            const double k = static_cast<double>(static_cast<int>(i)) + 1.0, left = first_left - (k - 1.0);
-            const Value earlier = Fold::merge(Fold::power(u, left), behind);
-            const Value fold = Fold::merge(earlier, Fold::merge(before, Fold::power(v, k)));
-            const double present = base + enters * k + leaves * left;
-            const double result = S::finish(fold, present);
-            results[i] = present >= required ? result : missing;
-        }
-    }
 };
 
 QVO_INLINE bool alike(double a, double b) { return a == b || (!is_present(a) && !is_present(b)); }
@@ -126,53 +97,78 @@ template <class S> class Rolling {
  public:
     using In = double;
     using Out = double;
-    static constexpr bool expands = true;
+    unsigned written_out() const {
+        if (tail_ + 1 >= n_) return 0;
+        return keeps_runs ? 4 : static_cast<unsigned>(std::min<uint64_t>(n_ / 2, max_run));
+    }
 
     Rolling(Plan& plan, Window window)
-        : plan_(plan),
-          n_(window.positions),
-          required_(static_cast<double>(std::max<uint64_t>(window.min_periods, S::least))) {}
+        : plan_(plan), n_(window.positions), required_(std::max<uint64_t>(window.min_periods, S::least)) {}
 
     void singles(const double* x, size_t n, double* results, uint64_t) {
+        size_t i = 0;
+        if (tail_ + 1 >= n_)
+            for (; i < n && alike(x[i], tail_value_); ++i) results[i] = stay_constant(x[i]);
+        if (i == n) return;
         begin_anew();
-        tail_ = 0;
-        for (size_t i = 0; i < n;) {
-            if (!ends_.empty() || !earlier_.ends.empty()) {
-                Taken one = take_stretch(x[i], 1, results + i, 1);
-                i += one.positions;
-                continue;
-            }
+        note_tail(x + i, n - i);
+        while (i < n) {
+            if constexpr (keeps_runs)
+                if (!ends_.empty() || !earlier_.ends.empty()) {
+                    take_stretch(x[i], 1, results[i]);
+                    ++i;
+                    continue;
+                }
             const size_t here = static_cast<size_t>(std::min<uint64_t>(n - i, n_ - offset_));
             take_array(x + i, here, results + i);
             i += here;
         }
     }
 
-    Taken take(double x, unsigned run, double* results, size_t room, uint64_t) {
-        const bool same = tail_ != 0 && alike(x, tail_value_);
-        if (same && tail_ + 1 >= n_) {
-            constant_ = true;
-            tail_ += run;
-            results[0] = result_of_constant<S>(x, static_cast<double>(n_), required_);
+    Taken take(double x, unsigned run, double* results, size_t room, uint64_t position) {
+        const uint64_t tail = tail_ != 0 && alike(x, tail_value_) ? tail_ : 0;
+        if (tail != 0 && tail + 1 >= n_) {
+            results[0] = stay_constant(x);
             return {1, run};
         }
-        begin_anew();
-        if (!same) tail_ = 0;
-        tail_value_ = x;
         // The window is full of the value once all but one of its positions are.
-        const uint64_t varied = std::max<uint64_t>(n_ - std::min(n_, tail_ + 1), 1);
-        const Taken taken = take_stretch(x, std::min<uint64_t>(run, varied), results, room);
-        tail_ += taken.positions;
-        return taken;
+        const uint64_t varied = std::max<uint64_t>(n_ - std::min(n_, tail + 1), 1);
+        unsigned n = static_cast<unsigned>(std::min<uint64_t>(run, varied));
+        size_t elements = 1;
+        if constexpr (keeps_runs) {
+            begin_anew();
+            n = static_cast<unsigned>(take_stretch(x, n, results[0]));
+            tail_value_ = x;
+            tail_ = tail + n;
+        } else {
+            double same[max_run];
+            n = static_cast<unsigned>(std::min<size_t>(n, room));
+            std::fill_n(same, n, x);
+            singles(same, n, results, position);
+            elements = n;
+        }
+        return {elements, n};
     }
 
  private:
+    static constexpr bool keeps_runs = !Fold::repeats_change;
+
+    double stay_constant(double x) {
+        constant_ = true;
+        return result_of_constant<S>(x, static_cast<double>(n_), static_cast<double>(required_));
+    }
+    void note_tail(const double* x, size_t n) {
+        size_t same = 1;
+        while (same < n && alike(x[n - 1 - same], x[n - 1])) ++same;
+        tail_ = same == n && tail_ != 0 && alike(tail_value_, x[0]) ? tail_ + n : same;
+        tail_value_ = x[n - 1];
+    }
     /// Begins a block behind one of nothing but the value that has filled the window.
     void begin_anew() {
         if (!constant_) return;
         constant_ = false;
-        earlier_.values = {tail_value_};
-        earlier_.ends = {n_};
+        earlier_.values.assign(keeps_runs ? 1 : n_, tail_value_);
+        earlier_.ends.assign(keeps_runs ? 1 : 0, n_);
         complete_folds();
         clear();
     }
@@ -198,12 +194,12 @@ template <class S> class Rolling {
         Loop::prefixes(fold_, x, n, folds);
         if (earlier_.exists) Loop::merge(earlier_.suffixes.data() + offset_ + 1, folds, n);
         values_.insert(values_.end(), x, x + n);
-        if (earlier_.exists && gone + missing_ == 0 && earlier_.gone.empty() && static_cast<double>(n_) >= required_) {
+        if (earlier_.exists && gone + missing_ == 0 && earlier_.gone.empty() && n_ >= required_) {
             Loop::finish_full(folds, n, static_cast<double>(n_), results);
         } else {
             double present[most];
             count_present(x, n, present);
-            Loop::finish(folds, present, n, required_, results);
+            Loop::finish(folds, present, n, static_cast<double>(required_), results);
         }
         missing_ += gone;
         advance(n);
@@ -265,50 +261,29 @@ template <class S> class Rolling {
             earlier_.gone[i] = earlier_.gone[i + 1] + (is_present(values[i]) ? 0 : run_of_earlier(i));
     }
 
-    /// Up to `run` positions over which one value enters and one leaves.
-    Taken take_stretch(double x, uint64_t run, double* results, size_t room) {
-        Stretch<Value> s{x, missing, std::min(run, n_ - offset_), 0, fold_.value(), Fold::neutral(), 0, false};
-        uint64_t present = offset_ - missing_;
-        if (earlier_.exists) {
-            s.steady = true;
-            if (offset_ + 1 == n_) {
-                s.positions = 1;
-            } else {
-                const uint64_t first = offset_ + 1;
-                if (earlier_.ends.empty()) cursor_ = first;
-                while (earlier_.end_of(cursor_) <= first) ++cursor_;
-                const uint64_t left = earlier_.end_of(cursor_) - first, behind = n_ - earlier_.end_of(cursor_);
-                s.positions = std::min(s.positions, left);
-                s.leaving = earlier_.values[cursor_];
-                s.leaving_left = static_cast<double>(left);
-                s.behind = earlier_.suffixes[cursor_ + 1];
-                present += behind - earlier_.gone_from(cursor_ + 1);
-            }
+    /// Up to `run` positions over which one value enters, one leaves, and the result stays.
+    uint64_t take_stretch(double x, uint64_t run, double& result) {
+        uint64_t positions = std::min(run, n_ - offset_), present = offset_ - missing_ + is_present(x);
+        double fold = Fold::merge(fold_.value(), Fold::power(x, 1)), leaving = missing;
+        if (earlier_.exists && offset_ + 1 == n_) {
+            positions = 1;
+        } else if (earlier_.exists) {
+            const uint64_t first = offset_ + 1;
+            if (earlier_.ends.empty()) cursor_ = first;
+            while (earlier_.end_of(cursor_) <= first) ++cursor_;
+            const uint64_t end = earlier_.end_of(cursor_);
+            positions = std::min(positions, end - first);
+            leaving = earlier_.values[cursor_];
+            fold = Fold::merge(fold, Fold::merge(Fold::power(leaving, 1), earlier_.suffixes[cursor_ + 1]));
+            present += (n_ - end) - earlier_.gone_from(cursor_ + 1) + (is_present(leaving) ? end - first : 0);
         }
-        s.present = static_cast<double>(present);
-        const Taken taken = results_of(s, results, room);
-        append(x, taken.positions);
-        return taken;
-    }
-
-    Taken results_of(const Stretch<Value>& s, double* results, size_t room) const {
-        const bool both_missing = !is_present(s.entering) && !is_present(s.leaving);
-        const bool same = both_missing || (s.steady && s.entering == s.leaving);
-        if (same || !Fold::repeats_change) {
-            Loop::stretch(s, 1, required_, results);
-            return {1, static_cast<unsigned>(same ? s.positions : equally_present(s))};
-        }
-        const size_t n = static_cast<size_t>(std::min<uint64_t>(s.positions, room));
-        Loop::stretch(s, n, required_, results);
-        return {n, static_cast<unsigned>(n)};
-    }
-    /// The positions of a stretch up to which there are enough values, or too few, as at its first.
-    uint64_t equally_present(const Stretch<Value>& s) const {
-        const bool enough = present_at(s, 1) >= required_;
-        uint64_t n = s.positions;
-        if ((present_at(s, static_cast<double>(n)) >= required_) == enough) return n;
-        const double apart = enough ? present_at(s, 1) - required_ + 1 : required_ - present_at(s, 1);
-        return static_cast<uint64_t>(apart);
+        // The number of values present may rise or fall over the stretch, and with it cross what is required.
+        const bool enough = present >= required_;
+        if (!enough && is_present(x) && !is_present(leaving)) positions = std::min(positions, required_ - present);
+        if (enough && !is_present(x) && is_present(leaving)) positions = std::min(positions, present - required_ + 1);
+        result = enough ? S::finish(fold, 0) : missing;
+        append(x, positions);
+        return positions;
     }
 
     /// Notes the positions taken.
@@ -330,8 +305,7 @@ template <class S> class Rolling {
     }
 
     Plan& plan_;
-    uint64_t n_;
-    double required_;
+    uint64_t n_, required_;
     Complete<Fold> earlier_;
     std::vector<double> values_;  // of the current block
     std::vector<uint64_t> ends_;
@@ -350,8 +324,8 @@ template <class S> class Narrow {
  public:
     using In = double;
     using Out = double;
-    static constexpr bool expands = true;
     static constexpr size_t widest = 16;
+    unsigned written_out() const { return static_cast<unsigned>(std::max<size_t>(n_ / 2, 4)); }
 
     explicit Narrow(Window window)
         : n_(window.positions), required_(static_cast<double>(std::max<uint64_t>(window.min_periods, S::least))) {

@@ -133,7 +133,7 @@ class Median {
  public:
     using In = double;
     using Out = double;
-    static constexpr bool expands = false;
+    static unsigned written_out() { return 0; }
 
     Median(Plan& plan, Window window)
         : plan_(plan), n_(window.positions), required_(std::max<uint64_t>(window.min_periods, 1)) {}

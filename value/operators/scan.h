@@ -5,7 +5,8 @@
 //   void singles(const In* x, size_t n, Out* results, uint64_t position)   n elements of run 1, one result for each
 //   Taken take(In x, unsigned run, Out* results, size_t room, uint64_t position)   up to `run` positions of one value
 // `take` writes at most `room` elements: either one for all the positions that it took, or one for each of them.
-// Where most runs are short, and results have none (`Step::expands`), `singles` gets them written out.
+// Where results have no runs, taking runs one by one does not pay if they are short: up to a mean run that the step names
+// (`written_out`, 0 for never, or not for now) `singles` gets them written out.
 #pragma once
 
 #include <memory>
@@ -32,14 +33,15 @@ template <class Step> class Scan final : public Operator {
         Operand input(x_.it);
         TileWriter out(it, capacity_of(sizeof(Out)));
         QVO_RET rc = QVO_S_OK;
+        const size_t spare = step_.written_out() != 0 ? most_spare : 0;
         while (out.room() > spare) {
             if (rc = input.refill(Where::here()); rc != QVO_S_OK) break;
             const size_t most = std::min(out.room(), input.elements_left());
-            const size_t singles = input.taken() != 0 ? 0 : leading_single_runs(input.runs(), most);
+            const size_t singles = input.run() != 1 ? 0 : leading_single_runs(input.runs(), most);
             const uint64_t position = it->next_seq_no + out.positions();
             if (singles != 0)
                 take_singles(it, input, out, singles, position);
-            else if (!Step::expands || !take_short_runs(it, input, out, position))
+            else if (!write_out(it, input, out, position))
                 take_run(it, input, out, position);
         }
         input.store();
@@ -48,9 +50,8 @@ template <class Step> class Scan final : public Operator {
 
  private:
     static constexpr size_t block = 64;       // elements whose runs are looked at together
-    static constexpr unsigned short_run = 4;  // a mean run up to which positions are taken one by one
-    // A tile is not filled to the last where that would cut up a short run.
-    static constexpr size_t spare = Step::expands ? short_run : 0;
+    static constexpr unsigned short_run = 4;  // of what is written without a look at the run
+    static constexpr size_t most_spare = 16;  // a tile is not filled to the last where that would cut up short runs
 
     const In* values() const { return values_of<In>(x_.it); }
 
@@ -59,23 +60,25 @@ template <class Step> class Scan final : public Operator {
         out.put_equal_runs(n, 1);
         input.skip(n);
     }
-    bool take_short_runs(qvo_seq_iterator_h it, Operand& input, TileWriter& out, uint64_t position) {
-        if (input.taken() != 0) return false;
-        const size_t n = std::min({block, input.elements_left(), out.room() / short_run});
-        if (sum_runs(input.runs(), n) > short_run * n) return false;
-        In expanded[short_run * block + short_run];
+    bool write_out(qvo_seq_iterator_h it, Operand& input, TileWriter& out, uint64_t position) {
+        const unsigned mean_run = step_.written_out();
+        if (input.taken() != 0 || input.run() > mean_run) return false;
+        const size_t n = std::min(block, input.elements_left());
+        if (sum_runs(input.runs(), n) > mean_run * n) return false;
+        In written[capacity_of(sizeof(Out)) + short_run];
         const In* const x = values() + input.index();
-        In* to = expanded;
-        for (size_t i = 0; i < n; ++i) {
+        size_t i = 0, k = 0;
+        for (; i < n; ++i) {
             const unsigned run = get_run(input.runs(), i);
-            std::fill_n(to, short_run, x[i]);  // most often that is enough
-            if (run > short_run) std::fill_n(to, run, x[i]);
-            to += run;
+            if (k + run > out.room()) break;
+            std::fill_n(written + k, short_run, x[i]);
+            if (run > short_run) std::fill_n(written + k, run, x[i]);
+            k += run;
         }
-        const size_t k = static_cast<size_t>(to - expanded);
-        step_.singles(expanded, k, values_of<Out>(it) + out.size(), position);
+        if (k == 0) return false;
+        step_.singles(written, k, values_of<Out>(it) + out.size(), position);
         out.put_equal_runs(k, 1);
-        input.skip(n);
+        input.skip(i);
         return true;
     }
     void take_run(qvo_seq_iterator_h it, Operand& input, TileWriter& out, uint64_t position) {

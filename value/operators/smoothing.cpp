@@ -81,7 +81,7 @@ class Smoothing {
  public:
     using In = double;
     using Out = double;
-    static constexpr bool expands = true;
+    static unsigned written_out() { return 16; }
 
     Smoothing(double alpha, uint64_t seed) : mean_(alpha, seed) {}
 
@@ -121,7 +121,7 @@ class Strength {
  public:
     using In = double;
     using Out = double;
-    static constexpr bool expands = true;
+    static unsigned written_out() { return 16; }
 
     explicit Strength(uint64_t n) : rises_(1.0 / static_cast<double>(n), n), falls_(1.0 / static_cast<double>(n), n) {}
 
