@@ -82,7 +82,7 @@ template <size_t N> class Operands final : public Walk {
     }
 
     /// Takes elements with the same runs on all sides, if there are some: the loop reads the tiles themselves.
-    bool line_up(qvo_seq_iterator_h it, Operand* operands, TileWriter& out) {
+    bool line_up(qvo_seq_iterator_h it, Operand (&operands)[N], TileWriter& out) {
         const RunSpan span = lined_up<N>(operands, out.room());
         if (span.elements == 0) return false;
         Batch batch{};
@@ -97,7 +97,7 @@ template <size_t N> class Operands final : public Walk {
         return true;
     }
 
-    void overlaps(qvo_seq_iterator_h it, Operand* operands, TileWriter& out) {
+    void overlaps(qvo_seq_iterator_h it, Operand (&operands)[N], TileWriter& out) {
         list_.collect(operands, out.room());
         Batch batch{};
         batch.n = list_.n;
