@@ -96,3 +96,31 @@ def example_in_sql(call):
         return f"seq_from_json('{values}'" + (f", '{match['type']}')" if match["type"] else ")")
 
     return _TOKEN.sub(token, call)
+
+
+def _with_subqueries(sql, kinds):
+    """SQL takes no aggregate as the argument of another or of a table, but a subquery with it."""
+    out, calls = "", []
+    for token in re.findall(r"'[^']*'|seq_[a-z0-9_]+\(|.", sql):
+        if token.endswith("("):
+            kind = kinds.get(token[4:-1])
+            inner = kind == "aggregate" and any(outer in ("aggregate", "table") for outer, _ in calls)
+            calls.append((kind, inner))
+            out += "(SELECT " + token if inner else token
+        else:
+            out += token
+            if token == ")" and calls.pop()[1]:
+                out += ")"
+    return out
+
+
+def example_statement(function, functions):
+    """The statement that prints an example's result, a row a line; `functions` are those of the catalog."""
+    sql = _with_subqueries(example_in_sql(function.example), {f.name: f.kind for f in functions})
+    outermost = next(f for f in functions if sql.startswith(f"seq_{f.name}("))
+    result = function.example_result
+    if outermost.kind == "table":
+        columns = outermost.columns.split()[: result.split("\n")[0].count("|") + 1]
+        return f"SELECT {', '.join(columns)} FROM {sql};"
+    is_sequence = result.startswith("[") and not outermost.result.startswith("text")
+    return f"SELECT seq_to_json({sql});" if is_sequence else f"SELECT {sql};"

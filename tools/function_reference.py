@@ -84,7 +84,7 @@ def escaped(text):
 def linked(text, names):
     return re.sub(r"\bseq\\_([a-z0-9\\_]+)\b",
                   lambda m: f"[{m[0]}](#seq_{m[1]})" if m[1].replace("\\", "") in names else m[0],
-                  escaped(text)).replace("#seq_", "#seq_")
+                  escaped(text))
 
 
 def wrapped(text, first="", rest=""):
@@ -92,21 +92,8 @@ def wrapped(text, first="", rest=""):
                          break_on_hyphens=False)
 
 
-def example(function):
-    """The example as a statement that prints its result."""
-    call = catalog.example_in_sql(function.example)
-    result = function.example_result.split("\n")
-    if function.kind == "table":
-        columns = function.columns.split()[: max(line.count("|") + 1 for line in result)]
-        statement = f"SELECT {', '.join(columns)} FROM {call};"
-    elif result[0].startswith("[") and not function.result.startswith("text"):
-        statement = f"SELECT seq_to_json({call});"
-    else:
-        statement = f"SELECT {call};"
-    return ["```sql", statement, *(f"-- {line}" for line in result), "```"]
-
-
-def entry(function, names):
+def entry(function, functions):
+    names = {f.name for f in functions}
     marks = [function.kind] if function.kind != "scalar" else []
     marks += ["with a state"] if function.has_state else []
     lines = [f"### seq_{function.name}", "", f"`{signature(function)}`" + (f" · *{', '.join(marks)}*" if marks else ""),
@@ -117,7 +104,8 @@ def entry(function, names):
     lines += [wrapped(f"result: {escaped(function.result)}", "- ", "  "), ""]
     if function.rule:
         lines += [wrapped(linked(function.rule, names)), ""]
-    return lines + example(function) + [""]
+    result = [f"-- {line}" for line in function.example_result.split("\n")]
+    return lines + ["```sql", catalog.example_statement(function, functions), *result, "```", ""]
 
 
 def index(section, functions):
@@ -129,7 +117,6 @@ def index(section, functions):
 
 
 def render(functions):
-    names = {f.name for f in functions}
     sections = {}
     for f in functions:
         sections.setdefault(f.section, []).append(f)
@@ -139,7 +126,7 @@ def render(functions):
     for section, members in sections.items():
         lines += [f"## {section}", ""]
         for f in members:
-            lines += entry(f, names)
+            lines += entry(f, functions)
     return "\n".join(lines)
 
 

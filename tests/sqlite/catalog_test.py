@@ -137,16 +137,8 @@ class CatalogTest(unittest.TestCase):
                 self.assertEqual(self.example(f), f.example_result)
 
     def example(self, f):
-        call = catalog.example_in_sql(f.example)
-        if f.kind == "table":
-            rows = self.host.db.execute(f"SELECT * FROM {call}").fetchall()
-            width = max(i + 1 for row in rows for i, v in enumerate(row) if v is not None)
-            width = max(width, 2)
-            return "\n".join("|".join("NULL" if v is None else str(v) for v in row[:width]) for row in rows)
-        value = self.host.db.execute(f"SELECT {call}").fetchone()[0]
-        if isinstance(value, bytes):
-            value = self.host.db.execute("SELECT seq_to_json(?)", [value]).fetchone()[0]
-        return "NULL" if value is None else str(value)
+        rows = self.host.db.execute(catalog.example_statement(f, CATALOG))
+        return "\n".join("|".join("NULL" if v is None else str(v) for v in row) for row in rows)
 
     def test_scalars_equal_their_oracles(self):
         def check(function, oracle):

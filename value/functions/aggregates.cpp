@@ -590,7 +590,7 @@ const Function functions[] = {
      .parameters = {x_number},
      .result = "real",
      .rule = "Its denominator is n - 1. NULL for fewer than two values.",
-     .example = {"var([1, 2, 4])", "2.333333333333333"},
+     .example = {"var([1, 2, 4])", "2.3333333333333335"},
      .aggregate = make<Spread, 1u, false>},
     {.name = "stddev",
      .group = Group::aggregates,
@@ -656,7 +656,7 @@ const Function functions[] = {
      .rule =
          "States of different functions are an error. NULL is left out. Where the order matters (first, last), it is "
          "that of the rows.",
-     .example = {"finish(merge(s)) FROM (SELECT state('sum', [1, 2]) AS s)", "3"},
+     .example = {"finish(merge(state('sum', [1, 2])))", "3"},
      .aggregate = make<Merge>},
     {.name = "finish",
      .group = Group::aggregates,
