@@ -30,7 +30,7 @@ What holds for all of them, unless an entry says otherwise:
 - *Aggregates* run over all elements of all rows of a group. Most have a *state*, which can be stored and combined: see
   [seq_state](#seq_state).
 - *Tables* stand in FROM.
-- Brackets enclose what may be left out. Positions count from 0.
+- Brackets enclose what may be left out. Positions count from 0. Texts name other functions without `seq_`.
 """
 
 SEQUENCES = {
@@ -77,14 +77,13 @@ def signature(function):
 
 
 def escaped(text):
-    """Words of the catalog as Markdown, with other functions' names as links to their entries."""
-    return re.sub(r"([\\*_<|`])", r"\\\1", text)
+    """Words of the catalog as Markdown."""
+    return re.sub(r"([\\*<|`])", r"\\\1", text)
 
 
 def linked(text, names):
-    return re.sub(r"\bseq\\_([a-z0-9\\_]+)\b",
-                  lambda m: f"[{m[0]}](#seq_{m[1]})" if m[1].replace("\\", "") in names else m[0],
-                  escaped(text))
+    """The same, with names of functions as links to their entries."""
+    return re.sub(r"\bseq_(\w+)\b", lambda m: f"[{m[0]}](#{m[0]})" if m[1] in names else m[0], escaped(text))
 
 
 def wrapped(text, first="", rest=""):
