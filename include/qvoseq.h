@@ -58,7 +58,8 @@ typedef uint64_t qvo_seq_no_t;      /* a position in a sequence, counted with ru
 typedef uint64_t qvo_seq_count_t;   /* a number of positions */
 typedef uint64_t qvo_bitmap_word_t; /* 64 null flags; bit 0 is the least significant */
 
-typedef enum { QVO_SEQ_NO_ORDER = 0, QVO_SEQ_ASC_ORDER = 1, QVO_SEQ_DESC_ORDER = 2 } qvo_seq_order_t;
+typedef int qvo_seq_order_t; /* one of the following; what any other number means, a block says */
+enum { QVO_SEQ_NO_ORDER = 0, QVO_SEQ_ASC_ORDER = 1, QVO_SEQ_DESC_ORDER = 2 };
 
 /* Type codes of elements, in `elem_type`. Boolean sequences carry QVO_DD_UINT1. */
 enum {
@@ -312,8 +313,39 @@ QVO_API int qvo_seq_contains_nulls(qvo_seq_iterator_h iterator);
 /* Clears the null marks of the current tile. */
 QVO_API void qvo_seq_reset_null_bitmap(qvo_seq_iterator_h iterator);
 
+/* What qvo_seq_check_tile finds. */
+enum {
+    QVO_SEQ_TILE_OK = 0,
+    QVO_SEQ_TILE_WIDTH = 1,    /* elem_size is not the width of elem_type */
+    QVO_SEQ_TILE_EMPTY = 2,    /* tile_size is 0 */
+    QVO_SEQ_TILE_OVERFULL = 3, /* more elements than a tile of this width holds */
+    QVO_SEQ_TILE_RUN = 4,      /* an element whose run byte is 0 */
+    QVO_SEQ_TILE_COUNTER = 5   /* next_seq_no is less than the elements of the tile, or goes beyond last_seq_no */
+};
+
+/*
+ * Looks at the tile and the counters of an iterator, as a consumer may find them after a successful `next`, and returns
+ * QVO_SEQ_TILE_OK or the first rule of these that is broken. For the tests of a host's own sources, and for fuzzing:
+ * operators rely on the rules and do not look at each byte. Nothing is changed; null marks are not looked at.
+ *
+ * Some members break a rule deliberately, each where its block says so: the elements of qvo_seq_rle_decode, of the
+ * parsers and of qvo_seq_print_char have run bytes that are not written; qvo_seq_repeat_<type> may make a run of 0;
+ * extremes of narrow cells (qvo_seq_grid_agg_max_<type>) are labelled double; qvo_seq_agg_count_not_null has no run byte.
+ */
+QVO_API int qvo_seq_check_tile(const qvo_seq_iterator_t* iterator);
+
+/* A result code in words ("the sequence is exhausted"), never null: for any other number, that it is unknown. The text
+   is static. */
+QVO_API const char* qvo_seq_code_text(QVO_RET code);
+
 /* The smaller of two counts. */
 QVO_API qvo_seq_count_t min_count(qvo_seq_count_t a, qvo_seq_count_t b);
+
+/*
+ * The reset of operators of three operands: qvo_seq_reset_binary_iterator, and then the `reset` of operand 2. Returns
+ * the first code that is not QVO_S_OK.
+ */
+QVO_API QVO_RET qvo_seq_reset_ternary_iterator(qvo_seq_iterator_h iterator);
 
 /*
  * The resets of operators that keep a running count in the second word of their context: the word is
@@ -373,16 +405,16 @@ QVO_SEQ_DECLARE_READERS(char, char)
  * Runs      All 1: an int4 array of 1000 comes as tiles of 819 and 181 elements.
  * Ends      After `count` elements. last_seq_no is count - 1, for an empty array all ones.
  * Errors    QVO_E_ILLEGAL_PARAM for char wider than 4095, of which no tile holds one. Else none.
- * Lifetime  The array is not copied; it stays in place while the iterator is used. owned_buf is 1:
- *           qvo_seq_free_buffer hands the array to the release hook. So either take the array from
- *           qvo_seq_malloc, or do not call qvo_seq_free_buffer on this iterator.
+ * Lifetime  The array is not copied, and only read; it stays in place while the iterator is used. It need not be
+ *           aligned. owned_buf is 1: qvo_seq_free_buffer hands the array to the release hook. So either take the
+ *           array from qvo_seq_malloc, or do not call qvo_seq_free_buffer on this iterator.
  */
-#define QVO_SEQ_DECLARE(type)                                                                              \
-    QVO_API QVO_RET qvo_seq_unget_##type(qvo_seq_iterator_h result, qvo_##type* values, qvo_size_t count); \
+#define QVO_SEQ_DECLARE(type)                                                                                    \
+    QVO_API QVO_RET qvo_seq_unget_##type(qvo_seq_iterator_h result, const qvo_##type* values, qvo_size_t count); \
     QVO_API QVO_RET qvo_seq_unget_##type##_next(qvo_seq_iterator_h iterator);
 QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
 #undef QVO_SEQ_DECLARE
-QVO_API QVO_RET qvo_seq_unget_char(qvo_seq_iterator_h result, char* values, qvo_size_t count, qvo_size_t width);
+QVO_API QVO_RET qvo_seq_unget_char(qvo_seq_iterator_h result, const char* values, qvo_size_t count, qvo_size_t width);
 QVO_API QVO_RET qvo_seq_unget_char_next(qvo_seq_iterator_h iterator);
 QVO_API QVO_RET qvo_seq_unget_reset(qvo_seq_iterator_h iterator);
 
@@ -452,27 +484,6 @@ QVO_API QVO_RET qvo_seq_reset_tee_iterator(qvo_seq_iterator_h iterator);
  */
 QVO_API QVO_RET qvo_seq_rle_decode(qvo_seq_iterator_h result, qvo_seq_iterator_h operand);
 QVO_API QVO_RET qvo_seq_rle_decode_next(qvo_seq_iterator_h iterator);
-
-/* ==== core/count =============================================================================== */
-
-/*
- * qvo_seq_agg_count, qvo_seq_agg_count_not_null (result, operand)
- *
- * The number of positions of the operand; the number of its elements that are not null.
- * Elements  Any operand; the result is one uint8.
- * Runs      agg_count adds up runs. agg_count_not_null deliberately counts elements, an element with run
- *           5 once, and does not write the result's run byte: read it from the tile.
- * Ends      After the one element. An empty operand counts 0, unlike in other aggregates. The length of an
- *           array (qvo_seq_unget_<type>) is taken without pulling, and of a hash aggregate the groups are
- *           counted; over these two `prepare` and `merge` are null.
- * Errors    None. Deliberately, the operand's type and binding are not checked and it is not marked bound;
- *           its `next` failing ends the count without being reported.
- */
-QVO_API QVO_RET qvo_seq_agg_count(qvo_seq_iterator_h result, qvo_seq_iterator_h operand);
-QVO_API QVO_RET qvo_seq_agg_count_not_null(qvo_seq_iterator_h result, qvo_seq_iterator_h operand);
-QVO_API QVO_RET qvo_seq_count_next(qvo_seq_iterator_h iterator);
-QVO_API QVO_RET qvo_seq_count_not_null_next(qvo_seq_iterator_h iterator);
-QVO_API QVO_RET qvo_seq_count_merge(qvo_seq_iterator_h iterator, qvo_seq_iterator_h other);
 
 /* ==== transform/arithmetic ===================================================================== */
 
@@ -1033,6 +1044,11 @@ QVO_SEQ_DECLARE(char)
  * Ends      With cond.
  * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed.
  */
+typedef struct {
+    qvo_seq_no_t first_pos;     /* the position of cond's first element */
+    qvo_seq_no_t curr_pos;      /* that of the one that is read next */
+} qvo_seq_filter_pos_context_t; /* in the context words of the iterator, as all records of this kind */
+
 QVO_API QVO_RET qvo_seq_filter_pos(qvo_seq_iterator_h result, qvo_seq_iterator_h cond);
 QVO_API QVO_RET qvo_seq_filter_search(qvo_seq_iterator_h result, qvo_seq_iterator_h cond,
                                       qvo_seq_iterator_h search_result);
@@ -1078,6 +1094,10 @@ QVO_API qvo_seq_no_t qvo_seq_get_first_pos(qvo_seq_iterator_h iterator);
  * Ends      With the operand. The first call reads the operand to its end and resets it.
  * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed.
  */
+typedef struct {
+    double norm; /* the divisor, once the first call has found it */
+} qvo_seq_norm_context_t;
+
 #define QVO_SEQ_DECLARE(type)                                                                 \
     QVO_API QVO_RET qvo_seq_norm_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input); \
     QVO_API QVO_RET qvo_seq_norm_##type##_next(qvo_seq_iterator_h iterator);
@@ -1103,6 +1123,12 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
  * Parameters  Any. A step of 0 repeats the element at origin for ever.
  * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed.
  */
+typedef struct {
+    qvo_size_t origin;     /* the first position that is taken */
+    qvo_size_t step;       /* from one taken position to the next */
+    qvo_seq_no_t curr_pos; /* the input position at which its read position stands */
+} qvo_seq_thin_context_t;
+
 #define QVO_SEQ_DECLARE(type)                                                                                   \
     QVO_API QVO_RET qvo_seq_thin_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t origin, \
                                         qvo_size_t step);                                                       \
@@ -1127,6 +1153,10 @@ QVO_SEQ_DECLARE(char)
  *           between 1 and 255: no consumer expects the run of 0 that n_times 0 or 256 gives.
  * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed.
  */
+typedef struct {
+    qvo_size_t n_times;
+} qvo_seq_repeat_context_t;
+
 #define QVO_SEQ_DECLARE(type)                                                                                \
     QVO_API QVO_RET qvo_seq_repeat_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, int n_times); \
     QVO_API QVO_RET qvo_seq_repeat_##type##_next(qvo_seq_iterator_h iterator);
@@ -1208,6 +1238,10 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
  *
  * The reset: back to left, then qvo_seq_reset_binary_iterator.
  */
+typedef struct {
+    qvo_bool left_array; /* still reading the left operand */
+} qvo_seq_concat_context_t;
+
 QVO_API QVO_RET qvo_seq_concat(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right);
 QVO_API QVO_RET qvo_seq_concat_next(qvo_seq_iterator_h iterator);
 QVO_API QVO_RET qvo_seq_concat_reset(qvo_seq_iterator_h iterator);
@@ -1235,6 +1269,13 @@ QVO_API QVO_RET qvo_seq_concat_reset(qvo_seq_iterator_h iterator);
  * The `next` of all types, and the reset: the next call starts with `first` of the series; nothing else of
  * the series is touched.
  */
+typedef enum { BEFORE_FIRST = 0, AFTER_FIRST = 1, AFTER_LAST = 2 } qvo_seq_meta_iterator_position_t;
+
+typedef struct {
+    qvo_seq_meta_iterator_h meta_iterator;
+    qvo_seq_meta_iterator_position_t pos_kind; /* where in the series the join is */
+} qvo_seq_meta_iterator_context_t;
+
 #define QVO_SEQ_DECLARE(type) \
     QVO_API QVO_RET qvo_seq_join_##type(qvo_seq_iterator_h result, qvo_seq_meta_iterator_h meta_iterator);
 QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
@@ -1316,6 +1357,12 @@ QVO_SEQ_DECLARE(char)
  *
  * The reset: neither side has ended, then qvo_seq_reset_binary_iterator.
  */
+typedef struct {
+    qvo_bool left_end; /* the side has ended */
+    qvo_bool right_end;
+    qvo_seq_order_t order;
+} qvo_seq_union_context_t;
+
 #define QVO_SEQ_DECLARE(type)                                                                                          \
     QVO_API QVO_RET qvo_seq_union_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right, \
                                          qvo_seq_order_t order);                                                       \
@@ -1346,6 +1393,13 @@ QVO_API QVO_RET qvo_seq_reset_union_iterator(qvo_seq_iterator_h iterator);
  *
  * The reset: back to position 0 and no sign, then qvo_seq_reset_unary_iterator.
  */
+typedef struct {
+    qvo_seq_no_t pos; /* positions consumed */
+    int first_sign;   /* first_cross_direction */
+    int prev_sign;    /* of the last value other than zero; 0: none so far */
+    int n_zeros;      /* zero positions counted since then */
+} qvo_seq_cross_context_t;
+
 #define QVO_SEQ_DECLARE(type)                                                                 \
     QVO_API QVO_RET qvo_seq_cross_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, \
                                          int first_cross_direction);
@@ -1438,6 +1492,12 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
  * The reset: back to position 0 and no direction, then qvo_seq_reset_unary_iterator.
  */
 #define QVO_SEQ_DECLARE(type)                                                                                        \
+    typedef struct {                                                                                                 \
+        int first_extremum;                                                                                          \
+        int prev_trend;      /* the last direction other than 0; 0: none so far */                                   \
+        qvo_##type prev_val; /* the last value consumed */                                                           \
+        qvo_seq_no_t pos;    /* positions consumed */                                                                \
+    } qvo_seq_extrema_##type##_context_t;                                                                            \
     QVO_API QVO_RET qvo_seq_extrema_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, int first_extremum); \
     QVO_API QVO_RET qvo_seq_extrema_##type##_next(qvo_seq_iterator_h iterator);                                      \
     QVO_API QVO_RET qvo_seq_extrema_##type##_reset_iterator(qvo_seq_iterator_h iterator);
@@ -1462,6 +1522,27 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
     QVO_API QVO_RET qvo_seq_aprogres_##type##_next(qvo_seq_iterator_h iterator);
 QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
 #undef QVO_SEQ_DECLARE
+
+/* ==== aggregate/count ========================================================================== */
+
+/*
+ * qvo_seq_agg_count, qvo_seq_agg_count_not_null (result, operand)
+ *
+ * The number of positions of the operand; the number of its elements that are not null.
+ * Elements  Any operand; the result is one uint8.
+ * Runs      agg_count adds up runs. agg_count_not_null deliberately counts elements, an element with run
+ *           5 once, and does not write the result's run byte: read it from the tile.
+ * Ends      After the one element. An empty operand counts 0, unlike in other aggregates. The length of an
+ *           array (qvo_seq_unget_<type>) is taken without pulling, and of a hash aggregate the groups are
+ *           counted; over these two `prepare` and `merge` are null.
+ * Errors    None. Deliberately, the operand's type and binding are not checked and it is not marked bound;
+ *           its `next` failing ends the count without being reported.
+ */
+QVO_API QVO_RET qvo_seq_agg_count(qvo_seq_iterator_h result, qvo_seq_iterator_h operand);
+QVO_API QVO_RET qvo_seq_agg_count_not_null(qvo_seq_iterator_h result, qvo_seq_iterator_h operand);
+QVO_API QVO_RET qvo_seq_count_next(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_count_not_null_next(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_count_merge(qvo_seq_iterator_h iterator, qvo_seq_iterator_h other);
 
 /* ==== aggregate/whole ========================================================================== */
 
@@ -2201,9 +2282,10 @@ typedef struct {
     qvo_size_t n_elems;
 } qvo_seq_order_by_context; /* in the context words of the iterator */
 
-#define QVO_SEQ_DECLARE_ORDER_BY(type, value_type)                                                                  \
-    QVO_API QVO_RET qvo_seq_order_by_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,                    \
-                                            const qvo_seq_no_t* permutation, qvo_size_t n_elems, value_type* data); \
+#define QVO_SEQ_DECLARE_ORDER_BY(type, value_type)                                               \
+    QVO_API QVO_RET qvo_seq_order_by_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, \
+                                            const qvo_seq_no_t* permutation, qvo_size_t n_elems, \
+                                            const value_type* data);                             \
     QVO_API QVO_RET qvo_seq_order_by_##type##_next(qvo_seq_iterator_h iterator);
 #define QVO_SEQ_DECLARE(type) QVO_SEQ_DECLARE_ORDER_BY(type, qvo_##type)
 QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)

@@ -6,7 +6,8 @@ left visible, so that the type-stamping macros are expanded by the compiler and 
 The banner above a declaration (/* ==== transform/filter ==== */) names the source file that it is grouped under.
 
     export_list.py write    --cc CC --include DIR... --map FILE              rewrite the list, if it changed
-    export_list.py check    --cc CC --include DIR... --map FILE [--sources DIR] [--nm NM --library FILE]
+    export_list.py check    --cc CC --include DIR... --map FILE [--sources DIR]
+                         [--nm NM --readelf READELF --library FILE]
                                                                              compare headers, list and library
 """
 import argparse
@@ -18,6 +19,7 @@ import sys
 HEADERS = ("qvoseq.h", "qvohost.h")
 VERSION_NODE = "QVOSEQ_1"  # with the major number of the binary interface
 MARKER = "QVO_EXPORT_MARKER"
+NEEDED = ("libc.so.6", "libm.so.6")
 
 BANNER = re.compile(r"/\* ==== (\S+?):? ")
 LINE_MARKER = re.compile(r'# (\d+) "(.*)"')
@@ -107,6 +109,12 @@ def exported_by(nm, library):
     return {name.split("@")[0] for *_, kind, name in symbols if kind in "TDBRViWu"}
 
 
+def needed_by(readelf, library):
+    """The libraries that the loader has to find for it."""
+    text = subprocess.run([readelf, "-d", library], check=True, stdout=subprocess.PIPE, text=True).stdout
+    return set(re.findall(r"\(NEEDED\).*\[(.*)\]", text))
+
+
 def check(arguments):
     groups = declared(arguments)
     names = set().union(*groups.values())
@@ -124,6 +132,8 @@ def check(arguments):
         built = exported_by(arguments.nm, arguments.library)
         faults += [f"{name}: declared, but not exported by the library" for name in sorted(names - built)]
         faults += [f"{name}: exported by the library, but not declared" for name in sorted(built - names)]
+        faults += [f"{name}: needed by the library" for name in sorted(needed_by(arguments.readelf, arguments.library))
+                   if name not in NEEDED]
     if len(names) == 0:
         faults.append("no declarations were found")
     for fault in faults:
@@ -140,7 +150,9 @@ def main():
     parser.add_argument("--map", required=True, help="the export list")
     parser.add_argument("--sources", help="check: the folder that the banners' source files are in")
     parser.add_argument("--nm", default="nm")
-    parser.add_argument("--library", help="check: the shared library that was built")
+    parser.add_argument("--readelf", default="readelf")
+    parser.add_argument("--library", help="check: the shared library that was built; it needs nothing but "
+                                          + " and ".join(NEEDED))
     arguments = parser.parse_args()
     return write(arguments) if arguments.action == "write" else check(arguments)
 

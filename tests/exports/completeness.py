@@ -25,8 +25,8 @@ TABLE = [
     # Settings, helpers and host services
     ([], "min_count qvo_seq_{malloc,free,sys_malloc,sys_free,redefine_allocator,alloc_buffer,free_buffer}"),
     ([], "qvo_seq_{enable_check_bindings,prepare_aggregate,contains_nulls,reset_null_bitmap}"),
-    ([], "qvo_seq_{copy_bitmap,check_bindings}"),
-    ([], "qvo_seq_reset_{unary,binary,ternary}_agg_iterator qvo_seq_reset_{,unary_,binary_}iterator"),
+    ([], "qvo_seq_{copy_bitmap,check_bindings,check_tile,code_text}"),
+    ([], "qvo_seq_reset_{unary,binary,ternary}_agg_iterator qvo_seq_reset_{,unary_,binary_,ternary_}iterator"),
     ([], "qvo_{stop__,memnull,memmove,memcmp,strchr,int_get_prime_number,trace_level}"),
     ([], "qvo_trace_{modules_mask,callback}"),
     # Access, sources, slices, counts

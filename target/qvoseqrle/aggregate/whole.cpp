@@ -253,13 +253,6 @@ template <class V, class A> struct Product {
     }
 };
 
-struct Greater {
-    template <class V> QVO_INLINE static bool beats(V v, V extreme) { return v > extreme; }
-};
-struct Less {
-    template <class V> QVO_INLINE static bool beats(V v, V extreme) { return v < extreme; }
-};
-
 /// The first of the values that no other beats; a NaN is beaten by nothing and beats nothing.
 template <class V, class Order> struct Extreme {
     using Value = V;
@@ -350,17 +343,17 @@ template <class V> struct Extremes {
 
 /// Datetimes are compared as integers and delivered as doubles: the conversion keeps their order, and where it makes
 /// two of them equal, it makes them the same.
-template <class V, class R> QVO_RET min_max_next(qvo_seq_iterator_h it) {
+template <class V, class R> QVO_RET min_max_next(qvo_seq_iterator_h it, Where where) {
     if (it->next_seq_no != 0) return QVO_S_CURSOR_END;
     typename Extremes<V>::State s{};
     qvo_seq_count_t count = 0;
-    if (const QVO_RET rc = reduce_tiles(it->opd[0], &s, count, fold_tile<Extremes<V>>); rc != QVO_S_OK) return rc;
+    if (const QVO_RET rc = reduce_tiles(it->opd[0], &s, count, fold_tile<Extremes<V>>, where); rc != QVO_S_OK)
+        return rc;
     values_of<R>(it)[0] = static_cast<R>(s.least.agg);
     values_of<R>(it)[1] = static_cast<R>(s.greatest.agg);
-    fill_runs(runs_of(it), 2, 1);
-    it->next_seq_no = 2;
-    it->tile_size = 2;
-    return QVO_S_OK;
+    TileWriter out(it);
+    out.put_equal_runs(2, 1);
+    return out.finish_at(2);
 }
 
 template <class E> using MinMaxResult = std::conditional_t<std::is_same_v<E, elem_datetime>, elem_double, E>;
@@ -390,7 +383,7 @@ template <class Record, class R> constexpr bool is_state_of() {
     DEFINE(qvo_seq_agg_dev_##type, elem_##type, elem_double, Spread<elem_##type, Deviation>)                     \
     DEFINE(qvo_seq_agg_dev_samp_##type, elem_##type, elem_double, Spread<elem_##type, SampleDeviation>)          \
     extern "C" QVO_API QVO_RET qvo_seq_agg_min_max_##type##_next(qvo_seq_iterator_h it) {                        \
-        return min_max_next<elem_##type::value, MinMaxResult<elem_##type>::value>(it);                           \
+        return min_max_next<elem_##type::value, MinMaxResult<elem_##type>::value>(it, Where::here());            \
     }                                                                                                            \
     extern "C" QVO_API QVO_RET qvo_seq_agg_min_max_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) { \
         return construct_unary<elem_##type, MinMaxResult<elem_##type>>(result, input,                            \

@@ -25,19 +25,14 @@ struct Call {
 };
 using Loop = void (*)(const Call& call);
 
-QVO_RET window_next(qvo_seq_iterator_h it, Loop loop, Where where) {
+QVO_RET window_next(qvo_seq_iterator_h it, size_t width, Loop loop, Where where) {
     auto& context = state<Context>(it);
     const uint64_t position = it->next_seq_no;
     const size_t slot = remainder(position, context.interval);  // an interval of 0 faults here
     Positions values;
-    uint64_t n;
-    const QVO_RET rc = run_positions(it, values, &n, where, [&] {
+    return run_positions(it, values, width, Counted::delivered, where, [&](size_t n) {
         loop({context, values, values_of<uint8_t>(it), n, slot, position});
     });
-    if (rc != QVO_S_OK) return rc;
-    it->next_seq_no += n;
-    it->tile_size = static_cast<uint16_t>(n);
-    return QVO_S_OK;
 }
 
 void clear(Context& context, size_t width) {
@@ -156,13 +151,6 @@ template <class V, class A, class Finish> struct Sums {
     }
 };
 
-struct Less {
-    template <class V> QVO_INLINE static bool beats(V a, V b) { return a < b; }
-};
-struct Greater {
-    template <class V> QVO_INLINE static bool beats(V a, V b) { return a > b; }
-};
-
 /// The extreme of the window, searched for again only when the one that leaves was it.
 template <class V, class Order> struct Extreme {
     static void run(const Call& call) {
@@ -234,7 +222,7 @@ template <class E, class Finish> using Spread = Sums<typename E::value, double, 
 
 #define DEFINE(name, Element, Result, ...)                                                                      \
     extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h it) {                                             \
-        return window_next(it, __VA_ARGS__::run, Where::here());                                                \
+        return window_next(it, Element::width, __VA_ARGS__::run, Where::here());                                \
     }                                                                                                           \
     extern "C" QVO_API QVO_RET name##_reset(qvo_seq_iterator_h it) { return window_reset(it, Element::width); } \
     extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t interval) { \

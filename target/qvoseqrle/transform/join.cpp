@@ -7,13 +7,6 @@
 namespace qvo {
 namespace {
 
-enum qvo_seq_meta_iterator_position_t { BEFORE_FIRST = 0, AFTER_FIRST = 1, AFTER_LAST = 2 };
-
-struct qvo_seq_meta_iterator_context_t {
-    qvo_seq_meta_iterator_h meta_iterator;
-    qvo_seq_meta_iterator_position_t pos_kind;
-};
-
 QVO_RET pull_tile(qvo_seq_iterator_h from, Where where) {
     from->tile_offs = 0;
     const QVO_RET rc = from->next(from);
