@@ -7,7 +7,7 @@ The banner above a declaration (/* ==== transform/filter ==== */) names the sour
 
     export_list.py write    --cc CC --include DIR... --map FILE              rewrite the list, if it changed
     export_list.py check    --cc CC --include DIR... --map FILE [--sources DIR]
-                         [--nm NM --readelf READELF --library FILE]
+                         [--nm NM --readelf READELF --objdump OBJDUMP --library FILE]
                                                                              compare headers, list and library
 """
 import argparse
@@ -20,6 +20,7 @@ HEADERS = ("qvoseq.h", "qvohost.h")
 VERSION_NODE = "QVOSEQ_1"  # with the major number of the binary interface
 MARKER = "QVO_EXPORT_MARKER"
 NEEDED = ("libc.so.6", "libm.so.6")
+SHARED = r"_ZN3qvoL\d+seed_\w+E"  # besides the declared settings: the generators of the sorts' pivots
 
 BANNER = re.compile(r"/\* ==== (\S+?):? ")
 LINE_MARKER = re.compile(r'# (\d+) "(.*)"')
@@ -115,6 +116,13 @@ def needed_by(readelf, library):
     return set(re.findall(r"\(NEEDED\).*\[(.*)\]", text))
 
 
+def writable_in(objdump, library):
+    """The variables that the library has, apart from what is written before it is used and what a compiler adds."""
+    text = subprocess.run([objdump, "-t", library], check=True, stdout=subprocess.PIPE, text=True).stdout
+    lines = re.findall(r" O \.(?:data|bss|tdata|tbss)\t\w+ +(?:\.\w+ )?(\S+)$", text, re.MULTILINE)
+    return [name for name in lines if not re.match(r"__|completed\.", name)]
+
+
 def check(arguments):
     groups = declared(arguments)
     names = set().union(*groups.values())
@@ -134,6 +142,9 @@ def check(arguments):
         faults += [f"{name}: exported by the library, but not declared" for name in sorted(built - names)]
         faults += [f"{name}: needed by the library" for name in sorted(needed_by(arguments.readelf, arguments.library))
                    if name not in NEEDED]
+        faults += [f"{name}: a variable that threads would share" for name in
+                   sorted(writable_in(arguments.objdump, arguments.library))
+                   if name not in names and not re.fullmatch(SHARED, name)]
     if len(names) == 0:
         faults.append("no declarations were found")
     for fault in faults:
@@ -151,6 +162,7 @@ def main():
     parser.add_argument("--sources", help="check: the folder that the banners' source files are in")
     parser.add_argument("--nm", default="nm")
     parser.add_argument("--readelf", default="readelf")
+    parser.add_argument("--objdump", default="objdump")
     parser.add_argument("--library", help="check: the shared library that was built; it needs nothing but "
                                           + " and ".join(NEEDED))
     arguments = parser.parse_args()
