@@ -54,6 +54,8 @@ Every operator family of the library by what one may want to do, a line each; a 
 that says all about it. `<type>` runs over int1, int2, int4, int8, uint1, uint2, uint4, uint8, float, double, datetime
 and, where the block says so, char. Names of results come first: `qvo_seq_add_int4(&result, left, right)`.
 
+What the operators do not find out, and a host must see to, is in [guards.md](guards.md).
+
 The `map` target writes this page; a test compares it with the header and with the list of exported functions.
 """
 

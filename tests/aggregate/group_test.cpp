@@ -17,12 +17,8 @@ Number model_wavg(const Group& g) {
 
 void check_wavg(const char* name, decltype(qvo_seq_group_agg_wavg_int4)* construct, qvo_seq_iterator_next_t next,
                 uint8_t type, uint8_t result) {
-    Member member = group_member(name, nullptr, next, result);
-    member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) {
-        return construct(it, o[0], o[1], o[2]);
-    };
-    member.reset = qvo_seq_reset_ternary_agg_iterator;
-    member.own_refusals = false;
+    Member member = ternary_member(name, construct, next, result, width_of(result), qvo_seq_reset_ternary_agg_iterator);
+    member.aggregate = true;
     member.type_checked = {true, true, false};
     check_group(member, type, 3, model_wavg);
 }

@@ -29,7 +29,7 @@ struct Positions {
     static void finish(qvo_seq_iterator_h it) { set_run(runs_of(it), 0, 1); }
 };
 
-/// The number of set bits. By hand: what compilers make of a population count without an instruction for it is a call of
+/// The number of set bits. By hand: where there is no instruction for it, compilers make a population count a call of
 /// their own runtime library, which nothing else here needs.
 unsigned set_bits(uint64_t word) {
     constexpr uint64_t pairs = 0x5555555555555555U, fours = 0x3333333333333333U, eights = 0x0f0f0f0f0f0f0f0fU;

@@ -30,7 +30,7 @@ QVO_RET cumulative_next(qvo_seq_iterator_h it, size_t width, Loop loop, Where wh
 }
 
 /// A sum, product or extreme: Op folds a value into the accumulator of A.
-template <class V, class A, class Op> struct Fold {
+template <class V, class A, class Op> struct PrefixFold {
     static void run(qvo_seq_iterator_h it, const void* erased, size_t n, uint64_t counted) {
         const V* values = static_cast<const V*>(erased);
         A* __restrict out = values_of<A>(it);
@@ -62,7 +62,7 @@ template <class V> struct RunningAverage {
 };
 
 /// Variances and deviations, computed in double and delivered as R; the first result is 0.
-template <class V, class R, class Formula> struct Spread {
+template <class V, class R, class Formula> struct PrefixSpread {
     static void run(qvo_seq_iterator_h it, const void* erased, size_t n, uint64_t counted) {
         const V* values = static_cast<const V*>(erased);
         R* __restrict out = values_of<R>(it);
@@ -96,17 +96,19 @@ template <class Sum> using SumOf = std::conditional_t<std::is_same_v<Sum, elem_d
     extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input) { \
         return construct_unary<Element, Result>(result, input, name##_next);               \
     }
-#define STAMP(type, sum, avg)                                                                                          \
-    DEFINE(qvo_seq_cum_agg_sum_##type, elem_##type, SumOf<elem_##sum>,                                                 \
-           Fold<qvo_##type, SumOf<elem_##sum>::value, Add>)                                                            \
-    DEFINE(qvo_seq_cum_agg_avg_##type, elem_##type, elem_double, RunningAverage<qvo_##type>)                           \
-    DEFINE(qvo_seq_cum_agg_var_##type, elem_##type, elem_##sum, Spread<qvo_##type, qvo_##sum, Variance>)               \
-    DEFINE(qvo_seq_cum_agg_var_samp_##type, elem_##type, elem_##sum, Spread<qvo_##type, qvo_##sum, Sample<Variance>>)  \
-    DEFINE(qvo_seq_cum_agg_dev_##type, elem_##type, elem_##sum, Spread<qvo_##type, qvo_##sum, Deviation>)              \
-    DEFINE(qvo_seq_cum_agg_dev_samp_##type, elem_##type, elem_##sum, Spread<qvo_##type, qvo_##sum, Sample<Deviation>>) \
-    DEFINE(qvo_seq_cum_agg_prd_##type, elem_##type, elem_##sum, Fold<qvo_##type, qvo_##sum, Multiply>)                 \
-    DEFINE(qvo_seq_cum_agg_max_##type, elem_##type, elem_##type, Fold<qvo_##type, qvo_##type, Greater>)                \
-    DEFINE(qvo_seq_cum_agg_min_##type, elem_##type, elem_##type, Fold<qvo_##type, qvo_##type, Less>)
+#define STAMP(type, sum, avg)                                                                                   \
+    DEFINE(qvo_seq_cum_agg_sum_##type, elem_##type, SumOf<elem_##sum>,                                          \
+           PrefixFold<qvo_##type, SumOf<elem_##sum>::value, Add>)                                               \
+    DEFINE(qvo_seq_cum_agg_avg_##type, elem_##type, elem_double, RunningAverage<qvo_##type>)                    \
+    DEFINE(qvo_seq_cum_agg_var_##type, elem_##type, elem_##sum, PrefixSpread<qvo_##type, qvo_##sum, Variance>)  \
+    DEFINE(qvo_seq_cum_agg_var_samp_##type, elem_##type, elem_##sum,                                            \
+           PrefixSpread<qvo_##type, qvo_##sum, Sample<Variance>>)                                               \
+    DEFINE(qvo_seq_cum_agg_dev_##type, elem_##type, elem_##sum, PrefixSpread<qvo_##type, qvo_##sum, Deviation>) \
+    DEFINE(qvo_seq_cum_agg_dev_samp_##type, elem_##type, elem_##sum,                                            \
+           PrefixSpread<qvo_##type, qvo_##sum, Sample<Deviation>>)                                              \
+    DEFINE(qvo_seq_cum_agg_prd_##type, elem_##type, elem_##sum, PrefixFold<qvo_##type, qvo_##sum, Multiply>)    \
+    DEFINE(qvo_seq_cum_agg_max_##type, elem_##type, elem_##type, PrefixFold<qvo_##type, qvo_##type, Greater>)   \
+    DEFINE(qvo_seq_cum_agg_min_##type, elem_##type, elem_##type, PrefixFold<qvo_##type, qvo_##type, Less>)
 QVO_SEQ_FOR_AGGREGATE_TYPES(STAMP)
 #undef STAMP
 #undef DEFINE

@@ -83,7 +83,7 @@ QVO_RET construct_grid(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_
 }
 
 /// Cells whose accumulator of A is delivered as it is.
-template <class V, class A, class Op> struct Plain {
+template <class V, class A, class Op> struct CellFold {
     static size_t fold(qvo_seq_iterator_h it, const void* values, size_t n, size_t to) {
         Context& context = state<Context>(it);
         const V* v = static_cast<const V*>(values);
@@ -103,7 +103,7 @@ template <class V, class A, class Op> struct Plain {
 };
 
 /// Cells whose result is a formula of sums in double.
-template <class V, class Formula> struct Statistic {
+template <class V, class Formula> struct CellStatistic {
     static size_t fold(qvo_seq_iterator_h it, const void* values, size_t n, size_t to) {
         Context& context = state<Context>(it);
         const V* v = static_cast<const V*>(values);
@@ -144,15 +144,15 @@ template <class V, class Formula> struct Statistic {
     extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t interval) { \
         return construct_grid(result, input, interval, Element::code, name##_next);                             \
     }
-#define STAMP(type, sum, avg)                                                                    \
-    DEFINE(qvo_seq_grid_agg_max_##type, elem_##type, Plain<qvo_##type, qvo_##type, Greater>)     \
-    DEFINE(qvo_seq_grid_agg_min_##type, elem_##type, Plain<qvo_##type, qvo_##type, Less>)        \
-    DEFINE(qvo_seq_grid_agg_sum_##type, elem_##type, Plain<qvo_##type, qvo_##sum, Add>)          \
-    DEFINE(qvo_seq_grid_agg_avg_##type, elem_##type, Statistic<qvo_##type, Average>)             \
-    DEFINE(qvo_seq_grid_agg_var_##type, elem_##type, Statistic<qvo_##type, Variance>)            \
-    DEFINE(qvo_seq_grid_agg_var_samp_##type, elem_##type, Statistic<qvo_##type, SampleVariance>) \
-    DEFINE(qvo_seq_grid_agg_dev_##type, elem_##type, Statistic<qvo_##type, Deviation>)           \
-    DEFINE(qvo_seq_grid_agg_dev_samp_##type, elem_##type, Statistic<qvo_##type, SampleDeviation>)
+#define STAMP(type, sum, avg)                                                                        \
+    DEFINE(qvo_seq_grid_agg_max_##type, elem_##type, CellFold<qvo_##type, qvo_##type, Greater>)      \
+    DEFINE(qvo_seq_grid_agg_min_##type, elem_##type, CellFold<qvo_##type, qvo_##type, Less>)         \
+    DEFINE(qvo_seq_grid_agg_sum_##type, elem_##type, CellFold<qvo_##type, qvo_##sum, Add>)           \
+    DEFINE(qvo_seq_grid_agg_avg_##type, elem_##type, CellStatistic<qvo_##type, Average>)             \
+    DEFINE(qvo_seq_grid_agg_var_##type, elem_##type, CellStatistic<qvo_##type, Variance>)            \
+    DEFINE(qvo_seq_grid_agg_var_samp_##type, elem_##type, CellStatistic<qvo_##type, SampleVariance>) \
+    DEFINE(qvo_seq_grid_agg_dev_##type, elem_##type, CellStatistic<qvo_##type, Deviation>)           \
+    DEFINE(qvo_seq_grid_agg_dev_samp_##type, elem_##type, CellStatistic<qvo_##type, SampleDeviation>)
 QVO_SEQ_FOR_AGGREGATE_TYPES(STAMP)
 #undef STAMP
 #undef DEFINE

@@ -19,11 +19,11 @@ template <class A> QVO_INLINE void store(Context& context, const A& a) {
     std::memcpy(&context.accumulator, &a, sizeof a);
 }
 
-struct Moments {
+struct GroupMoments {
     double sum, squares;
 };
-QVO_INLINE void load(const Context& context, Moments& m) { m = {context.accumulator.val_double, context.norm}; }
-QVO_INLINE void store(Context& context, const Moments& m) {
+QVO_INLINE void load(const Context& context, GroupMoments& m) { m = {context.accumulator.val_double, context.norm}; }
+QVO_INLINE void store(Context& context, const GroupMoments& m) {
     context.accumulator.val_double = m.sum;
     context.norm = m.squares;
 }
@@ -49,15 +49,15 @@ template <class E> struct LastFold : FirstFold<E> {
 template <class E, class Statistic> struct MomentsFold {
     using Result = elem_double;
     using V = typename E::value;
-    using Accumulator = Moments;
+    using Accumulator = GroupMoments;
     QVO_INLINE static double squares(V v, unsigned n) {
         return static_cast<double>(v) * static_cast<double>(v) * static_cast<double>(n);
     }
-    QVO_INLINE static Moments first(V v, unsigned n) { return {weighted_double<E>(v, n), squares(v, n)}; }
-    QVO_INLINE static Moments fold(Moments m, V v, unsigned n) {
+    QVO_INLINE static GroupMoments first(V v, unsigned n) { return {weighted_double<E>(v, n), squares(v, n)}; }
+    QVO_INLINE static GroupMoments fold(GroupMoments m, V v, unsigned n) {
         return {m.sum + weighted_double<E>(v, n), m.squares + squares(v, n)};
     }
-    QVO_INLINE static double finish(Moments m, uint64_t c) {
+    QVO_INLINE static double finish(GroupMoments m, uint64_t c) {
         return Statistic::of(m.sum, m.squares, static_cast<double>(c));
     }
 };

@@ -81,18 +81,18 @@ struct AsIs {
     template <class A> QVO_INLINE static A of(A sum, double, uint64_t) { return sum; }
 };
 /// A formula of moments.h over double sums; n is the interval.
-template <class Formula, bool Squares> struct Statistic {
+template <class Formula, bool Squares> struct WindowStatistic {
     static constexpr bool squares = Squares;
     QVO_INLINE static double of(double sum, double norm, uint64_t n) {
         return Formula::of(sum, norm, static_cast<double>(n));
     }
 };
-using WindowAverage = Statistic<Average, false>;
+using WindowAverage = WindowStatistic<Average, false>;
 // These divide by 0 at an interval of 1, deliberately: there is no case for a single value.
-using WindowVariance = Statistic<Variance, true>;
-using WindowSampleVariance = Statistic<Sample<Variance>, true>;
-using WindowDeviation = Statistic<Deviation, true>;
-using WindowSampleDeviation = Statistic<Sample<Deviation>, true>;
+using WindowVariance = WindowStatistic<Variance, true>;
+using WindowSampleVariance = WindowStatistic<Sample<Variance>, true>;
+using WindowDeviation = WindowStatistic<Deviation, true>;
+using WindowSampleDeviation = WindowStatistic<Sample<Deviation>, true>;
 
 // Time stamps are summed in integers where the result is a time stamp: also the variance, but not its sample form.
 struct DatetimeAverage {
@@ -111,7 +111,7 @@ struct DatetimeVariance {
 template <class V, class A>
 inline constexpr bool adds_exactly = std::is_integral_v<A> || (std::is_integral_v<V> && sizeof(V) <= sizeof(int32_t));
 
-template <class V, class A, class Finish> struct Sums {
+template <class V, class A, class Finish> struct WindowSums {
     using R = decltype(Finish::of(A{}, 0.0, 1));
 
     QVO_CPU_VARIANTS static void exact(R* __restrict out, const V* __restrict values, size_t n, A rest,
@@ -152,7 +152,7 @@ template <class V, class A, class Finish> struct Sums {
 };
 
 /// The extreme of the window, searched for again only when the one that leaves was it.
-template <class V, class Order> struct Extreme {
+template <class V, class Order> struct WindowExtreme {
     static void run(const Call& call) {
         const History<V> history(call);
         const V* values = static_cast<const V*>(call.values);
@@ -211,12 +211,12 @@ template <class V> struct Atr {
 
 template <class E> inline constexpr bool is_datetime = std::is_same_v<E, elem_datetime>;
 template <class E>
-using AverageOf = std::conditional_t<is_datetime<E>, Sums<qvo_datetime, uint64_t, DatetimeAverage>,
-                                     Sums<typename E::value, double, WindowAverage>>;
+using AverageOf = std::conditional_t<is_datetime<E>, WindowSums<qvo_datetime, uint64_t, DatetimeAverage>,
+                                     WindowSums<typename E::value, double, WindowAverage>>;
 template <class E>
-using VarianceOf = std::conditional_t<is_datetime<E>, Sums<qvo_datetime, uint64_t, DatetimeVariance>,
-                                      Sums<typename E::value, double, WindowVariance>>;
-template <class E, class Finish> using Spread = Sums<typename E::value, double, Finish>;
+using VarianceOf = std::conditional_t<is_datetime<E>, WindowSums<qvo_datetime, uint64_t, DatetimeVariance>,
+                                      WindowSums<typename E::value, double, WindowVariance>>;
+template <class E, class Finish> using WindowSpread = WindowSums<typename E::value, double, Finish>;
 
 }  // namespace
 
@@ -229,16 +229,18 @@ template <class E, class Finish> using Spread = Sums<typename E::value, double, 
         return construct_window(result, input, interval, layout_of<Element>, layout_of<Result>, name##_next,    \
                                 name##_reset);                                                                  \
     }
-#define STAMP(type, sum, avg)                                                                                        \
-    DEFINE(qvo_seq_window_agg_sum_##type, elem_##type, elem_##sum, Sums<qvo_##type, qvo_##sum, AsIs>)                \
-    DEFINE(qvo_seq_window_agg_avg_##type, elem_##type, elem_##avg, AverageOf<elem_##type>)                           \
-    DEFINE(qvo_seq_window_agg_min_##type, elem_##type, elem_##type, Extreme<qvo_##type, Less>)                       \
-    DEFINE(qvo_seq_window_agg_max_##type, elem_##type, elem_##type, Extreme<qvo_##type, Greater>)                    \
-    DEFINE(qvo_seq_window_agg_var_##type, elem_##type, elem_##avg, VarianceOf<elem_##type>)                          \
-    DEFINE(qvo_seq_window_agg_var_samp_##type, elem_##type, elem_double, Spread<elem_##type, WindowSampleVariance>)  \
-    DEFINE(qvo_seq_window_agg_dev_##type, elem_##type, elem_double, Spread<elem_##type, WindowDeviation>)            \
-    DEFINE(qvo_seq_window_agg_dev_samp_##type, elem_##type, elem_double, Spread<elem_##type, WindowSampleDeviation>) \
-    DEFINE(qvo_seq_window_agg_ema_##type, elem_##type, elem_double, Ema<qvo_##type>)                                 \
+#define STAMP(type, sum, avg)                                                                                   \
+    DEFINE(qvo_seq_window_agg_sum_##type, elem_##type, elem_##sum, WindowSums<qvo_##type, qvo_##sum, AsIs>)     \
+    DEFINE(qvo_seq_window_agg_avg_##type, elem_##type, elem_##avg, AverageOf<elem_##type>)                      \
+    DEFINE(qvo_seq_window_agg_min_##type, elem_##type, elem_##type, WindowExtreme<qvo_##type, Less>)            \
+    DEFINE(qvo_seq_window_agg_max_##type, elem_##type, elem_##type, WindowExtreme<qvo_##type, Greater>)         \
+    DEFINE(qvo_seq_window_agg_var_##type, elem_##type, elem_##avg, VarianceOf<elem_##type>)                     \
+    DEFINE(qvo_seq_window_agg_var_samp_##type, elem_##type, elem_double,                                        \
+           WindowSpread<elem_##type, WindowSampleVariance>)                                                     \
+    DEFINE(qvo_seq_window_agg_dev_##type, elem_##type, elem_double, WindowSpread<elem_##type, WindowDeviation>) \
+    DEFINE(qvo_seq_window_agg_dev_samp_##type, elem_##type, elem_double,                                        \
+           WindowSpread<elem_##type, WindowSampleDeviation>)                                                    \
+    DEFINE(qvo_seq_window_agg_ema_##type, elem_##type, elem_double, Ema<qvo_##type>)                            \
     DEFINE(qvo_seq_window_agg_atr_##type, elem_##type, elem_double, Atr<qvo_##type>)
 QVO_SEQ_FOR_AGGREGATE_TYPES(STAMP)
 #undef STAMP
