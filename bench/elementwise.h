@@ -64,8 +64,8 @@ void run_tiles(benchmark::State& state, Construct construct, Op op, const Shape<
     time_tiles(state, it);
 }
 
-template <class V, class R, class Op, class... Values>
-void apply_flat(R* __restrict result, size_t n, Op op, const Values* __restrict... values) {
+template <size_t n, class R, class Op, class... Values>
+void apply_flat(R* __restrict result, Op op, const Values* __restrict... values) {
     for (size_t i = 0; i < n; ++i) result[i] = static_cast<R>(op(values[i]...));
 }
 
@@ -77,7 +77,7 @@ void run_flat(benchmark::State& state, Op op, std::index_sequence<K...> all) {
     std::vector<R> out(capacity<V>());
     double elements = 0;
     for (auto _ : state) {
-        apply_flat<V>(out.data(), out.size(), op, columns[K].values.data()...);
+        apply_flat<capacity<V>()>(out.data(), op, columns[K].values.data()...);
         benchmark::DoNotOptimize(out.data());
         benchmark::ClobberMemory();
         elements += static_cast<double>(capacity<V>());

@@ -91,15 +91,15 @@ template <class Op, class W, class... V> struct OperationLoops {
     template <size_t... K>
     QVO_INLINE static void singles_of(qvo_seq_iterator_h it, size_t to, const typename Loops<n_operands>::Steps& steps,
                                       size_t n, std::index_sequence<K...>) {
-        pick(values_of<W>(it) + to, n, Picked<V>{values_of<V>(it->opd[K]), steps.index[K]}...);
+        pick(values_of<W>(it) + to, n, values_of<V>(it->opd[K])..., steps.index[K]...);
     }
 
-    template <class Value> struct Picked {
-        const Value* __restrict values;
-        const uint16_t* __restrict index;
-    };
-    QVO_INLINE static void pick(W* __restrict out, size_t n, Picked<V>... from) {
-        for (size_t i = 0; i < n; ++i) out[i] = static_cast<W>(Op::apply(from.values[from.index[i]]...));
+    template <class Value> using Index = uint16_t;
+    QVO_INLINE static void pick(W* __restrict out, size_t n, const V*... values, const Index<V>*... index) {
+        for (size_t i = 0; i < n; ++i) {
+            out[i] = static_cast<W>(Op::apply(values[index[i]]...));
+            __asm__("");  // no vector code: putting vectors together from single values takes longer than it saves
+        }
     }
 };
 template <class V, class W, class Op> using ValueLoops = OperationLoops<Op, W, V, V>;

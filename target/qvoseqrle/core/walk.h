@@ -136,7 +136,8 @@ template <size_t N, class Sink> QVO_INLINE void tracked_steps(Operand (&operands
 }
 
 /// Takes a stretch in which the operands of the set move on, if there is one worth it.
-template <unsigned Set, size_t N, class Sink> QVO_INLINE bool take_stretch_of(Operand (&operands)[N], Sink& sink) {
+template <unsigned Set, class Rule, size_t N, class Sink>
+QVO_INLINE bool take_stretch_of(Operand (&operands)[N], Sink& sink) {
     constexpr bool all_move = Set == (1U << N) - 1;
     const uint8_t* const runs = operands[first_moving<Set>].runs();
     size_t n = sink.reach();
@@ -144,7 +145,7 @@ template <unsigned Set, size_t N, class Sink> QVO_INLINE bool take_stretch_of(Op
     each<N>([&](auto k) __attribute__((always_inline)) {
         if constexpr ((Set >> k & 1) != 0)
             n = std::min(n, operands[k].elements_left());
-        else
+        else if constexpr (!Rule::in_step)
             inside &= operands[k].taken() < operands[k].run();
     });
     RunSpan span{n, N == 1 ? sum_runs(runs, n) : 0};
@@ -179,7 +180,7 @@ template <class Rule, size_t N, class Sink> QVO_INLINE bool take_stretch(Operand
     if (ends) return false;
     bool taken = false;
     each<(size_t{1} << N) - 1>([&](auto k) __attribute__((always_inline)) {
-        if (moving == k + 1) taken = take_stretch_of<k + 1>(operands, sink);
+        if (moving == k + 1) taken = take_stretch_of<k + 1, Rule>(operands, sink);
     });
     return taken;
 }
