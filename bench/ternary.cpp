@@ -1,5 +1,5 @@
-// A three-operand element-wise family, made from the library's templates as one of the library's own would be: it is here
-// to be measured beside those of two operands.
+// A three-operand element-wise family, made from the library's templates as one of the library's own would be: it is
+// here to be measured beside those of two operands.
 #include "core/elementwise.h"
 #include "core/number.h"
 #include "elementwise.h"

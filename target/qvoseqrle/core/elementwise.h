@@ -42,7 +42,7 @@ QVO_RET elements_next(qvo_seq_iterator_h it, UnaryLoop loop, Where where);
 // thinks of unrolling it.
 inline constexpr size_t chunk = 32;
 
-/// out[i] = op(from[i * Step] ...) for 0 <= i < n, in chunks of a fixed length that the compiler turns into vector code.
+/// out[i] = op(from[i * Step] ...) for 0 <= i < n, in chunks of a fixed length, which become vector code.
 /// The last chunk reaches back over the one before it instead of leaving a tail to single steps, so results must not be
 /// written where operands are read. A step is 1 for an array, 0 for a single value.
 ///

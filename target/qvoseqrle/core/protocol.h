@@ -50,8 +50,8 @@ inline std::optional<QVO_RET> answer_of(qvo_seq_iterator_h it) {
 // Instead of a width: whatever that of the tile is, once it is there.
 inline constexpr size_t any_width = SIZE_MAX;
 
-/// QVO_E_ILLEGAL_TYPE unless the tile just pulled has the expected width. For families that copy values as they lie into
-/// tiles whose width was fixed at construction: a text source learns its width from its first string.
+/// QVO_E_ILLEGAL_TYPE unless the tile just pulled has the expected width. For families that copy values as they lie
+/// into tiles whose width was fixed at construction: a text source learns its width from its first string.
 QVO_INLINE QVO_RET check_width(qvo_seq_iterator_h operand, size_t width) {
     return width == any_width || operand->elem_size == width ? QVO_S_OK : QVO_E_ILLEGAL_TYPE;
 }

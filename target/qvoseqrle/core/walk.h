@@ -1,9 +1,9 @@
 // The walk over several operands at once, run by run: one for all families, whatever the number of operands.
 //
 // Run-length sequences are combined step by step: each step takes the shortest run among the operands. Where many steps
-// have the same shape, they are handed to the sink as a whole. The shape of a stretch is the set of operands that move on
-// by an element with every step; the others stay inside one run all the while (a column beside a constant). If all move,
-// their runs are the same; else those of the ones that move are the same as each other. What is left, where runs cross,
+// have the same shape, they are handed to the sink as a whole. The shape of a stretch is the set of operands that move
+// on by an element with every step; the others stay inside one run all the while (a column beside a constant). If all
+// move, their runs are the same; else those of the ones that move are the same as each other. What is left, where runs cross,
 // are rows of single steps.
 //
 // What a sink sees, when the operands' `next` is called and where they are left are those of single steps: stretches
@@ -40,7 +40,7 @@ template <size_t N, class F> QVO_INLINE void each(F f) {
 ///                              span.positions positions. Returns the leading part of the span that it has taken, which
 ///                              is all of it but for sinks that may become full in between
 ///   one(i, at, run)            the i-th of a row of single steps; end_singles(span) closes the row
-///   check()                    if it has one: looks at the tiles that the operands now hold; not QVO_S_OK ends the walk
+///   check()                    if it has one: looks at the tiles that the operands hold; not QVO_S_OK ends the walk
 template <class Sink, size_t N>
 concept WalkSink = requires(Sink sink, At<N> at, RunSpan span, size_t i, unsigned run) {
     { sink.room() } -> std::same_as<size_t>;
