@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """The index of all families, docs/families.md, from the documented blocks of include/qvoseq.h.
 
-A block is what stands between two banners of the header. Its comments name functions, each entry at the start of a line
-after an empty one (or of the comment), and say in the first sentence what they do. The index has one line for each entry,
-under the topics below, which say what a user may want to do.
+A block is what stands between two banners of the header. Its comments name functions, each entry at the start of a
+line after an empty one (or of the comment), and say in the first sentence what they do. The index has one line for each
+entry, under the topics below, which say what a user may want to do.
 
     family_table.py write HEADER INDEX MAP     rewrite the index, if it changed
     family_table.py check HEADER INDEX MAP     fail if the index is not what the header gives
@@ -39,7 +39,8 @@ TOPICS = [
 
 BANNER = re.compile(r"^/\* ==== (\S+?):? ", re.MULTILINE)
 COMMENT = re.compile(r"^/\*\n(.*?)^ \*/$", re.MULTILINE | re.DOTALL)
-PLAIN = re.compile(r"^/\*(?! ====| ----)((?:(?!\*/).)*)\*/\n((?:(?:extern )?QVO_API [^;]*;\n)+)", re.MULTILINE | re.DOTALL)
+PLAIN = re.compile(r"^/\*(?! ====| ----)((?:(?!\*/).)*)\*/\n((?:(?:extern )?QVO_API [^;]*;\n)+)",
+                   re.MULTILINE | re.DOTALL)
 DECLARED = re.compile(r"QVO_API [\w ]+?\**\s*(\w+)(?:\(|;)")
 NAME = re.compile(r"[a-z]\w*(?:<\w+>\w*)*")
 TITLE = re.compile(r"(qvo_\w+(<\w+>\w*)*|murmur_hash3_32|min_count|sorted_<type>)(?=[\s,(]|$)")

@@ -2,8 +2,8 @@
 """The export list by its own structure: no member of a family is missing.
 
 A family has a member for each of its types, and the types of a family are one of a few sets. So a name that the
-header's macros have left out, and with them the list and the library, is missed by those of its family. (That families are
-missing as a whole would not be noticed here, but they are in docs/families.md.)
+header's macros have left out, and with them the list and the library, is missed by those of its family. (A family that
+is missing as a whole is not noticed here; docs/families.md would lack it.)
 
     completeness.py MAP
 """

@@ -3,8 +3,8 @@
 // Run-length sequences are combined step by step: each step takes the shortest run among the operands. Where many steps
 // have the same shape, they are handed to the sink as a whole. The shape of a stretch is the set of operands that move
 // on by an element with every step; the others stay inside one run all the while (a column beside a constant). If all
-// move, their runs are the same; else those of the ones that move are the same as each other. What is left, where runs cross,
-// are rows of single steps.
+// move, their runs are the same; else those of the ones that move are the same as each other. What is left, where runs
+// cross, are rows of single steps.
 //
 // What a sink sees, when the operands' `next` is called and where they are left are those of single steps: stretches
 // change nothing but the speed.
