@@ -92,6 +92,8 @@ template <size_t N> QVO_INLINE QVO_RET refill_all(Where where, Operand (&operand
     (std::make_index_sequence<N>{});
 }
 
+QVO_INLINE QVO_RET refill_both(Operand& a, Operand& b, Where where) { return refill_all(where, a, b); }
+
 /// Hands out whole elements of one operand until the result is full or the operand stops: take(index, n) writes a
 /// result for each of the n elements from index on. Runs are not split and rle_offs is not consulted. Elements of
 /// another than the expected width end the walk.

@@ -50,7 +50,7 @@ template <size_t N> class ListSink {
 };
 
 template <size_t N, size_t... K>
-QVO_INLINE size_t list_steps(OverlapList<N>& list, Operand (&operands)[N], size_t room, std::index_sequence<K...>) {
+QVO_INLINE size_t list_steps(OverlapList<N>& list, Operand* operands, size_t room, std::index_sequence<K...>) {
     Operand moving[] = {operands[K]...};  // in registers meanwhile
     ListSink<N> sink(list, moving, room);
     for (size_t single = fewest_single_steps; sink.room() != 0 && !any_used_up(moving);)
@@ -59,21 +59,21 @@ QVO_INLINE size_t list_steps(OverlapList<N>& list, Operand (&operands)[N], size_
     return sink.size();
 }
 
-QVO_CPU_VARIANTS size_t list_overlaps(OverlapList<2>& list, Operand (&operands)[2], size_t room) {
+QVO_CPU_VARIANTS size_t list_overlaps(OverlapList<2>& list, Operand* operands, size_t room) {
     return list_steps(list, operands, room, std::make_index_sequence<2>{});
 }
-QVO_CPU_VARIANTS size_t list_overlaps(OverlapList<3>& list, Operand (&operands)[3], size_t room) {
+QVO_CPU_VARIANTS size_t list_overlaps(OverlapList<3>& list, Operand* operands, size_t room) {
     return list_steps(list, operands, room, std::make_index_sequence<3>{});
 }
 
 }  // namespace
 
-template <size_t N> void OverlapList<N>::collect(Operand (&operands)[N], size_t room) {
+template <size_t N> void OverlapList<N>::collect(Operand* operands, size_t room) {
     for (size_t k = 0; k < N; ++k) taken[k] = operands[k].taken();
     n = list_overlaps(*this, operands, std::min(room, most));
 }
 
-template <size_t N> void OverlapList<N>::set_back(Operand (&operands)[N], size_t i) const {
+template <size_t N> void OverlapList<N>::set_back(Operand* operands, size_t i) const {
     if (i == n) return;
     for (size_t k = 0; k < N; ++k) {
         const uint16_t* indexes = index[k];

@@ -19,10 +19,10 @@ template <size_t Operands> struct OverlapList {
 
     /// Lists the next overlaps, `room` at most, and moves the operands behind them. No operand is used up; nothing is
     /// pulled.
-    void collect(Operand (&operands)[Operands], size_t room = most);
+    void collect(Operand* operands, size_t room = most);
 
     /// Sets the operands to where they were before overlap i.
-    void set_back(Operand (&operands)[Operands], size_t i) const;
+    void set_back(Operand* operands, size_t i) const;
 };
 
 extern template struct OverlapList<2>;
