@@ -87,7 +87,7 @@ std::vector<qvo_seq_no_t> permutation_of(bool near) {
 }
 
 template <class V>
-using OrderBy = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h, const qvo_seq_no_t*, qvo_size_t, V*);
+using OrderBy = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h, const qvo_seq_no_t*, qvo_size_t, const V*);
 
 template <class V> void run_order_by(benchmark::State& state, OrderBy<V> construct, bool near, bool given) {
     const Column<V> input = random_column<V>(n_values, single_runs, 1);

@@ -132,7 +132,7 @@ template <class V> qvo_seq_iterator_h other() {
 /// A series of four arrays, each the tile of `input`.
 template <class V> struct Series {
     qvo_seq_meta_iterator_t meta{};
-    QVO_RET (*unget)(qvo_seq_iterator_h, V*, qvo_size_t) = nullptr;
+    QVO_RET (*unget)(qvo_seq_iterator_h, const V*, qvo_size_t) = nullptr;
     std::vector<V> values;
     unsigned at = 0;
 

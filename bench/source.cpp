@@ -31,7 +31,8 @@ void run_pull(benchmark::State& state, qvo_seq_iterator_h it, size_t positions_e
     count(state, elements, positions);
 }
 
-template <class V> void run_unget(benchmark::State& state, QVO_RET (*construct)(qvo_seq_iterator_h, V*, qvo_size_t)) {
+template <class V>
+void run_unget(benchmark::State& state, QVO_RET (*construct)(qvo_seq_iterator_h, const V*, qvo_size_t)) {
     auto column = random_column<V>(n_elements, single_runs, 1);
     qvo_seq_iterator_t it{};
     construct(&it, column.values.data(), n_elements);

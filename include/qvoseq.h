@@ -7,8 +7,18 @@
  * are chained by naming one iterator as an operand of another; pulling the last one pulls the rest.
  *
  * This header holds the records, codes and callback types, then one documented block per family, in
- * the order of the source folders: core, transform, aggregate, order. Every function has C linkage.
- * The services that a host may supply itself are in qvohost.h.
+ * the order of the source folders. Every function has C linkage. The services that a host may supply
+ * itself are in qvohost.h.
+ *
+ * Contents (search for ==== and the name; docs/families.md is an index by what a family does)
+ *   Types, codes, tiles and iterators; Constructors, Pulling, Resetting, Threads
+ *   qvofseq    settings, memory, protocol helpers, qvo_seq_check_tile, qvo_seq_code_text
+ *   core       access, source, slice
+ *   transform  arithmetic, compare, logic, text, unary, convert, parse, print, callback, match, choose, filter,
+ *              norm, thin, repeat, reverse, trend, concat, join, map, unique, union, cross, skip_nan, histogram,
+ *              extrema, progression
+ *   aggregate  count, whole, pair, window, cumulative, group, grid, top, distinct, hash, hash_distinct
+ *   order      sort, order_by, stretch, asof_join
  *
  * How to read a block:
  *   Elements    operand and result types
@@ -58,7 +68,8 @@ typedef uint64_t qvo_seq_no_t;      /* a position in a sequence, counted with ru
 typedef uint64_t qvo_seq_count_t;   /* a number of positions */
 typedef uint64_t qvo_bitmap_word_t; /* 64 null flags; bit 0 is the least significant */
 
-typedef enum { QVO_SEQ_NO_ORDER = 0, QVO_SEQ_ASC_ORDER = 1, QVO_SEQ_DESC_ORDER = 2 } qvo_seq_order_t;
+typedef int qvo_seq_order_t; /* one of the following; what any other number means, a block says */
+enum { QVO_SEQ_NO_ORDER = 0, QVO_SEQ_ASC_ORDER = 1, QVO_SEQ_DESC_ORDER = 2 };
 
 /* Type codes of elements, in `elem_type`. Boolean sequences carry QVO_DD_UINT1. */
 enum {
@@ -230,13 +241,31 @@ typedef struct {
  * operand already feeds a consumer (QVO_E_SEQ_BOUNDED); then it marks the operands bound; then it
  * checks the parameters (QVO_E_ILLEGAL_PARAM, which therefore leaves the operands marked). A refused
  * constructor leaves the result as it was. Constructors never pull. Operands are distinct iterators
- * that feed nothing else, whether the check is on or not.
+ * that feed nothing else, whether the check is on or not: a sequence used twice in one tree gives each side a
+ * part of its tiles (see qvo_seq_tee).
  *
  * Pulling. `next` returns QVO_S_OK with 1 to capacity elements in the tile, QVO_S_CURSOR_END when there
  * is nothing more (the tile stays as it was), or an operand's error. An error drops the elements
- * produced in that call; next_seq_no and the operands' read positions keep what was consumed. A
- * consumer sets tile_offs of an iterator to 0 after each of its successful `next` calls. An operand that
- * returns QVO_S_OK with an empty tile breaks the protocol: the process is stopped (qvo_stop__).
+ * produced in that call; the operands' read positions keep what was consumed, and so does next_seq_no in
+ * families that count as they go (the element-wise ones, choose, filter, limit, diff, norm, groups, cells).
+ * The others count when a tile is delivered, and leave next_seq_no alone: window aggregates, selections and
+ * all that count elements or deliver positions (unique, union, skip_nan, thin, map, filter_pos, cross,
+ * extrema, stretch, asof_join). AFTER AN ERROR RESET THE TREE BEFORE IT IS PULLED AGAIN: what else comes of it
+ * differs from family to family. A consumer sets tile_offs of an iterator to 0 after each of its
+ * successful `next` calls. An operand that returns QVO_S_OK with an empty tile breaks the protocol, and so
+ * does a tile of more elements than its width allows: the process is stopped (qvo_stop__). Aggregates of whole
+ * sequences and families that hand tiles on let an empty tile pass, as their blocks say.
+ *
+ * Widths. elem_size stays what it is once an operator is built on the iterator. A text source without a width
+ * (qvo_seq_parse_char) has none before its first tile: pull it before. Operators that copy values to tiles laid
+ * out for another width return QVO_E_ILLEGAL_TYPE from `next`; group and hash keys are taken at the width of
+ * their tiles.
+ *
+ * Nulls. Null marks are heeded by qvo_seq_get_nullable_<type>, qvo_seq_contains_nulls and
+ * qvo_seq_agg_count_not_null alone; operators compute on what lies under a mark and hand no marks on.
+ *
+ * Alignment. Records, arrays to be sorted, permutations and null bitmaps are aligned as their types ask. Arrays
+ * that are only copied (unget, get, the data of order_by) need not be.
  *
  * Resetting. `reset` rewinds the iterator and its operands, so that the same elements come again.
  *
@@ -312,8 +341,40 @@ QVO_API int qvo_seq_contains_nulls(qvo_seq_iterator_h iterator);
 /* Clears the null marks of the current tile. */
 QVO_API void qvo_seq_reset_null_bitmap(qvo_seq_iterator_h iterator);
 
+/* What qvo_seq_check_tile finds. */
+enum {
+    QVO_SEQ_TILE_OK = 0,
+    QVO_SEQ_TILE_WIDTH = 1,    /* elem_size is not the width of elem_type */
+    QVO_SEQ_TILE_EMPTY = 2,    /* tile_size is 0 */
+    QVO_SEQ_TILE_OVERFULL = 3, /* more elements than a tile of this width holds */
+    QVO_SEQ_TILE_RUN = 4,      /* an element whose run byte is 0: it has no positions */
+    QVO_SEQ_TILE_COUNTER = 5   /* next_seq_no is less than the elements of the tile, or goes beyond last_seq_no */
+};
+
+/*
+ * Looks at the tile and the counters of an iterator, as a consumer may find them after a successful `next`, and returns
+ * QVO_SEQ_TILE_OK or the first rule of these that is broken. For the tests of a host's own sources, and for fuzzing:
+ * operators rely on the rules and do not look at each byte. Nothing is changed; null marks are not looked at.
+ *
+ * Some members break a rule deliberately, each where its block says so: the elements of qvo_seq_rle_decode, of the
+ * parsers and of qvo_seq_print_char have run bytes that are not written; qvo_seq_repeat_<type> may make a run of 0;
+ * extremes of narrow cells (qvo_seq_grid_agg_max_<type>) are labelled double; qvo_seq_agg_count_not_null has no run
+ * byte.
+ */
+QVO_API int qvo_seq_check_tile(const qvo_seq_iterator_t* iterator);
+
+/* A result code in words ("the sequence is exhausted"), never null: for any other number, that it is unknown. The text
+   is static. */
+QVO_API const char* qvo_seq_code_text(QVO_RET code);
+
 /* The smaller of two counts. */
 QVO_API qvo_seq_count_t min_count(qvo_seq_count_t a, qvo_seq_count_t b);
+
+/*
+ * The reset of operators of three operands: qvo_seq_reset_binary_iterator, and then the `reset` of operand 2. Returns
+ * the first code that is not QVO_S_OK.
+ */
+QVO_API QVO_RET qvo_seq_reset_ternary_iterator(qvo_seq_iterator_h iterator);
 
 /*
  * The resets of operators that keep a running count in the second word of their context: the word is
@@ -373,16 +434,16 @@ QVO_SEQ_DECLARE_READERS(char, char)
  * Runs      All 1: an int4 array of 1000 comes as tiles of 819 and 181 elements.
  * Ends      After `count` elements. last_seq_no is count - 1, for an empty array all ones.
  * Errors    QVO_E_ILLEGAL_PARAM for char wider than 4095, of which no tile holds one. Else none.
- * Lifetime  The array is not copied; it stays in place while the iterator is used. owned_buf is 1:
- *           qvo_seq_free_buffer hands the array to the release hook. So either take the array from
- *           qvo_seq_malloc, or do not call qvo_seq_free_buffer on this iterator.
+ * Lifetime  The array is not copied, and only read; it stays in place while the iterator is used. It need not be
+ *           aligned. owned_buf is 1: qvo_seq_free_buffer hands the array to the release hook. So either take the
+ *           array from qvo_seq_malloc, or do not call qvo_seq_free_buffer on this iterator.
  */
-#define QVO_SEQ_DECLARE(type)                                                                              \
-    QVO_API QVO_RET qvo_seq_unget_##type(qvo_seq_iterator_h result, qvo_##type* values, qvo_size_t count); \
+#define QVO_SEQ_DECLARE(type)                                                                                    \
+    QVO_API QVO_RET qvo_seq_unget_##type(qvo_seq_iterator_h result, const qvo_##type* values, qvo_size_t count); \
     QVO_API QVO_RET qvo_seq_unget_##type##_next(qvo_seq_iterator_h iterator);
 QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
 #undef QVO_SEQ_DECLARE
-QVO_API QVO_RET qvo_seq_unget_char(qvo_seq_iterator_h result, char* values, qvo_size_t count, qvo_size_t width);
+QVO_API QVO_RET qvo_seq_unget_char(qvo_seq_iterator_h result, const char* values, qvo_size_t count, qvo_size_t width);
 QVO_API QVO_RET qvo_seq_unget_char_next(qvo_seq_iterator_h iterator);
 QVO_API QVO_RET qvo_seq_unget_reset(qvo_seq_iterator_h iterator);
 
@@ -416,8 +477,10 @@ QVO_API QVO_RET qvo_seq_const_next_char(qvo_seq_iterator_h iterator);
  *           to the range: 5 .. 9 of a constant is one element with run 5. The result's first_seq_no and
  *           last_seq_no are the range, and its next_seq_no counts in the operand's positions.
  * Ends      After `last`, or with the operand. A last below first is the empty sequence.
- * Errors    QVO_E_SEQ_BOUNDED. The process is stopped if the operand has counted more positions than its
- *           tile holds where the range begins.
+ * Errors    QVO_E_SEQ_BOUNDED. next: QVO_E_ILLEGAL_TYPE if the operand's width has changed since. The process is
+ *           stopped if the operand has counted more positions than its tile holds where the range begins. So do
+ *           not put it above a cumulative aggregate, which counts twice, nor above a concat, tee or repeat of a
+ *           limit, which count from the limit's first position.
  */
 QVO_API QVO_RET qvo_seq_limit(qvo_seq_iterator_h result, qvo_seq_iterator_h operand, qvo_seq_no_t first,
                               qvo_seq_no_t last);
@@ -432,7 +495,9 @@ QVO_API QVO_RET qvo_seq_limit_next(qvo_seq_iterator_h iterator);
  * Errors    QVO_E_SEQ_BOUNDED for the source. The process is stopped when the readers are more than one
  *           tile apart. That check deliberately takes elements for positions: a reader that lags also stops
  *           at its second tile or later if that tile has a run above 1. So the source is one with runs of 1,
- *           such as an array or qvo_seq_rle_decode, or one of a single tile.
+ *           such as an array or qvo_seq_rle_decode, or one of a single tile. A reader that has not produced
+ *           anything yet is not checked: it takes the tile at which the other one is, and what came before is lost
+ *           to it. So pull them in turn from the start.
  * Lifetime  Both results and the source live as long as either is used. Resetting one result resets the
  *           source and the other result.
  */
@@ -448,31 +513,11 @@ QVO_API QVO_RET qvo_seq_reset_tee_iterator(qvo_seq_iterator_h iterator);
  * Runs      Deliberately not written: the result's run bytes keep what the record held. It is for
  *           consumers that take elements, such as qvo_seq_get_nullable_<type>; set the record's payload to
  *           ones beforehand for any other. last_seq_no is the operand's.
- * Errors    QVO_E_SEQ_BOUNDED; the result then already has the operand's type and width, deliberately.
+ * Errors    QVO_E_SEQ_BOUNDED; the result then already has the operand's type and width, deliberately. next:
+ *           QVO_E_ILLEGAL_TYPE if the operand's width has changed since.
  */
 QVO_API QVO_RET qvo_seq_rle_decode(qvo_seq_iterator_h result, qvo_seq_iterator_h operand);
 QVO_API QVO_RET qvo_seq_rle_decode_next(qvo_seq_iterator_h iterator);
-
-/* ==== core/count =============================================================================== */
-
-/*
- * qvo_seq_agg_count, qvo_seq_agg_count_not_null (result, operand)
- *
- * The number of positions of the operand; the number of its elements that are not null.
- * Elements  Any operand; the result is one uint8.
- * Runs      agg_count adds up runs. agg_count_not_null deliberately counts elements, an element with run
- *           5 once, and does not write the result's run byte: read it from the tile.
- * Ends      After the one element. An empty operand counts 0, unlike in other aggregates. The length of an
- *           array (qvo_seq_unget_<type>) is taken without pulling, and of a hash aggregate the groups are
- *           counted; over these two `prepare` and `merge` are null.
- * Errors    None. Deliberately, the operand's type and binding are not checked and it is not marked bound;
- *           its `next` failing ends the count without being reported.
- */
-QVO_API QVO_RET qvo_seq_agg_count(qvo_seq_iterator_h result, qvo_seq_iterator_h operand);
-QVO_API QVO_RET qvo_seq_agg_count_not_null(qvo_seq_iterator_h result, qvo_seq_iterator_h operand);
-QVO_API QVO_RET qvo_seq_count_next(qvo_seq_iterator_h iterator);
-QVO_API QVO_RET qvo_seq_count_not_null_next(qvo_seq_iterator_h iterator);
-QVO_API QVO_RET qvo_seq_count_merge(qvo_seq_iterator_h iterator, qvo_seq_iterator_h other);
 
 /* ==== transform/arithmetic ===================================================================== */
 
@@ -929,7 +974,9 @@ struct qvo_seq_match_context {
  *   no wildcard     The string is equal to the pattern. Backslashes are bytes like any other: a\_c is
  *                   those four bytes, not "a_c".
  *   %needle%        and no other wildcard: the string contains the needle. Here, too, backslashes are
- *                   bytes: %a\%b% looks for the four bytes a \ % b. %% matches every string.
+ *                   bytes: %a\%b% looks for the four bytes a \ % b. %% matches every string. A last % counts
+ *                   as one here even if it is escaped: %_\% has two wildcards, the first % and _, and looks for
+ *                   the two bytes _ and \.
  *   anything else   A backslash takes the next byte of the pattern literally: a\_c% matches "a_cx" but not
  *                   "abcx". A backslash at the end matches nothing.
  * Elements  Char; the result is boolean (QVO_DD_UINT1).
@@ -973,7 +1020,7 @@ QVO_API qvo_bool qvo_seq_match_regex(const qvo_seq_match_context_t* ctx, const c
  *           of its run and the element is used on until the position, a byte, comes round to the run: over
  *           conditions and else_iter with runs of 2, a then_iter of (a x3, b x3) never gets to b. So give it
  *           operands whose runs line up, or runs of 1, or constants.
- * Ends      With the shortest operand.
+ * Ends      With the shortest operand. MAY NOT END where runs cross and an operand stays on an element.
  * Errors    QVO_E_ILLEGAL_TYPE (char: also for unequal widths), then QVO_E_SEQ_BOUNDED; in both cases
  *           nothing has changed.
  *
@@ -1010,7 +1057,8 @@ QVO_API QVO_RET qvo_seq_if_reset(qvo_seq_iterator_h iterator);
  *           next_seq_no counts the positions kept.
  * Ends      With the shorter operand. One call pulls the operands until the tile is full, so where nothing
  *           is true the first call reads them to the end.
- * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed.
+ * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed. next:
+ *           QVO_E_ILLEGAL_TYPE if input's width has changed since.
  */
 #define QVO_SEQ_DECLARE(type)                                                                 \
     QVO_API QVO_RET qvo_seq_filter_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h cond, \
@@ -1033,6 +1081,11 @@ QVO_SEQ_DECLARE(char)
  * Ends      With cond.
  * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed.
  */
+typedef struct {
+    qvo_seq_no_t first_pos;     /* the position of cond's first element */
+    qvo_seq_no_t curr_pos;      /* that of the one that is read next */
+} qvo_seq_filter_pos_context_t; /* in the context words of the iterator, as all records of this kind */
+
 QVO_API QVO_RET qvo_seq_filter_pos(qvo_seq_iterator_h result, qvo_seq_iterator_h cond);
 QVO_API QVO_RET qvo_seq_filter_search(qvo_seq_iterator_h result, qvo_seq_iterator_h cond,
                                       qvo_seq_iterator_h search_result);
@@ -1051,7 +1104,8 @@ QVO_API QVO_RET qvo_seq_filter_pos_reset(qvo_seq_iterator_h iterator);
  * Parameters  n from 0 to 455; kept in last_seq_no.
  * Errors    QVO_E_ILLEGAL_TYPE, QVO_E_SEQ_BOUNDED, QVO_E_ILLEGAL_PARAM; nothing has changed. Deliberately,
  *           cond is not marked bound and the result's reset is left as the caller set it.
- * Lifetime  The result record's unused operand slots must be null: qvo_seq_get_first_pos walks all three.
+ * Lifetime  Operand slots that are not in use must be null, in the result's record and in every record of the tree
+ *           below it: qvo_seq_get_first_pos walks all three of each.
  *
  * The merge takes a source whose positions are one block that does not interleave with the target's, and
  * keeps the target's first n: (2, 9) and (4, 5) give (2, 4, 5) for n = 3. An empty target takes over the
@@ -1061,7 +1115,8 @@ QVO_API QVO_RET qvo_seq_filter_first_pos(qvo_seq_iterator_h result, qvo_seq_iter
 QVO_API QVO_RET qvo_seq_filter_first_pos_next(qvo_seq_iterator_h iterator);
 QVO_API QVO_RET qvo_seq_filter_first_pos_merge(qvo_seq_iterator_h iterator, qvo_seq_iterator_h other);
 
-/* The largest first_seq_no of an iterator and all operands below it. Operand slots in use or null, not junk. */
+/* The largest first_seq_no of an iterator and all operands below it. Operand slots in use or null, not junk, in every
+   record of the tree. (Of the two results of a tee each is followed to the source alone.) */
 QVO_API qvo_seq_no_t qvo_seq_get_first_pos(qvo_seq_iterator_h iterator);
 
 /* ==== transform/norm =========================================================================== */
@@ -1072,12 +1127,16 @@ QVO_API qvo_seq_no_t qvo_seq_get_first_pos(qvo_seq_iterator_h iterator);
  * Every element, as a double, divided by a norm of the whole sequence: (3, 4) gives 0.6, 0.8.
  * Elements  The 11 fixed types; the result is double. A norm of 0 gives infinities and NaN.
  * Runs      Each element keeps its run byte and is taken whole, whatever the operand's rle_offs.
- *           Deliberately, the square root is taken after every tile of the input, of the root so far and the
- *           tile's squares: (3, 4) and then (2) in a second tile is divided by sqrt(5 + 4) = 3, not by
- *           sqrt(29). Only over one tile is it the Euclidean norm.
+ *           Deliberately, the square root is taken after every tile of the input, of the root so far plus the
+ *           sum of the tile's squares, which is formed from 0 in the order of the elements: (3, 4) and then (2) in a
+ *           second tile is divided by sqrt(5 + 4) = 3, not by sqrt(29). Only over one tile is it the Euclidean norm.
  * Ends      With the operand. The first call reads the operand to its end and resets it.
  * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed.
  */
+typedef struct {
+    double norm; /* the divisor, once the first call has found it */
+} qvo_seq_norm_context_t;
+
 #define QVO_SEQ_DECLARE(type)                                                                 \
     QVO_API QVO_RET qvo_seq_norm_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input); \
     QVO_API QVO_RET qvo_seq_norm_##type##_next(qvo_seq_iterator_h iterator);
@@ -1103,6 +1162,12 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
  * Parameters  Any. A step of 0 repeats the element at origin for ever.
  * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed.
  */
+typedef struct {
+    qvo_size_t origin;     /* the first position that is taken */
+    qvo_size_t step;       /* from one taken position to the next */
+    qvo_seq_no_t curr_pos; /* the input position at which its read position stands */
+} qvo_seq_thin_context_t;
+
 #define QVO_SEQ_DECLARE(type)                                                                                   \
     QVO_API QVO_RET qvo_seq_thin_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t origin, \
                                         qvo_size_t step);                                                       \
@@ -1127,6 +1192,10 @@ QVO_SEQ_DECLARE(char)
  *           between 1 and 255: no consumer expects the run of 0 that n_times 0 or 256 gives.
  * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed.
  */
+typedef struct {
+    qvo_size_t n_times;
+} qvo_seq_repeat_context_t;
+
 #define QVO_SEQ_DECLARE(type)                                                                                \
     QVO_API QVO_RET qvo_seq_repeat_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, int n_times); \
     QVO_API QVO_RET qvo_seq_repeat_##type##_next(qvo_seq_iterator_h iterator);
@@ -1144,12 +1213,12 @@ QVO_API QVO_RET qvo_seq_reset_repeat_iterator(qvo_seq_iterator_h iterator);
  * Elements  The 11 fixed types and char; the result has the input's type and width.
  * Runs      Of an input of one tile the runs are kept; a longer one comes as positions with runs of 1.
  * Ends      With the first position of the input. An input of several tiles is reset, counted, reset and read
- *           to its end by the first call; if it delivers another number of positions than it counted, that
- *           call deliberately returns QVO_S_OK without a tile.
+ *           by the first call; if it delivers fewer positions than it counted, that call deliberately returns
+ *           QVO_S_OK without a tile; positions beyond the count are left out.
  * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed. From next:
  *           QVO_E_NOMEM; QVO_E_ILLEGAL_TYPE if the width of a char input of several tiles has changed since.
  * Lifetime  Over several tiles the result holds a buffer of all values: call qvo_seq_free_buffer, or reset,
- *           before it is discarded. It is then an array source and its `bounded` is 0.
+ *           before it is discarded. It is then an array source and its `bounded` is 0. Before, owned_buf is 0.
  */
 #define QVO_SEQ_DECLARE(type)                                                                    \
     QVO_API QVO_RET qvo_seq_reverse_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input); \
@@ -1208,6 +1277,10 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
  *
  * The reset: back to left, then qvo_seq_reset_binary_iterator.
  */
+typedef struct {
+    qvo_bool left_array; /* still reading the left operand */
+} qvo_seq_concat_context_t;
+
 QVO_API QVO_RET qvo_seq_concat(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right);
 QVO_API QVO_RET qvo_seq_concat_next(qvo_seq_iterator_h iterator);
 QVO_API QVO_RET qvo_seq_concat_reset(qvo_seq_iterator_h iterator);
@@ -1235,6 +1308,13 @@ QVO_API QVO_RET qvo_seq_concat_reset(qvo_seq_iterator_h iterator);
  * The `next` of all types, and the reset: the next call starts with `first` of the series; nothing else of
  * the series is touched.
  */
+typedef enum { BEFORE_FIRST = 0, AFTER_FIRST = 1, AFTER_LAST = 2 } qvo_seq_meta_iterator_position_t;
+
+typedef struct {
+    qvo_seq_meta_iterator_h meta_iterator;
+    qvo_seq_meta_iterator_position_t pos_kind; /* where in the series the join is */
+} qvo_seq_meta_iterator_context_t;
+
 #define QVO_SEQ_DECLARE(type) \
     QVO_API QVO_RET qvo_seq_join_##type(qvo_seq_iterator_h result, qvo_seq_meta_iterator_h meta_iterator);
 QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
@@ -1259,7 +1339,8 @@ QVO_API QVO_RET qvo_seq_meta_iterator_reset(qvo_seq_iterator_h iterator);
  * Ends      With positions. A position at or behind the end of input also ends the result, and the elements
  *           of that call are lost.
  * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed; next:
- *           QVO_E_SEQ_OUT_OF_ORDER for a position below the one before it (3, 1).
+ *           QVO_E_SEQ_OUT_OF_ORDER for a position below the one before it (3, 1), which drops the elements of that
+ *           call: descending positions never give more than that.
  *
  * qvo_seq_map_reset
  *
@@ -1288,7 +1369,8 @@ QVO_API QVO_RET qvo_seq_map_reset(qvo_seq_iterator_h iterator);
  * Runs      1 each: a run is taken whole and gives a single element. next_seq_no counts these.
  * Ends      With input.
  * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed. Then
- *           QVO_E_ILLEGAL_PARAM for wider char, with input marked bound.
+ *           QVO_E_ILLEGAL_PARAM for wider char, with input marked bound. next: QVO_E_ILLEGAL_TYPE if input's width has
+ *           changed since.
  */
 #define QVO_SEQ_DECLARE(type)                                                                   \
     QVO_API QVO_RET qvo_seq_unique_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input); \
@@ -1316,6 +1398,12 @@ QVO_SEQ_DECLARE(char)
  *
  * The reset: neither side has ended, then qvo_seq_reset_binary_iterator.
  */
+typedef struct {
+    qvo_bool left_end; /* the side has ended */
+    qvo_bool right_end;
+    qvo_seq_order_t order;
+} qvo_seq_union_context_t;
+
 #define QVO_SEQ_DECLARE(type)                                                                                          \
     QVO_API QVO_RET qvo_seq_union_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right, \
                                          qvo_seq_order_t order);                                                       \
@@ -1335,7 +1423,8 @@ QVO_API QVO_RET qvo_seq_reset_union_iterator(qvo_seq_iterator_h iterator);
  *           sign, leading ones are ignored. datetime is unsigned and never crosses. The members for uint1,
  *           uint2, uint4 and uint8 only return QVO_E_UNSUPPORTED.
  * Runs      1 each; positions are those of input, runs expanded. Zeros are counted on over values that do
- *           not cross: 1, 0, 2, -1 deliberately gives 2, one position before the -1, and not 3.
+ *           not cross: 1, 0, 2, -1 deliberately gives 2, one position before the -1, and not 3. They are counted in
+ *           32 bits: after 2^31 zeros in a row positions are wrong.
  * Ends      With input.
  * Parameters  first_cross_direction: 0 for all crossings; 1 or -1 keeps only those to positive or to negative
  *           values, deliberately in the whole of the first call that delivers a tile, which is up to 455
@@ -1346,6 +1435,13 @@ QVO_API QVO_RET qvo_seq_reset_union_iterator(qvo_seq_iterator_h iterator);
  *
  * The reset: back to position 0 and no sign, then qvo_seq_reset_unary_iterator.
  */
+typedef struct {
+    qvo_seq_no_t pos; /* positions consumed */
+    int first_sign;   /* first_cross_direction */
+    int prev_sign;    /* of the last value other than zero; 0: none so far */
+    int n_zeros;      /* zero positions counted since then */
+} qvo_seq_cross_context_t;
+
 #define QVO_SEQ_DECLARE(type)                                                                 \
     QVO_API QVO_RET qvo_seq_cross_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, \
                                          int first_cross_direction);
@@ -1406,7 +1502,7 @@ QVO_SEQ_DECLARE(double)
  *           a value and counts in the first one.
  * Runs      Added up. Tiles are read from their first element, whatever the operand's read position.
  * Ends      After the one tile.
- * Parameters  n_intervals: 1 to 455; max_value above min_value.
+ * Parameters  n_intervals: 1 to 455; max_value above min_value, neither of them NaN.
  * Errors    QVO_E_ILLEGAL_TYPE, QVO_E_ILLEGAL_PARAM, then QVO_E_SEQ_BOUNDED; nothing has changed in any of
  *           these cases. next: QVO_E_ILLEGAL_PARAM for a value outside of the range, with the counts so far in
  *           the tile but no tile_size; an error of input, in which case the tile holds the counts up to it.
@@ -1438,6 +1534,12 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
  * The reset: back to position 0 and no direction, then qvo_seq_reset_unary_iterator.
  */
 #define QVO_SEQ_DECLARE(type)                                                                                        \
+    typedef struct {                                                                                                 \
+        int first_extremum;                                                                                          \
+        int prev_trend;      /* the last direction other than 0; 0: none so far */                                   \
+        qvo_##type prev_val; /* the last value consumed */                                                           \
+        qvo_seq_no_t pos;    /* positions consumed */                                                                \
+    } qvo_seq_extrema_##type##_context_t;                                                                            \
     QVO_API QVO_RET qvo_seq_extrema_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, int first_extremum); \
     QVO_API QVO_RET qvo_seq_extrema_##type##_next(qvo_seq_iterator_h iterator);                                      \
     QVO_API QVO_RET qvo_seq_extrema_##type##_reset_iterator(qvo_seq_iterator_h iterator);
@@ -1462,6 +1564,27 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
     QVO_API QVO_RET qvo_seq_aprogres_##type##_next(qvo_seq_iterator_h iterator);
 QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
 #undef QVO_SEQ_DECLARE
+
+/* ==== aggregate/count ========================================================================== */
+
+/*
+ * qvo_seq_agg_count, qvo_seq_agg_count_not_null (result, operand)
+ *
+ * The number of positions of the operand; the number of its elements that are not null.
+ * Elements  Any operand; the result is one uint8.
+ * Runs      agg_count adds up runs. agg_count_not_null deliberately counts elements, an element with run
+ *           5 once, and does not write the result's run byte: read it from the tile.
+ * Ends      After the one element. An empty operand counts 0, unlike in other aggregates. The length of an
+ *           array (qvo_seq_unget_<type>) is taken without pulling, and of a hash aggregate the groups are
+ *           counted; over these two `prepare` and `merge` are null.
+ * Errors    None. Deliberately, the operand's type and binding are not checked and it is not marked bound;
+ *           its `next` failing ends the count without being reported.
+ */
+QVO_API QVO_RET qvo_seq_agg_count(qvo_seq_iterator_h result, qvo_seq_iterator_h operand);
+QVO_API QVO_RET qvo_seq_agg_count_not_null(qvo_seq_iterator_h result, qvo_seq_iterator_h operand);
+QVO_API QVO_RET qvo_seq_count_next(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_count_not_null_next(qvo_seq_iterator_h iterator);
+QVO_API QVO_RET qvo_seq_count_merge(qvo_seq_iterator_h iterator, qvo_seq_iterator_h other);
 
 /* ==== aggregate/whole ========================================================================== */
 
@@ -1488,7 +1611,9 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
  *           NaN: max and min skip one that is not the first value, and keep one that is; the others
  *           become NaN. Of equal zeros the first stays.
  * Runs      An element counts for as many positions as its run says; runs are not expanded. The
- *           operand's tile_offs and rle_offs are not read: each of its tiles is taken from the start.
+ *           operand's tile_offs and rle_offs are not read: each of its tiles is taken from the start. An element
+ *           of run 0 gives its value (to max and min; 0 to sums, 1 to products), but no position; where all runs
+ *           are 0 there is no result.
  * Ends      One call takes the operand to its end and delivers one element of run 1; the next call
  *           returns QVO_S_CURSOR_END. So does the first one for an empty input.
  * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed. `next`
@@ -1532,7 +1657,7 @@ QVO_SEQ_FOR_AGGREGATE_TYPES(QVO_SEQ_DECLARE)
  * Two elements for the whole sequence: the smallest value, then the largest one.
  * Elements  The 11 fixed types; the result has the input's, but for datetime, which is deliberately
  *           delivered as double.
- * Runs, Errors  As for max. Either value has run 1.
+ * Runs, Errors  As for max, but that runs of 0 count as any other. Either value has run 1.
  * Ends      After one call, which sets next_seq_no to 2. There are no parts: `prepare` and `merge`
  *           are null.
  */
@@ -1705,12 +1830,14 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
  *           products of float and run are formed in single precision, and the sample forms take n - 1 for n throughout
  *           (1 and 3 give -6.0; a single value gives 0.0). max and min keep a NaN that opens a group and pass over one
  *           that comes later.
- * Runs      Folded in one step per overlap; results have run 1.
+ * Runs      Folded in one step per overlap; results have run 1. A step without positions, from a run of 0, opens no
+ *           group: the next one starts over.
  * Ends      With the shorter operand; the open group is delivered then.
  * Errors    QVO_E_ILLEGAL_TYPE for `input` (group_by is not checked); QVO_E_SEQ_BOUNDED for `input`, if the binding
  *           check is on, and for group_by, deliberately whether it is on or not: a key sequence feeds one group
  *           aggregate only. That leaves `input` marked. QVO_E_ILLEGAL_PARAM for keys wider than 208 bytes, with both
- *           marked. An operand's error drops the groups of that call; the open group stays.
+ *           marked; from next, if they turn out to be. An operand's error drops the groups of that call; the open
+ *           group stays.
  * Keys of widths other than 1, 2, 4 and 8 are deliberately looked at in another place: where a key element begins, the
  * element of its tile whose index is the number of groups that this call has delivered, and not the current one: 3-byte
  * keys abc, xyz of one tile are both looked at as abc, and make one group. Use qvo_seq_hash to make 4-byte keys of
@@ -1729,7 +1856,7 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
  * The number of positions of each group, uint8; keys 7 with run 3, then 8, give 3 and 1.
  * Runs, Ends  The same groups. Elements are taken whole, whatever group_by's rle_offs; an empty tile is not checked
  *           for. Keys of all widths are compared where they are.
- * Errors    QVO_E_SEQ_BOUNDED; QVO_E_ILLEGAL_PARAM for keys wider than 208 bytes.
+ * Errors    QVO_E_SEQ_BOUNDED; QVO_E_ILLEGAL_PARAM for keys wider than 208 bytes, also from next.
  */
 #define QVO_SEQ_DECLARE(type)                                                                              \
     QVO_API QVO_RET qvo_seq_group_agg_max_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,      \
@@ -1781,7 +1908,9 @@ QVO_API QVO_RET qvo_seq_group_agg_count_next(qvo_seq_iterator_h iterator);
  * Elements  The 11 fixed types. The result is deliberately labelled double throughout, which does not
  *           always describe its tiles: max and min hold values of the input's type at its width (max
  *           of int4 delivers up to 819 values of 4 bytes a tile: read arr_int4), sums of integers and
- *           datetime hold 64-bit integers. The other tiles hold doubles.
+ *           datetime hold 64-bit integers. The other tiles hold doubles. MAX AND MIN OF TYPES NARROWER THAN 8
+ *           BYTES ARE NEVER AN OPERAND: a tile of more than 455 stops the process, and a smaller one is taken
+ *           for doubles.
  *           With n the positions of the cell, S and Q the sums of values and squares: avg S / n, var
  *           (Q - S x S / n) / n, dev its root; the sample forms take n - 1 for n, also inside the
  *           bracket, and 0 for n = 1: 1 and 3 give (10 - 16 / 1) / 1 = -6. Integer sums wrap in 64 bits,
@@ -1836,7 +1965,8 @@ typedef struct {
  * Of 8 with run 3, then 9, the two largest are at 1 and 0.
  * Elements  The same; the result is uint8.
  * Parameters  top: up to 2048, 1365 or 819 as above, but at most 455, the capacity of the result.
- * Errors    As above; after an operand's error tile_size is the number of positions found, and the second next ends.
+ * Errors    As above; after an operand's error tile_size is the number of positions found, and the second next ends,
+ *           unless none had been found: then it goes on pulling.
  *           There is no prepare and no merge. At the end tile_size is 0.
  */
 #define QVO_SEQ_DECLARE(type)                                                                                        \
@@ -1883,7 +2013,8 @@ QVO_API qvo_uint4 approximate_distinct_count(const qvo_uint1* max_zero_bits);
  * Ends      After one element, which comes for an empty input too: 0. Reset and pull again to count again.
  * Errors    approxdc_hash: QVO_E_ILLEGAL_TYPE; both: QVO_E_SEQ_BOUNDED. An operand's error drops the sketch. An
  *           empty tile is not checked for.
- * Parts     approxdc has prepare and merge: merging gives the estimate of the union. approxdc_hash has neither.
+ * Parts     approxdc has prepare and merge: merging gives the estimate of the union, and a part that was never
+ *           computed changes nothing. approxdc_hash has neither.
  */
 QVO_API QVO_RET qvo_seq_agg_approxdc(qvo_seq_iterator_h result, qvo_seq_iterator_h input);
 QVO_API QVO_RET qvo_seq_agg_approxdc_next(qvo_seq_iterator_h iterator);
@@ -1899,7 +2030,8 @@ QVO_API QVO_RET qvo_seq_agg_approxdc_hash_next(qvo_seq_iterator_h iterator);
  * Elements  As above; group_by of any type.
  * Runs, Ends  As for the group aggregates; an element counts once, whatever its run.
  * Errors    approxdc_hash: QVO_E_ILLEGAL_TYPE; both: QVO_E_SEQ_BOUNDED for `input`, then QVO_E_ILLEGAL_PARAM for
- *           keys wider than 40 bytes, with `input` marked bound. Deliberately, group_by is neither checked nor marked.
+ *           keys wider than 40 bytes, with `input` marked bound; also from next. Deliberately, group_by is neither
+ *           checked nor marked.
  */
 QVO_API QVO_RET qvo_seq_group_agg_approxdc(qvo_seq_iterator_h result, qvo_seq_iterator_h input,
                                            qvo_seq_iterator_h group_by);
@@ -1961,7 +2093,8 @@ typedef struct qvo_seq_hash_iterator_context {
 } qvo_seq_hash_iterator_context_t;
 
 /* Groups per chain at which a table grows to the next prime, and the number of chains for n_groups 0. The host
-   may set them: 1.0 and 1361 initially. */
+   may set them: 1.0 and 1361 initially. Keep the factor between 0.5 and 10: with a smaller one a table may
+   grow with each new group, up to its largest size, or not at all, as it does with 0, a negative number and NaN. */
 extern QVO_API double qvo_seq_hash_table_load_factor;
 extern QVO_API qvo_size_t qvo_seq_hash_table_init_size;
 
@@ -1973,7 +2106,7 @@ extern QVO_API qvo_size_t qvo_seq_hash_table_init_size;
  * qvo_seq_hash(&a, x, NULL); qvo_seq_hash(&ab, y, &a).
  * Elements  left: any type; right: uint4. Result uint4.
  * Runs      Without right each element keeps its run byte; with it, one element per overlap. A call delivers at most
- *           as many elements as a tile of `left` holds.
+ *           as many elements as a tile of `left` holds, and never more than 819.
  * Ends      With the shorter operand.
  * Errors    QVO_E_ILLEGAL_TYPE for `right`, then QVO_E_SEQ_BOUNDED (`right` first); nothing has changed.
  */
@@ -1999,16 +2132,25 @@ QVO_API QVO_RET qvo_seq_hash_next(qvo_seq_iterator_h iterator);
  * Ends      After the last group; the input ends with the shorter operand. The order is that of the table: chains by
  *           hash mod the number of chains, keys in ascending order within a chain.
  * Parameters  n_groups: expected groups; 0 stands for qvo_seq_hash_table_init_size. The first prime of every other one
- *           in the host's table that is not smaller becomes the number of chains; the table grows by itself.
- * Errors    QVO_E_ILLEGAL_TYPE; QVO_E_SEQ_BOUNDED, for input and then for group_by, which leaves input marked;
- *           QVO_E_NOMEM, with both marked. next, prepare: an operand's error, or QVO_E_NOMEM. The operands then stay
- *           where they were, and the next pull starts over with an empty table and what they still deliver: rewind
- *           them first to get the whole.
+ *           in the host's table that is not smaller becomes the number of chains; the table grows by itself. A chain
+ *           takes 8 bytes, all of them at the start: 10^9 groups 11 GB. A group takes 40 bytes.
+ * Errors    QVO_E_ILLEGAL_PARAM without an input, but for count; QVO_E_ILLEGAL_TYPE; QVO_E_SEQ_BOUNDED, for input and
+ *           then for group_by, which leaves input marked; QVO_E_NOMEM, with both marked. next, prepare: an operand's
+ *           error, QVO_E_NOMEM, or QVO_E_ILLEGAL_TYPE for keys that change their width after the first tile. The
+ *           operands then stay where they were, and the next pull starts over with an empty table and what they still
+ *           deliver: rewind them first to get the whole.
+ * Keys      are as wide as those of the first tile; result_grp has that width once the table is built. Hashes have a
+ *           fixed seed and chains are searched from their start: with keys that someone has chosen to share a chain,
+ *           time grows with the square of their number.
  * Parts     result_agg has prepare, which builds the table, and merge, which moves all groups of another one's table
- *           into its own and leaves that one without a table. What is not built yet is built first. A merge that finds
- *           no memory to grow the table is complete all the same and returns QVO_E_NOMEM.
+ *           into its own and leaves that one without a table. Both are of the same member, with keys of the same width.
+ *           What is not built yet is built first. A merge that finds no memory to grow the table is complete all the
+ *           same and returns QVO_E_NOMEM; one that finds none to build a side has merged nothing. Call prepare of both
+ *           first, and QVO_E_NOMEM of merge means the former.
  * Lifetime  The table is kept, also by reset, until it is released with qvo_seq_release_hash or qvo_seq_free_hash;
- *           both records must exist until then. Keep the operands until the table is built.
+ *           both records must exist until then. Keep the operands until the table is built. The hooks get the
+ *           iterator that built the table when a block is taken, and the one that it is released by when it goes back,
+ *           also for blocks that came with a merge.
  */
 #define QVO_SEQ_DECLARE(type)                                                                                 \
     QVO_API QVO_RET qvo_seq_hash_agg_max_##type(qvo_seq_iterator_h result_agg, qvo_seq_iterator_h result_grp, \
@@ -2187,10 +2329,11 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
  *           the sort got it: the input is then not pulled at all.
  * Errors    QVO_E_ILLEGAL_TYPE, with nothing changed. Deliberately without a binding check, and the input is
  *           not marked. The first `next` without data loads n_elems positions of the input into a buffer:
- *           QVO_E_NOMEM; QVO_E_SEQ_BOUNDED if the binding check is on and the input feeds an operator; the
+ *           QVO_E_NOMEM; QVO_E_SEQ_BOUNDED if the binding check is on and the input feeds an operator;
+ *           QVO_E_ILLEGAL_TYPE if its width has changed since; the
  *           input's error, or QVO_S_CURSOR_END if it is empty. The buffer is then released, and the next call
- *           loads again. An input that ends with fewer positions is the fatal stop; one with more is not
- *           pulled beyond the tile that holds the last one needed.
+ *           loads again, from where the input now stands: reset it before. An input that ends with fewer positions is
+ *           the fatal stop; one with more is not pulled beyond the tile that holds the last one needed.
  * Lifetime  The permutation is not copied; it stays in place while the iterator is used. A buffer that was
  *           loaded goes with `reset` (after which the input is loaded again) or with qvo_seq_free_buffer. A data
  *           array passes into the iterator's keeping: owned_buf is 1, and qvo_seq_free_buffer hands it to the
@@ -2201,9 +2344,10 @@ typedef struct {
     qvo_size_t n_elems;
 } qvo_seq_order_by_context; /* in the context words of the iterator */
 
-#define QVO_SEQ_DECLARE_ORDER_BY(type, value_type)                                                                  \
-    QVO_API QVO_RET qvo_seq_order_by_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,                    \
-                                            const qvo_seq_no_t* permutation, qvo_size_t n_elems, value_type* data); \
+#define QVO_SEQ_DECLARE_ORDER_BY(type, value_type)                                               \
+    QVO_API QVO_RET qvo_seq_order_by_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, \
+                                            const qvo_seq_no_t* permutation, qvo_size_t n_elems, \
+                                            const value_type* data);                             \
     QVO_API QVO_RET qvo_seq_order_by_##type##_next(qvo_seq_iterator_h iterator);
 #define QVO_SEQ_DECLARE(type) QVO_SEQ_DECLARE_ORDER_BY(type, qvo_##type)
 QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)

@@ -6,7 +6,8 @@ left visible, so that the type-stamping macros are expanded by the compiler and 
 The banner above a declaration (/* ==== transform/filter ==== */) names the source file that it is grouped under.
 
     export_list.py write    --cc CC --include DIR... --map FILE              rewrite the list, if it changed
-    export_list.py check    --cc CC --include DIR... --map FILE [--sources DIR] [--nm NM --library FILE]
+    export_list.py check    --cc CC --include DIR... --map FILE [--sources DIR]
+                         [--nm NM --readelf READELF --objdump OBJDUMP --library FILE]
                                                                              compare headers, list and library
 """
 import argparse
@@ -18,6 +19,8 @@ import sys
 HEADERS = ("qvoseq.h", "qvohost.h")
 VERSION_NODE = "QVOSEQ_1"  # with the major number of the binary interface
 MARKER = "QVO_EXPORT_MARKER"
+NEEDED = ("libc.so.6", "libm.so.6")
+SHARED = r"_ZN3qvoL\d+seed_\w+E"  # besides the declared settings: the generators of the sorts' pivots
 
 BANNER = re.compile(r"/\* ==== (\S+?):? ")
 LINE_MARKER = re.compile(r'# (\d+) "(.*)"')
@@ -107,6 +110,19 @@ def exported_by(nm, library):
     return {name.split("@")[0] for *_, kind, name in symbols if kind in "TDBRViWu"}
 
 
+def needed_by(readelf, library):
+    """The libraries that the loader has to find for it."""
+    text = subprocess.run([readelf, "-d", library], check=True, stdout=subprocess.PIPE, text=True).stdout
+    return set(re.findall(r"\(NEEDED\).*\[(.*)\]", text))
+
+
+def writable_in(objdump, library):
+    """The variables that the library has, apart from what is written before it is used and what a compiler adds."""
+    text = subprocess.run([objdump, "-t", library], check=True, stdout=subprocess.PIPE, text=True).stdout
+    lines = re.findall(r" O \.(?:data|bss|tdata|tbss)\t\w+ +(?:\.\w+ )?(\S+)$", text, re.MULTILINE)
+    return [name for name in lines if not re.match(r"__|completed\.", name)]
+
+
 def check(arguments):
     groups = declared(arguments)
     names = set().union(*groups.values())
@@ -124,6 +140,11 @@ def check(arguments):
         built = exported_by(arguments.nm, arguments.library)
         faults += [f"{name}: declared, but not exported by the library" for name in sorted(names - built)]
         faults += [f"{name}: exported by the library, but not declared" for name in sorted(built - names)]
+        faults += [f"{name}: needed by the library" for name in sorted(needed_by(arguments.readelf, arguments.library))
+                   if name not in NEEDED]
+        faults += [f"{name}: a variable that threads would share" for name in
+                   sorted(writable_in(arguments.objdump, arguments.library))
+                   if name not in names and not re.fullmatch(SHARED, name)]
     if len(names) == 0:
         faults.append("no declarations were found")
     for fault in faults:
@@ -140,7 +161,10 @@ def main():
     parser.add_argument("--map", required=True, help="the export list")
     parser.add_argument("--sources", help="check: the folder that the banners' source files are in")
     parser.add_argument("--nm", default="nm")
-    parser.add_argument("--library", help="check: the shared library that was built")
+    parser.add_argument("--readelf", default="readelf")
+    parser.add_argument("--objdump", default="objdump")
+    parser.add_argument("--library", help="check: the shared library that was built; it needs nothing but "
+                                          + " and ".join(NEEDED))
     arguments = parser.parse_args()
     return write(arguments) if arguments.action == "write" else check(arguments)
 

@@ -1,5 +1,4 @@
-// Element tags, count and position types, and the stampers that turn a template into the C functions
-// of one family member.
+// Element tags, and what they stand for: widths, capacities, the layout of the record.
 //
 // A tag stands for an element type; it is not the C type. datetime and uint8, or boolean and uint1, share a
 // representation but not a code or every rule, so templates take tags. Char has no tag: its width is known
@@ -36,7 +35,6 @@ template <class Value, uint8_t Code> struct Element {
     static constexpr uint8_t code = Code;
     static constexpr uint16_t width = sizeof(Value);
     static constexpr size_t capacity = capacity_of(sizeof(Value));
-    static constexpr bool is_integer = std::is_integral_v<Value>;
     static constexpr bool is_floating = std::is_floating_point_v<Value>;
     static constexpr bool is_signed = std::is_signed_v<Value>;
 };
@@ -104,28 +102,3 @@ static_assert(offsetof(qvo_seq_iterator_t, tile) == 392 && offsetof(qvo_seq_tile
 #else
 #define QVO_CPU_VARIANTS
 #endif
-
-// The stampers. Each holds signatures and one call each; the templates are in core/.
-
-// A two-operand element-wise member: operands of Element, results of Result, Op::apply per element.
-#define QVO_DEFINE_BINARY(name, Element, Result, Op) QVO_DEFINE_BINARY_NAMED(name, name##_next, Element, Result, Op)
-
-#define QVO_DEFINE_BINARY_NAMED(name, next_name, Element, Result, Op)                                               \
-    extern "C" QVO_API QVO_RET next_name(qvo_seq_iterator_h it) { return binary_next<Element, Result, Op>(it); }    \
-    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right) { \
-        return construct_binary<Element, Result>(result, left, right, next_name);                                   \
-    }
-
-// A one-operand element-wise member, from its operation or from its loop (the last argument, commas and all).
-#define QVO_DEFINE_UNARY(name, Element, Result, Op) QVO_DEFINE_UNARY_NAMED(name, name##_next, Element, Result, Op)
-
-#define QVO_DEFINE_UNARY_NAMED(name, next_name, Element, Result, Op) \
-    QVO_DEFINE_UNARY_LOOP(name, next_name, Element, Result, ValueLoop<Element::value, Result::value, Op>::run)
-
-#define QVO_DEFINE_UNARY_LOOP(name, next_name, Element, Result, ...)                         \
-    extern "C" QVO_API QVO_RET next_name(qvo_seq_iterator_h it) {                            \
-        return elements_next(it, __VA_ARGS__, Where::here());                                \
-    }                                                                                        \
-    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h operand) { \
-        return construct_unary<Element, Result>(result, operand, next_name);                 \
-    }

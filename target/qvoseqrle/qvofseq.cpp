@@ -4,8 +4,8 @@
 #include <cstdlib>
 
 #include "core/construct.h"
-#include "core/fatal.h"
 #include "core/number.h"
+#include "core/protocol.h"
 
 namespace qvo {
 
@@ -23,6 +23,19 @@ void divide_fault() {
 }
 
 namespace {
+
+/// The width of the elements of a type; 0 for those that have none of their own.
+size_t width_of_type(uint8_t type) {
+    switch (type) {
+#define STAMP(type)         \
+    case elem_##type::code: \
+        return elem_##type::width;
+        QVO_SEQ_FOR_FIXED_TYPES(STAMP)
+#undef STAMP
+        default:
+            return 0;
+    }
+}
 
 // The running count of limit, unique, skip_nan and the cumulative, group and grid aggregates: the second word of the
 // context (`count` of qvo_seq_agg_context_t).
@@ -82,6 +95,54 @@ void qvo_seq_reset_null_bitmap(qvo_seq_iterator_h iterator) {
 }
 
 qvo_seq_count_t min_count(qvo_seq_count_t a, qvo_seq_count_t b) { return b < a ? b : a; }
+
+int qvo_seq_check_tile(const qvo_seq_iterator_t* iterator) {
+    const size_t width = qvo::width_of_type(iterator->elem_type), size = iterator->tile_size;
+    if (width != 0 && iterator->elem_size != width) return QVO_SEQ_TILE_WIDTH;
+    if (size == 0) return QVO_SEQ_TILE_EMPTY;
+    if (!qvo::fits_its_width(iterator)) return QVO_SEQ_TILE_OVERFULL;
+    if (std::memchr(iterator->tile.u.arr_uint1 + (qvo::payload_bytes - size), 0, size) != nullptr)
+        return QVO_SEQ_TILE_RUN;
+    const qvo_seq_no_t next = iterator->next_seq_no, last = iterator->last_seq_no;
+    const bool beyond = last != ~qvo_seq_no_t{0} && next > last + 1;
+    return next < size || beyond ? QVO_SEQ_TILE_COUNTER : QVO_SEQ_TILE_OK;
+}
+
+const char* qvo_seq_code_text(QVO_RET code) {
+    switch (code) {
+        case QVO_S_OK:
+            return "success";
+        case QVO_S_CURSOR_END:
+            return "the sequence is exhausted";
+        case QVO_E_NOMEM:
+            return "no memory";
+        case QVO_E_UNSUPPORTED:
+            return "the operator has no meaning for this type";
+        case QVO_E_ILLEGAL_TYPE:
+            return "an operand has the wrong element type or width";
+        case QVO_E_ILLEGAL_PARAM:
+            return "a parameter is out of range";
+        case QVO_E_SEQ_OUT_OF_ORDER:
+            return "a position sequence goes backwards";
+        case QVO_E_SEQ_BOUNDED:
+            return "an operand already feeds another operator";
+        case QVO_E_SEQ_LENGTH_MISMATCH:
+            return "sequences differ in length";
+        case QVO_E_SEQ_NULL_VALUE:
+            return "a sequence holds a null";
+        case QVO_E_SEQ_NOT_ORDERED:
+            return "a sequence is not in order";
+        case QVO_ERR_SEQ:
+            return "an invariant of the protocol is broken";
+        default:
+            return "an unknown code";
+    }
+}
+
+QVO_RET qvo_seq_reset_ternary_iterator(qvo_seq_iterator_h iterator) {
+    if (const QVO_RET rc = qvo_seq_reset_binary_iterator(iterator); rc != QVO_S_OK) return rc;
+    return iterator->opd[2]->reset(iterator->opd[2]);
+}
 
 QVO_RET qvo_seq_reset_unary_agg_iterator(qvo_seq_iterator_h iterator) {
     qvo::clear_count(iterator);

@@ -153,5 +153,15 @@ TEST(ApproximateDistinct, OfGroupsRefusals) {
     EXPECT_EQ(qvo_seq_group_agg_approxdc(it.get(), values.get(), keys.get()), QVO_S_OK) << "the key is not checked";
 }
 
+TEST(Distinct, MergingAPartThatWasNeverComputedChangesNothing) {
+    Source values(t_int4{}, {{1}, {2}, {3}}), other(t_int4{}, {{4}});
+    Record part, never;
+    ASSERT_EQ(qvo_seq_agg_approxdc(part.get(), values.get()), QVO_S_OK);
+    ASSERT_EQ(qvo_seq_agg_approxdc(never.get(), other.get()), QVO_S_OK);
+    ASSERT_EQ(part->next(part.get()), QVO_S_OK);
+    EXPECT_EQ(part->merge(part.get(), never.get()), QVO_S_OK);
+    check_items<t_uint4>(tile_items<t_uint4>(part.it), {{3}});
+}
+
 }  // namespace
 }  // namespace test

@@ -13,9 +13,10 @@ void check_member(const char* name, Constructor construct, qvo_seq_iterator_next
     SCOPED_TRACE(name);
     for (const uint64_t interval : {uint64_t{0}, uint64_t{1}, uint64_t{2}, uint64_t{7}, uint64_t{600}, ~uint64_t{0}}) {
         SCOPED_TRACE("interval " + std::to_string(interval));
-        const Member member = unary_member(
+        Member member = unary_member(
             name, [=](qvo_seq_iterator_h it, qvo_seq_iterator_h input) { return construct(it, input, interval); }, next,
             QVO_DD_DOUBLE, 8, qvo_seq_reset_unary_agg_iterator);
+        member.checks_tiles = width_of(held) == 8;  // a narrow tile claims the width of a double
         check_positions(
             member, type, 8,
             [=] {
@@ -72,6 +73,16 @@ TEST(Grid, WorkedCases) {
     gives<t_double>(qvo_seq_grid_agg_sum_double, {{7, 4}}, 2, {{14}, {14}});
     gives<t_int4>(qvo_seq_grid_agg_var_samp_int4, {{1}, {3}, {9}}, 2, {{-6}, {0}});
     gives<t_double>(qvo_seq_grid_agg_sum_double, {}, 2, {});
+}
+
+TEST(Grid, AnAverageLeavesTheSumOfSquaresAlone) {
+    Source source(t_int4{}, {{3, 9}});
+    Record it;
+    ASSERT_EQ(qvo_seq_grid_agg_avg_int4(it.get(), source.get(), 2), QVO_S_OK);
+    const qvo_seq_agg_context_t before = *reinterpret_cast<qvo_seq_agg_context_t*>(it->context);
+    ASSERT_EQ(it->next(it.get()), QVO_S_OK);
+    const auto& after = *reinterpret_cast<qvo_seq_agg_context_t*>(it->context);
+    EXPECT_EQ(std::memcmp(&before.norm, &after.norm, sizeof after.norm), 0);
 }
 
 }  // namespace

@@ -53,6 +53,7 @@ inline Steps literal_group_next(size_t n_operands, const Model& model) {
                 }
                 const auto value = [&](size_t o) { return literal_number(it->opd[o], it->opd[o]->tile_offs); };
                 const Number v = value(0);
+                if (count == 0) group.stretches.clear();  // a step without positions has opened no group
                 group.stretches.push_back(
                     {v, n_operands == 3 ? value(1) : 0, bytes_of(it->opd[0]->elem_type, v), n, /*part=*/0});
                 count += n;
@@ -86,7 +87,10 @@ inline void check_group(Member member, uint8_t type, size_t n_operands, const Mo
         while (elements.size() < n_operands) elements.insert(elements.begin(), random_elements(random, type, n));
         m.operands.clear();
         for (Elements& e : elements) {
-            for (auto& item : e.items) item.run = (seed + seed / 6) % 2 == 1 ? 1 : item.run;
+            for (auto& item : e.items) {
+                item.run = (seed + seed / 6) % 2 == 1 ? 1 : item.run;
+                if (seed % 4 == 2 && random.chance(20)) item.run = 0;
+            }
             m.operands.push_back(operand(e));
         }
         return literal_group_next(n_operands, model);

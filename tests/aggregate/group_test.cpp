@@ -17,12 +17,8 @@ Number model_wavg(const Group& g) {
 
 void check_wavg(const char* name, decltype(qvo_seq_group_agg_wavg_int4)* construct, qvo_seq_iterator_next_t next,
                 uint8_t type, uint8_t result) {
-    Member member = group_member(name, nullptr, next, result);
-    member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) {
-        return construct(it, o[0], o[1], o[2]);
-    };
-    member.reset = qvo_seq_reset_ternary_agg_iterator;
-    member.own_refusals = false;
+    Member member = ternary_member(name, construct, next, result, width_of(result), qvo_seq_reset_ternary_agg_iterator);
+    member.aggregate = true;
     member.type_checked = {true, true, false};
     check_group(member, type, 3, model_wavg);
 }
@@ -139,6 +135,47 @@ TEST(Group, Count) {
             check_count(random_group_keys(random, random.between(4, 4000), uint8_t(type), size_t(width)),
                         {random_tile_sizes(random)});
     }
+}
+
+TEST(Group, AStepWithoutPositionsOpensNoGroup) {
+    using Times = Items<t_datetime>;
+    check_items<t_datetime>(
+        result_of<t_datetime>(qvo_seq_group_agg_avg_datetime, Times{{9, 0}, {4, 2}}, Items<t_int4>{{1, 0}, {2, 2}}),
+        {{4}});
+    check_items<t_uint4>(
+        result_of<t_uint4>(qvo_seq_group_agg_approxdc, Times{{9, 0}, {4, 2}}, Items<t_int4>{{1, 0}, {2, 2}}), {{1}});
+}
+
+// A key is as wide as its tile says, and that is known only when there is one.
+TEST(Group, KeysOfATextSource) {
+    const Items<t_int4> four{{1}, {2}, {3}, {4}};
+    const auto grouped = [&](ConstructBinary construct, const std::string& text, QVO_RET expected) {
+        Source values(t_int4{}, four);
+        TextSource keys(text);
+        Record it;
+        EXPECT_EQ(construct(it.get(), values.get(), keys.get()), QVO_S_OK);
+        EXPECT_EQ(it->next(it.get()), expected);
+        return expected == QVO_S_OK ? it->tile_size : 0U;
+    };
+    EXPECT_EQ(grouped(qvo_seq_group_agg_sum_int4, "{ab,ab,cd,cd", QVO_S_OK), 2U);
+    EXPECT_EQ(grouped(qvo_seq_group_agg_sum_int4, "{'','','',''}", QVO_S_OK), 1U);
+    EXPECT_EQ(grouped(qvo_seq_group_agg_approxdc, "{abcd,abcd,cdef,cdef", QVO_S_OK), 2U);
+    const std::string widest(208, 'x'), wide(209, 'x'), widest_short(40, 'x'), wide_short(41, 'x');
+    EXPECT_EQ(grouped(qvo_seq_group_agg_sum_int4, widest, QVO_S_OK), 1U);
+    grouped(qvo_seq_group_agg_sum_int4, wide, QVO_E_ILLEGAL_PARAM);
+    EXPECT_EQ(grouped(qvo_seq_group_agg_approxdc, widest_short, QVO_S_OK), 1U);
+    grouped(qvo_seq_group_agg_approxdc, wide_short, QVO_E_ILLEGAL_PARAM);
+
+    const auto counted = [](const std::string& text) {
+        TextSource keys(text);
+        Record it;
+        EXPECT_EQ(qvo_seq_group_agg_count(it.get(), keys.get()), QVO_S_OK);
+        const QVO_RET rc = it->next(it.get());
+        return rc == QVO_S_OK ? int{it->tile_size} : rc;
+    };
+    EXPECT_EQ(counted("{abc,abc,cde,abc"), 3);
+    EXPECT_EQ(counted("{abcd,abcd,abce"), 2);
+    EXPECT_EQ(counted(wide), int{QVO_E_ILLEGAL_PARAM});
 }
 
 }  // namespace

@@ -176,5 +176,63 @@ TEST(Hash, HashesOfElements) {
             });
 }
 
+TEST(Hash, RunsOfZeroMakeGroupsAllTheSame) {
+    const double inf = HUGE_VAL, nan = std::numeric_limits<double>::quiet_NaN();
+    const auto aggregate = [](const HashMember& member, const Elements& keys, const Elements& values) {
+        HashPart part({keys, values});
+        EXPECT_EQ(part.construct(member), QVO_S_OK);
+        return drain<t_number>(part.agg.get());
+    };
+    const Elements key = elements_of<t_int4>({{1, 5}}), none = elements_of<t_int4>({{1, 0}});
+    check_items<t_number>(aggregate(MEMBER_OF(max, int4, int4), key, elements_of<t_int4>({{7, 0}, {3, 5}})), {{7}});
+    check_items<t_number>(aggregate(MEMBER_OF(min, int4, int4), key, elements_of<t_int4>({{1, 0}, {3, 5}})), {{1}});
+    check_items<t_number>(aggregate(MEMBER_OF(sum, double, double), key, elements_of<t_double>({{inf, 0}, {3, 5}})),
+                          {{nan}});
+    check_items<t_number>(aggregate(MEMBER_OF(avg, datetime, datetime), none, elements_of<t_datetime>({{7, 0}})),
+                          {{0}});
+}
+
+TEST(Hash, AggregatesOfValuesNeedThem) {
+    Record agg, grp;
+    Source keys(t_int4{}, {{1}});
+    const qvo_seq_iterator_t before = agg.it;
+    for (const HashMember& member : {MEMBER_OF(max, int1, int1), MEMBER_OF(min, float, float), sum_member,
+                                     MEMBER_OF(avg, datetime, datetime), distinct_member})
+        EXPECT_EQ(member.construct(agg.get(), grp.get(), nullptr, keys.get(), 0), QVO_E_ILLEGAL_PARAM) << member.name;
+    EXPECT_TRUE(keys->bounded == 0 && std::memcmp(&before, &agg.it, sizeof before) == 0);
+}
+
+TEST(Hash, KeysOfATextSource) {
+    for (const bool wide : {false, true}) {
+        const std::string a = wide ? "twelve bytes" : "ab", b = wide ? "twelve more." : "cd";
+        TextSource keys("{" + a + "," + b + "," + a);
+        Source values(t_int4{}, {{1}, {2}, {3}});
+        Record agg, grp, count, unused;
+        ASSERT_EQ(qvo_seq_hash_agg_sum_int4(agg.get(), grp.get(), values.get(), keys.get(), 0), QVO_S_OK);
+        std::map<std::string, qvo_int8> sums;
+        const auto delivered = drain<t_int8>(agg.get());
+        const auto groups = drain_keys(grp.get());
+        ASSERT_EQ(groups.size(), delivered.size());
+        for (size_t i = 0; i < groups.size(); ++i) sums[groups[i]] = delivered[i].value;
+        EXPECT_EQ(sums, (std::map<std::string, qvo_int8>{{a, 4}, {b, 2}}));
+        qvo_seq_release_hash(agg.get());
+
+        ASSERT_EQ(keys->reset(keys.get()), QVO_S_OK);
+        keys->elem_size = 0;
+        TextSource more("{'" + a + "','x','" + a + "'}");
+        ASSERT_EQ(qvo_seq_hash_agg_distinct_count(count.get(), unused.get(), more.get(), keys.get(), 0, 0), QVO_S_OK);
+        EXPECT_EQ(drain<t_uint8>(count.get()).size(), 2U);
+        qvo_seq_release_hash(count.get());
+    }
+    // Keys that become wider on the way would be other keys.
+    std::string text(3 * 130, ',');
+    for (size_t i = 0; i < 130; ++i) text[3 * i] = text[3 * i + 1] = '\'';
+    TextSource keys(text + "late");
+    Record agg, grp;
+    ASSERT_EQ(qvo_seq_hash_agg_count(agg.get(), grp.get(), keys.get(), 0), QVO_S_OK);
+    EXPECT_EQ(agg->next(agg.get()), QVO_E_ILLEGAL_TYPE);
+    qvo_seq_release_hash(agg.get());
+}
+
 }  // namespace
 }  // namespace test

@@ -250,5 +250,18 @@ TEST(Whole, AFailureDropsTheSumsAndIsRetriedUnlessPrepared) {
     }
 }
 
+// Run bytes of 0, as the library's own parsers leave them in a cleared record: elements without positions.
+TEST(Whole, RunsOfZero) {
+    const auto agg = [](ConstructUnary construct, const Items<t_int4>& items) {
+        return drained<t_int4>(construct, Source(t_int4{}, items, {{1}}).get());
+    };
+    check_items<t_int4>(agg(qvo_seq_agg_min_max_int4, {{5, 0}, {3, 0}}), {{3}, {5}});
+    check_items<t_int4>(agg(qvo_seq_agg_max_int4, {{5, 0}, {3, 1}}), {{5}});
+    check_items<t_int4>(agg(qvo_seq_agg_max_int4, {{5, 0}, {3, 0}}), {});
+    check_items<t_double>(
+        drained<t_double>(qvo_seq_agg_sum_double, Source(t_double{}, {{HUGE_VAL, 0}, {3, 1}}, {{1}}).get()),
+        {{std::numeric_limits<double>::quiet_NaN()}});
+}
+
 }  // namespace
 }  // namespace test

@@ -156,6 +156,36 @@ TEST(Access, RefusesOtherTypesAndBoundIteratorsAndStopsOnEmptyTiles) {
     }
 }
 
+TEST(Access, ATextSourceHasAWidthOnceThereIsATile) {
+    char value[3] = {}, values[9] = {};
+    TextSource one("{abc,de}"), many("{abc,de}"), nullable("{abc,de}");
+    EXPECT_EQ(qvo_seq_next_char(one.get(), value), QVO_S_OK);
+    EXPECT_EQ(std::string(value, 3), "abc");
+    qvo_size_t count = 3;
+    EXPECT_EQ(qvo_seq_get_char(many.get(), values, &count), QVO_S_OK);
+    EXPECT_EQ(count, 2U);
+    EXPECT_EQ(std::string(values, 6), std::string("abcde}", 6));
+    qvo_bitmap_word_t nulls;
+    std::memset(values, 0, sizeof values);
+    EXPECT_EQ(qvo_seq_get_nullable_char(nullable.get(), values, &count, &nulls), QVO_S_OK);
+    EXPECT_EQ(std::string(values, 6), std::string("abcde}", 6));
+}
+
+TEST(Access, ArraysNeedNotBeAligned) {
+    alignas(8) char from[17] = "", to[17] = "";
+    for (unsigned i = 0; i < sizeof from; ++i) from[i] = static_cast<char>(i);
+    Record it;
+    ASSERT_EQ(qvo_seq_unget_char(it.get(), from + 1, 2, 8), QVO_S_OK);
+    qvo_size_t count = 2;
+    EXPECT_EQ(qvo_seq_get_char(it.get(), to + 1, &count), QVO_S_OK);
+    EXPECT_EQ(std::memcmp(from + 1, to + 1, 16), 0);
+    ASSERT_EQ(qvo_seq_const_char(it.get(), nullptr, 0), QVO_S_OK);
+    EXPECT_EQ(it->next(it.get()), QVO_S_OK);
+    ASSERT_EQ(qvo_seq_unget_int4(it.get(), nullptr, 0), QVO_S_OK);
+    count = 0;
+    EXPECT_EQ(qvo_seq_get_nullable_int4(it.get(), nullptr, &count, nullptr), QVO_S_OK);
+}
+
 TEST(Access, AShortCountMeansTheEnd) {
     Source source(t_int4{}, {{7, 3}, {8, 1}});
     std::vector<qvo_int4> values(10);

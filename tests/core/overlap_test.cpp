@@ -8,6 +8,7 @@ namespace {
 void check_subtraction(const Items<t_uint2>& left, const Items<t_uint2>& right, const std::vector<Script>& scripts,
                        const std::function<void(const Member::Operands&)>& before = nullptr) {
     Member member = binary_member(MEMBER(qvo_seq_sub_uint2), QVO_DD_UINT2, 2);
+    member.checks_tiles = before != nullptr;  // without, runs of 0 are among them
     member.operands = {operand<t_uint2>(left), operand<t_uint2>(right)};
     member.before = before;
     const auto difference = [](qvo_seq_iterator_h it) {

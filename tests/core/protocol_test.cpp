@@ -79,6 +79,49 @@ TEST(Helpers, MinCountIsUnsigned) {
     EXPECT_EQ(min_count(~qvo_seq_count_t{0}, 1), 1U);
 }
 
+TEST(Helpers, MemoryServicesTakeNullForNoBytes) {
+    qvo_memnull(nullptr, 0);
+    qvo_memmove(nullptr, nullptr, 0);
+    EXPECT_EQ(qvo_memcmp(nullptr, nullptr, 0), 0);
+}
+
+TEST(Helpers, CodesHaveTextsOfTheirOwn) {
+    const std::string unknown = qvo_seq_code_text(12345);
+    std::vector<std::string> texts{unknown};
+    for (const QVO_RET code : {QVO_S_OK, QVO_S_CURSOR_END, QVO_E_NOMEM, QVO_E_UNSUPPORTED, QVO_E_ILLEGAL_TYPE,
+                               QVO_E_ILLEGAL_PARAM, QVO_E_SEQ_OUT_OF_ORDER, QVO_E_SEQ_BOUNDED,
+                               QVO_E_SEQ_LENGTH_MISMATCH, QVO_E_SEQ_NULL_VALUE, QVO_E_SEQ_NOT_ORDERED, QVO_ERR_SEQ}) {
+        for (const std::string& other : texts) EXPECT_NE(qvo_seq_code_text(code), other) << code;
+        texts.push_back(qvo_seq_code_text(code));
+    }
+}
+
+TEST(Helpers, CheckTileFindsWhatIsWrong) {
+    using Break = void (*)(qvo_seq_iterator_t&);
+    const std::pair<int, Break> cases[] = {
+        {QVO_SEQ_TILE_OK, [](auto&) {}},
+        {QVO_SEQ_TILE_OK, [](auto& it) { it.last_seq_no = 204; }},
+        {QVO_SEQ_TILE_OK, [](auto& it) { it.next_seq_no = 819; }},
+        {QVO_SEQ_TILE_OK, [](auto& it) { it.elem_type = QVO_DD_CHAR, it.elem_size = 3; }},
+        {QVO_SEQ_TILE_WIDTH, [](auto& it) { it.elem_size = 8; }},
+        {QVO_SEQ_TILE_EMPTY, [](auto& it) { it.tile_size = 0; }},
+        {QVO_SEQ_TILE_OVERFULL, [](auto& it) { it.tile_size = 820; }},
+        {QVO_SEQ_TILE_OVERFULL, [](auto& it) { it.elem_type = QVO_DD_CHAR, it.elem_size = 5; }},
+        {QVO_SEQ_TILE_RUN, [](auto& it) { it.tile.u.arr_uint1[4095] = 0; }},
+        {QVO_SEQ_TILE_RUN, [](auto& it) { it.tile.u.arr_uint1[4096 - 819] = 0; }},
+        {QVO_SEQ_TILE_COUNTER, [](auto& it) { it.next_seq_no = 818; }},
+        {QVO_SEQ_TILE_COUNTER, [](auto& it) { it.last_seq_no = 208843; }},
+    };
+    Record it;
+    for (const auto& [expected, breaks] : cases) {
+        ASSERT_EQ(qvo_seq_const_int4(it.get(), 0), QVO_S_OK);  // 819 elements, 208845 positions
+        ASSERT_EQ(it->next(it.get()), QVO_S_OK);
+        if (&breaks == &cases[1].second) it->next_seq_no = 205, it->tile_size = 200;
+        breaks(it.it);
+        EXPECT_EQ(qvo_seq_check_tile(it.get()), expected) << "case " << (&breaks - &cases[0].second);
+    }
+}
+
 TEST(Helpers, PrepareMarksWhateverCameOfIt) {
     for (const QVO_RET code : {QVO_RET{QVO_S_OK}, QVO_RET{QVO_S_CURSOR_END}, 4711}) {
         Source source(t_int4{}, {{1}}, {{}, code == QVO_S_OK ? SIZE_MAX : 0, code, QVO_S_OK});
@@ -125,6 +168,12 @@ TEST(Resets, RewindTheIteratorThenItsOperandsUpToTheFirstFailure) {
         check_reset(binary[aggregate], {7, 8}, 7, 1, aggregate);
         check_reset(binary[aggregate], {0, 8}, 8, 2, aggregate);
     }
+}
+
+TEST(Resets, OfThreeOperands) {
+    check_reset(qvo_seq_reset_ternary_iterator, {0, 0, 0}, QVO_S_OK, 3, false);
+    check_reset(qvo_seq_reset_ternary_iterator, {0, 7, 8}, 7, 2, false);
+    check_reset(qvo_seq_reset_ternary_iterator, {0, 0, 8}, 8, 3, false);
 }
 
 TEST(Resets, TheTernaryOneRewindsItsOperandsFirst_deliberate) {

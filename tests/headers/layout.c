@@ -43,6 +43,13 @@ AT(qvo_seq_agg_context_t, count, 8);
 AT(qvo_seq_agg_context_t, accumulator, 16);
 AT(qvo_seq_agg_context_t, norm, 48);
 AT(qvo_seq_agg_context_t, history, 56);
+AT(qvo_seq_thin_context_t, curr_pos, 16);
+AT(qvo_seq_filter_pos_context_t, curr_pos, 8);
+AT(qvo_seq_meta_iterator_context_t, pos_kind, 8);
+AT(qvo_seq_union_context_t, order, 8);
+AT(qvo_seq_cross_context_t, n_zeros, 16);
+AT(qvo_seq_extrema_int1_context_t, pos, 16);
+AT(qvo_seq_extrema_double_context_t, prev_val, 8);
 _Static_assert(sizeof(qvo_seq_agg_context_t) <= sizeof(((qvo_seq_iterator_t*)0)->context), "fits the context");
 #endif
 

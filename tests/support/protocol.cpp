@@ -1,5 +1,7 @@
 #include "support/protocol.h"
 
+#include <algorithm>
+
 #include "support/number.h"
 
 namespace test {
@@ -26,7 +28,7 @@ struct Bench {
 };
 
 /// All tiles of an iterator, as bytes.
-std::vector<std::string> tiles_of(qvo_seq_iterator_h it, size_t most = SIZE_MAX) {
+std::vector<std::string> tiles_of(const Member& member, qvo_seq_iterator_h it, size_t most = SIZE_MAX) {
     std::vector<std::string> tiles;
     while (tiles.size() < most) {
         const QVO_RET rc = it->next(it);
@@ -36,7 +38,7 @@ std::vector<std::string> tiles_of(qvo_seq_iterator_h it, size_t most = SIZE_MAX)
         }
         const char* payload = it->tile.u.arr_char;
         const size_t n = it->tile_size;
-        EXPECT_TRUE(n >= 1 && n <= capacity_of(it->elem_size));
+        EXPECT_TRUE(qvo_seq_check_tile(it) == QVO_SEQ_TILE_OK || !member.checks_tiles);
         tiles.push_back(std::string(payload, n * it->elem_size) +
                         std::string(payload + sizeof(qvo_seq_payload_t) - n, n));
         it->tile_offs = 0;
@@ -94,8 +96,11 @@ void check_end_and_reset(const Member& member) {
     ASSERT_EQ(member.construct(bench.result.get(), bench.handles), QVO_S_OK);
     const qvo_seq_iterator_h it = bench.result.get();
     const size_t most = member.endless ? 3 : SIZE_MAX;
-    const auto tiles = tiles_of(it, most);
+    for (qvo_seq_iterator_h operand : bench.handles) operand->tile_offs = UINT16_MAX;
+    const auto tiles = tiles_of(member, it, most);
     EXPECT_FALSE(tiles.empty());
+    for (const auto& source : bench.sources)
+        EXPECT_EQ(source->n_next() == 0, source->get()->tile_offs == UINT16_MAX) << "who pulls sets tile_offs back";
     const std::string tile(it->tile.u.arr_char, sizeof it->tile.u);
     const uint16_t tile_size = it->tile_size;
     EXPECT_EQ(it->next(it), member.endless ? QVO_S_OK : QVO_S_CURSOR_END) << "the end must last";
@@ -105,9 +110,9 @@ void check_end_and_reset(const Member& member) {
     ASSERT_EQ(it->reset(it), QVO_S_OK);
     for (const auto& source : bench.sources) EXPECT_GE(source->n_reset(), 1U);
     EXPECT_TRUE(it->tile_size == 0 && it->tile_offs == 0 && it->rle_offs == 0 && it->next_seq_no == 0);
-    EXPECT_EQ(tiles_of(it, 1).size(), 1U);
+    EXPECT_EQ(tiles_of(member, it, 1).size(), 1U);
     ASSERT_EQ(it->reset(it), QVO_S_OK);
-    EXPECT_EQ(tiles_of(it, most), tiles) << "after a reset in mid-stream";
+    EXPECT_EQ(tiles_of(member, it, most), tiles) << "after a reset in mid-stream";
     for (size_t i = 0; i < bench.sources.size(); ++i) {
         ASSERT_EQ(it->reset(it), QVO_S_OK);
         bench.sources[i]->set_script({{}, SIZE_MAX, QVO_S_OK, 4712});
@@ -138,16 +143,17 @@ void check_stops(const Member& member) {
             EXPECT_EQ(failing.result->next(failing.result.get()), QVO_S_CURSOR_END) << "nothing was prepared";
         }
 
-        if (!flag(member.stops_on_empty, i)) continue;
-        for (const bool tracing : {false, true}) {
-            scripts[i] = {{}, 0, QVO_S_OK, QVO_S_OK};
-            Bench empty(member, scripts);
-            ASSERT_EQ(member.construct(empty.result.get(), empty.handles), QVO_S_OK);
-            const Stop stop = catch_stop([&] { pull_to_stop(empty.result.get()); }, tracing);
-            EXPECT_TRUE(stop.stopped) << "an empty tile of operand " << i;
+        for (const bool overfull : {false, true}) {
+            if (!overfull && !flag(member.stops_on_empty, i)) continue;
+            const bool tracing = overfull == (i % 2 == 0);
+            scripts[i] = overfull ? Script{{}, SIZE_MAX, QVO_S_OK, QVO_S_OK, true} : Script{{}, 0, QVO_S_OK, QVO_S_OK};
+            Bench broken(member, scripts);
+            ASSERT_EQ(member.construct(broken.result.get(), broken.handles), QVO_S_OK);
+            const Stop stop = catch_stop([&] { pull_to_stop(broken.result.get()); }, tracing);
+            EXPECT_TRUE(stop.stopped) << (overfull ? "an overfull" : "an empty") << " tile of operand " << i;
             EXPECT_EQ(stop.code, QVO_ERR_SEQ);
             EXPECT_GT(stop.line, 0);
-            EXPECT_NE(stop.file.find("qvoseqrle/"), std::string::npos) << stop.file;
+            EXPECT_NE(stop.file.find(member.source), std::string::npos) << stop.file;
             EXPECT_EQ(stop.traces, tracing);
         }
     }
@@ -200,6 +206,15 @@ Member binary_member(std::string name, const std::function<std::remove_pointer_t
     return member;
 }
 
+Member ternary_member(std::string name, ConstructTernary construct, qvo_seq_iterator_next_t next, uint8_t type,
+                      size_t width, qvo_seq_iterator_reset_t reset) {
+    Member member = unary_member(std::move(name), nullptr, next, type, width, reset);
+    member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) {
+        return construct(it, o[0], o[1], o[2]);
+    };
+    return member;
+}
+
 void check_protocol(const Member& member) {
     SCOPED_TRACE(member.name);
     if (!member.own_refusals) check_refusals(member);
@@ -242,6 +257,9 @@ void check_steps(const Member& member, const Steps& literal, const std::vector<S
         const std::string what = member.name + ", call " + std::to_string(call);
         const QVO_RET rc = actual.result->next(actual.result.get());
         ASSERT_EQ(rc, literal(expected.result.get())) << what;
+        if (rc == QVO_S_OK && member.checks_tiles) {
+            EXPECT_EQ(qvo_seq_check_tile(actual.result.get()), QVO_SEQ_TILE_OK) << what;
+        }
         expect_same_record(actual.result.it, expected.result.it, what);
         for (size_t i = 0; i < actual.handles.size(); ++i) {
             const std::string operand_text = what + ", operand " + std::to_string(i);
@@ -314,18 +332,18 @@ QVO_RET literal_elements_next(qvo_seq_iterator_h it, const std::function<void(si
     return literal_end(it, i, rc);
 }
 
-QVO_RET literal_overlap_next(qvo_seq_iterator_h it, const std::function<bool(size_t i)>& element) {
-    const qvo_seq_iterator_h a = it->opd[0], b = it->opd[1];
+QVO_RET literal_overlap_next(qvo_seq_iterator_h it, const std::function<bool(size_t i)>& element, size_t n_operands) {
     size_t i = 0;
     QVO_RET rc = QVO_S_OK;
-    while (i < capacity_of(it->elem_size) && literal_refill(a, i, &rc) && literal_refill(b, i, &rc)) {
-        const unsigned run = std::min(literal_run_left(a), literal_run_left(b));
+    const auto refill = [&](qvo_seq_iterator_h operand) { return literal_refill(operand, i, &rc); };
+    while (i < capacity_of(it->elem_size) && std::all_of(it->opd, it->opd + n_operands, refill)) {
+        unsigned run = 255;
+        for (size_t k = 0; k < n_operands; ++k) run = std::min(run, literal_run_left(it->opd[k]));
         if (element(i)) {
             literal_put_run(it, i++, run);
             it->next_seq_no += run;
         }
-        literal_take(a, run);
-        literal_take(b, run);
+        for (size_t k = 0; k < n_operands; ++k) literal_take(it->opd[k], run);
     }
     return literal_end(it, i, rc);
 }
@@ -349,13 +367,17 @@ void check_random(Member member, unsigned seeds, const std::function<Steps(Rando
     }
 }
 
-void check_binary(Member member, const DrawOperand& draw_left, const DrawOperand& draw_right,
-                  const std::function<void(qvo_seq_iterator_h it, size_t i)>& element) {
-    check_random(std::move(member), 12, [&](Random& random, unsigned seed, Member& m) {
+void check_overlaps(Member member, const std::vector<DrawOperand>& draw,
+                    const std::function<void(qvo_seq_iterator_h it, size_t i)>& element, unsigned seeds) {
+    check_random(std::move(member), seeds, [&](Random& random, unsigned seed, Member& m) {
         const unsigned n = seed % 4 == 0 ? 5 : random.between(4, 3000);
-        m.operands = {draw_left(random, n), draw_right(random, random.chance(50) ? n : random.between(4, 3000))};
+        m.operands.clear();
+        for (const DrawOperand& operand : draw)
+            m.operands.push_back(
+                operand(random, m.operands.empty() || random.chance(50) ? n : random.between(4, 3000)));
         return [&](qvo_seq_iterator_h it) {
-            return literal_overlap_next(it, [&](size_t i) { return element(it, i), true; });
+            return literal_overlap_next(
+                it, [&](size_t i) { return element(it, i), true; }, draw.size());
         };
     });
 }

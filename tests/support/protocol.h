@@ -29,13 +29,15 @@ struct Member {
     qvo_seq_iterator_reset_t reset = nullptr;
     qvo_seq_iterator_prepare_t prepare = nullptr;
     qvo_seq_iterator_merge_t merge = nullptr;
-    bool aggregate = false;            // sets `prepared` to 0
-    bool passes_errors = true;         // returns the errors of its operands
-    bool own_refusals = false;         // checks its operands in another way, which has tests of its own
-    bool endless = false;              // never ends, whatever its operands do
-    std::vector<bool> type_checked;    // per operand; none: all
-    std::vector<bool> bound;           // per operand, whether it is checked and marked; none: all
-    std::vector<bool> stops_on_empty;  // per operand, whether an empty tile is the fatal stop; none: all
+    bool aggregate = false;             // sets `prepared` to 0
+    bool passes_errors = true;          // returns the errors of its operands
+    bool own_refusals = false;          // checks its operands in another way, which has tests of its own
+    bool endless = false;               // never ends, whatever its operands do
+    bool checks_tiles = true;           // every tile is one that qvo_seq_check_tile accepts
+    std::string source = "qvoseqrle/";  // where a stop says that it is
+    std::vector<bool> type_checked;     // per operand; none: all
+    std::vector<bool> bound;            // per operand, whether it is checked and marked; none: all
+    std::vector<bool> stops_on_empty;   // per operand, whether an empty tile is the fatal stop; none: all
 
     std::function<void(const Operands&)>
         before;  // for steps: reads from the operands first, so that they start in mid-tile
@@ -44,6 +46,9 @@ struct Member {
 // Members by their name, constructor and `next`; the constructor has got its parameters.
 using ConstructUnary = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h);
 using ConstructBinary = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_seq_iterator_h);
+using ConstructTernary = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_seq_iterator_h);
+Member ternary_member(std::string name, ConstructTernary construct, qvo_seq_iterator_next_t next, uint8_t type,
+                      size_t width, qvo_seq_iterator_reset_t reset = qvo_seq_reset_ternary_iterator);
 Member unary_member(std::string name, const std::function<std::remove_pointer_t<ConstructUnary>>& construct,
                     qvo_seq_iterator_next_t next, uint8_t type, size_t width,
                     qvo_seq_iterator_reset_t reset = qvo_seq_reset_unary_iterator);
@@ -128,16 +133,21 @@ QVO_RET literal_selected_next(qvo_seq_iterator_h it, const std::function<bool(si
 /// The one-operand element-wise `next`; element(i, k) writes result element i from operand element k.
 QVO_RET literal_elements_next(qvo_seq_iterator_h it, const std::function<void(size_t i, size_t k)>& element);
 
-/// The `next` of two operands that delivers for some of their overlaps: element(i) writes result element i from the
+/// The `next` of several operands that delivers for some of their overlaps: element(i) writes result element i from the
 /// operands' current elements and says whether it did.
-QVO_RET literal_overlap_next(qvo_seq_iterator_h it, const std::function<bool(size_t i)>& element);
+QVO_RET literal_overlap_next(qvo_seq_iterator_h it, const std::function<bool(size_t i)>& element,
+                             size_t n_operands = 2);
 
 /// Draws an operand of `n` random elements.
 using DrawOperand = std::function<MakeSource(Random&, size_t n)>;
 
 /// Checks the member over random operands; element(it, i) writes each result element.
-void check_binary(Member member, const DrawOperand& draw_left, const DrawOperand& draw_right,
-                  const std::function<void(qvo_seq_iterator_h it, size_t i)>& element);
+void check_overlaps(Member member, const std::vector<DrawOperand>& draw,
+                    const std::function<void(qvo_seq_iterator_h it, size_t i)>& element, unsigned seeds = 12);
+inline void check_binary(Member member, const DrawOperand& draw_left, const DrawOperand& draw_right,
+                         const std::function<void(qvo_seq_iterator_h it, size_t i)>& element) {
+    check_overlaps(std::move(member), {draw_left, draw_right}, element);
+}
 
 /// The same for a member of fixed types, against a model of its values, over all values or those of draw_right.
 template <class V> V draw_value(Random& random) { return random.value<V>(); }

@@ -126,7 +126,7 @@ QVO_RET Source::next() {
         payload[sizeof(qvo_seq_payload_t) - 1 - i] = runs_[at_ + i];
         it_.next_seq_no += runs_[at_ + i];
     }
-    it_.tile_size = static_cast<uint16_t>(n);
+    it_.tile_size = static_cast<uint16_t>(script_.overfull ? capacity_of(it_.elem_size) + 1 : n);
     at_ += n;
     return QVO_S_OK;
 }
@@ -176,8 +176,7 @@ template <class T> Items<T> drain(qvo_seq_iterator_h it) {
             EXPECT_EQ(it->tile_size, before.tile_size);
             break;
         }
-        EXPECT_GE(it->tile_size, 1);
-        EXPECT_LE(it->tile_size, capacity_of(it->elem_size));
+        EXPECT_EQ(qvo_seq_check_tile(it), QVO_SEQ_TILE_OK);
         uint64_t positions = 0;
         for (Item<T>& item : tile_items<T>(*it)) {
             positions += item.run;

@@ -13,6 +13,7 @@ struct Script {
     size_t stop_at = SIZE_MAX;       // before this element, `next` returns stop_code instead
     QVO_RET stop_code = QVO_S_OK;    // QVO_S_OK: success with an empty tile, which no source may do
     QVO_RET reset_code = QVO_S_OK;   // what `reset` returns
+    bool overfull = false;           // the first tile claims more elements than one can hold, which no source may do
 };
 
 /// An iterator over given elements, with any runs and tile sizes, that counts how it is used.
@@ -59,6 +60,16 @@ struct Record {
     Record(const Record&) = delete;
     qvo_seq_iterator_h get() { return &it; }
     qvo_seq_iterator_t* operator->() { return &it; }
+};
+
+/// A text source that learns its width from its first string, with runs of 1.
+struct TextSource : Record {
+    const std::string text;
+
+    explicit TextSource(std::string literal) : text(std::move(literal)) {
+        std::memset(it.tile.u.arr_char, 1, sizeof it.tile.u);
+        EXPECT_EQ(qvo_seq_parse_char(get(), text.c_str(), 0), QVO_S_OK);
+    }
 };
 
 inline size_t capacity_of(size_t width) { return sizeof(qvo_seq_payload_t) / (width + 1); }

@@ -4,7 +4,7 @@
 namespace test {
 namespace {
 
-using Construct = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_seq_iterator_h);
+using Construct = ConstructTernary;
 
 bool refill_three(qvo_seq_iterator_h it, size_t i, QVO_RET* rc) {
     return literal_refill(it->opd[0], i, rc) && literal_refill(it->opd[1], i, rc) && literal_refill(it->opd[2], i, rc);
@@ -65,10 +65,7 @@ std::vector<MakeSource> draw_operands(const AnyType& type, Random& random, unsig
 
 void check_choice(const AnyType& type, const char* name, Construct construct, qvo_seq_iterator_next_t next,
                   qvo_seq_iterator_reset_t reset, const Steps& literal) {
-    Member member = unary_member(name, nullptr, next, type.code, type.width, reset);
-    member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) {
-        return construct(it, o[0], o[1], o[2]);
-    };
+    const Member member = ternary_member(name, construct, next, type.code, type.width, reset);
     const auto draw = [&](Random& random, unsigned seed, Member& m) {
         m.operands = draw_operands(type, random, (seed + 1) % 6);
         return literal;

@@ -7,6 +7,7 @@ namespace {
 QVO_RET literal_copy_tile(qvo_seq_iterator_h it, qvo_seq_iterator_h from) {
     const QVO_RET rc = from->next(from);
     if (rc != QVO_S_OK) return rc;
+    from->tile_offs = 0;
     for (size_t i = 0; i < from->tile_size; ++i) {
         literal_copy(it, i, from, i);
         literal_put_run(it, i, literal_run(from, i));

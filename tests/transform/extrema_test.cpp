@@ -72,6 +72,16 @@ TEST(Extrema, PlateausCountAtTheirLastPosition) {
     EXPECT_EQ(positions({{1}, {NAN}, {2}, {1}}, 0), (std::vector<uint64_t>{})) << "a NaN neither rises nor falls";
 }
 
+TEST(Extrema, PlateausAmidALongRise) {
+    for (const unsigned plateau : {7, 8, 9, 16}) {
+        Items<t_double> items;
+        for (int i = 0; i < 17; ++i) items.push_back({double(i)});
+        for (unsigned i = 0; i < plateau; ++i) items.push_back({16});
+        items.push_back({3});
+        EXPECT_EQ(positions(items, 0), (std::vector<uint64_t>{16 + plateau}));
+    }
+}
+
 TEST(Extrema, TheParameterFiltersAllExtrema_deliberate) {
     const Items<t_double> items{{1}, {3}, {3}, {2}, {5}, {4}};
     EXPECT_EQ(positions(items, 1), (std::vector<uint64_t>{2, 4}));

@@ -26,13 +26,15 @@ template <class V> QVO_RET literal_histogram(qvo_seq_iterator_h it, V low, V hig
     if (it->next_seq_no != 0) return QVO_S_CURSOR_END;
     for (size_t i = 0; i < n; ++i) literal_put<uint64_t>(it, i, 0);
     QVO_RET rc;
-    while ((rc = input->next(input)) == QVO_S_OK)
+    while ((rc = input->next(input)) == QVO_S_OK) {
+        input->tile_offs = 0;
         for (size_t i = 0; i < input->tile_size; ++i) {
             const V v = literal_value<V>(input, i);
             if (v < low || v >= high) return QVO_E_ILLEGAL_PARAM;
             const uint64_t k = interval(v, low, high, n);
             literal_put<uint64_t>(it, k, literal_value<uint64_t>(it, k) + literal_run(input, i));
         }
+    }
     for (size_t i = 0; i < n; ++i) literal_put_run(it, i, 1);
     it->tile_size = static_cast<uint16_t>(n);
     it->next_seq_no = n;
@@ -124,6 +126,14 @@ TEST(Histogram, ValuesOutsideAndErrorsOfTheInput) {
     EXPECT_EQ(it->next(it.get()), 4711);
     check_items<t_uint8>(tile_items<t_uint8>(it.it), {{2}, {0}, {0}, {0}, {0}});
     EXPECT_EQ(it->next(it.get()), QVO_S_CURSOR_END);
+}
+
+TEST(Histogram, RefusesLimitsThatAreNoNumbers) {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    Source source(t_double{}, {{1}});
+    Record it;
+    for (const auto& [low, high] : {std::pair(nan, 1.0), {0.0, nan}, {nan, nan}})
+        EXPECT_EQ(qvo_seq_histogram_double(it.get(), source.get(), low, high, 3), QVO_E_ILLEGAL_PARAM);
 }
 
 }  // namespace

@@ -11,11 +11,13 @@ template <class V> QVO_RET literal_norm(qvo_seq_iterator_h it) {
     if (it->next_seq_no == 0) {
         QVO_RET rc;
         while ((rc = input->next(input)) == QVO_S_OK) {
+            input->tile_offs = 0;
+            double sum = 0;
             for (size_t i = 0; i < input->tile_size; ++i) {
                 const double value = static_cast<double>(literal_value<V>(input, i));
-                norm += literal_run(input, i) * (value * value);
+                sum += literal_run(input, i) * (value * value);
             }
-            norm = std::sqrt(norm);
+            norm = std::sqrt(norm + sum);
             std::memcpy(it->context, &norm, sizeof norm);
         }
         if (rc != QVO_S_CURSOR_END) return rc;

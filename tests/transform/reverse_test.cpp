@@ -98,5 +98,13 @@ TEST(Reverse, AnInputThatShrinksIsASuccessWithoutATile_deliberate) {
     EXPECT_EQ(source->bounded, 1);
 }
 
+TEST(Reverse, HasNoBufferBeforeTheFirstCall) {
+    Source source(t_int4{}, {{1}});
+    Record it;
+    it->owned_buf = 1;  // over a buffer that is none
+    ASSERT_EQ(qvo_seq_reverse_int4(it.get(), source.get()), QVO_S_OK);
+    qvo_seq_free_buffer(it.get());
+}
+
 }  // namespace
 }  // namespace test

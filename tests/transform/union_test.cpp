@@ -95,5 +95,10 @@ TEST(Union, WorkedCases) {
     }
 }
 
+TEST(Union, AnyOtherOrderIsAscending) {
+    Source left(t_int4{}, {{1}, {3}}), right(t_int4{}, {{2}, {3}});
+    check_items<t_int4>(drained<t_int4>(qvo_seq_union_int4, left.get(), right.get(), 77), {{1}, {2}, {3}});
+}
+
 }  // namespace
 }  // namespace test

@@ -13,7 +13,7 @@ using Context = qvo_seq_agg_context_t;
 /// Results from the values of a call; `counted` is next_seq_no before the first of them, and 0 at the very start.
 using Loop = void (*)(qvo_seq_iterator_h it, const void* values, size_t n, uint64_t counted);
 
-QVO_RET cumulative_next(qvo_seq_iterator_h it, Loop loop, Where where) {
+QVO_RET cumulative_next(qvo_seq_iterator_h it, size_t width, Loop loop, Where where) {
     const qvo_seq_iterator_h input = it->opd[0];
     const uint64_t counted = it->next_seq_no;
     Positions values;
@@ -21,20 +21,16 @@ QVO_RET cumulative_next(qvo_seq_iterator_h it, Loop loop, Where where) {
     const bool in_tile = counted == 0 && input->tile_offs < input->tile_size;
     uint64_t first;
     std::memcpy(&first, values_of<uint8_t>(input), sizeof first);
-    uint64_t n;
-    const QVO_RET rc = run_positions(it, values, &n, where, [&] {
-        if (in_tile) std::memcpy(values, &first, input->elem_size);
+    const QVO_RET rc = run_positions(it, values, width, Counted::at_once, where, [&](size_t n) {
+        if (in_tile) std::memcpy(values, &first, width);
         loop(it, values, n, counted);
     });
-    it->next_seq_no += n;
-    if (rc != QVO_S_OK) return rc;
-    it->next_seq_no += n;
-    it->tile_size = static_cast<uint16_t>(n);
-    return QVO_S_OK;
+    if (rc == QVO_S_OK) it->next_seq_no += it->tile_size;
+    return rc;
 }
 
 /// A sum, product or extreme: Op folds a value into the accumulator of A.
-template <class V, class A, class Op> struct Fold {
+template <class V, class A, class Op> struct PrefixFold {
     static void run(qvo_seq_iterator_h it, const void* erased, size_t n, uint64_t counted) {
         const V* values = static_cast<const V*>(erased);
         A* __restrict out = values_of<A>(it);
@@ -66,7 +62,7 @@ template <class V> struct RunningAverage {
 };
 
 /// Variances and deviations, computed in double and delivered as R; the first result is 0.
-template <class V, class R, class Formula> struct Spread {
+template <class V, class R, class Formula> struct PrefixSpread {
     static void run(qvo_seq_iterator_h it, const void* erased, size_t n, uint64_t counted) {
         const V* values = static_cast<const V*>(erased);
         R* __restrict out = values_of<R>(it);
@@ -95,22 +91,24 @@ template <class Sum> using SumOf = std::conditional_t<std::is_same_v<Sum, elem_d
 
 #define DEFINE(name, Element, Result, ...)                                                 \
     extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h it) {                        \
-        return cumulative_next(it, __VA_ARGS__::run, Where::here());                       \
+        return cumulative_next(it, Element::width, __VA_ARGS__::run, Where::here());       \
     }                                                                                      \
     extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input) { \
         return construct_unary<Element, Result>(result, input, name##_next);               \
     }
-#define STAMP(type, sum, avg)                                                                                          \
-    DEFINE(qvo_seq_cum_agg_sum_##type, elem_##type, SumOf<elem_##sum>,                                                 \
-           Fold<qvo_##type, SumOf<elem_##sum>::value, Add>)                                                            \
-    DEFINE(qvo_seq_cum_agg_avg_##type, elem_##type, elem_double, RunningAverage<qvo_##type>)                           \
-    DEFINE(qvo_seq_cum_agg_var_##type, elem_##type, elem_##sum, Spread<qvo_##type, qvo_##sum, Variance>)               \
-    DEFINE(qvo_seq_cum_agg_var_samp_##type, elem_##type, elem_##sum, Spread<qvo_##type, qvo_##sum, Sample<Variance>>)  \
-    DEFINE(qvo_seq_cum_agg_dev_##type, elem_##type, elem_##sum, Spread<qvo_##type, qvo_##sum, Deviation>)              \
-    DEFINE(qvo_seq_cum_agg_dev_samp_##type, elem_##type, elem_##sum, Spread<qvo_##type, qvo_##sum, Sample<Deviation>>) \
-    DEFINE(qvo_seq_cum_agg_prd_##type, elem_##type, elem_##sum, Fold<qvo_##type, qvo_##sum, Multiply>)                 \
-    DEFINE(qvo_seq_cum_agg_max_##type, elem_##type, elem_##type, Fold<qvo_##type, qvo_##type, Larger>)                 \
-    DEFINE(qvo_seq_cum_agg_min_##type, elem_##type, elem_##type, Fold<qvo_##type, qvo_##type, Smaller>)
+#define STAMP(type, sum, avg)                                                                                   \
+    DEFINE(qvo_seq_cum_agg_sum_##type, elem_##type, SumOf<elem_##sum>,                                          \
+           PrefixFold<qvo_##type, SumOf<elem_##sum>::value, Add>)                                               \
+    DEFINE(qvo_seq_cum_agg_avg_##type, elem_##type, elem_double, RunningAverage<qvo_##type>)                    \
+    DEFINE(qvo_seq_cum_agg_var_##type, elem_##type, elem_##sum, PrefixSpread<qvo_##type, qvo_##sum, Variance>)  \
+    DEFINE(qvo_seq_cum_agg_var_samp_##type, elem_##type, elem_##sum,                                            \
+           PrefixSpread<qvo_##type, qvo_##sum, Sample<Variance>>)                                               \
+    DEFINE(qvo_seq_cum_agg_dev_##type, elem_##type, elem_##sum, PrefixSpread<qvo_##type, qvo_##sum, Deviation>) \
+    DEFINE(qvo_seq_cum_agg_dev_samp_##type, elem_##type, elem_##sum,                                            \
+           PrefixSpread<qvo_##type, qvo_##sum, Sample<Deviation>>)                                              \
+    DEFINE(qvo_seq_cum_agg_prd_##type, elem_##type, elem_##sum, PrefixFold<qvo_##type, qvo_##sum, Multiply>)    \
+    DEFINE(qvo_seq_cum_agg_max_##type, elem_##type, elem_##type, PrefixFold<qvo_##type, qvo_##type, Greater>)   \
+    DEFINE(qvo_seq_cum_agg_min_##type, elem_##type, elem_##type, PrefixFold<qvo_##type, qvo_##type, Less>)
 QVO_SEQ_FOR_AGGREGATE_TYPES(STAMP)
 #undef STAMP
 #undef DEFINE

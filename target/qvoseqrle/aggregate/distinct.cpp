@@ -17,16 +17,16 @@ using Sketch = qvo_seq_agg_approxdc_context_t;
 double inverse_power(uint8_t rank) { return std::bit_cast<double>((uint64_t{1023} - rank) << 52); }
 
 /// Pulls the input to its end and hands each tile to add(tile, n); delivers the estimate of the sketch.
-template <class Add> QVO_RET deliver_estimate(qvo_seq_iterator_h it, uint8_t* registers, Add add) {
+template <class Add>
+QVO_RET deliver_estimate(qvo_seq_iterator_h it, uint8_t* registers, Add add, Where where = Where::here()) {
     const qvo_seq_iterator_h input = it->opd[0];
     QVO_RET rc;
-    while ((rc = input->next(input)) == QVO_S_OK) add(input, input->tile_size);
+    while ((rc = pull_any_tile(input, where)) == QVO_S_OK) add(input, input->tile_size);
     if (rc != QVO_S_CURSOR_END) return rc;
-    it->next_seq_no = 1;
-    it->tile_size = 1;
     *values_of<qvo_uint4>(it) = approximate_distinct_count(registers);
-    set_run(runs_of(it), 0, 1);
-    return QVO_S_OK;
+    TileWriter out(it);
+    out.put_run(1);
+    return out.finish_at(1);
 }
 
 void add_tile(qvo_seq_iterator_h input, size_t n, uint8_t* registers) {
@@ -37,7 +37,7 @@ using Context = qvo_seq_agg_context_t;
 static_assert(sizeof(Context::history) >= sketch_registers);
 
 /// The sketch of the open group lies in the history; the key therefore lies before it.
-uint8_t* registers_of(qvo_seq_iterator_h it) { return key_in_history(it); }
+uint8_t* registers_of(qvo_seq_iterator_h it) { return key_in_history(it).bytes; }
 
 /// Folds the hashes of the steps; hashes[i - first] is that of the value with index i.
 void fold_hashes(qvo_seq_iterator_h it, const GroupSteps& steps, size_t to, const uint32_t* hashes, size_t first) {
@@ -75,9 +75,9 @@ QVO_RET construct_group(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo
                         qvo_seq_iterator_next_t next) {
     // Deliberately, group_by is neither checked nor marked.
     if (const QVO_RET rc = bind({input}); rc != QVO_S_OK) return rc;
-    if (group_by->elem_size > widest_short_group_key) return QVO_E_ILLEGAL_PARAM;
+    if (group_by->elem_size > key_in_accumulator(result).widest) return QVO_E_ILLEGAL_PARAM;
     fill_result(result, layout_of<elem_uint4>, {input, group_by}, next, qvo_seq_reset_binary_agg_iterator);
-    state<Context>(result).count = 0;
+    start_groups(result);
     return QVO_S_OK;
 }
 
@@ -133,12 +133,7 @@ qvo_uint4 approximate_distinct_count(const qvo_uint1* max_zero_bits) {
 
 // Unlike most aggregates this one delivers an element for an empty input too: 0.
 QVO_RET qvo_seq_agg_approxdc_next(qvo_seq_iterator_h iterator) {
-    if (iterator->prepared != 0) {
-        if (iterator->next_seq_no == 0) return QVO_S_CURSOR_END;
-        iterator->prepared = 0;
-        return QVO_S_OK;
-    }
-    if (iterator->next_seq_no != 0) return QVO_S_CURSOR_END;
+    if (const std::optional<QVO_RET> answer = qvo::answer_of(iterator)) return *answer;
     qvo::Sketch sketch{};
     const QVO_RET rc = qvo::deliver_estimate(
         iterator, sketch.max_zero_bits,
@@ -167,6 +162,7 @@ QVO_RET qvo_seq_agg_approxdc(qvo_seq_iterator_h result, qvo_seq_iterator_h input
     qvo::fill_result(result, qvo::layout_of<qvo::elem_uint4>, {input}, qvo_seq_agg_approxdc_next,
                      qvo_seq_reset_unary_iterator);
     qvo::fill_aggregate(result, qvo_seq_agg_approxdc_merge);
+    qvo::state<qvo::Sketch>(result) = {};  // of no values: what merging a part that was never computed adds
     return QVO_S_OK;
 }
 

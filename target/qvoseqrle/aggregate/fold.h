@@ -38,25 +38,17 @@ template <class E> QVO_INLINE double weighted_double(typename E::value v, unsign
 //   merge(a, b)     of two parts of a group
 //   finish(a, c)    the value to deliver, for c positions
 
-template <class E> struct MaxFold {
+template <class E, class Order> struct ExtremeFold {
     using Result = E;
     using V = typename E::value;
     using Accumulator = V;
     QVO_INLINE static V first(V v, unsigned) { return v; }
-    QVO_INLINE static V fold(V a, V v, unsigned) { return v > a ? v : a; }
-    QVO_INLINE static V merge(V a, V b) { return b > a ? b : a; }
+    QVO_INLINE static V fold(V a, V v, unsigned) { return Order::apply(a, v); }
+    QVO_INLINE static V merge(V a, V b) { return Order::apply(a, b); }
     QVO_INLINE static V finish(V a, uint64_t) { return a; }
 };
-
-template <class E> struct MinFold {
-    using Result = E;
-    using V = typename E::value;
-    using Accumulator = V;
-    QVO_INLINE static V first(V v, unsigned) { return v; }
-    QVO_INLINE static V fold(V a, V v, unsigned) { return v < a ? v : a; }
-    QVO_INLINE static V merge(V a, V b) { return b < a ? b : a; }
-    QVO_INLINE static V finish(V a, uint64_t) { return a; }
-};
+template <class E> using MaxFold = ExtremeFold<E, Greater>;
+template <class E> using MinFold = ExtremeFold<E, Less>;
 
 template <class E> struct SumFold {
     using Result = sum_element<E>;
@@ -78,9 +70,9 @@ template <class E> struct AvgFold {
     QVO_INLINE static double finish(double a, uint64_t c) { return Average::of(a, 0, static_cast<double>(c)); }
 };
 
-/// Time stamps are summed and divided as integers.
+/// Time stamps are summed and divided as integers. Groups by hash may have no positions, where all runs are 0.
 template <> struct AvgFold<elem_datetime> : SumFold<elem_datetime> {
-    QVO_INLINE static uint64_t finish(uint64_t a, uint64_t c) { return a / c; }
+    QVO_INLINE static uint64_t finish(uint64_t a, uint64_t c) { return c == 0 ? 0 : a / c; }
 };
 
 }  // namespace qvo

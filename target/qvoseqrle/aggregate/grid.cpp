@@ -20,6 +20,7 @@ struct Cells {
     FoldCells fold;
     FinishCell finish;
     size_t capacity;  // of the result tile
+    size_t width;     // of the operand's elements
 };
 
 /// Calls start(i) for the first value of a cell, fold(i) for the further ones and full(count) for a cell that is full.
@@ -52,30 +53,22 @@ uint64_t positions_to_read(const Context& context, size_t cells_left) {
 }
 
 QVO_RET grid_next(qvo_seq_iterator_h it, const Cells& cells, Where where) {
-    const qvo_seq_iterator_h input = it->opd[0];
     auto& context = state<Context>(it);
     Positions values;
-    size_t produced = 0;
-    const auto count_cells = [&](size_t n) {
-        if (n != 0) fill_runs(runs_of(it) - produced, n, 1);
-        produced += n;
-        it->next_seq_no += n;
-    };
-    while (produced < cells.capacity) {
+    TileWriter out(it, cells.capacity);
+    QVO_RET rc = QVO_S_OK;
+    while (rc == QVO_S_OK && out.room() != 0) {
         uint64_t n;
-        const QVO_RET rc = read_positions(input, input->elem_size, reinterpret_cast<uint8_t*>(values),
-                                          positions_to_read(context, cells.capacity - produced), &n, where);
-        count_cells(cells.fold(it, values, n, produced));
-        if (rc == QVO_S_OK) continue;
-        if (rc != QVO_S_CURSOR_END || (produced == 0 && context.count == 0)) return rc;
-        if (context.count == 0) break;
-        cells.finish(it, produced);
-        context.count = 0;
-        count_cells(1);
-        break;
+        rc = read_positions(it->opd[0], cells.width, reinterpret_cast<uint8_t*>(values),
+                            positions_to_read(context, out.room()), &n, where);
+        out.put_equal_runs(cells.fold(it, values, n, out.size()), 1);
     }
-    it->tile_size = static_cast<uint16_t>(produced);
-    return QVO_S_OK;
+    if (rc == QVO_S_CURSOR_END && context.count != 0) {
+        cells.finish(it, out.size());
+        context.count = 0;
+        out.put_run(1);
+    }
+    return out.finish(rc);
 }
 
 QVO_RET construct_grid(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t interval, uint8_t type,
@@ -90,7 +83,7 @@ QVO_RET construct_grid(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_
 }
 
 /// Cells whose accumulator of A is delivered as it is.
-template <class V, class A, class Op> struct Plain {
+template <class V, class A, class Op> struct CellFold {
     static size_t fold(qvo_seq_iterator_h it, const void* values, size_t n, size_t to) {
         Context& context = state<Context>(it);
         const V* v = static_cast<const V*>(values);
@@ -106,16 +99,17 @@ template <class V, class A, class Op> struct Plain {
     static void finish(qvo_seq_iterator_h it, size_t to) {
         values_of<A>(it)[to] = load_accumulator<A>(state<Context>(it));
     }
-    static constexpr Cells cells{fold, finish, capacity_of(sizeof(A))};
+    static constexpr Cells cells{fold, finish, capacity_of(sizeof(A)), sizeof(V)};
 };
 
 /// Cells whose result is a formula of sums in double.
-template <class V, class Formula> struct Statistic {
+template <class V, class Formula> struct CellStatistic {
     static size_t fold(qvo_seq_iterator_h it, const void* values, size_t n, size_t to) {
         Context& context = state<Context>(it);
         const V* v = static_cast<const V*>(values);
         double *const first = values_of<double>(it) + to, *out = first;
-        double sum = load_accumulator<double>(context), squares = context.norm;
+        // The average takes no squares, and leaves `norm` alone.
+        double sum = load_accumulator<double>(context), squares = Formula::takes_squares ? context.norm : 0;
         walk_cells(
             context, n,
             [&](size_t i) __attribute__((always_inline)) {
@@ -130,7 +124,7 @@ template <class V, class Formula> struct Statistic {
             [&](uint64_t count)
                 __attribute__((always_inline)) { *out++ = Formula::of(sum, squares, static_cast<double>(count)); });
         store_accumulator(context, sum);
-        context.norm = squares;
+        if (Formula::takes_squares) context.norm = squares;
         return static_cast<size_t>(out - first);
     }
     static void finish(qvo_seq_iterator_h it, size_t to) {
@@ -138,7 +132,7 @@ template <class V, class Formula> struct Statistic {
         values_of<double>(it)[to] =
             Formula::of(load_accumulator<double>(context), context.norm, static_cast<double>(context.count));
     }
-    static constexpr Cells cells{fold, finish, capacity_of(sizeof(double))};
+    static constexpr Cells cells{fold, finish, capacity_of(sizeof(double)), sizeof(V)};
 };
 
 }  // namespace
@@ -150,15 +144,15 @@ template <class V, class Formula> struct Statistic {
     extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t interval) { \
         return construct_grid(result, input, interval, Element::code, name##_next);                             \
     }
-#define STAMP(type, sum, avg)                                                                    \
-    DEFINE(qvo_seq_grid_agg_max_##type, elem_##type, Plain<qvo_##type, qvo_##type, Larger>)      \
-    DEFINE(qvo_seq_grid_agg_min_##type, elem_##type, Plain<qvo_##type, qvo_##type, Smaller>)     \
-    DEFINE(qvo_seq_grid_agg_sum_##type, elem_##type, Plain<qvo_##type, qvo_##sum, Add>)          \
-    DEFINE(qvo_seq_grid_agg_avg_##type, elem_##type, Statistic<qvo_##type, Average>)             \
-    DEFINE(qvo_seq_grid_agg_var_##type, elem_##type, Statistic<qvo_##type, Variance>)            \
-    DEFINE(qvo_seq_grid_agg_var_samp_##type, elem_##type, Statistic<qvo_##type, SampleVariance>) \
-    DEFINE(qvo_seq_grid_agg_dev_##type, elem_##type, Statistic<qvo_##type, Deviation>)           \
-    DEFINE(qvo_seq_grid_agg_dev_samp_##type, elem_##type, Statistic<qvo_##type, SampleDeviation>)
+#define STAMP(type, sum, avg)                                                                        \
+    DEFINE(qvo_seq_grid_agg_max_##type, elem_##type, CellFold<qvo_##type, qvo_##type, Greater>)      \
+    DEFINE(qvo_seq_grid_agg_min_##type, elem_##type, CellFold<qvo_##type, qvo_##type, Less>)         \
+    DEFINE(qvo_seq_grid_agg_sum_##type, elem_##type, CellFold<qvo_##type, qvo_##sum, Add>)           \
+    DEFINE(qvo_seq_grid_agg_avg_##type, elem_##type, CellStatistic<qvo_##type, Average>)             \
+    DEFINE(qvo_seq_grid_agg_var_##type, elem_##type, CellStatistic<qvo_##type, Variance>)            \
+    DEFINE(qvo_seq_grid_agg_var_samp_##type, elem_##type, CellStatistic<qvo_##type, SampleVariance>) \
+    DEFINE(qvo_seq_grid_agg_dev_##type, elem_##type, CellStatistic<qvo_##type, Deviation>)           \
+    DEFINE(qvo_seq_grid_agg_dev_samp_##type, elem_##type, CellStatistic<qvo_##type, SampleDeviation>)
 QVO_SEQ_FOR_AGGREGATE_TYPES(STAMP)
 #undef STAMP
 #undef DEFINE

@@ -3,7 +3,7 @@
 
 #include "aggregate/fold.h"
 #include "aggregate/group_walk.h"
-#include "core/operand.h"
+#include "core/move.h"
 
 namespace qvo {
 namespace {
@@ -19,11 +19,11 @@ template <class A> QVO_INLINE void store(Context& context, const A& a) {
     std::memcpy(&context.accumulator, &a, sizeof a);
 }
 
-struct Moments {
+struct GroupMoments {
     double sum, squares;
 };
-QVO_INLINE void load(const Context& context, Moments& m) { m = {context.accumulator.val_double, context.norm}; }
-QVO_INLINE void store(Context& context, const Moments& m) {
+QVO_INLINE void load(const Context& context, GroupMoments& m) { m = {context.accumulator.val_double, context.norm}; }
+QVO_INLINE void store(Context& context, const GroupMoments& m) {
     context.accumulator.val_double = m.sum;
     context.norm = m.squares;
 }
@@ -49,15 +49,15 @@ template <class E> struct LastFold : FirstFold<E> {
 template <class E, class Statistic> struct MomentsFold {
     using Result = elem_double;
     using V = typename E::value;
-    using Accumulator = Moments;
+    using Accumulator = GroupMoments;
     QVO_INLINE static double squares(V v, unsigned n) {
         return static_cast<double>(v) * static_cast<double>(v) * static_cast<double>(n);
     }
-    QVO_INLINE static Moments first(V v, unsigned n) { return {weighted_double<E>(v, n), squares(v, n)}; }
-    QVO_INLINE static Moments fold(Moments m, V v, unsigned n) {
+    QVO_INLINE static GroupMoments first(V v, unsigned n) { return {weighted_double<E>(v, n), squares(v, n)}; }
+    QVO_INLINE static GroupMoments fold(GroupMoments m, V v, unsigned n) {
         return {m.sum + weighted_double<E>(v, n), m.squares + squares(v, n)};
     }
-    QVO_INLINE static double finish(Moments m, uint64_t c) {
+    QVO_INLINE static double finish(GroupMoments m, uint64_t c) {
         return Statistic::of(m.sum, m.squares, static_cast<double>(c));
     }
 };
@@ -140,10 +140,10 @@ template <class E> struct WeightedLoops {
 
 QVO_RET fill_group(qvo_seq_iterator_h result, ElementLayout layout, std::initializer_list<qvo_seq_iterator_h> operands,
                    qvo_seq_iterator_h group_by, qvo_seq_iterator_next_t next, qvo_seq_iterator_reset_t reset) {
-    if (group_by->elem_size > widest_group_key) return QVO_E_ILLEGAL_PARAM;
+    if (group_by->elem_size > key_in_history(result).widest) return QVO_E_ILLEGAL_PARAM;
     fill_result(result, layout, operands, next, reset);
     result->prepared = 0;
-    state<Context>(result).count = 0;
+    start_groups(result);
     return QVO_S_OK;
 }
 
@@ -167,54 +167,76 @@ QVO_RET construct_weighted(qvo_seq_iterator_h result, qvo_seq_iterator_h left, q
                       qvo_seq_reset_ternary_agg_iterator);
 }
 
-/// The sizes of groups. `differs(p)` compares the key of element p with the kept one and keeps it.
-template <class Differs> QVO_RET next_counts(qvo_seq_iterator_h it, Differs differs) {
+// ---- The sizes of groups ----
+
+/// Counts the elements of the current tile from p on, until it is used up or the result is full; returns where it has
+/// come to. `differs(p)` compares the key of element p with the kept one and keeps it.
+template <class Differs>
+QVO_INLINE size_t count_tile(qvo_seq_iterator_h it, TileWriter& out, uint64_t& count, size_t p, Differs differs) {
     const qvo_seq_iterator_h keys = it->opd[0];
-    Context& context = state<Context>(it);
-    constexpr size_t most = elem_uint8::capacity;
-    uint64_t* counts = values_of<uint64_t>(it);
-    uint64_t count = context.count;
-    size_t p = keys->tile_offs, k = 0;
-    QVO_RET rc = QVO_S_OK;
-    while (k != most) {
-        if (p >= keys->tile_size) {
-            if (rc = keys->next(keys); rc != QVO_S_OK) break;
-            p = 0;
-            continue;  // an empty tile is not checked for
+    uint64_t* const counts = values_of<uint64_t>(it);
+    const size_t size = keys->tile_size;
+    for (; p < size; ++p) {
+        if (differs(p) && count != 0) {
+            counts[out.size()] = std::exchange(count, 0);
+            out.put_run(1);
+            if (out.room() == 0) break;  // the element comes again in the next call
         }
-        const bool ends = differs(p) && count != 0;
-        if (ends) {
-            counts[k] = count;
-            set_run(runs_of(it), k++, 1);
-            count = 0;
-            if (k == most) break;  // the element comes again in the next call
-        }
-        count += get_run(runs_of(keys), p++);
+        count += get_run(runs_of(keys), p);
     }
-    keys->tile_offs = static_cast<uint16_t>(p);
-    const bool at_end = rc == QVO_S_CURSOR_END && k + count != 0;
-    if (at_end && count != 0) {
-        counts[k] = std::exchange(count, 0);
-        set_run(runs_of(it), k++, 1);
-    }
-    context.count = count;
-    it->next_seq_no += k;
-    if (rc != QVO_S_OK && !at_end) return rc;
-    it->tile_size = static_cast<uint16_t>(k);
-    return QVO_S_OK;
+    return p;
 }
 
-template <class Bits> QVO_RET next_counts_of(qvo_seq_iterator_h it) {
-    uint8_t* kept = key_in_accumulator(it);
-    const Bits* keys = values_of<Bits>(it->opd[0]);
-    return next_counts(
-        it, [=](size_t p) __attribute__((always_inline)) {
-            Bits last;
-            std::memcpy(&last, kept, sizeof last);
-            const Bits key = keys[p];
-            std::memcpy(kept, &key, sizeof key);
-            return key != last;
+size_t count_tile(qvo_seq_iterator_h it, TileWriter& out, uint64_t& count, size_t p) {
+    const qvo_seq_iterator_h group_by = it->opd[0];
+    const size_t width = group_by->elem_size;
+    const auto of_words = [&](auto bits) {
+        using Bits = decltype(bits);
+        uint8_t* const kept = key_in_accumulator(it).bytes;
+        const Bits* const keys = values_of<Bits>(group_by);
+        return count_tile(
+            it, out, count, p, [=](size_t i) __attribute__((always_inline)) {
+                Bits last;
+                std::memcpy(&last, kept, sizeof last);
+                std::memcpy(kept, &keys[i], sizeof last);
+                return keys[i] != last;
+            });
+    };
+    const auto of_bytes = [&] {
+        uint8_t* const kept = key_in_history(it).bytes;
+        const uint8_t* const keys = values_of<uint8_t>(group_by);
+        return count_tile(it, out, count, p, [=](size_t i) {
+            const bool differs = qvo_memcmp(keys + i * width, kept, width) != 0;
+            std::memcpy(kept, keys + i * width, width);
+            return differs;
         });
+    };
+    return with_unsigned(width, of_words, of_bytes);
+}
+
+QVO_RET next_counts(qvo_seq_iterator_h it, Where where) {
+    const qvo_seq_iterator_h keys = it->opd[0];
+    Context& context = state<Context>(it);
+    TileWriter out(it);
+    uint64_t count = context.count;
+    size_t p = keys->tile_offs;
+    QVO_RET rc = QVO_S_OK;
+    while (out.room() != 0) {
+        if (p >= keys->tile_size) {
+            if (rc = pull_any_tile(keys, where); rc != QVO_S_OK) break;
+            p = 0;
+        }
+        if (keys->elem_size > key_in_history(it).widest) rc = QVO_E_ILLEGAL_PARAM;
+        if (rc != QVO_S_OK) break;
+        p = count_tile(it, out, count, p);
+    }
+    keys->tile_offs = static_cast<uint16_t>(p);
+    if (rc == QVO_S_CURSOR_END && count != 0) {
+        values_of<uint64_t>(it)[out.size()] = std::exchange(count, 0);
+        out.put_run(1);
+    }
+    context.count = count;
+    return out.finish(rc);
 }
 
 }  // namespace
@@ -262,26 +284,7 @@ QVO_SEQ_FOR_FIXED_TYPES(STAMP)
 extern "C" {
 
 QVO_RET qvo_seq_group_agg_count_next(qvo_seq_iterator_h iterator) {
-    switch (iterator->opd[0]->elem_size) {
-        case 1:
-            return qvo::next_counts_of<qvo::bits1>(iterator);
-        case 2:
-            return qvo::next_counts_of<qvo::bits2>(iterator);
-        case 4:
-            return qvo::next_counts_of<qvo::bits4>(iterator);
-        case 8:
-            return qvo::next_counts_of<qvo::bits8>(iterator);
-        default:
-            break;
-    }
-    uint8_t* kept = qvo::key_in_history(iterator);
-    const uint8_t* keys = qvo::values_of<uint8_t>(iterator->opd[0]);
-    const size_t width = iterator->opd[0]->elem_size;
-    return qvo::next_counts(iterator, [=](size_t p) {
-        const bool differs = qvo_memcmp(keys + p * width, kept, width) != 0;
-        std::memcpy(kept, keys + p * width, width);
-        return differs;
-    });
+    return qvo::next_counts(iterator, qvo::Where::here());
 }
 
 QVO_RET qvo_seq_group_agg_count(qvo_seq_iterator_h result, qvo_seq_iterator_h group_by) {

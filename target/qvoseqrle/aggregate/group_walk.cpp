@@ -1,5 +1,6 @@
 #include "aggregate/group_walk.h"
 
+#include "core/move.h"
 #include "core/overlap_list.h"
 
 namespace qvo {
@@ -71,54 +72,48 @@ template <class Bits> QVO_CPU_VARIANTS size_t find_ends(KeySteps& steps, uint8_t
     return n_ends;
 }
 
-/// Keys of other widths. Deliberately, the key that is looked at is not the one of the step but the element whose index
-/// is the number of groups that this call has closed.
-size_t find_ends_of_bytes(KeySteps& steps, uint8_t* kept_key, uint16_t* ends) {
+/// Keys of other widths, and steps without positions, which neither open a group nor end one. Deliberately, the key of
+/// other widths that is looked at is not the one of the step but the element whose index is the number of groups that
+/// this call has closed.
+size_t find_ends_step_by_step(KeySteps& steps, uint8_t* kept_key, uint16_t* ends, const uint8_t* runs, bool whole) {
     size_t n_ends = 0;
+    bool open = steps.open, inside = steps.inside;
     for (size_t i = 0; i != steps.n; ++i) {
-        if (i == 0 ? steps.inside : steps.index[i] == steps.index[i - 1]) continue;
-        const uint8_t* key = steps.values + (steps.closed + n_ends) * steps.width;
-        const bool differs = qvo_memcmp(key, kept_key, steps.width) != 0;
-        std::memcpy(kept_key, key, steps.width);
-        if (!differs || (i == 0 && !steps.open)) continue;
-        ends[n_ends++] = static_cast<uint16_t>(i);
-        if (n_ends == steps.room) steps.n = i;
-        if (n_ends == steps.room) break;
+        if (i != 0 && steps.index[i] != steps.index[i - 1]) inside = false;
+        if (!inside) {
+            const size_t at = whole ? steps.index[i] : steps.closed + n_ends;
+            const uint8_t* key = steps.values + at * steps.width;
+            const bool differs = qvo_memcmp(key, kept_key, steps.width) != 0;
+            std::memcpy(kept_key, key, steps.width);
+            if (open && differs) {
+                open = false;
+                ends[n_ends++] = static_cast<uint16_t>(i);
+                if (n_ends == steps.room) steps.n = i;
+                if (n_ends == steps.room) break;
+            }
+        }
+        open |= runs[i] != 0;
+        inside |= runs[i] != 0;
     }
     return n_ends;
 }
 
-size_t find_ends(KeySteps& steps, uint8_t* kept_key, uint16_t* ends) {
-    switch (steps.width) {
-        case 1:
-            return find_ends<bits1>(steps, kept_key, ends);
-        case 2:
-            return find_ends<bits2>(steps, kept_key, ends);
-        case 4:
-            return find_ends<bits4>(steps, kept_key, ends);
-        case 8:
-            return find_ends<bits8>(steps, kept_key, ends);
-        default:
-            return find_ends_of_bytes(steps, kept_key, ends);
-    }
+size_t find_ends(KeySteps& steps, uint8_t* kept_key, uint16_t* ends, const uint8_t* runs) {
+    const bool any_empty = std::memchr(runs, 0, steps.n) != nullptr;
+    return with_unsigned(
+        steps.width,
+        [&](auto bits) {
+            return any_empty ? find_ends_step_by_step(steps, kept_key, ends, runs, true)
+                             : find_ends<decltype(bits)>(steps, kept_key, ends);
+        },
+        [&] { return find_ends_step_by_step(steps, kept_key, ends, runs, false); });
 }
 
 /// The groups that one call may close. Keys of other widths are looked at by the number of groups closed, and no
 /// element lies behind the payload.
 size_t groups_per_call(qvo_seq_iterator_h it, size_t key_width) {
-    const bool by_bytes = key_width != 1 && key_width != 2 && key_width != 4 && key_width != 8;
-    return std::min(capacity_of(it->elem_size), by_bytes ? payload_bytes / key_width : payload_bytes);
-}
-
-template <size_t N> QVO_RET refill_all(Operand (&operands)[N], Where where) {
-    bool used_up = false;
-    for (const Operand& operand : operands) used_up |= operand.used_up();
-    if (!used_up) return QVO_S_OK;
-    for (const Operand& operand : operands) operand.store();
-    for (Operand& operand : operands)
-        if (operand.used_up())
-            if (const QVO_RET rc = operand.pull(where); rc != QVO_S_OK) return rc;
-    return QVO_S_OK;
+    const bool by_step = key_width == 0 || key_width == 1 || key_width == 2 || key_width == 4 || key_width == 8;
+    return std::min(capacity_of(it->elem_size), by_step ? payload_bytes : payload_bytes / key_width);
 }
 
 bool all_ones(const uint8_t* runs, size_t n) {
@@ -128,66 +123,51 @@ bool all_ones(const uint8_t* runs, size_t n) {
 }
 
 template <size_t N>
-QVO_RET next_groups(qvo_seq_iterator_h it, Operand (&operands)[N], const GroupMember& member, uint8_t* kept_key,
+QVO_RET next_groups(qvo_seq_iterator_h it, Operand (&operands)[N], const GroupMember& member, KeptKey kept,
                     Where where) {
     Context& context = state<Context>(it);
     const qvo_seq_iterator_h group_by = operands[N - 1].iterator();
-    const size_t most = groups_per_call(it, group_by->elem_size);
     OverlapList<N> list;
     uint16_t ends[OverlapList<N>::most + 1];
-    size_t k = 0;
-    const auto count_groups = [&](size_t n) {
-        if (n != 0) fill_runs(runs_of(it) - k, n, 1);
-        it->next_seq_no += n;
-        k += n;
-    };
-    for (;;) {
-        if (const QVO_RET rc = refill_all(operands, where); rc != QVO_S_OK) {
-            if (rc != QVO_S_CURSOR_END || k + context.count == 0) return rc;
-            break;
-        }
+    TileWriter out(it);
+    QVO_RET rc;
+    while ((rc = refill_all(where, operands)) == QVO_S_OK) {
+        const size_t k = out.size(), width = group_by->elem_size, most = groups_per_call(it, width);
+        if (width > kept.widest) rc = QVO_E_ILLEGAL_PARAM;
+        if (rc != QVO_S_OK || k >= most) break;
         const bool inside = operands[N - 1].taken() != 0;
         list.collect(operands);
-        KeySteps keys{values_of<uint8_t>(group_by),
-                      group_by->elem_size,
-                      list.index[N - 1],
-                      list.n,
-                      inside,
-                      context.count != 0,
-                      k,
-                      most - k};
-        const size_t n_ends = find_ends(keys, kept_key, ends);
+        KeySteps keys{values_of<uint8_t>(group_by), width, list.index[N - 1], list.n, inside,
+                      context.count != 0,           k,     most - k};
+        const size_t n_ends = find_ends(keys, kept.bytes, ends, list.run);
         const uint16_t* values = list.index[0];
         const bool plain = N == 2 && size_t{values[list.n - 1]} - values[0] == list.n - 1 && all_ones(list.run, list.n);
         member.fold(it, {values, N == 3 ? list.index[1] : nullptr, list.run, keys.n, ends, n_ends, plain}, k);
-        count_groups(n_ends);
-        if (k == most) {
-            // The step that opens the next group comes again in the next call.
-            list.set_back(operands, keys.n);
-            for (const Operand& operand : operands) operand.store();
-            it->tile_size = static_cast<uint16_t>(k);
-            return QVO_S_OK;
-        }
+        out.put_equal_runs(n_ends, 1);
+        if (n_ends != most - k) continue;
+        // The step that opens the next group comes again in the next call.
+        list.set_back(operands, keys.n);
+        break;
     }
-    if (context.count != 0) {
-        member.close(it, k);
+    for (const Operand& operand : operands) operand.store();
+    if (rc == QVO_S_CURSOR_END && context.count != 0) {
+        member.close(it, out.size());
         context.count = 0;
-        count_groups(1);
+        out.put_run(1);
     }
-    it->tile_size = static_cast<uint16_t>(k);
-    return QVO_S_OK;
+    return out.finish(rc);
 }
 
 }  // namespace
 
-QVO_RET group_next(qvo_seq_iterator_h it, const GroupMember& member, uint8_t* kept_key, Where where) {
+QVO_RET group_next(qvo_seq_iterator_h it, const GroupMember& member, KeptKey kept, Where where) {
     Operand operands[] = {Operand(it->opd[0]), Operand(it->opd[1])};
-    return next_groups(it, operands, member, kept_key, where);
+    return next_groups(it, operands, member, kept, where);
 }
 
-QVO_RET group_pair_next(qvo_seq_iterator_h it, const GroupMember& member, uint8_t* kept_key, Where where) {
+QVO_RET group_pair_next(qvo_seq_iterator_h it, const GroupMember& member, KeptKey kept, Where where) {
     Operand operands[] = {Operand(it->opd[0]), Operand(it->opd[1]), Operand(it->opd[2])};
-    return next_groups(it, operands, member, kept_key, where);
+    return next_groups(it, operands, member, kept, where);
 }
 
 }  // namespace qvo

@@ -4,8 +4,7 @@
 #pragma once
 
 #include "core/construct.h"
-#include "core/fatal.h"
-#include "core/tile.h"
+#include "core/protocol.h"
 
 namespace qvo {
 
@@ -32,32 +31,42 @@ struct GroupMember {
     Close close;
 };
 
+/// Where a member keeps the last key, and how wide one may be. The width of the keys is that of their tiles: a text
+/// source learns it from its first string, so that constructors cannot check it for good.
+struct KeptKey {
+    uint8_t* bytes;
+    size_t widest;
+};
+
 // Keys are kept where the member leaves room: whole in the history, or behind the count if the history is taken.
-inline constexpr size_t widest_group_key = sizeof(qvo_seq_agg_context_t::history);
-inline constexpr size_t widest_short_group_key = sizeof(qvo_seq_value_t) + sizeof(double);
+inline KeptKey key_in_history(qvo_seq_iterator_h it) {
+    return {reinterpret_cast<uint8_t*>(&state<qvo_seq_agg_context_t>(it).history),
+            sizeof(qvo_seq_agg_context_t::history)};
+}
+inline KeptKey key_in_accumulator(qvo_seq_iterator_h it) {
+    return {reinterpret_cast<uint8_t*>(&state<qvo_seq_agg_context_t>(it).accumulator),
+            sizeof(qvo_seq_value_t) + sizeof(double)};
+}
+
+/// The end of a constructor: no group is open, and the last key is zero bytes, which is what a string of a source
+/// without a width amounts to once there is one.
+inline void start_groups(qvo_seq_iterator_h result) { state<qvo_seq_agg_context_t>(result) = {}; }
 
 /// `next` of a member with values in slot 0 and keys in slot 1, or with two values and keys in slot 2.
-QVO_RET group_next(qvo_seq_iterator_h it, const GroupMember& member, uint8_t* kept_key, Where where);
-QVO_RET group_pair_next(qvo_seq_iterator_h it, const GroupMember& member, uint8_t* kept_key, Where where);
-
-inline uint8_t* key_in_history(qvo_seq_iterator_h it) {
-    return reinterpret_cast<uint8_t*>(&state<qvo_seq_agg_context_t>(it).history);
-}
-inline uint8_t* key_in_accumulator(qvo_seq_iterator_h it) {
-    return reinterpret_cast<uint8_t*>(&state<qvo_seq_agg_context_t>(it).accumulator);
-}
+QVO_RET group_next(qvo_seq_iterator_h it, const GroupMember& member, KeptKey kept, Where where);
+QVO_RET group_pair_next(qvo_seq_iterator_h it, const GroupMember& member, KeptKey kept, Where where);
 
 /// Calls first(i) for the step that opens a group, fold(i) for the further ones and close(count) where a group ends;
-/// run(i) is the run of a step.
+/// run(i) is the run of a step. A step without positions, from a run of 0, opens no group: the next one still does.
 template <class Run, class First, class Fold, class Close>
 QVO_INLINE void walk_groups(const GroupSteps& steps, qvo_size_t& count, Run run, First first, Fold fold, Close close) {
     uint64_t positions = count;
     size_t i = 0;
     for (size_t j = 0;; ++j) {
         const size_t end = j == steps.n_ends ? steps.n : steps.ends[j];
-        if (positions == 0 && i != end) {
+        for (; positions == 0 && i != end; ++i) {
             first(i);
-            positions = run(i++);
+            positions = run(i);
         }
         for (; i != end; ++i) {
             fold(i);

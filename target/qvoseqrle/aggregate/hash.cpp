@@ -23,14 +23,15 @@ template <class Fold> struct FoldLoops {
     using A = typename Fold::Accumulator;
 
     static void fold(qvo_seq_iterator_h input, const uint16_t* index, const uint8_t* run, HashElem* const* elems,
-                     size_t n) {
+                     size_t n, const uint16_t* created) {
         const auto* values = values_of<typename Fold::V>(input);
         for (size_t i = 0; i < n;) {
             HashElem* const elem = elems[i];
-            uint64_t count = elem->count;
-            A a = count == 0 ? Fold::first(values[index[i]], run[i])
-                             : Fold::fold(load_aggregate<A>(*elem), values[index[i]], run[i]);
-            count += run[i];
+            const bool is_new = i == *created;
+            created += is_new;
+            A a = is_new ? Fold::first(values[index[i]], run[i])
+                         : Fold::fold(load_aggregate<A>(*elem), values[index[i]], run[i]);
+            uint64_t count = elem->count + run[i];
             // Steps for the same group in a row stay in registers.
             for (++i; i < n && elems[i] == elem; ++i) {
                 a = Fold::fold(a, values[index[i]], run[i]);
@@ -52,7 +53,8 @@ template <class Fold> struct FoldLoops {
 };
 
 struct CountLoops {
-    static void fold(qvo_seq_iterator_h, const uint16_t*, const uint8_t* run, HashElem* const* elems, size_t n) {
+    static void fold(qvo_seq_iterator_h, const uint16_t*, const uint8_t* run, HashElem* const* elems, size_t n,
+                     const uint16_t*) {
         for (size_t i = 0; i < n; ++i) elems[i]->count += run[i];
     }
     static void merge(HashElem& elem, const HashElem& other) { elem.count += other.count; }
@@ -64,7 +66,7 @@ struct CountLoops {
 
 struct SketchLoops {
     static void fold(qvo_seq_iterator_h input, const uint16_t* index, const uint8_t* run, HashElem* const* elems,
-                     size_t n) {
+                     size_t n, const uint16_t*) {
         if (n == 0) return;
         uint32_t hashes[HashFiller::most];
         const size_t first = index[0], width = input->elem_size;
@@ -112,8 +114,14 @@ size_t hash_capacity(qvo_seq_iterator_h it) {
 
 }  // namespace
 
-// One member: `checked` holds if the input has the member's type.
-#define DEFINE_HASH(name, initialize, merge_name, Loops, Result, checked)                                         \
+// What a member asks of its input before anything else.
+template <class E> QVO_RET check_input(qvo_seq_iterator_h input) {
+    if (input == nullptr) return QVO_E_ILLEGAL_PARAM;
+    return has_type(input, E::code) ? QVO_S_OK : QVO_E_ILLEGAL_TYPE;
+}
+
+// One member; `check` is the code of its look at the input.
+#define DEFINE_HASH(name, initialize, merge_name, Loops, Result, check)                                           \
     extern "C" QVO_API QVO_RET initialize(qvo_seq_iterator_h it) {                                                \
         return build_hash(it, Loops::member, Where::here());                                                      \
     }                                                                                                             \
@@ -132,14 +140,13 @@ size_t hash_capacity(qvo_seq_iterator_h it) {
     }                                                                                                             \
     extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result_agg, qvo_seq_iterator_h result_grp,                 \
                                     qvo_seq_iterator_h input, qvo_seq_iterator_h group_by, qvo_size_t n_groups) { \
-        if (!(checked)) return QVO_E_ILLEGAL_TYPE;                                                                \
+        if (const QVO_RET rc = check; rc != QVO_S_OK) return rc;                                                  \
         return construct_hash(result_agg, result_grp, input, group_by, n_groups, layout_of<Result>,               \
                               {name##_next_agg, name##_next_grp, initialize, merge_name});                        \
     }
 
-#define STAMP_FOLD(name, initialize, merge_name, Fold, type)                          \
-    DEFINE_HASH(name, initialize, merge_name, FoldLoops<Fold>, typename Fold::Result, \
-                input == nullptr || has_type(input, elem_##type::code))
+#define STAMP_FOLD(name, initialize, merge_name, Fold, type) \
+    DEFINE_HASH(name, initialize, merge_name, FoldLoops<Fold>, typename Fold::Result, check_input<elem_##type>(input))
 
 #define STAMP(type)                                                                                            \
     STAMP_FOLD(qvo_seq_hash_agg_max_##type, qvo_seq_hash_initialize_max_##type, qvo_seq_hash_merge_max_##type, \
@@ -155,9 +162,9 @@ QVO_SEQ_FOR_FIXED_TYPES(STAMP)
 #undef STAMP_FOLD
 
 DEFINE_HASH(qvo_seq_hash_agg_count_uint8, qvo_seq_hash_initialize_count_uint8, qvo_seq_hash_merge_count_uint8,
-            CountLoops, elem_uint8, input == nullptr || has_type(input, elem_uint8::code))
+            CountLoops, elem_uint8, input == nullptr ? QVO_S_OK : check_input<elem_uint8>(input))
 DEFINE_HASH(qvo_seq_hash_agg_approxdc, qvo_seq_hash_initialize_approxdc, qvo_seq_hash_merge_approxdc, SketchLoops,
-            elem_uint4, true)
+            elem_uint4, input != nullptr ? QVO_S_OK : QVO_E_ILLEGAL_PARAM)
 #undef DEFINE_HASH
 
 namespace {
@@ -181,7 +188,7 @@ QVO_RET next_chained_hashes(qvo_seq_iterator_h it) {
     TileWriter out(it, hash_capacity(it));
     QVO_RET rc = QVO_S_OK;
     while (out.room() != 0) {
-        if (rc = refill_both(operands[0], operands[1], Where::here()); rc != QVO_S_OK) break;
+        if (rc = refill_all(Where::here(), operands); rc != QVO_S_OK) break;
         list.collect(operands, out.room());
         uint32_t* hashes = values_of<uint32_t>(it) + out.size();
         for (size_t i = 0; i < list.n; ++i) hashes[i] = values_of<uint32_t>(right)[list.index[1][i]];

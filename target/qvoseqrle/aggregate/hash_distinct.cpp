@@ -1,4 +1,5 @@
 // Distinct values per key, and those that occur often: a table of groups, and a table of pairs of group and value.
+#include <optional>
 #include <utility>
 
 #include "aggregate/hash_result.h"
@@ -9,8 +10,8 @@ namespace {
 
 using Context = qvo_seq_dup_hash_iterator_context_t;
 
-HashLayout pair_layout(qvo_seq_iterator_h it) {
-    return {.key_width = it->opd[1]->elem_size, .pairs = true, .value_width = it->opd[0]->elem_size};
+HashLayout pair_layout(size_t key_width, qvo_seq_iterator_h input) {
+    return {.key_width = key_width, .pairs = true, .value_width = input->elem_size};
 }
 
 /// True if a value that had occurred at `before` positions crosses the threshold at `after`.
@@ -31,16 +32,22 @@ size_t locate_pairs(const HashSteps& steps, qvo_seq_iterator_h input, HashFiller
 QVO_RET fill_tables(qvo_seq_iterator_h it, qvo_seq_hash_t* group_table, qvo_seq_hash_t* pair_table, Where where) {
     const Context& context = state<Context>(it);
     const qvo_seq_iterator_h input = it->opd[0], group_by = it->opd[1];
-    HashFiller group_filler(it, group_table, {.key_width = group_by->elem_size});
-    HashFiller pair_filler(it, pair_table, pair_layout(it));
+    std::optional<HashFiller> group_filler, pair_filler;  // as soon as there are keys and values, and so widths
+    size_t value_width = any_width;
     HashFiller::Probes probes;
     HashElem *groups[HashFiller::most], *pairs[HashFiller::most];
     HashSteps steps(group_by, input);
     QVO_RET rc;
     while ((rc = steps.collect(where)) == QVO_S_OK) {
+        if (rc = check_width(input, value_width); rc != QVO_S_OK) return rc;
+        value_width = input->elem_size;
+        if (!group_filler) {
+            group_filler.emplace(it, group_table, HashLayout{.key_width = steps.key_width()});
+            pair_filler.emplace(it, pair_table, pair_layout(steps.key_width(), input));
+        }
         steps.probe_keys(probes);
-        size_t done = group_filler.locate(probes, steps.size(), groups);
-        done = locate_pairs(steps, input, pair_filler, probes, groups, done, pairs);
+        size_t done = group_filler->locate(probes, steps.size(), groups);
+        done = locate_pairs(steps, input, *pair_filler, probes, groups, done, pairs);
         for (size_t i = 0; i < done; ++i) {
             const uint64_t before = pairs[i]->count;
             pairs[i]->count += steps.runs()[i];
@@ -51,8 +58,10 @@ QVO_RET fill_tables(qvo_seq_iterator_h it, qvo_seq_hash_t* group_table, qvo_seq_
         return QVO_E_NOMEM;
     }
     if (rc != QVO_S_CURSOR_END) return rc;
-    group_filler.finish();
-    pair_filler.finish();
+    if (!group_filler) return QVO_S_OK;
+    group_filler->finish();
+    pair_filler->finish();
+    key_width_of(*context.groups.shared) = static_cast<uint16_t>(steps.key_width());
     return QVO_S_OK;
 }
 
@@ -97,9 +106,10 @@ bool merge_pairs(qvo_seq_iterator_h dst, qvo_seq_hash_t* others) {
         HashFiller groups, pairs;
     };
     const Context& context = state<Context>(dst);
+    const size_t width = key_width_of(*context.groups.shared);
     Merging merging{context,
-                    {dst, context.groups.shared->hash, {.key_width = dst->opd[1]->elem_size}},
-                    {dst, context.agg_hash, pair_layout(dst)}};
+                    {dst, context.groups.shared->hash, {.key_width = width}},
+                    {dst, context.agg_hash, pair_layout(width, dst->opd[0])}};
     const auto join = [](void* to, HashElem* counterpart, HashElem& pair) {
         auto& [context, groups, pairs] = *static_cast<Merging*>(to);
         const uint64_t before = counterpart != nullptr ? counterpart->count : 0;

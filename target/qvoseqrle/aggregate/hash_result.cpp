@@ -1,9 +1,11 @@
 #include "aggregate/hash_result.h"
 
+#include <optional>
 #include <utility>
 
 #include "aggregate/hash_count.h"
 #include "aggregate/murmur3.h"
+#include "core/move.h"
 
 namespace qvo {
 namespace {
@@ -24,25 +26,17 @@ template <class Bits, class At> void read_words(const Bits* values, At at, size_
 template <class At> void read_keys_at(qvo_seq_iterator_h it, At at, size_t n, qvo_seq_key_t* keys) {
     const size_t width = it->elem_size;
     uint8_t* values = values_of<uint8_t>(it);
-    switch (width) {
-        case 1:
-            return read_words(values_of<bits1>(it), at, n, keys);
-        case 2:
-            return read_words(values_of<bits2>(it), at, n, keys);
-        case 4:
-            return read_words(values_of<bits4>(it), at, n, keys);
-        case 8:
-            return read_words(values_of<bits8>(it), at, n, keys);
-        default:
-            break;
-    }
-    for (size_t i = 0; i < n; ++i) {
-        keys[i].val = 0;
-        if (width > HashLayout::widest_inline)
-            keys[i].ptr = values + at(i) * width;
-        else
-            std::memcpy(&keys[i], values + at(i) * width, width);
-    }
+    with_unsigned(
+        width, [&](auto bits) { read_words(values_of<decltype(bits)>(it), at, n, keys); },
+        [&] {
+            for (size_t i = 0; i < n; ++i) {
+                keys[i].val = 0;
+                if (width > HashLayout::widest_inline)
+                    keys[i].ptr = values + at(i) * width;
+                else
+                    std::memcpy(&keys[i], values + at(i) * width, width);
+            }
+        });
 }
 
 /// Up to `room` elements from the read position on, chain after chain, and moves it.
@@ -70,19 +64,14 @@ size_t read_elements(Context& context, HashElem** elems, size_t room) {
 template <class Write> QVO_RET next_elements(qvo_seq_iterator_h it, Write write) {
     constexpr size_t most = 256;
     HashElem* elems[most];
-    const size_t capacity = capacity_of(it->elem_size);
-    size_t size = 0;
-    while (size != capacity) {
-        const size_t n = read_elements(state<Context>(it), elems, std::min(most, capacity - size));
-        if (n == 0) break;
-        write(size, elems, n);
-        size += n;
+    TileWriter out(it);
+    while (out.room() != 0) {
+        const size_t n = read_elements(state<Context>(it), elems, std::min(most, out.room()));
+        if (n == 0) return out.finish(QVO_S_CURSOR_END);
+        write(out.size(), elems, n);
+        out.put_equal_runs(n, 1);
     }
-    if (size == 0) return QVO_S_CURSOR_END;
-    fill_runs(runs_of(it), size, 1);
-    it->tile_size = static_cast<uint16_t>(size);
-    it->next_seq_no += size;
-    return QVO_S_OK;
+    return out.finish(QVO_S_OK);
 }
 
 template <class Bits> void write_keys(qvo_seq_iterator_h it, size_t to, HashElem* const* elems, size_t n) {
@@ -111,9 +100,12 @@ QVO_RET HashSteps::collect(Where where) {
     if (single_) {
         if (const QVO_RET rc = operands_[0].refill(where); rc != QVO_S_OK) return rc;
         operands_[1] = operands_[0];
-    } else if (const QVO_RET rc = refill_both(operands_[0], operands_[1], where); rc != QVO_S_OK) {
+    } else if (const QVO_RET rc = refill_all(where, operands_); rc != QVO_S_OK) {
         return rc;
     }
+    const size_t width = operands_[0].iterator()->elem_size;
+    if (const QVO_RET rc = check_width(operands_[0].iterator(), key_width_); rc != QVO_S_OK) return rc;
+    key_width_ = width;
     list_.collect(operands_);
     return QVO_S_OK;
 }
@@ -137,6 +129,12 @@ void HashSteps::probe_keys(HashFiller::Probes& probes) const {
 void HashSteps::stop_at(size_t i) {
     list_.set_back(operands_, i);
     for (size_t k = 0; k < (single_ ? 1 : 2); ++k) operands_[k].store();
+}
+
+uint16_t& key_width_of(const Shared& shared) {
+    // The second of the two results, from the context that lies in it.
+    auto* const context = reinterpret_cast<uint8_t*>(shared.refs[1]);
+    return reinterpret_cast<qvo_seq_iterator_h>(context - offsetof(qvo_seq_iterator_t, context))->elem_size;
 }
 
 bool is_hash_aggregate(qvo_seq_iterator_h it) { return it->reset == qvo_seq_hash_agg_reset; }
@@ -189,21 +187,25 @@ QVO_RET build_hash(qvo_seq_iterator_h it, const HashMember& member, Where where)
     if (table == nullptr) return QVO_E_NOMEM;
     context.private_hash = table;
 
-    HashFiller filler(it, table, {.key_width = group_by->elem_size, .sketches = member.sketches});
+    std::optional<HashFiller> filler;  // as soon as there are keys, which may only then have a width
     HashFiller::Probes probes;
     HashElem* elems[HashFiller::most];
     HashSteps steps(group_by, input);
     QVO_RET rc;
     while ((rc = steps.collect(where)) == QVO_S_OK) {
+        if (!filler) filler.emplace(it, table, HashLayout{.key_width = steps.key_width(), .sketches = member.sketches});
         steps.probe_keys(probes);
-        const size_t done = filler.locate(probes, steps.size(), elems);
-        member.fold(input, steps.values(), steps.runs(), elems, done);
+        const size_t done = filler->locate(probes, steps.size(), elems);
+        member.fold(input, steps.values(), steps.runs(), elems, done, filler->created());
         if (done == steps.size()) continue;
         steps.stop_at(done);
         return QVO_E_NOMEM;
     }
     if (rc != QVO_S_CURSOR_END) return rc;
-    filler.finish();
+    if (filler) {
+        filler->finish();
+        key_width_of(*context.shared) = static_cast<uint16_t>(steps.key_width());
+    }
     context.shared->hash = table;
     return QVO_S_OK;
 }
@@ -213,7 +215,10 @@ QVO_RET merge_hash(qvo_seq_iterator_h dst, qvo_seq_iterator_h src, const HashMem
     if (into.shared == from.shared) return QVO_S_OK;
     qvo_seq_hash_t* other = std::exchange(from.shared->hash, nullptr);
     for (Context* context : from.shared->refs) context->private_hash = nullptr;
-    HashFiller filler(dst, into.shared->hash, {.key_width = dst->opd[1]->elem_size});
+    // A side without groups may never have learned its width.
+    const uint16_t width = std::max(key_width_of(*into.shared), key_width_of(*from.shared));
+    key_width_of(*into.shared) = width;
+    HashFiller filler(dst, into.shared->hash, {.key_width = width});
     const auto join = [](void* merge, HashElem* counterpart, HashElem& elem) {
         if (counterpart != nullptr) (*static_cast<const HashMember::Merge*>(merge))(*counterpart, elem);
     };
@@ -228,20 +233,8 @@ QVO_RET next_aggregates(qvo_seq_iterator_h it, HashMember::Deliver deliver) {
 }
 
 QVO_RET next_groups(qvo_seq_iterator_h it) {
-    const auto write = [&] {
-        switch (it->elem_size) {
-            case 1:
-                return write_keys<uint8_t>;
-            case 2:
-                return write_keys<uint16_t>;
-            case 4:
-                return write_keys<uint32_t>;
-            case 8:
-                return write_keys<uint64_t>;
-            default:
-                return write_wide_keys;
-        }
-    }();
+    const auto write = with_unsigned(
+        it->elem_size, [](auto bits) { return &write_keys<decltype(bits)>; }, [] { return &write_wide_keys; });
     return next_elements(it, [=](size_t to, HashElem* const* elems, size_t n) { write(it, to, elems, n); });
 }
 

@@ -3,7 +3,6 @@
 #pragma once
 
 #include "aggregate/hash_table.h"
-#include "core/fatal.h"
 #include "core/overlap_list.h"
 
 namespace qvo {
@@ -11,8 +10,9 @@ namespace qvo {
 /// What is particular to a member. New elements have a count of 0 and, if the member has sketches, an empty one.
 struct HashMember {
     /// Folds `n` steps: positions run[i] of the value at index[i] of the input (null if there is none) into elems[i].
+    /// `created`: the steps whose elements are new, as HashFiller lists them.
     using Fold = void (*)(qvo_seq_iterator_h input, const uint16_t* index, const uint8_t* run, HashElem* const* elems,
-                          size_t n);
+                          size_t n, const uint16_t* created);
     /// Folds the element of another table with the same key into this one's.
     using Merge = void (*)(HashElem& elem, const HashElem& other);
     /// Writes the aggregates of `n` elements to the tile, from element `to` on.
@@ -47,6 +47,10 @@ inline bool is_built(qvo_seq_iterator_h it) {
     return state<qvo_seq_hash_iterator_context_t>(it).shared->hash != nullptr;
 }
 
+/// The width of the keys, which is settled when the table is built and which the result of the keys has from then on.
+/// The operands need not exist any more.
+uint16_t& key_width_of(const qvo_seq_shared_hash_t& shared);
+
 QVO_RET build_hash(qvo_seq_iterator_h it, const HashMember& member, Where where);
 QVO_RET merge_hash(qvo_seq_iterator_h dst, qvo_seq_iterator_h src, const HashMember& member);
 QVO_RET next_aggregates(qvo_seq_iterator_h it, HashMember::Deliver deliver);
@@ -57,8 +61,10 @@ class HashSteps {
  public:
     HashSteps(qvo_seq_iterator_h group_by, qvo_seq_iterator_h input);
 
-    /// The next steps. The code of an operand that stops.
+    /// The next steps. The code of an operand that stops; QVO_E_ILLEGAL_TYPE if keys change their width on the way.
     QVO_RET collect(Where where);
+    /// The width of the keys, once there are any.
+    size_t key_width() const { return key_width_; }
     size_t size() const { return list_.n; }
     const uint16_t* keys() const { return list_.index[0]; }
     const uint16_t* values() const { return list_.index[1]; }
@@ -74,6 +80,7 @@ class HashSteps {
     // Without an input the keys are walked against themselves: every element is an overlap.
     Operand operands_[2];
     const bool single_;
+    size_t key_width_ = any_width;
     OverlapList<2> list_;
 };
 

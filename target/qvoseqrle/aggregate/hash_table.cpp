@@ -220,6 +220,7 @@ template <class Keys> bool HashFiller::grow(Keys keys) {
 
 template <class Keys> size_t HashFiller::locate_as(Keys keys, const Probes& probes, size_t n, HashElem** found) {
     const uint32_t* hashes = layout_.pairs ? probes.pair_hash : probes.key_hash;
+    uint16_t* created = created_;
     Chains chains = chains_;
     if (chains.size * sizeof *chains.heads + used_ * sizeof(HashElem) > near_bytes) {
         HashElem** heads[most];
@@ -261,6 +262,8 @@ template <class Keys> size_t HashFiller::locate_as(Keys keys, const Probes& prob
         elem->collision = *link;
         *link = elem;
         found[i] = elem;
+        *created++ = static_cast<uint16_t>(i);
+        *created = no_step;
         if (++used_ >= limit_) {
             if (!grow(keys)) return i;
             chains = chains_;
@@ -270,6 +273,7 @@ template <class Keys> size_t HashFiller::locate_as(Keys keys, const Probes& prob
 }
 
 size_t HashFiller::locate(const Probes& probes, size_t n, HashElem** found) {
+    created_[0] = no_step;
     return with_keys([&](auto keys) { return locate_as(keys, probes, n, found); });
 }
 

@@ -9,25 +9,30 @@
 namespace qvo {
 
 struct Average {
+    static constexpr bool takes_squares = false;
     static double of(double s, double /*q*/, double n) { return s / n; }
 };
 
 struct Variance {
+    static constexpr bool takes_squares = true;
     static double of(double s, double q, double n) { return (q - s * s / n) / n; }
 };
 
 struct Deviation {
+    static constexpr bool takes_squares = true;
     static double of(double s, double q, double n) { return std::sqrt(Variance::of(s, q, n)); }
 };
 
 /// The sample form takes n - 1 for n throughout, inside the bracket too. That is deliberate and not the textbook's
 /// (q - s^2 / n) / (n - 1): the values 1 and 3 give (10 - 16 / 1) / 1 = -6, and a deviation that is no number.
 template <class Statistic> struct Sample {
+    static constexpr bool takes_squares = Statistic::takes_squares;
     static double of(double s, double q, double n) { return Statistic::of(s, q, n - 1); }
 };
 
 /// 0 for a single value, where the sample form would divide by 0.
 template <class Statistic> struct ZeroForOne {
+    static constexpr bool takes_squares = Statistic::takes_squares;
     static double of(double s, double q, double n) { return n == 1 ? 0.0 : Statistic::of(s, q, n); }
 };
 

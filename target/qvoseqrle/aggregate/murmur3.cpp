@@ -1,6 +1,8 @@
 // Hashes of values: one of any width, and many of a tile at once.
 #include "aggregate/murmur3.h"
 
+#include "core/move.h"
+
 namespace qvo {
 namespace {
 
@@ -21,34 +23,21 @@ uint32_t block_at(const uint8_t* bytes) {
 }  // namespace
 
 void hash_values(const uint8_t* values, size_t width, size_t n, uint32_t seed, uint32_t* hashes) {
-    switch (width) {
-        case 1:
-            return hash_array(values, n, seed, hashes);
-        case 2:
-            return hash_array(reinterpret_cast<const bits2*>(values), n, seed, hashes);
-        case 4:
-            return hash_array(reinterpret_cast<const bits4*>(values), n, seed, hashes);
-        case 8:
-            return hash_array(reinterpret_cast<const bits8*>(values), n, seed, hashes);
-        default:
+    with_unsigned(
+        width, [=](auto bits) { hash_array(reinterpret_cast<const decltype(bits)*>(values), n, seed, hashes); },
+        [=] {
             for (size_t i = 0; i < n; ++i) hashes[i] = murmur_hash3_32(values + i * width, width, seed);
-    }
+        });
 }
 
 void hash_values_at(const uint8_t* values, size_t width, const uint16_t* indexes, size_t n, const uint32_t* seeds,
                     uint32_t* hashes) {
-    switch (width) {
-        case 1:
-            return hash_list(values, indexes, n, seeds, hashes);
-        case 2:
-            return hash_list(reinterpret_cast<const bits2*>(values), indexes, n, seeds, hashes);
-        case 4:
-            return hash_list(reinterpret_cast<const bits4*>(values), indexes, n, seeds, hashes);
-        case 8:
-            return hash_list(reinterpret_cast<const bits8*>(values), indexes, n, seeds, hashes);
-        default:
+    with_unsigned(
+        width,
+        [=](auto bits) { hash_list(reinterpret_cast<const decltype(bits)*>(values), indexes, n, seeds, hashes); },
+        [=] {
             for (size_t i = 0; i < n; ++i) hashes[i] = murmur_hash3_32(values + indexes[i] * width, width, seeds[i]);
-    }
+        });
 }
 
 }  // namespace qvo

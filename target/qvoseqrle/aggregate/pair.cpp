@@ -9,7 +9,7 @@
 namespace qvo {
 namespace {
 
-using Sums = qvo_seq_bin_agg_context_t;
+using PairSums = qvo_seq_bin_agg_context_t;
 
 template <class V> QVO_INLINE double as_double(V v) {
     if constexpr (std::is_same_v<V, int64_t>) return signed_to_double(v);
@@ -19,7 +19,7 @@ template <class V> QVO_INLINE double as_double(V v) {
 
 /// value x run as a double. For integers it is a 64-bit product, converted as an unsigned number: a negative value
 /// contributes 2^64 minus its magnitude.
-template <class V> QVO_INLINE double times_run(V v, int32_t run) {
+template <class V> QVO_INLINE double term_of_run(V v, int32_t run) {
     if constexpr (std::is_integral_v<V> && sizeof(V) == sizeof(uint64_t)) {
         return unsigned_to_double(static_cast<uint64_t>(v) * static_cast<uint32_t>(run));
     } else {
@@ -39,49 +39,50 @@ template <class V> QVO_INLINE double product(V a, V b, int32_t run) {
 // The families: which sums they have, and what a pair adds to each of them, `stride` numbers apart.
 
 struct Covariance {
-    static constexpr double Sums::*sums[] = {&Sums::sx, &Sums::sy, &Sums::sxy};
+    static constexpr double PairSums::*sums[] = {&PairSums::sx, &PairSums::sy, &PairSums::sxy};
     template <class V> QVO_INLINE static void terms(double* t, size_t stride, V x, V y, int32_t run) {
-        t[0] = times_run(x, run);
-        t[stride] = times_run(y, run);
+        t[0] = term_of_run(x, run);
+        t[stride] = term_of_run(y, run);
         t[2 * stride] = product(x, y, run);
     }
-    static double value(const Sums& s, double n) { return (s.sxy - s.sx * s.sy / n) / n; }
+    static double value(const PairSums& s, double n) { return (s.sxy - s.sx * s.sy / n) / n; }
 };
 
 struct Correlation {
-    static constexpr double Sums::*sums[] = {&Sums::sx, &Sums::sy, &Sums::sxy, &Sums::sxx, &Sums::syy};
+    static constexpr double PairSums::*sums[] = {&PairSums::sx, &PairSums::sy, &PairSums::sxy, &PairSums::sxx,
+                                                 &PairSums::syy};
     template <class V> QVO_INLINE static void terms(double* t, size_t stride, V x, V y, int32_t run) {
         Covariance::terms(t, stride, x, y, run);
         t[3 * stride] = product(x, x, run);
         t[4 * stride] = product(y, y, run);
     }
-    static double value(const Sums& s, double n) {
+    static double value(const PairSums& s, double n) {
         return (s.sxy - s.sx * s.sy / n) / std::sqrt((s.syy - s.sy * s.sy / n) * (s.sxx - s.sx * s.sx / n));
     }
 };
 
 struct WeightedSum {
-    static constexpr double Sums::*sums[] = {&Sums::sxy};
+    static constexpr double PairSums::*sums[] = {&PairSums::sxy};
     template <class V> QVO_INLINE static void terms(double* t, size_t, V weight, V v, int32_t run) {
         t[0] = product(weight, v, run);
     }
-    static double value(const Sums& s, double /*n*/) { return s.sxy; }
+    static double value(const PairSums& s, double /*n*/) { return s.sxy; }
 };
 
 struct WeightedAverage {
-    static constexpr double Sums::*sums[] = {&Sums::sx, &Sums::sxy};
+    static constexpr double PairSums::*sums[] = {&PairSums::sx, &PairSums::sxy};
     template <class V> QVO_INLINE static void terms(double* t, size_t stride, V weight, V v, int32_t run) {
-        t[0] = times_run(weight, run);
+        t[0] = term_of_run(weight, run);
         if constexpr (std::is_floating_point_v<V>) {
             t[stride] = product(weight, v, run);
         } else if constexpr (sizeof(V) < sizeof(int32_t)) {
             // In signed 32 bits also for unsigned types, whose product may wrap to a negative number.
-            t[stride] = times_run(wrapping_mul(static_cast<int32_t>(weight), static_cast<int32_t>(v)), run);
+            t[stride] = term_of_run(wrapping_mul(static_cast<int32_t>(weight), static_cast<int32_t>(v)), run);
         } else {
-            t[stride] = times_run(wrapping_mul(weight, v), run);
+            t[stride] = term_of_run(wrapping_mul(weight, v), run);
         }
     }
-    static double value(const Sums& s, double /*n*/) { return s.sxy / s.sx; }
+    static double value(const PairSums& s, double /*n*/) { return s.sxy / s.sx; }
 };
 
 constexpr size_t batch = 64;
@@ -97,7 +98,7 @@ template <class V, class Family>
 void fold_pairs(void* state, const void* left, const void* right, const int32_t* runs, size_t n) {
     constexpr size_t n_sums = std::size(Family::sums);
     const V *x = static_cast<const V*>(left), *y = static_cast<const V*>(right);
-    Sums& sums = *static_cast<Sums*>(state);
+    PairSums& sums = *static_cast<PairSums*>(state);
     double sum[n_sums];
     for (size_t k = 0; k < n_sums; ++k) sum[k] = sums.*Family::sums[k];
     if constexpr (std::is_integral_v<V>) {
@@ -120,18 +121,18 @@ void fold_pairs(void* state, const void* left, const void* right, const int32_t*
 
 template <class Family> struct PairReducer {
     using Result = double;
-    static double finish(const Sums& s) { return Family::value(s, static_cast<double>(s.count)); }
+    static double finish(const PairSums& s) { return Family::value(s, static_cast<double>(s.count)); }
 };
 
 template <class V, class Family> QVO_RET pair_next(qvo_seq_iterator_h it, Where where = Where::here()) {
-    return reduce_by<PairReducer<Family>, Sums>(
-        it, [=](Sums& sums) { return reduce_overlaps(it, &sums, sums.count, fold_pairs<V, Family>, where); });
+    return reduce_by<PairReducer<Family>, PairSums>(
+        it, [=](PairSums& sums) { return reduce_overlaps(it, &sums, sums.count, fold_pairs<V, Family>, where); });
 }
 
 /// Adds field by field, also for parts without values, but deliberately the source's sy to the target's sx.
 template <class Family> QVO_RET pair_merge(qvo_seq_iterator_h into, qvo_seq_iterator_h from) {
-    Sums& target = state<Sums>(into);
-    const Sums source = state<Sums>(from);
+    PairSums& target = state<PairSums>(into);
+    const PairSums source = state<PairSums>(from);
     target.sx += source.sy;
     target.sy += source.sy;
     target.sxx += source.sxx;
@@ -147,7 +148,7 @@ QVO_RET construct_pair(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_s
                        qvo_seq_iterator_next_t next, qvo_seq_iterator_merge_t merge) {
     if (const QVO_RET rc = construct_binary<E, elem_double>(result, left, right, next); rc != QVO_S_OK) return rc;
     fill_aggregate(result, merge);
-    state<Sums>(result) = Sums{};
+    state<PairSums>(result) = PairSums{};
     return QVO_S_OK;
 }
 

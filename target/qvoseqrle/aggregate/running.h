@@ -23,26 +23,19 @@ template <class A> QVO_INLINE void store_accumulator(qvo_seq_agg_context_t& cont
     std::memcpy(&context.accumulator, &value, sizeof value);
 }
 
-// What prefixes and cells fold values with, beside Add and Multiply.
-struct Larger {
-    template <class A> QVO_INLINE static A apply(A a, A v) { return v > a ? v : a; }
-};
-struct Smaller {
-    template <class A> QVO_INLINE static A apply(A a, A v) { return v < a ? v : a; }
-};
-
-/// Reads the positions for one result tile and has them turned into results, also those before an error: results of
-/// an error's call are not delivered, but they have moved the state on. `*n` is their number.
+/// Reads the positions for one result tile and has loop(n) turn them into results, also those before an error: results
+/// of an error's call are not delivered, but they have moved the state on.
 template <class Loop>
-QVO_INLINE QVO_RET run_positions(qvo_seq_iterator_h it, Positions& positions, uint64_t* n, Where where, Loop loop) {
-    const qvo_seq_iterator_h input = it->opd[0];
-    const QVO_RET rc = read_positions(input, input->elem_size, reinterpret_cast<uint8_t*>(positions),
-                                      capacity_of(it->elem_size), n, where);
-    if (*n != 0) {
-        loop();
-        fill_runs(runs_of(it), *n, 1);
+QVO_INLINE QVO_RET run_positions(qvo_seq_iterator_h it, Positions& positions, size_t width, Counted counted,
+                                 Where where, Loop loop) {
+    TileWriter out(it);
+    uint64_t n;
+    const QVO_RET rc = read_positions(it->opd[0], width, reinterpret_cast<uint8_t*>(positions), out.room(), &n, where);
+    if (n != 0) {
+        loop(n);
+        out.put_equal_runs(n, 1);
     }
-    return rc == QVO_S_CURSOR_END && *n != 0 ? QVO_S_OK : rc;
+    return out.finish(rc, counted);
 }
 
 }  // namespace qvo

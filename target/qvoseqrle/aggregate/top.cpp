@@ -5,30 +5,23 @@
 #include <cmath>
 
 #include "core/construct.h"
-#include "core/fatal.h"
-#include "core/tile.h"
+#include "core/number.h"
+#include "core/protocol.h"
 
 namespace qvo {
 namespace {
 
 using Context = qvo_seq_top_context_t;
 
-struct Larger {
-    template <class V> QVO_INLINE static bool before(V x, V y) { return x > y; }
-};
-struct Smaller {
-    template <class V> QVO_INLINE static bool before(V x, V y) { return x < y; }
-};
-
 /// The first of the values from i on that comes before `limit`, or n.
 template <class Order, class V> QVO_CPU_VARIANTS size_t find_better(const V* values, size_t i, size_t n, V limit) {
     constexpr size_t block = 256 / sizeof(V);
     for (; i + block <= n; i += block) {
         unsigned any = 0;
-        for (size_t k = 0; k < block; ++k) any |= Order::before(values[i + k], limit);
+        for (size_t k = 0; k < block; ++k) any |= Order::beats(values[i + k], limit);
         if (any != 0) break;
     }
-    while (i != n && !Order::before(values[i], limit)) ++i;
+    while (i != n && !Order::beats(values[i], limit)) ++i;
     return i;
 }
 
@@ -44,7 +37,7 @@ template <class Order, class V> struct Kept {
         size_t low = 0, high = n;
         while (low < high) {
             const size_t middle = (low + high) / 2;
-            if (Order::before(x, values[middle]))
+            if (Order::beats(x, values[middle]))
                 high = middle;
             else
                 low = middle + 1;
@@ -73,7 +66,7 @@ template <class Order, class V> struct Kept {
             for (size_t low = 0; low < n;) {
                 const size_t middle = (low + n) / 2;
                 const V met = values[middle];
-                if (!std::isnan(met) && (!any || Order::before(value, met))) value = met;
+                if (!std::isnan(met) && (!any || Order::beats(value, met))) value = met;
                 any |= !std::isnan(met);
                 low = middle + 1;
             }
@@ -95,43 +88,36 @@ template <class Order, class V> struct Kept {
 };
 
 /// Pulls the input to its end. Tiles are taken whole and runs do not count.
-template <class Order, class V> QVO_RET keep_top(qvo_seq_iterator_h input, Kept<Order, V>& kept) {
+template <class Order, class V> QVO_RET keep_top(qvo_seq_iterator_h input, Kept<Order, V>& kept, Where where) {
     uint64_t elements = 0;
     QVO_RET rc;
-    while ((rc = input->next(input)) == QVO_S_OK) {
+    while ((rc = pull_any_tile(input, where)) == QVO_S_OK) {
         if (kept.top != 0) kept.add(values_of<V>(input), input->tile_size, elements);
         elements += input->tile_size;
     }
     return rc;
 }
 
-template <class Order, class V> QVO_RET next_values(qvo_seq_iterator_h it) {
-    if (it->prepared != 0) {
-        if (it->next_seq_no == 0) return QVO_S_CURSOR_END;
-        it->prepared = 0;
-        return QVO_S_OK;
-    }
-    if (it->next_seq_no != 0) return QVO_S_CURSOR_END;
+template <class Order, class V> QVO_RET next_values(qvo_seq_iterator_h it, Where where) {
+    if (const std::optional<QVO_RET> answer = answer_of(it)) return *answer;
     Kept<Order, V> kept{values_of<V>(it), nullptr, state<Context>(it).top, 0};
-    const QVO_RET rc = keep_top(it->opd[0], kept);
-    if (kept.n != 0) fill_runs(runs_of(it), kept.n, 1);
-    if (rc != QVO_S_CURSOR_END || kept.n == 0) return rc;
-    it->next_seq_no += kept.n;
-    it->tile_size = static_cast<uint16_t>(kept.n);
-    return QVO_S_OK;
+    const QVO_RET rc = keep_top(it->opd[0], kept, where);
+    TileWriter out(it);
+    if (kept.n != 0) out.put_equal_runs(kept.n, 1);
+    return out.finish(rc, Counted::delivered);
 }
 
-template <class Order, class V> QVO_RET next_positions(qvo_seq_iterator_h it) {
+template <class Order, class V> QVO_RET next_positions(qvo_seq_iterator_h it, Where where) {
+    TileWriter out(it);
     if (it->next_seq_no != 0) {
-        it->tile_size = 0;
+        out.finish_at(it->next_seq_no);  // with an empty tile
         return QVO_S_CURSOR_END;
     }
     V values[elem_uint8::capacity];
     Kept<Order, V> kept{values, values_of<uint64_t>(it), state<Context>(it).top, 0};
-    const QVO_RET rc = keep_top(it->opd[0], kept);
-    if (kept.n != 0) fill_runs(runs_of(it), kept.n, 1);
-    it->next_seq_no += kept.n;
-    it->tile_size = static_cast<uint16_t>(kept.n);
+    const QVO_RET rc = keep_top(it->opd[0], kept, where);
+    if (kept.n != 0) out.put_equal_runs(kept.n, 1);
+    out.finish_at(kept.n);  // after an error too
     return rc == QVO_S_CURSOR_END && kept.n != 0 ? QVO_S_OK : rc;
 }
 
@@ -144,7 +130,7 @@ template <class Order, class V> QVO_RET merge_values(qvo_seq_iterator_h dst, qvo
     V* a = values_of<V>(dst);
     const V* b = values_of<V>(src);
     for (size_t i = 0, j = 0;;) {
-        if (a[i] == b[j] || Order::before(a[i], b[j])) {
+        if (a[i] == b[j] || Order::beats(a[i], b[j])) {
             if (a[i] == b[j] && ++j == m) break;
             if (++i < n) continue;
             for (; i < top && j < m; ++n) a[i++] = b[j++];
@@ -155,10 +141,9 @@ template <class Order, class V> QVO_RET merge_values(qvo_seq_iterator_h dst, qvo
         a[i++] = b[j++];
         if (i == n || j == m) break;
     }
-    fill_runs(runs_of(dst), n, 1);
-    dst->tile_size = static_cast<uint16_t>(n);
-    dst->next_seq_no = n;
-    return QVO_S_OK;
+    TileWriter out(dst);
+    out.put_equal_runs(n, 1);
+    return out.finish_at(n);
 }
 
 /// Binds the input, which stays marked if `top` is refused.
@@ -188,24 +173,28 @@ QVO_RET construct_positions(qvo_seq_iterator_h result, qvo_seq_iterator_h input,
 
 }  // namespace
 
-#define DEFINE_TOP(name, type, Order)                                                                            \
-    extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h it) { return next_values<Order, qvo_##type>(it); } \
-    extern "C" QVO_API QVO_RET name##_merge(qvo_seq_iterator_h dst, qvo_seq_iterator_h src) {                    \
-        return merge_values<Order, qvo_##type>(dst, src, Where::here());                                         \
-    }                                                                                                            \
-    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t top) {       \
-        return construct_values<elem_##type>(result, input, top, name##_next, name##_merge);                     \
+#define DEFINE_TOP(name, type, Order)                                                                      \
+    extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h it) {                                        \
+        return next_values<Order, qvo_##type>(it, Where::here());                                          \
+    }                                                                                                      \
+    extern "C" QVO_API QVO_RET name##_merge(qvo_seq_iterator_h dst, qvo_seq_iterator_h src) {              \
+        return merge_values<Order, qvo_##type>(dst, src, Where::here());                                   \
+    }                                                                                                      \
+    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t top) { \
+        return construct_values<elem_##type>(result, input, top, name##_next, name##_merge);               \
     }
-#define DEFINE_TOP_POS(name, type, Order)                                                                           \
-    extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h it) { return next_positions<Order, qvo_##type>(it); } \
-    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t top) {          \
-        return construct_positions<elem_##type>(result, input, top, name##_next);                                   \
+#define DEFINE_TOP_POS(name, type, Order)                                                                  \
+    extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h it) {                                        \
+        return next_positions<Order, qvo_##type>(it, Where::here());                                       \
+    }                                                                                                      \
+    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t top) { \
+        return construct_positions<elem_##type>(result, input, top, name##_next);                          \
     }
-#define STAMP(type)                                          \
-    DEFINE_TOP(qvo_seq_top_max_##type, type, Larger)         \
-    DEFINE_TOP(qvo_seq_top_min_##type, type, Smaller)        \
-    DEFINE_TOP_POS(qvo_seq_top_pos_max_##type, type, Larger) \
-    DEFINE_TOP_POS(qvo_seq_top_pos_min_##type, type, Smaller)
+#define STAMP(type)                                           \
+    DEFINE_TOP(qvo_seq_top_max_##type, type, Greater)         \
+    DEFINE_TOP(qvo_seq_top_min_##type, type, Less)            \
+    DEFINE_TOP_POS(qvo_seq_top_pos_max_##type, type, Greater) \
+    DEFINE_TOP_POS(qvo_seq_top_pos_min_##type, type, Less)
 QVO_SEQ_FOR_FIXED_TYPES(STAMP)
 #undef STAMP
 #undef DEFINE_TOP_POS

@@ -22,7 +22,7 @@ template <class A> struct AggregateState {
 
 /// value x run as it is formed before it is widened: in 32 bits (signed, but for uint4) for narrow integers, and in
 /// the value's own type for the others. The wrapping of int4 before widening is deliberate.
-template <class V> QVO_INLINE auto times_run(V v, unsigned run) {
+template <class V> QVO_INLINE auto element_term(V v, unsigned run) {
     if constexpr (std::is_floating_point_v<V>)
         return v * static_cast<V>(run);
     else if constexpr (sizeof(V) < sizeof(int32_t))
@@ -36,7 +36,7 @@ inline constexpr unsigned small_bits = 21;
 
 /// Vectorised sums over the integers of a tile.
 template <class V> struct IntegerLoops {
-    using Term = decltype(times_run(V{}, 1));
+    using Term = decltype(element_term(V{}, 1));
     // A tile of 1-byte values sums up in 32 bits, whatever the runs.
     using Lane =
         std::conditional_t<sizeof(V) == 1, int32_t, std::conditional_t<std::is_signed_v<Term>, int64_t, uint64_t>>;
@@ -56,7 +56,7 @@ template <class V> struct IntegerLoops {
         const InOrder run(runs, n);
         modular<Lane> sum = 0;
         for (size_t i = 0; i < n; ++i)
-            sum += static_cast<modular<Lane>>(static_cast<Lane>(times_run(values[i], run.bytes[i])));
+            sum += static_cast<modular<Lane>>(static_cast<Lane>(element_term(values[i], run.bytes[i])));
         return static_cast<Lane>(sum);
     }
     /// Whether all magnitudes are up to 2^small_bits.
@@ -116,10 +116,10 @@ template <class V> struct OrderedLoops {
             uint8_t run[ahead];
             double terms[ahead];
             copy_in_order(run, runs, ahead);
-            for (size_t k = 0; k < ahead; ++k) terms[k] = static_cast<double>(times_run(values[k], run[k]));
+            for (size_t k = 0; k < ahead; ++k) terms[k] = static_cast<double>(element_term(values[k], run[k]));
             for (const double term : terms) sum += term;
         }
-        for (size_t i = 0; i < n; ++i) sum += static_cast<double>(times_run(values[i], get_run(runs, i)));
+        for (size_t i = 0; i < n; ++i) sum += static_cast<double>(element_term(values[i], get_run(runs, i)));
         return sum;
     }
     QVO_CPU_VARIANTS static void squares(State& s, const V* __restrict values, const uint8_t* __restrict runs,
@@ -129,7 +129,7 @@ template <class V> struct OrderedLoops {
             uint8_t run[ahead];
             double terms[ahead], squares[ahead];
             copy_in_order(run, runs, ahead);
-            for (size_t k = 0; k < ahead; ++k) terms[k] = static_cast<double>(times_run(values[k], run[k]));
+            for (size_t k = 0; k < ahead; ++k) terms[k] = static_cast<double>(element_term(values[k], run[k]));
             for (size_t k = 0; k < ahead; ++k) squares[k] = square(values[k], run[k]);
             for (size_t k = 0; k < ahead; ++k) {
                 sum += terms[k];
@@ -137,7 +137,7 @@ template <class V> struct OrderedLoops {
             }
         }
         for (size_t i = 0; i < n; ++i) {
-            sum += static_cast<double>(times_run(values[i], get_run(runs, i)));
+            sum += static_cast<double>(element_term(values[i], get_run(runs, i)));
             sum_of_squares += square(values[i], get_run(runs, i));
         }
         s.agg = sum;
@@ -161,7 +161,7 @@ template <class V, class A> struct Sum {
     using State = AggregateState<A>;
 
     static void start(State& s, V v, unsigned run) {
-        s.agg = static_cast<A>(times_run(v, run));
+        s.agg = static_cast<A>(element_term(v, run));
         s.norm = 0;
     }
     static void fold(State& s, const V* values, const uint8_t* runs, size_t n, bool single) {
@@ -189,12 +189,12 @@ template <class V, class A> struct Sum {
 };
 
 /// Sum of value x run, and of run x value x value, in double: the members var and dev.
-template <class V> struct Moments {
+template <class V> struct SumAndSquares {
     using Value = V;
     using State = AggregateState<double>;
 
     static void start(State& s, V v, unsigned run) {
-        s.agg = static_cast<double>(times_run(v, run));
+        s.agg = static_cast<double>(element_term(v, run));
         s.norm = square(v, run);
     }
     static void fold(State& s, const V* values, const uint8_t* runs, size_t n, bool single) {
@@ -253,13 +253,6 @@ template <class V, class A> struct Product {
     }
 };
 
-struct Greater {
-    template <class V> QVO_INLINE static bool beats(V v, V extreme) { return v > extreme; }
-};
-struct Less {
-    template <class V> QVO_INLINE static bool beats(V v, V extreme) { return v < extreme; }
-};
-
 /// The first of the values that no other beats; a NaN is beaten by nothing and beats nothing.
 template <class V, class Order> struct Extreme {
     using Value = V;
@@ -305,7 +298,7 @@ template <class V, class Order> struct Extreme {
 };
 
 /// A member that delivers what it gathers.
-template <class Accumulate> struct Plain {
+template <class Accumulate> struct AsGathered {
     using Accumulation = Accumulate;
     using Result = decltype(Accumulation::State::agg);
     static Result finish(const typename Accumulation::State& s) { return s.agg; }
@@ -323,12 +316,12 @@ template <class Accumulate, class Statistic> struct Derived {
     }
 };
 
-template <class E> using Max = Plain<Extreme<typename E::value, Greater>>;
-template <class E> using Min = Plain<Extreme<typename E::value, Less>>;
-template <class E, class R> using Summed = Plain<Sum<typename E::value, typename R::value>>;
-template <class E, class R> using Multiplied = Plain<Product<typename E::value, typename R::value>>;
+template <class E> using Max = AsGathered<Extreme<typename E::value, Greater>>;
+template <class E> using Min = AsGathered<Extreme<typename E::value, Less>>;
+template <class E, class R> using Summed = AsGathered<Sum<typename E::value, typename R::value>>;
+template <class E, class R> using Multiplied = AsGathered<Product<typename E::value, typename R::value>>;
 template <class E, class R> using Averaged = Derived<Sum<typename E::value, typename R::value>, Average>;
-template <class E, class Statistic> using Spread = Derived<Moments<typename E::value>, Statistic>;
+template <class E, class Statistic> using SpreadOf = Derived<SumAndSquares<typename E::value>, Statistic>;
 
 /// Both extremes at once, without `prepare` and `merge`: two elements, and next_seq_no counts them. Since the
 /// smallest value never exceeds the largest one, an element that lowers the one cannot raise the other.
@@ -350,17 +343,17 @@ template <class V> struct Extremes {
 
 /// Datetimes are compared as integers and delivered as doubles: the conversion keeps their order, and where it makes
 /// two of them equal, it makes them the same.
-template <class V, class R> QVO_RET min_max_next(qvo_seq_iterator_h it) {
+template <class V, class R> QVO_RET min_max_next(qvo_seq_iterator_h it, Where where) {
     if (it->next_seq_no != 0) return QVO_S_CURSOR_END;
     typename Extremes<V>::State s{};
     qvo_seq_count_t count = 0;
-    if (const QVO_RET rc = reduce_tiles(it->opd[0], &s, count, fold_tile<Extremes<V>>); rc != QVO_S_OK) return rc;
+    if (const QVO_RET rc = reduce_tiles(it->opd[0], &s, count, fold_tile<Extremes<V>>, where); rc != QVO_S_OK)
+        return rc;
     values_of<R>(it)[0] = static_cast<R>(s.least.agg);
     values_of<R>(it)[1] = static_cast<R>(s.greatest.agg);
-    fill_runs(runs_of(it), 2, 1);
-    it->next_seq_no = 2;
-    it->tile_size = 2;
-    return QVO_S_OK;
+    TileWriter out(it);
+    out.put_equal_runs(2, 1);
+    return out.finish_at(2);
 }
 
 template <class E> using MinMaxResult = std::conditional_t<std::is_same_v<E, elem_datetime>, elem_double, E>;
@@ -385,12 +378,12 @@ template <class Record, class R> constexpr bool is_state_of() {
     DEFINE(qvo_seq_agg_sum_##type, elem_##type, elem_##sum, Summed<elem_##type, elem_##sum>)                     \
     DEFINE(qvo_seq_agg_prd_##type, elem_##type, elem_##sum, Multiplied<elem_##type, elem_##sum>)                 \
     DEFINE(qvo_seq_agg_avg_##type, elem_##type, elem_##avg, Averaged<elem_##type, elem_##avg>)                   \
-    DEFINE(qvo_seq_agg_var_##type, elem_##type, elem_double, Spread<elem_##type, Variance>)                      \
-    DEFINE(qvo_seq_agg_var_samp_##type, elem_##type, elem_double, Spread<elem_##type, SampleVariance>)           \
-    DEFINE(qvo_seq_agg_dev_##type, elem_##type, elem_double, Spread<elem_##type, Deviation>)                     \
-    DEFINE(qvo_seq_agg_dev_samp_##type, elem_##type, elem_double, Spread<elem_##type, SampleDeviation>)          \
+    DEFINE(qvo_seq_agg_var_##type, elem_##type, elem_double, SpreadOf<elem_##type, Variance>)                    \
+    DEFINE(qvo_seq_agg_var_samp_##type, elem_##type, elem_double, SpreadOf<elem_##type, SampleVariance>)         \
+    DEFINE(qvo_seq_agg_dev_##type, elem_##type, elem_double, SpreadOf<elem_##type, Deviation>)                   \
+    DEFINE(qvo_seq_agg_dev_samp_##type, elem_##type, elem_double, SpreadOf<elem_##type, SampleDeviation>)        \
     extern "C" QVO_API QVO_RET qvo_seq_agg_min_max_##type##_next(qvo_seq_iterator_h it) {                        \
-        return min_max_next<elem_##type::value, MinMaxResult<elem_##type>::value>(it);                           \
+        return min_max_next<elem_##type::value, MinMaxResult<elem_##type>::value>(it, Where::here());            \
     }                                                                                                            \
     extern "C" QVO_API QVO_RET qvo_seq_agg_min_max_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) { \
         return construct_unary<elem_##type, MinMaxResult<elem_##type>>(result, input,                            \

@@ -25,19 +25,14 @@ struct Call {
 };
 using Loop = void (*)(const Call& call);
 
-QVO_RET window_next(qvo_seq_iterator_h it, Loop loop, Where where) {
+QVO_RET window_next(qvo_seq_iterator_h it, size_t width, Loop loop, Where where) {
     auto& context = state<Context>(it);
     const uint64_t position = it->next_seq_no;
     const size_t slot = remainder(position, context.interval);  // an interval of 0 faults here
     Positions values;
-    uint64_t n;
-    const QVO_RET rc = run_positions(it, values, &n, where, [&] {
+    return run_positions(it, values, width, Counted::delivered, where, [&](size_t n) {
         loop({context, values, values_of<uint8_t>(it), n, slot, position});
     });
-    if (rc != QVO_S_OK) return rc;
-    it->next_seq_no += n;
-    it->tile_size = static_cast<uint16_t>(n);
-    return QVO_S_OK;
 }
 
 void clear(Context& context, size_t width) {
@@ -86,18 +81,18 @@ struct AsIs {
     template <class A> QVO_INLINE static A of(A sum, double, uint64_t) { return sum; }
 };
 /// A formula of moments.h over double sums; n is the interval.
-template <class Formula, bool Squares> struct Statistic {
+template <class Formula, bool Squares> struct WindowStatistic {
     static constexpr bool squares = Squares;
     QVO_INLINE static double of(double sum, double norm, uint64_t n) {
         return Formula::of(sum, norm, static_cast<double>(n));
     }
 };
-using WindowAverage = Statistic<Average, false>;
+using WindowAverage = WindowStatistic<Average, false>;
 // These divide by 0 at an interval of 1, deliberately: there is no case for a single value.
-using WindowVariance = Statistic<Variance, true>;
-using WindowSampleVariance = Statistic<Sample<Variance>, true>;
-using WindowDeviation = Statistic<Deviation, true>;
-using WindowSampleDeviation = Statistic<Sample<Deviation>, true>;
+using WindowVariance = WindowStatistic<Variance, true>;
+using WindowSampleVariance = WindowStatistic<Sample<Variance>, true>;
+using WindowDeviation = WindowStatistic<Deviation, true>;
+using WindowSampleDeviation = WindowStatistic<Sample<Deviation>, true>;
 
 // Time stamps are summed in integers where the result is a time stamp: also the variance, but not its sample form.
 struct DatetimeAverage {
@@ -116,7 +111,7 @@ struct DatetimeVariance {
 template <class V, class A>
 inline constexpr bool adds_exactly = std::is_integral_v<A> || (std::is_integral_v<V> && sizeof(V) <= sizeof(int32_t));
 
-template <class V, class A, class Finish> struct Sums {
+template <class V, class A, class Finish> struct WindowSums {
     using R = decltype(Finish::of(A{}, 0.0, 1));
 
     QVO_CPU_VARIANTS static void exact(R* __restrict out, const V* __restrict values, size_t n, A rest,
@@ -156,15 +151,8 @@ template <class V, class A, class Finish> struct Sums {
     }
 };
 
-struct Less {
-    template <class V> QVO_INLINE static bool beats(V a, V b) { return a < b; }
-};
-struct Greater {
-    template <class V> QVO_INLINE static bool beats(V a, V b) { return a > b; }
-};
-
 /// The extreme of the window, searched for again only when the one that leaves was it.
-template <class V, class Order> struct Extreme {
+template <class V, class Order> struct WindowExtreme {
     static void run(const Call& call) {
         const History<V> history(call);
         const V* values = static_cast<const V*>(call.values);
@@ -223,34 +211,36 @@ template <class V> struct Atr {
 
 template <class E> inline constexpr bool is_datetime = std::is_same_v<E, elem_datetime>;
 template <class E>
-using AverageOf = std::conditional_t<is_datetime<E>, Sums<qvo_datetime, uint64_t, DatetimeAverage>,
-                                     Sums<typename E::value, double, WindowAverage>>;
+using AverageOf = std::conditional_t<is_datetime<E>, WindowSums<qvo_datetime, uint64_t, DatetimeAverage>,
+                                     WindowSums<typename E::value, double, WindowAverage>>;
 template <class E>
-using VarianceOf = std::conditional_t<is_datetime<E>, Sums<qvo_datetime, uint64_t, DatetimeVariance>,
-                                      Sums<typename E::value, double, WindowVariance>>;
-template <class E, class Finish> using Spread = Sums<typename E::value, double, Finish>;
+using VarianceOf = std::conditional_t<is_datetime<E>, WindowSums<qvo_datetime, uint64_t, DatetimeVariance>,
+                                      WindowSums<typename E::value, double, WindowVariance>>;
+template <class E, class Finish> using WindowSpread = WindowSums<typename E::value, double, Finish>;
 
 }  // namespace
 
 #define DEFINE(name, Element, Result, ...)                                                                      \
     extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h it) {                                             \
-        return window_next(it, __VA_ARGS__::run, Where::here());                                                \
+        return window_next(it, Element::width, __VA_ARGS__::run, Where::here());                                \
     }                                                                                                           \
     extern "C" QVO_API QVO_RET name##_reset(qvo_seq_iterator_h it) { return window_reset(it, Element::width); } \
     extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t interval) { \
         return construct_window(result, input, interval, layout_of<Element>, layout_of<Result>, name##_next,    \
                                 name##_reset);                                                                  \
     }
-#define STAMP(type, sum, avg)                                                                                        \
-    DEFINE(qvo_seq_window_agg_sum_##type, elem_##type, elem_##sum, Sums<qvo_##type, qvo_##sum, AsIs>)                \
-    DEFINE(qvo_seq_window_agg_avg_##type, elem_##type, elem_##avg, AverageOf<elem_##type>)                           \
-    DEFINE(qvo_seq_window_agg_min_##type, elem_##type, elem_##type, Extreme<qvo_##type, Less>)                       \
-    DEFINE(qvo_seq_window_agg_max_##type, elem_##type, elem_##type, Extreme<qvo_##type, Greater>)                    \
-    DEFINE(qvo_seq_window_agg_var_##type, elem_##type, elem_##avg, VarianceOf<elem_##type>)                          \
-    DEFINE(qvo_seq_window_agg_var_samp_##type, elem_##type, elem_double, Spread<elem_##type, WindowSampleVariance>)  \
-    DEFINE(qvo_seq_window_agg_dev_##type, elem_##type, elem_double, Spread<elem_##type, WindowDeviation>)            \
-    DEFINE(qvo_seq_window_agg_dev_samp_##type, elem_##type, elem_double, Spread<elem_##type, WindowSampleDeviation>) \
-    DEFINE(qvo_seq_window_agg_ema_##type, elem_##type, elem_double, Ema<qvo_##type>)                                 \
+#define STAMP(type, sum, avg)                                                                                   \
+    DEFINE(qvo_seq_window_agg_sum_##type, elem_##type, elem_##sum, WindowSums<qvo_##type, qvo_##sum, AsIs>)     \
+    DEFINE(qvo_seq_window_agg_avg_##type, elem_##type, elem_##avg, AverageOf<elem_##type>)                      \
+    DEFINE(qvo_seq_window_agg_min_##type, elem_##type, elem_##type, WindowExtreme<qvo_##type, Less>)            \
+    DEFINE(qvo_seq_window_agg_max_##type, elem_##type, elem_##type, WindowExtreme<qvo_##type, Greater>)         \
+    DEFINE(qvo_seq_window_agg_var_##type, elem_##type, elem_##avg, VarianceOf<elem_##type>)                     \
+    DEFINE(qvo_seq_window_agg_var_samp_##type, elem_##type, elem_double,                                        \
+           WindowSpread<elem_##type, WindowSampleVariance>)                                                     \
+    DEFINE(qvo_seq_window_agg_dev_##type, elem_##type, elem_double, WindowSpread<elem_##type, WindowDeviation>) \
+    DEFINE(qvo_seq_window_agg_dev_samp_##type, elem_##type, elem_double,                                        \
+           WindowSpread<elem_##type, WindowSampleDeviation>)                                                    \
+    DEFINE(qvo_seq_window_agg_ema_##type, elem_##type, elem_double, Ema<qvo_##type>)                            \
     DEFINE(qvo_seq_window_agg_atr_##type, elem_##type, elem_double, Atr<qvo_##type>)
 QVO_SEQ_FOR_AGGREGATE_TYPES(STAMP)
 #undef STAMP

@@ -70,22 +70,36 @@ template <class State> State& state(qvo_seq_iterator_h it) {
 
 // The constructors of families whose operands are of one type and whose parameters, if any, are not checked. Compiled
 // once; a member only says what is its own.
-[[gnu::noinline]] inline QVO_RET construct_typed(qvo_seq_iterator_h result, qvo_seq_iterator_h left,
-                                                 qvo_seq_iterator_h right, uint8_t code, ElementLayout layout,
-                                                 qvo_seq_iterator_next_t next,
-                                                 qvo_seq_iterator_reset_t reset = qvo_seq_reset_binary_iterator) {
-    if (!has_type(left, code) || !has_type(right, code)) return QVO_E_ILLEGAL_TYPE;
-    if (const QVO_RET rc = bind({left, right}); rc != QVO_S_OK) return rc;
-    fill_result(result, layout, {left, right}, next, reset);
+[[gnu::noinline]] inline QVO_RET construct_over(std::initializer_list<qvo_seq_iterator_h> operands,
+                                                qvo_seq_iterator_h result, uint8_t code, ElementLayout layout,
+                                                qvo_seq_iterator_next_t next, qvo_seq_iterator_reset_t reset) {
+    for (qvo_seq_iterator_h operand : operands)
+        if (!has_type(operand, code)) return QVO_E_ILLEGAL_TYPE;
+    if (const QVO_RET rc = bind(operands); rc != QVO_S_OK) return rc;
+    fill_result(result, layout, operands, next, reset);
     return QVO_S_OK;
 }
-[[gnu::noinline]] inline QVO_RET construct_typed(qvo_seq_iterator_h result, qvo_seq_iterator_h input, uint8_t code,
-                                                 ElementLayout layout, qvo_seq_iterator_next_t next,
-                                                 qvo_seq_iterator_reset_t reset = qvo_seq_reset_unary_iterator) {
-    if (!has_type(input, code)) return QVO_E_ILLEGAL_TYPE;
-    if (const QVO_RET rc = bind({input}); rc != QVO_S_OK) return rc;
-    fill_result(result, layout, {input}, next, reset);
-    return QVO_S_OK;
+inline QVO_RET construct_typed(qvo_seq_iterator_h result, qvo_seq_iterator_h first, qvo_seq_iterator_h second,
+                               qvo_seq_iterator_h third, uint8_t code, ElementLayout layout,
+                               qvo_seq_iterator_next_t next,
+                               qvo_seq_iterator_reset_t reset = qvo_seq_reset_ternary_iterator) {
+    return construct_over({first, second, third}, result, code, layout, next, reset);
+}
+inline QVO_RET construct_typed(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right,
+                               uint8_t code, ElementLayout layout, qvo_seq_iterator_next_t next,
+                               qvo_seq_iterator_reset_t reset = qvo_seq_reset_binary_iterator) {
+    return construct_over({left, right}, result, code, layout, next, reset);
+}
+inline QVO_RET construct_typed(qvo_seq_iterator_h result, qvo_seq_iterator_h input, uint8_t code, ElementLayout layout,
+                               qvo_seq_iterator_next_t next,
+                               qvo_seq_iterator_reset_t reset = qvo_seq_reset_unary_iterator) {
+    return construct_over({input}, result, code, layout, next, reset);
+}
+
+template <class E, class R>
+QVO_RET construct_ternary(qvo_seq_iterator_h result, qvo_seq_iterator_h first, qvo_seq_iterator_h second,
+                          qvo_seq_iterator_h third, qvo_seq_iterator_next_t next) {
+    return construct_typed(result, first, second, third, E::code, layout_of<R>, next);
 }
 
 template <class E, class R>

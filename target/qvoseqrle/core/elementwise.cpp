@@ -2,72 +2,64 @@
 #include "core/elementwise.h"
 
 #include "core/move.h"
-#include "core/overlap.h"
 
 namespace qvo {
 namespace {
 
-/// Sink of walk_overlaps that leaves the values to the member's loops. Single overlaps are collected, so that a
-/// stretch of crossing runs costs one call too.
-class LoopSink {
+/// Sink of a walk that leaves the values to the member's loops. Single steps are collected, so that a stretch of
+/// crossing runs costs one call too.
+template <size_t N> class LoopSink {
  public:
-    struct Pairs {
-        uint16_t left[most_single_steps];
-        uint16_t right[most_single_steps];
-    };
+    using Steps = typename Loops<N>::Steps;
 
-    QVO_INLINE LoopSink(qvo_seq_iterator_h it, TileWriter& out, const BinaryLoops& loops, Pairs& pairs)
-        : it_(it),
-          out_(out),
-          loops_(loops),
-          pairs_(pairs),
-          left_runs_(runs_of(it->opd[0])),
-          right_runs_(runs_of(it->opd[1])) {}
+    QVO_INLINE LoopSink(qvo_seq_iterator_h it, TileWriter& out, const Loops<N>& loops, Steps& steps)
+        : it_(it), out_(out), loops_(loops), steps_(steps) {
+        each<N>([&](auto k) __attribute__((always_inline)) { runs_[k] = runs_of(it->opd[k]); });
+    }
 
     QVO_INLINE size_t room() const { return out_.room(); }
     QVO_INLINE size_t reach() const { return out_.room(); }
-    QVO_INLINE RunSpan lockstep(size_t left, size_t right, RunSpan span) {
-        loops_.arrays(it_, out_.size(), left, right, span.elements);
-        out_.put_runs(left_runs_ - left, span);
+    template <unsigned Set> QVO_INLINE RunSpan stretch(Moving<Set>, At<N> at, RunSpan span) {
+        loops_.stretch[Set](it_, out_.size(), at, span.elements);
+        out_.put_runs(runs_[first_moving<Set>] - at[first_moving<Set>], span);
         return span;
     }
-    QVO_INLINE RunSpan many_left(size_t left, size_t right, RunSpan span) {
-        loops_.many_left(it_, out_.size(), left, right, span.elements);
-        out_.put_runs(left_runs_ - left, span);
-        return span;
-    }
-    QVO_INLINE RunSpan many_right(size_t left, size_t right, RunSpan span) {
-        loops_.many_right(it_, out_.size(), left, right, span.elements);
-        out_.put_runs(right_runs_ - right, span);
-        return span;
-    }
-    QVO_INLINE void one(size_t k, size_t left, size_t right, unsigned run) {
-        pairs_.left[k] = static_cast<uint16_t>(left);
-        pairs_.right[k] = static_cast<uint16_t>(right);
-        out_.set_run_ahead(k, run);
+    QVO_INLINE void one(size_t i, At<N> at, unsigned run) {
+        each<N>([&](auto k) __attribute__((always_inline)) { steps_.index[k][i] = static_cast<uint16_t>(at[k]); });
+        out_.set_run_ahead(i, run);
     }
     QVO_INLINE void end_singles(RunSpan span) {
-        loops_.pairs(it_, out_.size(), pairs_.left, pairs_.right, span.elements);
+        loops_.singles(it_, out_.size(), steps_, span.elements);
         out_.advance(span);
     }
 
  private:
     qvo_seq_iterator_h it_;
     TileWriter& out_;
-    const BinaryLoops& loops_;
-    Pairs& pairs_;
-    const uint8_t* left_runs_;
-    const uint8_t* right_runs_;
+    const Loops<N>& loops_;
+    Steps& steps_;
+    const uint8_t* runs_[N];
 };
+
+template <class Rule, size_t N, class... Slot>
+QVO_INLINE QVO_RET loops_next(qvo_seq_iterator_h it, const Loops<N>& loops, Where where, Slot... slots) {
+    Operand operands[] = {Operand(it->opd[slots])...};
+    TileWriter out(it);
+    typename Loops<N>::Steps steps;
+    LoopSink<N> sink(it, out, loops, steps);
+    return out.finish(walk<Rule>(operands, sink, where));
+}
 
 }  // namespace
 
-QVO_CPU_VARIANTS QVO_RET overlap_next(qvo_seq_iterator_h it, const BinaryLoops& loops, Where where) {
-    Operand left(it->opd[0]), right(it->opd[1]);
-    TileWriter out(it, capacity_of(it->elem_size));
-    LoopSink::Pairs pairs;
-    LoopSink sink(it, out, loops, pairs);
-    return out.finish(walk_overlaps(left, right, sink, where));
+QVO_CPU_VARIANTS QVO_RET overlap_next(qvo_seq_iterator_h it, const Loops<2>& loops, Where where) {
+    return loops_next<RunsLeft>(it, loops, where, 0, 1);
+}
+QVO_CPU_VARIANTS QVO_RET overlap_next(qvo_seq_iterator_h it, const Loops<3>& loops, Where where) {
+    return loops_next<RunsLeft>(it, loops, where, 0, 1, 2);
+}
+QVO_CPU_VARIANTS QVO_RET whole_run_next(qvo_seq_iterator_h it, const Loops<3>& loops, Where where) {
+    return loops_next<WholeRuns>(it, loops, where, 0, 1, 2);
 }
 
 QVO_CPU_VARIANTS QVO_RET elements_next(qvo_seq_iterator_h it, UnaryLoop loop, Where where) {

@@ -35,14 +35,12 @@ template <class Mover> QVO_INLINE uint64_t expand_in_steps(Mover mover, Operand&
     return written;
 }
 
-template <class Mover>
-QVO_INLINE QVO_RET read_with(Mover mover, Operand& input, uint8_t* to, uint64_t wanted, uint64_t* got, Where where) {
+/// Reads what the current tile holds, up to `wanted` positions; returns how many were read.
+template <class Mover> QVO_INLINE uint64_t read_tile(Mover mover, Operand& input, uint8_t* to, uint64_t wanted) {
     const size_t width = mover.width();
     const uint8_t* const from = values_of<uint8_t>(input.iterator());
-    QVO_RET rc = QVO_S_OK;
     uint64_t read = 0;
-    while (read < wanted) {
-        if (rc = input.refill(where); rc != QVO_S_OK) break;
+    while (read < wanted && !input.used_up()) {
         const size_t elements = input.elements_left();
         if (elements >= run_word && input.taken() == 0 && load_runs(input.runs()) == ones_word) {
             const size_t n = leading_single_runs(input.runs(), std::min<uint64_t>(elements, wanted - read));
@@ -64,8 +62,7 @@ QVO_INLINE QVO_RET read_with(Mover mover, Operand& input, uint8_t* to, uint64_t 
         else
             input.move_to(input.index(), input.taken() + static_cast<unsigned>(n));
     }
-    *got = read;
-    return rc;
+    return read;
 }
 
 }  // namespace
@@ -73,8 +70,17 @@ QVO_INLINE QVO_RET read_with(Mover mover, Operand& input, uint8_t* to, uint64_t 
 QVO_RET read_positions(qvo_seq_iterator_h operand, size_t width, uint8_t* to, uint64_t wanted, uint64_t* got,
                        Where where) {
     Operand input(operand);
-    const QVO_RET rc = with_mover(width, [&](auto mover) { return read_with(mover, input, to, wanted, got, where); });
+    QVO_RET rc = QVO_S_OK;
+    uint64_t read = 0;
+    while (read < wanted) {
+        if (rc = input.refill(where); rc != QVO_S_OK) break;
+        if (rc = check_width(operand, width); rc != QVO_S_OK) break;
+        const size_t tile_width = operand->elem_size;
+        read += with_mover(tile_width,
+                           [&](auto mover) { return read_tile(mover, input, to + read * tile_width, wanted - read); });
+    }
     input.store();
+    *got = read;
     return rc;
 }
 

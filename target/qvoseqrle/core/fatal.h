@@ -3,7 +3,8 @@
 
 namespace qvo {
 
-/// A source position. As a default argument it is that of the call, so a family's stamp is what the stop names.
+/// A source position. As a default argument it is that of the call, so a family's stamp is what the stop names. (Not a
+/// std::source_location, which clang 14 has not got over this standard library.)
 struct Where {
     const char* file;
     int line;

@@ -60,11 +60,19 @@ QVO_HOST_DEFAULT void qvo_seq_copy_bitmap(qvo_bitmap_word_t* dst, qvo_size_t dst
     }
 }
 
-QVO_HOST_DEFAULT void qvo_memnull(void* ptr, qvo_size_t size) { std::memset(ptr, 0, size); }
+// Null pointers are fine where there are no bytes; the standard functions do not say so.
 
-QVO_HOST_DEFAULT void qvo_memmove(void* dst, const void* src, qvo_size_t size) { std::memmove(dst, src, size); }
+QVO_HOST_DEFAULT void qvo_memnull(void* ptr, qvo_size_t size) {
+    if (size != 0) std::memset(ptr, 0, size);
+}
 
-QVO_HOST_DEFAULT int qvo_memcmp(const void* a, const void* b, qvo_size_t size) { return std::memcmp(a, b, size); }
+QVO_HOST_DEFAULT void qvo_memmove(void* dst, const void* src, qvo_size_t size) {
+    if (size != 0) std::memmove(dst, src, size);
+}
+
+QVO_HOST_DEFAULT int qvo_memcmp(const void* a, const void* b, qvo_size_t size) {
+    return size != 0 ? std::memcmp(a, b, size) : 0;
+}
 
 QVO_HOST_DEFAULT char* qvo_strchr(const char* str, int ch) { return const_cast<char*>(std::strchr(str, ch)); }
 

@@ -60,6 +60,22 @@ template <class F> QVO_INLINE auto with_mover(size_t width, F f) {
     }
 }
 
+/// Calls fixed(V{}) with the unsigned integer of a width of 1, 2, 4 or 8 bytes, and other() for all other widths.
+template <class Fixed, class Other> QVO_INLINE auto with_unsigned(size_t width, Fixed fixed, Other other) {
+    switch (width) {
+        case 1:
+            return fixed(bits1{});
+        case 2:
+            return fixed(bits2{});
+        case 4:
+            return fixed(bits4{});
+        case 8:
+            return fixed(bits8{});
+        default:
+            return other();
+    }
+}
+
 /// Copies the values of `n` neighbouring elements between tiles of the same width; the tiles are different ones.
 QVO_INLINE void copy_values(qvo_seq_iterator_h to, size_t to_index, qvo_seq_iterator_h from, size_t from_index,
                             size_t n) {
@@ -67,11 +83,13 @@ QVO_INLINE void copy_values(qvo_seq_iterator_h to, size_t to_index, qvo_seq_iter
     std::memcpy(values_of<uint8_t>(to) + to_index * width, values_of<uint8_t>(from) + from_index * width, n * width);
 }
 
-/// Copies all elements of a tile, with their runs; null marks are not copied.
-QVO_INLINE void copy_tile(qvo_seq_iterator_h to, qvo_seq_iterator_h from) {
+/// Ends a call that delivers another tile as it is: all elements with their runs, but not the null marks.
+QVO_INLINE QVO_RET deliver_copy(qvo_seq_iterator_h to, qvo_seq_iterator_h from, uint64_t next_seq_no) {
     copy_values(to, 0, from, 0, from->tile_size);
+    TileWriter out(to, from->tile_size);
     copy_runs(runs_of(to), runs_of(from), from->tile_size);
-    to->tile_size = from->tile_size;
+    out.advance({from->tile_size, 0});
+    return out.finish_at(next_seq_no);
 }
 
 }  // namespace qvo

@@ -48,6 +48,17 @@ struct Multiply {
     template <class V> QVO_INLINE static V apply(V a, V b) { return wrapping_mul(a, b); }
 };
 
+// The orders of values: what is greater, or less, comes first. apply(a, v) is v where it beats a, and else a: so a NaN
+// on either side, and an equal value, leaves what was there before.
+struct Greater {
+    template <class V> QVO_INLINE static bool beats(V v, V a) { return v > a; }
+    template <class V> QVO_INLINE static V apply(V a, V v) { return beats(v, a) ? v : a; }
+};
+struct Less {
+    template <class V> QVO_INLINE static bool beats(V v, V a) { return v < a; }
+    template <class V> QVO_INLINE static V apply(V a, V v) { return beats(v, a) ? v : a; }
+};
+
 /// Ends the process as the processor's divide fault does, also on processors that have none.
 [[noreturn, gnu::cold]] void divide_fault();
 

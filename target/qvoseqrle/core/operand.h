@@ -1,8 +1,9 @@
 // Reading one operand: refilling its tile, and the position in it.
 #pragma once
 
-#include "core/fatal.h"
-#include "core/tile.h"
+#include <utility>
+
+#include "core/protocol.h"
 
 namespace qvo {
 
@@ -53,9 +54,7 @@ class Operand {
 
     /// Pulls the next tile. The position must have been stored. On a failure it stays.
     QVO_INLINE QVO_RET pull(Where where) {
-        if (const QVO_RET rc = it_->next(it_); rc != QVO_S_OK) return rc;
-        if (it_->tile_size == 0) fatal_stop(where);
-        it_->tile_offs = 0;
+        if (const QVO_RET rc = pull_tile(it_, where); rc != QVO_S_OK) return rc;
         index_ = 0;
         size_ = it_->tile_size;
         return QVO_S_OK;
@@ -86,15 +85,25 @@ template <class... Operands> QVO_INLINE QVO_RET refill_all(Where where, Operands
     static_cast<void>(((!operands.used_up() || (rc = operands.pull(where)) == QVO_S_OK) && ...));
     return rc;
 }
+template <size_t N> QVO_INLINE QVO_RET refill_all(Where where, Operand (&operands)[N]) {
+    return [&]<size_t... K>(std::index_sequence<K...>) __attribute__((always_inline)) {
+        return refill_all(where, operands[K]...);
+    }
+    (std::make_index_sequence<N>{});
+}
 
 QVO_INLINE QVO_RET refill_both(Operand& a, Operand& b, Where where) { return refill_all(where, a, b); }
 
 /// Hands out whole elements of one operand until the result is full or the operand stops: take(index, n) writes a
-/// result for each of the n elements from index on. Runs are not split and rle_offs is not consulted.
-template <class Take> QVO_INLINE QVO_RET walk_elements(Operand& input, const TileWriter& out, Where where, Take take) {
+/// result for each of the n elements from index on. Runs are not split and rle_offs is not consulted. Elements of
+/// another than the expected width end the walk.
+template <class Take>
+QVO_INLINE QVO_RET walk_elements(Operand& input, const TileWriter& out, Where where, Take take,
+                                 size_t width = any_width) {
     QVO_RET rc = QVO_S_OK;
     while (out.room() != 0) {
         if (rc = input.refill(where); rc != QVO_S_OK) break;
+        if (rc = check_width(input.iterator(), width); rc != QVO_S_OK) break;
         const size_t n = std::min(out.room(), input.elements_left());
         take(input.index(), n);
         input.skip(n);

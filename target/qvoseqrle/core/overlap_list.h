@@ -1,6 +1,6 @@
-// The overlaps of two or three operands as a list, for families that need them one by one: each overlap as the
+// The steps of a walk over several operands as a list, for families that need them one by one: each step as the
 // operands' element indexes and the positions shared. The list ends where a tile does, so that the indexes stay valid
-// until it has been worked through, and the operands can be set back to any overlap of it.
+// until it has been worked through, and the operands can be set back to any step of it.
 #pragma once
 
 #include "core/operand.h"

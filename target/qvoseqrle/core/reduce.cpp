@@ -2,7 +2,7 @@
 #include "core/reduce.h"
 
 #include "core/move.h"
-#include "core/overlap.h"
+#include "core/walk.h"
 
 namespace qvo {
 namespace {
@@ -12,7 +12,7 @@ QVO_CPU_VARIANTS void widen_runs(int32_t* __restrict to, const uint8_t* __restri
     for (size_t i = 0; i < n; ++i) to[i] = static_cast<int32_t>(get_run(runs, i));
 }
 
-/// Sink of walk_overlaps that hands the pairs to the reducer as arrays: those of the tiles where many are neighbours,
+/// Sink of a walk that hands the pairs to the reducer as arrays: those of the tiles where many are neighbours,
 /// else a batch of copies.
 template <class Mover> class FoldSink {
  public:
@@ -27,19 +27,14 @@ template <class Mover> class FoldSink {
 
     QVO_INLINE static size_t room() { return most_single_steps; }
     QVO_INLINE static size_t reach() { return SIZE_MAX; }
-    QVO_INLINE RunSpan lockstep(size_t left, size_t right, RunSpan span) {
-        return stretch(left, 1, right, 1, left_runs_ - left, span);
+    template <unsigned Set> QVO_INLINE RunSpan stretch(Moving<Set>, At<2> at, RunSpan span) {
+        const uint8_t* const runs = (Set & 1) != 0 ? left_runs_ - at[0] : right_runs_ - at[1];
+        return fold_stretch(at[0], Set & 1, at[1], Set >> 1, runs, span);
     }
-    QVO_INLINE RunSpan many_left(size_t left, size_t right, RunSpan span) {
-        return stretch(left, 1, right, 0, left_runs_ - left, span);
-    }
-    QVO_INLINE RunSpan many_right(size_t left, size_t right, RunSpan span) {
-        return stretch(left, 0, right, 1, right_runs_ - right, span);
-    }
-    QVO_INLINE void one(size_t k, size_t left, size_t right, unsigned run) {
-        mover_.move(left_batch_, n_ + k, left_, left);
-        mover_.move(right_batch_, n_ + k, right_, right);
-        runs_[n_ + k] = static_cast<int32_t>(run);
+    QVO_INLINE void one(size_t i, At<2> at, unsigned run) {
+        mover_.move(left_batch_, n_ + i, left_, at[0]);
+        mover_.move(right_batch_, n_ + i, right_, at[1]);
+        runs_[n_ + i] = static_cast<int32_t>(run);
     }
     QVO_INLINE void end_singles(RunSpan span) {
         positions_ += span.positions;
@@ -56,8 +51,8 @@ template <class Mover> class FoldSink {
     static constexpr size_t shortest_alone = 32;  // a stretch of fewer pairs joins the batch
     static_assert(shortest_alone <= most_single_steps);
 
-    [[gnu::noinline]] RunSpan stretch(size_t left, size_t left_step, size_t right, size_t right_step,
-                                      const uint8_t* runs, RunSpan span) {
+    [[gnu::noinline]] RunSpan fold_stretch(size_t left, size_t left_step, size_t right, size_t right_step,
+                                           const uint8_t* runs, RunSpan span) {
         const bool alone = span.elements >= shortest_alone;
         if (alone) flush();
         for (size_t at = 0; at < span.elements; at += most_pairs) {
@@ -103,9 +98,9 @@ template <class Mover> class FoldSink {
 template <class Mover>
 QVO_CPU_VARIANTS QVO_RET reduce_with(Mover mover, qvo_seq_iterator_h it, void* state, qvo_seq_count_t& count,
                                      FoldPairs fold, Where where) {
-    Operand left(it->opd[0]), right(it->opd[1]);
+    Operand operands[] = {Operand(it->opd[0]), Operand(it->opd[1])};
     FoldSink sink(it, state, fold, mover);
-    const QVO_RET rc = walk_overlaps(left, right, sink, where);
+    const QVO_RET rc = walk(operands, sink, where);
     if (rc != QVO_S_CURSOR_END || sink.positions() == 0) return rc;
     sink.flush();
     count += sink.positions();
@@ -115,30 +110,27 @@ QVO_CPU_VARIANTS QVO_RET reduce_with(Mover mover, qvo_seq_iterator_h it, void* s
 }  // namespace
 
 QVO_RET reduce_overlaps(qvo_seq_iterator_h it, void* state, qvo_seq_count_t& count, FoldPairs fold, Where where) {
-    switch (it->opd[0]->elem_size) {
-        case 1:
-            return reduce_with(FixedMover<1>{}, it, state, count, fold, where);
-        case 2:
-            return reduce_with(FixedMover<2>{}, it, state, count, fold, where);
-        case 4:
-            return reduce_with(FixedMover<4>{}, it, state, count, fold, where);
-        default:
-            return reduce_with(FixedMover<8>{}, it, state, count, fold, where);
-    }
+    const auto reduce = [&](auto bits) {
+        return reduce_with(FixedMover<sizeof bits>{}, it, state, count, fold, where);
+    };
+    return with_unsigned(it->opd[0]->elem_size, reduce, [&] { return reduce(bits8{}); });
 }
 
-QVO_CPU_VARIANTS QVO_RET reduce_tiles(qvo_seq_iterator_h operand, void* state, qvo_seq_count_t& count, FoldTile fold) {
+QVO_CPU_VARIANTS QVO_RET reduce_tiles(qvo_seq_iterator_h operand, void* state, qvo_seq_count_t& count, FoldTile fold,
+                                      Where where) {
     const uint8_t* runs = runs_of(operand);
     qvo_seq_count_t positions = 0;
+    bool first = true;
     QVO_RET rc;
-    while ((rc = operand->next(operand)) == QVO_S_OK) {
+    while ((rc = pull_any_tile(operand, where)) == QVO_S_OK) {
         const size_t n = operand->tile_size;
         if (n == 0) continue;
         const size_t singles = leading_single_runs(runs, n);
-        fold(state, operand, positions == 0, singles == n);
+        fold(state, operand, first, singles == n);
+        first = false;
         positions += singles + sum_runs(runs - singles, n - singles);
     }
-    if (rc != QVO_S_CURSOR_END || positions == 0) return rc;
+    if (rc != QVO_S_CURSOR_END || first) return rc;
     count += positions;
     return QVO_S_OK;
 }

@@ -1,4 +1,4 @@
-// The protocol of aggregates that deliver one element: fresh, prepared, delivered; and folding whole tiles.
+// Aggregates that deliver one element: folding whole tiles, or pairs of elements, and joining parts.
 //
 // A family supplies a reducer R:
 //   R::Accumulation    the loops, shared by the members that gather the same sums. It has
@@ -11,39 +11,18 @@
 //   R::finish(state)   computes it
 #pragma once
 
-#include <optional>
-
 #include "core/construct.h"
-#include "core/fatal.h"
-#include "core/tile.h"
+#include "core/protocol.h"
 
 namespace qvo {
-
-/// What `next` of a prepared or a delivered aggregate returns; nothing if it is fresh and has to compute.
-inline std::optional<QVO_RET> answer_of(qvo_seq_iterator_h it) {
-    if (it->prepared != 0) {
-        // Also after a prepare that met an error or an empty input: there is nothing to deliver, now or later.
-        if (it->next_seq_no == 0) return QVO_S_CURSOR_END;
-        it->prepared = 0;
-        return QVO_S_OK;
-    }
-    if (it->next_seq_no != 0) return QVO_S_CURSOR_END;
-    return std::nullopt;
-}
-
-/// Makes element 0 of the tile the result. Its value is written by the family.
-inline void deliver_one(qvo_seq_iterator_h it) {
-    it->next_seq_no = 1;
-    it->tile_size = 1;
-    *runs_of(it) = 1;
-}
 
 /// Folds a tile of the operand into a state; `first` if there was none before it.
 using FoldTile = void (*)(void* state, qvo_seq_iterator_h operand, bool first, bool single);
 
 /// Pulls the operand to its end and folds every tile from its element 0 on, whatever tile_offs and rle_offs say.
-/// QVO_S_OK if there was any element; then `count` has grown by the positions. An empty tile is passed over.
-QVO_RET reduce_tiles(qvo_seq_iterator_h operand, void* state, qvo_seq_count_t& count, FoldTile fold);
+/// QVO_S_OK if there was any element; then `count` has grown by the positions, of which there are none if all runs are
+/// 0. An empty tile is passed over.
+QVO_RET reduce_tiles(qvo_seq_iterator_h operand, void* state, qvo_seq_count_t& count, FoldTile fold, Where where);
 
 template <class Accumulation> void fold_tile(void* erased, qvo_seq_iterator_h operand, bool first, bool single) {
     auto& state = *static_cast<typename Accumulation::State*>(erased);
@@ -65,16 +44,18 @@ template <class R, class State, class Gather> QVO_RET reduce_by(qvo_seq_iterator
     if (const std::optional<QVO_RET> answer = answer_of(it)) return *answer;
     State result{};
     if (const QVO_RET rc = gather(result); rc != QVO_S_OK) return rc;
+    if (result.count == 0) return QVO_S_CURSOR_END;
     *values_of<typename R::Result>(it) = R::finish(result);
-    deliver_one(it);
     state<State>(it) = result;
-    return QVO_S_OK;
+    TileWriter out(it);
+    out.put_run(1);
+    return out.finish_at(1);
 }
 
-template <class R> QVO_RET reduce_next(qvo_seq_iterator_h it) {
+template <class R> QVO_RET reduce_next(qvo_seq_iterator_h it, Where where = Where::here()) {
     using State = typename R::Accumulation::State;
-    return reduce_by<R, State>(it, [it](State& result) {
-        return reduce_tiles(it->opd[0], &result, result.count, fold_tile<typename R::Accumulation>);
+    return reduce_by<R, State>(it, [=](State& result) {
+        return reduce_tiles(it->opd[0], &result, result.count, fold_tile<typename R::Accumulation>, where);
     });
 }
 

@@ -7,14 +7,6 @@
 namespace qvo {
 namespace {
 
-// Pulls an operand of which whole tiles are taken.
-QVO_INLINE QVO_RET pull_tile(qvo_seq_iterator_h operand, Where where) {
-    if (const QVO_RET rc = operand->next(operand); rc != QVO_S_OK) return rc;
-    if (operand->tile_size == 0) fatal_stop(where);
-    operand->tile_offs = 0;
-    return QVO_S_OK;
-}
-
 // Positions that the operand has produced, counted from the first of its range. It may not have come that far.
 qvo_seq_no_t produced(qvo_seq_iterator_h operand) {
     return operand->next_seq_no < operand->first_seq_no ? 0 : operand->next_seq_no - operand->first_seq_no;
@@ -59,10 +51,11 @@ QVO_RET limit_next(qvo_seq_iterator_h it, Where where) {
     const qvo_seq_no_t last = it->last_seq_no;
     uint8_t* const runs = runs_of(it);
     Operand input(it->opd[0]);
-    TileWriter out(it, capacity_of(it->elem_size));
+    TileWriter out(it);
     QVO_RET rc = QVO_S_OK;
     for (qvo_seq_no_t at = it->next_seq_no; out.room() != 0 && at <= last;) {
         if (rc = input.refill(where); rc != QVO_S_OK) break;
+        if (rc = check_width(input.iterator(), it->elem_size); rc != QVO_S_OK) break;
         // Whole elements, the first less what lies before the range, up to one that reaches beyond `last`. (This sum
         // does not run over: what is trimmed lies before `at`.)
         RunSpan span =
@@ -103,9 +96,7 @@ QVO_RET tee_next(qvo_seq_iterator_h it, Where where) {
     } else if (const QVO_RET rc = pull_tile(from, where); rc != QVO_S_OK) {
         return rc;
     }
-    copy_tile(it, from);
-    it->next_seq_no = from->next_seq_no;
-    return QVO_S_OK;
+    return deliver_copy(it, from, from->next_seq_no);
 }
 
 // Every element of a tile of decoded runs has a bit in the null bitmap.
@@ -115,10 +106,9 @@ QVO_RET rle_decode_next(qvo_seq_iterator_h it, Where where) {
     const size_t room = std::min(most_decoded, capacity_of(it->elem_size));
     uint64_t n;
     const QVO_RET rc = read_positions(it->opd[0], it->elem_size, values_of<uint8_t>(it), room, &n, where);
-    if (rc != QVO_S_OK && (rc != QVO_S_CURSOR_END || n == 0)) return rc;
-    it->tile_size = static_cast<uint16_t>(n);
-    it->next_seq_no += n;
-    return QVO_S_OK;
+    TileWriter out(it, room);
+    out.advance({n, 0});
+    return out.finish(rc, Counted::elements);
 }
 
 }  // namespace

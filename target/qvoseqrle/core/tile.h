@@ -24,13 +24,22 @@ QVO_INLINE void copy_runs(uint8_t* to, const uint8_t* from, size_t n) { std::mem
 /// Gives `n` elements the same run.
 QVO_INLINE void fill_runs(uint8_t* to, size_t n, unsigned run) { std::memset(to - n + 1, static_cast<int>(run), n); }
 
-/// Writes the elements of one `next` into the result tile, and their runs.
+/// How a family counts in next_seq_no what a call has produced.
+enum class Counted {
+    at_once,    // positions, as they are written: an error drops the elements, but they stay counted
+    delivered,  // positions, when the tile is delivered: an error leaves next_seq_no alone
+    elements,   // elements, when the tile is delivered
+};
+
+/// Writes the elements of one `next` into the result tile, and their runs; nothing else writes tile_size.
 ///
 /// The counters stay out of the record until `finish`: a store of a 1-byte value or run could alias them, and
 /// the loops would reload them after every element. Values are written by the family, at values + size().
 class TileWriter {
  public:
     QVO_INLINE TileWriter(qvo_seq_iterator_h it, size_t capacity) : it_(it), runs_(runs_of(it)), capacity_(capacity) {}
+    /// Of as many elements as a tile of the iterator's width holds.
+    QVO_INLINE explicit TileWriter(qvo_seq_iterator_h it) : TileWriter(it, capacity_of(it->elem_size)) {}
 
     QVO_INLINE size_t size() const { return size_; }
     QVO_INLINE size_t room() const { return capacity_ - size_; }
@@ -66,26 +75,25 @@ class TileWriter {
     }
 
     /// Ends the call: `rc` is QVO_S_OK for a full tile, else the code that an operand stopped with. The end of an
-    /// operand delivers what there is; an error drops it, but the positions stay counted.
-    QVO_INLINE QVO_RET finish(QVO_RET rc) {
-        it_->next_seq_no += positions_;
-        return finish_tile(rc);
-    }
-
-    /// The same for families that count elements, when the tile is delivered: an error leaves next_seq_no alone.
-    QVO_INLINE QVO_RET finish_counting_elements(QVO_RET rc) {
-        rc = finish_tile(rc);
-        if (rc == QVO_S_OK) it_->next_seq_no += size_;
-        return rc;
-    }
-
- private:
-    QVO_INLINE QVO_RET finish_tile(QVO_RET rc) {
+    /// operand delivers what there is, if there is anything; an error drops it.
+    QVO_INLINE QVO_RET finish(QVO_RET rc, Counted counted = Counted::at_once) {
+        if (counted == Counted::at_once) it_->next_seq_no += positions_;
         if (rc != QVO_S_OK && (rc != QVO_S_CURSOR_END || size_ == 0)) return rc;
+        if (counted == Counted::delivered) it_->next_seq_no += positions_;
+        if (counted == Counted::elements) it_->next_seq_no += size_;
         it_->tile_size = static_cast<uint16_t>(size_);
         return QVO_S_OK;
     }
 
+    /// Ends a call of a family that sets next_seq_no outright: it takes it over from an operand, or always delivers the
+    /// same number. There may be no element at all where an operand's empty tile is handed on.
+    QVO_INLINE QVO_RET finish_at(uint64_t next_seq_no) {
+        it_->next_seq_no = next_seq_no;
+        it_->tile_size = static_cast<uint16_t>(size_);
+        return QVO_S_OK;
+    }
+
+ private:
     qvo_seq_iterator_h it_;
     uint8_t* runs_;
     size_t capacity_;

@@ -51,31 +51,37 @@ template <class Value, class Stamp> QVO_RET asof_join_reset(qvo_seq_iterator_h i
     return rc;
 }
 
+/// The record of a member is that of its state, of values and timestamps of the same widths.
+template <class E, class T, class Record>
+QVO_RET construct_asof_join(qvo_seq_iterator_h result, qvo_seq_iterator_h ts1, qvo_seq_iterator_h ts2,
+                            qvo_seq_iterator_h values, qvo_seq_iterator_next_t next, qvo_seq_iterator_reset_t reset) {
+    using State = AsofState<typename E::bits, typename T::bits>;
+    static_assert(sizeof(State) == sizeof(Record) && offsetof(State, prev_value) == offsetof(Record, prev_value));
+    static_assert(offsetof(State, next_timestamp) == offsetof(Record, next_timestamp));
+    static_assert(offsetof(State, prev_timestamp) == offsetof(Record, prev_timestamp));
+    static_assert(offsetof(State, end_of_seq) == offsetof(Record, end_of_seq));
+    const QVO_RET rc = construct_alignment(result, ts1, ts2, values, T::code, layout_of<E>, next, reset);
+    if (rc == QVO_S_OK) state<State>(result) = {};
+    return rc;
+}
+
 }  // namespace
 
-#define STAMP(ts, type)                                                                                                \
-    extern "C" QVO_API QVO_RET qvo_seq_asof_join_##ts##_##type##_next(qvo_seq_iterator_h iterator) {                   \
-        return asof_join_next<unsigned_of<sizeof(qvo_##type)>, unsigned_of<sizeof(qvo_##ts)>>(iterator,                \
-                                                                                              Where::here());          \
-    }                                                                                                                  \
-    extern "C" QVO_API QVO_RET qvo_seq_asof_join_##ts##_##type##_reset(qvo_seq_iterator_h iterator) {                  \
-        return asof_join_reset<unsigned_of<sizeof(qvo_##type)>, unsigned_of<sizeof(qvo_##ts)>>(iterator);              \
-    }                                                                                                                  \
-    extern "C" QVO_API QVO_RET qvo_seq_asof_join_##ts##_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h ts1,      \
-                                                               qvo_seq_iterator_h ts2, qvo_seq_iterator_h values) {    \
-        using State = AsofState<unsigned_of<sizeof(qvo_##type)>, unsigned_of<sizeof(qvo_##ts)>>;                       \
-        using Record = qvo_seq_asof_join_##ts##_##type##_context_t;                                                    \
-        static_assert(sizeof(State) == sizeof(Record) && offsetof(State, prev_value) == offsetof(Record, prev_value)); \
-        static_assert(offsetof(State, next_timestamp) == offsetof(Record, next_timestamp) &&                           \
-                      offsetof(State, prev_timestamp) == offsetof(Record, prev_timestamp) &&                           \
-                      offsetof(State, end_of_seq) == offsetof(Record, end_of_seq));                                    \
-        const QVO_RET rc =                                                                                             \
-            construct_alignment(result, ts1, ts2, values, elem_##ts::code, layout_of<elem_##type>,                     \
-                                qvo_seq_asof_join_##ts##_##type##_next, qvo_seq_asof_join_##ts##_##type##_reset);      \
-        if (rc == QVO_S_OK) state<State>(result) = {};                                                                 \
-        return rc;                                                                                                     \
+#define DEFINE(name, ts, type)                                                                                      \
+    extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h it) {                                                 \
+        return asof_join_next<elem_##type::bits, elem_##ts::bits>(it, Where::here());                               \
+    }                                                                                                               \
+    extern "C" QVO_API QVO_RET name##_reset(qvo_seq_iterator_h it) {                                                \
+        return asof_join_reset<elem_##type::bits, elem_##ts::bits>(it);                                             \
+    }                                                                                                               \
+    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h ts1, qvo_seq_iterator_h ts2,      \
+                                    qvo_seq_iterator_h values) {                                                    \
+        return construct_asof_join<elem_##type, elem_##ts, name##_context_t>(result, ts1, ts2, values, name##_next, \
+                                                                             name##_reset);                         \
     }
+#define STAMP(ts, type) DEFINE(qvo_seq_asof_join_##ts##_##type, ts, type)
 QVO_SEQ_FOR_ALIGNED_TYPES(STAMP)
 #undef STAMP
+#undef DEFINE
 
 }  // namespace qvo

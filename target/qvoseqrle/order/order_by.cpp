@@ -50,7 +50,8 @@ void gather(ByteMover mover, uint8_t* to, const void* values, const qvo_seq_no_t
 
 QVO_RET order_by_next(qvo_seq_iterator_h it, Where where) {
     const qvo_seq_order_by_context& order = state<qvo_seq_order_by_context>(it);
-    const size_t n = std::min<qvo_size_t>(capacity_of(it->elem_size), order.n_elems - it->next_seq_no);
+    TileWriter out(it);
+    const size_t n = std::min<qvo_size_t>(out.room(), order.n_elems - it->next_seq_no);
     if (n == 0) return QVO_S_CURSOR_END;
     if (it->buf == nullptr)
         if (const QVO_RET rc = load(it, where); rc != QVO_S_OK) return rc;
@@ -59,21 +60,19 @@ QVO_RET order_by_next(qvo_seq_iterator_h it, Where where) {
     const void* const values = it->buf;
     uint8_t* const to = values_of<uint8_t>(it);
     with_mover(it->elem_size, [=](auto mover) { gather(mover, to, values, permutation, n); });
-    fill_runs(runs_of(it), n, 1);
-    it->tile_size = static_cast<uint16_t>(n);
-    it->next_seq_no += n;
-    return QVO_S_OK;
+    out.put_equal_runs(n, 1);
+    return out.finish(QVO_S_OK);
 }
 
 // Deliberate: the input is neither checked for nor marked as feeding an operator here.
 QVO_RET construct_order_by(qvo_seq_iterator_h result, ElementLayout layout, qvo_seq_iterator_h input,
-                           const qvo_seq_no_t* permutation, qvo_size_t n_elems, void* data,
+                           const qvo_seq_no_t* permutation, qvo_size_t n_elems, const void* data,
                            qvo_seq_iterator_next_t next) {
     if (!has_type(input, layout.type)) return QVO_E_ILLEGAL_TYPE;
     fill_result(result, layout, {input}, next, qvo_seq_reset_unary_iterator);
     result->prepared = 0;
     result->last_seq_no = n_elems - 1;
-    result->buf = data;
+    result->buf = const_cast<void*>(data);  // only read, but kept where buffers are
     result->buf_size = n_elems * layout.width;
     result->owned_buf = 1;
     state<qvo_seq_order_by_context>(result) = {permutation, n_elems};
@@ -88,7 +87,7 @@ QVO_RET construct_order_by(qvo_seq_iterator_h result, ElementLayout layout, qvo_
     }                                                                                                                 \
     extern "C" QVO_API QVO_RET qvo_seq_order_by_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,           \
                                                        const qvo_seq_no_t* permutation, qvo_size_t n_elems,           \
-                                                       value_type* data) {                                            \
+                                                       const value_type* data) {                                      \
         return construct_order_by(result, layout, input, permutation, n_elems, data, qvo_seq_order_by_##type##_next); \
     }
 #define STAMP(type) STAMP_ORDER_BY(type, qvo_##type, layout_of<elem_##type>)

@@ -173,51 +173,48 @@ template <class Value> QVO_RET stretch0_reset(qvo_seq_iterator_h it) {
     return rc;
 }
 
+/// The record of a member is that of its state, of values and timestamps of the same widths.
+template <class E, class T, class Record>
+QVO_RET construct_stretch(qvo_seq_iterator_h result, qvo_seq_iterator_h ts1, qvo_seq_iterator_h ts2,
+                          qvo_seq_iterator_h values, typename E::value filler, qvo_seq_iterator_next_t next,
+                          qvo_seq_iterator_reset_t reset) {
+    using State = StretchState<typename E::bits, typename T::bits>;
+    static_assert(sizeof(State) == sizeof(Record) && offsetof(State, next_value) == offsetof(Record, next_value));
+    static_assert(offsetof(State, next_timestamp) == offsetof(Record, next_timestamp));
+    static_assert(offsetof(State, end_of_seq) == offsetof(Record, end_of_seq));
+    const QVO_RET rc = construct_alignment(result, ts1, ts2, values, T::code, layout_of<E>, next, reset);
+    if (rc == QVO_S_OK) state<State>(result) = {std::bit_cast<typename E::bits>(filler), 0, 0, 0};
+    return rc;
+}
+template <class E, class T, class Record>
+QVO_RET construct_stretch0(qvo_seq_iterator_h result, qvo_seq_iterator_h ts1, qvo_seq_iterator_h ts2,
+                           qvo_seq_iterator_h values, typename E::value filler, qvo_seq_iterator_next_t next,
+                           qvo_seq_iterator_reset_t reset) {
+    using State = Stretch0State<typename E::bits>;
+    static_assert(sizeof(State) == sizeof(Record) && offsetof(State, left_end) == offsetof(Record, left_end));
+    static_assert(offsetof(State, right_end) == offsetof(Record, right_end));
+    const QVO_RET rc = construct_alignment(result, ts1, ts2, values, T::code, layout_of<E>, next, reset);
+    if (rc == QVO_S_OK) state<State>(result) = {std::bit_cast<typename E::bits>(filler), 0, 0};
+    return rc;
+}
+
 }  // namespace
 
-#define STAMP(ts, type)                                                                                                \
-    extern "C" QVO_API QVO_RET qvo_seq_stretch_##ts##_##type##_next(qvo_seq_iterator_h iterator) {                     \
-        return stretch_next<unsigned_of<sizeof(qvo_##type)>, unsigned_of<sizeof(qvo_##ts)>>(iterator, Where::here());  \
-    }                                                                                                                  \
-    extern "C" QVO_API QVO_RET qvo_seq_stretch_##ts##_##type##_reset(qvo_seq_iterator_h iterator) {                    \
-        return stretch_reset<unsigned_of<sizeof(qvo_##type)>, unsigned_of<sizeof(qvo_##ts)>>(iterator);                \
-    }                                                                                                                  \
-    extern "C" QVO_API QVO_RET qvo_seq_stretch_##ts##_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h ts1,        \
-                                                             qvo_seq_iterator_h ts2, qvo_seq_iterator_h values,        \
-                                                             qvo_##type filler) {                                      \
-        using Value = unsigned_of<sizeof(qvo_##type)>;                                                                 \
-        using State = StretchState<Value, unsigned_of<sizeof(qvo_##ts)>>;                                              \
-        using Record = qvo_seq_stretch_##ts##_##type##_context_t;                                                      \
-        static_assert(sizeof(State) == sizeof(Record) && offsetof(State, next_value) == offsetof(Record, next_value)); \
-        static_assert(offsetof(State, next_timestamp) == offsetof(Record, next_timestamp) &&                           \
-                      offsetof(State, end_of_seq) == offsetof(Record, end_of_seq));                                    \
-        const QVO_RET rc =                                                                                             \
-            construct_alignment(result, ts1, ts2, values, elem_##ts::code, layout_of<elem_##type>,                     \
-                                qvo_seq_stretch_##ts##_##type##_next, qvo_seq_stretch_##ts##_##type##_reset);          \
-        if (rc == QVO_S_OK) state<State>(result) = {std::bit_cast<Value>(filler), 0, 0, 0};                            \
-        return rc;                                                                                                     \
-    }                                                                                                                  \
-    extern "C" QVO_API QVO_RET qvo_seq_stretch0_##ts##_##type##_next(qvo_seq_iterator_h iterator) {                    \
-        return stretch0_next<unsigned_of<sizeof(qvo_##type)>, unsigned_of<sizeof(qvo_##ts)>>(iterator, Where::here()); \
-    }                                                                                                                  \
-    extern "C" QVO_API QVO_RET qvo_seq_stretch0_##ts##_##type##_reset(qvo_seq_iterator_h iterator) {                   \
-        return stretch0_reset<unsigned_of<sizeof(qvo_##type)>>(iterator);                                              \
-    }                                                                                                                  \
-    extern "C" QVO_API QVO_RET qvo_seq_stretch0_##ts##_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h ts1,       \
-                                                              qvo_seq_iterator_h ts2, qvo_seq_iterator_h values,       \
-                                                              qvo_##type filler) {                                     \
-        using Value = unsigned_of<sizeof(qvo_##type)>;                                                                 \
-        using State = Stretch0State<Value>;                                                                            \
-        using Record = qvo_seq_stretch0_##ts##_##type##_context_t;                                                     \
-        static_assert(sizeof(State) == sizeof(Record) && offsetof(State, left_end) == offsetof(Record, left_end) &&    \
-                      offsetof(State, right_end) == offsetof(Record, right_end));                                      \
-        const QVO_RET rc =                                                                                             \
-            construct_alignment(result, ts1, ts2, values, elem_##ts::code, layout_of<elem_##type>,                     \
-                                qvo_seq_stretch0_##ts##_##type##_next, qvo_seq_stretch0_##ts##_##type##_reset);        \
-        if (rc == QVO_S_OK) state<State>(result) = {std::bit_cast<Value>(filler), 0, 0};                               \
-        return rc;                                                                                                     \
+#define DEFINE(name, ts, type, construct, next_of, reset_of)                                                      \
+    extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h it) { return next_of(it, Where::here()); }          \
+    extern "C" QVO_API QVO_RET name##_reset(qvo_seq_iterator_h it) { return reset_of(it); }                       \
+    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h ts1, qvo_seq_iterator_h ts2,    \
+                                    qvo_seq_iterator_h values, qvo_##type filler) {                               \
+        return construct<elem_##type, elem_##ts, name##_context_t>(result, ts1, ts2, values, filler, name##_next, \
+                                                                   name##_reset);                                 \
     }
+#define STAMP(ts, type)                                                                                             \
+    DEFINE(qvo_seq_stretch_##ts##_##type, ts, type, construct_stretch,                                              \
+           (stretch_next<elem_##type::bits, elem_##ts::bits>), (stretch_reset<elem_##type::bits, elem_##ts::bits>)) \
+    DEFINE(qvo_seq_stretch0_##ts##_##type, ts, type, construct_stretch0,                                            \
+           (stretch0_next<elem_##type::bits, elem_##ts::bits>), (stretch0_reset<elem_##type::bits>))
 QVO_SEQ_FOR_ALIGNED_TYPES(STAMP)
 #undef STAMP
+#undef DEFINE
 
 }  // namespace qvo

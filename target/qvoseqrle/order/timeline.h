@@ -19,16 +19,19 @@ template <class Value, class Stamp> class Alignment {
     static constexpr size_t capacity = capacity_of(sizeof(Value));
 
     QVO_INLINE Alignment(qvo_seq_iterator_h it, Where where)
-        : ts1(it->opd[0]), ts2(it->opd[1]), values(it->opd[2]), it_(it), where_(where) {}
+        : ts1(it->opd[0]), ts2(it->opd[1]), values(it->opd[2]), it_(it), out_(it, capacity), where_(where) {}
 
     Operand ts1, ts2, values;
 
-    QVO_INLINE size_t size() const { return size_; }
-    QVO_INLINE size_t room() const { return capacity - size_; }
-    QVO_INLINE void put(Value value) { write(size_++, value); }
+    QVO_INLINE size_t size() const { return out_.size(); }
+    QVO_INLINE size_t room() const { return out_.room(); }
+    QVO_INLINE void put(Value value) {
+        write(size(), value);
+        advance(1);
+    }
     QVO_INLINE void put(Value value, size_t n) {
-        for (size_t i = 0; i < n; ++i) write(size_ + i, value);
-        size_ += n;
+        for (size_t i = 0; i < n; ++i) write(size() + i, value);
+        advance(n);
     }
 
     QVO_INLINE static Stamp stamp(const Operand& timeline) { return read<Stamp>(timeline, timeline.index()); }
@@ -68,8 +71,8 @@ template <class Value, class Stamp> class Alignment {
     }
 
     /// The result tile as it stands: for loops that write n elements at once and then account for them.
-    QVO_INLINE uint8_t* end() const { return values_of<uint8_t>(it_) + size_ * sizeof(Value); }
-    QVO_INLINE void advance(size_t n) { size_ += n; }
+    QVO_INLINE uint8_t* end() const { return values_of<uint8_t>(it_) + size() * sizeof(Value); }
+    QVO_INLINE void advance(size_t n) { out_.advance({n, 0}); }  // the runs are written at the end
 
     QVO_INLINE void store() const {
         ts1.store();
@@ -80,11 +83,8 @@ template <class Value, class Stamp> class Alignment {
     /// Ends the call, after the positions have been stored. Unlike in most families, next_seq_no grows only when the
     /// tile is delivered.
     QVO_INLINE QVO_RET finish(QVO_RET rc) {
-        fill_runs(runs_of(it_), size_, 1);
-        if (rc != QVO_S_OK) return rc;
-        it_->tile_size = static_cast<uint16_t>(size_);
-        it_->next_seq_no += size_;
-        return QVO_S_OK;
+        fill_runs(runs_of(it_), size(), 1);
+        return rc != QVO_S_OK ? rc : out_.finish(rc, Counted::elements);
     }
 
  private:
@@ -98,8 +98,8 @@ template <class Value, class Stamp> class Alignment {
     }
 
     qvo_seq_iterator_h it_;
+    TileWriter out_;
     Where where_;
-    size_t size_ = 0;
 };
 
 /// What the constructors of the three families share; the family's state comes after it.

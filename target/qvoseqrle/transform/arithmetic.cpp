@@ -11,13 +11,12 @@ struct Div {
 struct Mod {
     template <class V> QVO_INLINE static V apply(V a, V b) { return remainder(a, b); }
 };
+// The left value if it beats the right one: with a NaN on either side, the maximum and the minimum are the right value.
 struct Max {
-    template <class V> QVO_INLINE static V apply(V a, V b) { return a > b ? a : b; }
+    template <class V> QVO_INLINE static V apply(V a, V b) { return Greater::apply(b, a); }
 };
-// With a NaN on either side the floating minimum is the right value, like the maximum. For integers the two forms
-// say the same.
 struct Min {
-    template <class V> QVO_INLINE static V apply(V a, V b) { return b > a ? a : b; }
+    template <class V> QVO_INLINE static V apply(V a, V b) { return Less::apply(b, a); }
 };
 
 }  // namespace

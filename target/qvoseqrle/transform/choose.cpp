@@ -1,25 +1,24 @@
 // Choosing between two sequences by the conditions of a third: iif reads both in lock-step, if reads only the one that
 // is chosen.
 //
-// Values are moved and never looked at, so the members of one width share their code. Both walk three operands at a
-// time, so they have walks of their own here; as in core/overlap.h, a stretch of steps of the same shape is taken as a
-// whole, and what is left where it ends is what single steps leave.
-#include "core/construct.h"
+// Values are moved and never looked at, so the members of one width share their code.
+#include "core/elementwise.h"
 #include "core/move.h"
-#include "core/overlap.h"
 
 namespace qvo {
 namespace {
 
-const uint8_t* current_value(const Operand& operand, size_t width) {
-    return values_of<uint8_t>(operand.iterator()) + operand.index() * width;
-}
+// ---- iif ----
+//
+// A three-operand element-wise family like any other, but for one deliberate thing: a step takes the smallest of the
+// three whole runs, also from operands that are in the middle of theirs. Where runs do not line up, a read position
+// passes the end of its run, and the element stays until the position, a byte, comes round to the run.
 
 /// out[i] = conditions[i] is true ? left[i * LeftStep] : right[i * RightStep]. Both values are loaded, and one is
 /// chosen without a branch.
 template <class Bits, size_t LeftStep, size_t RightStep>
-QVO_INLINE void blend_fixed(uint8_t* __restrict out, const uint8_t* __restrict conditions,
-                            const uint8_t* __restrict left, const uint8_t* __restrict right, size_t n) {
+QVO_INLINE void blend(uint8_t* __restrict out, const uint8_t* __restrict conditions, const uint8_t* __restrict left,
+                      const uint8_t* __restrict right, size_t n) {
     for (size_t i = 0; i < n; ++i) {
         Bits a, b;
         std::memcpy(&a, left + i * LeftStep * sizeof a, sizeof a);
@@ -29,48 +28,60 @@ QVO_INLINE void blend_fixed(uint8_t* __restrict out, const uint8_t* __restrict c
     }
 }
 
-template <class Bits>
-QVO_CPU_VARIANTS void blend(uint8_t* out, const uint8_t* conditions, const uint8_t* left, bool many_left,
-                            const uint8_t* right, bool many_right, size_t n) {
-    if (many_left && many_right)
-        blend_fixed<Bits, 1, 1>(out, conditions, left, right, n);
-    else if (many_left)
-        blend_fixed<Bits, 1, 0>(out, conditions, left, right, n);
-    else if (many_right)
-        blend_fixed<Bits, 0, 1>(out, conditions, left, right, n);
-    else
-        blend_fixed<Bits, 0, 0>(out, conditions, left, right, n);
-}
+/// The loops of a width: Bits is the unsigned integer of the width, or void for strings, which are moved one by one.
+template <class Bits> struct ChoiceLoops {
+    static constexpr size_t n_operands = 3;
 
-void blend_strings(uint8_t* out, size_t width, const uint8_t* conditions, const uint8_t* left, bool many_left,
-                   const uint8_t* right, bool many_right, size_t n) {
-    for (size_t i = 0; i < n; ++i) {
-        std::memcpy(out + i * width, conditions[i] != 0 ? left : right, width);
-        if (many_left) left += width;
-        if (many_right) right += width;
+    template <unsigned Set>
+    QVO_CPU_VARIANTS static void stretch(qvo_seq_iterator_h it, size_t to, At<3> from, size_t n) {
+        constexpr size_t left_step = Set >> 1 & 1, right_step = Set >> 2 & 1;
+        const size_t width = it->elem_size;
+        const auto value = [&](size_t k) { return values_of<uint8_t>(it->opd[k]) + from[k] * width; };
+        uint8_t* const out = values_of<uint8_t>(it) + to * width;
+        const uint8_t* const conditions = values_of<uint8_t>(it->opd[0]) + from[0];
+        if constexpr ((Set & 1) == 0) {
+            const size_t chosen = *conditions != 0 ? 1 : 2;
+            if ((Set >> chosen & 1) != 0)
+                std::memcpy(out, value(chosen), n * width);
+            else
+                with_mover(
+                    width, [&](auto mover) __attribute__((always_inline)) { mover.fill(out, 0, value(chosen), 0, n); });
+        } else if constexpr (std::is_void_v<Bits>) {
+            for (size_t i = 0; i < n; ++i)
+                std::memcpy(out + i * width,
+                            conditions[i] != 0 ? value(1) + i * left_step * width : value(2) + i * right_step * width,
+                            width);
+        } else {
+            blend<Bits, left_step, right_step>(out, conditions, value(1), value(2), n);
+        }
     }
-}
-
-/// One value for each condition: from neighbouring elements, or all from the same one.
-void blend_values(uint8_t* out, size_t width, const uint8_t* conditions, const uint8_t* left, bool many_left,
-                  const uint8_t* right, bool many_right, size_t n) {
-    switch (width) {
-        case 1:
-            return blend<uint8_t>(out, conditions, left, many_left, right, many_right, n);
-        case 2:
-            return blend<uint16_t>(out, conditions, left, many_left, right, many_right, n);
-        case 4:
-            return blend<uint32_t>(out, conditions, left, many_left, right, many_right, n);
-        case 8:
-            return blend<uint64_t>(out, conditions, left, many_left, right, many_right, n);
-        default:
-            return blend_strings(out, width, conditions, left, many_left, right, many_right, n);
+    static void singles(qvo_seq_iterator_h it, size_t to, const Loops<3>::Steps& steps, size_t n) {
+        const uint8_t* const conditions = values_of<uint8_t>(it->opd[0]);
+        const uint8_t *const left = values_of<uint8_t>(it->opd[1]), *const right = values_of<uint8_t>(it->opd[2]);
+        uint8_t* const out = values_of<uint8_t>(it);
+        with_mover(
+            it->elem_size, [ =, &steps ](auto mover) __attribute__((always_inline)) {
+                for (size_t i = 0; i < n; ++i) {
+                    const bool is_true = conditions[steps.index[0][i]] != 0;
+                    mover.move(out, to + i, is_true ? left : right, steps.index[is_true ? 1 : 2][i]);
+                }
+            });
     }
+};
+
+QVO_RET iif_next(qvo_seq_iterator_h it, Where where) {
+    const Loops<3>* loops = with_unsigned(
+        it->elem_size, [](auto bits) { return &loops_of<ChoiceLoops<decltype(bits)>>; },
+        [] { return &loops_of<ChoiceLoops<void>>; });
+    return whole_run_next(it, *loops, where);
 }
 
-void repeat_value(uint8_t* out, size_t width, const uint8_t* from, size_t n) {
-    with_mover(
-        width, [=](auto mover) __attribute__((always_inline)) { mover.fill(out, 0, from, 0, n); });
+// ---- if ----
+//
+// All three operands are refilled, but a step takes from two of them only: the condition, and the side that it chooses.
+
+const uint8_t* current_value(const Operand& operand, size_t width) {
+    return values_of<uint8_t>(operand.iterator()) + operand.index() * width;
 }
 
 /// Single steps: where the values come from is noted down, and they are moved together.
@@ -101,121 +112,25 @@ class Singles {
 
 /// The operands of one call, and its result.
 struct Choice {
-    Operand condition, left, right;  // left is chosen where the condition is true
+    Operand operands[3];
+    Operand &condition = operands[0], &left = operands[1], &right = operands[2];  // left where the condition is true
     size_t width;
     uint8_t* values;
     TileWriter out;
     Singles singles;
-    size_t n_single = fewest_single_steps;
 
     explicit Choice(qvo_seq_iterator_h it)
-        : condition(it->opd[0]),
-          left(it->opd[1]),
-          right(it->opd[2]),
+        : operands{Operand(it->opd[0]), Operand(it->opd[1]), Operand(it->opd[2])},
           width(it->elem_size),
           values(values_of<uint8_t>(it)),
-          out(it, capacity_of(width)),
+          out(it),
           singles(out, values, width) {}
+    Choice(const Choice&) = delete;
 
     const uint8_t* conditions() const { return values_of<uint8_t>(condition.iterator()) + condition.index(); }
     Operand& chosen() { return *conditions() != 0 ? left : right; }
     uint8_t* next_value() const { return values + out.size() * width; }
-    bool used_up() const { return condition.used_up() || left.used_up() || right.used_up(); }
-
-    /// Up to n_single calls of step(), which takes one overlap.
-    template <class Step> void single_steps(Step step) {
-        for (size_t n = std::min(out.room(), n_single); n != 0 && !used_up(); --n) step();
-        singles.move();
-        n_single = std::min(n_single * 2, most_single_steps);
-    }
-
-    /// Refills in order and takes a stretch or single steps, until the tile is full or an operand stops.
-    template <class Stretch, class Step> QVO_RET walk(Where where, Stretch stretch, Step step) {
-        QVO_RET rc = QVO_S_OK;
-        while (out.room() != 0) {
-            if (rc = refill_all(where, condition, left, right); rc != QVO_S_OK) break;
-            if (stretch())
-                n_single = fewest_single_steps;
-            else
-                single_steps(step);
-        }
-        condition.store();
-        left.store();
-        right.store();
-        return out.finish(rc);
-    }
 };
-
-// ---- iif ----
-//
-// Deliberate: a step takes the smallest of the three whole runs, also from operands that are in the middle of theirs.
-// Where runs do not line up, a read position passes the end of its run, and the element stays until the position, a
-// byte, comes round to the run.
-
-/// An operand in a stretch of iif steps: it moves on with each step, or stays within its run during all of them.
-struct Pace {
-    bool moves, stays;
-
-    QVO_INLINE Pace(const Operand& operand, unsigned run)
-        : moves(operand.run() == run && operand.taken() == 0), stays(!moves && operand.taken() < operand.run()) {}
-};
-
-QVO_INLINE void take(Operand& operand, Pace pace, RunSpan span) {
-    if (pace.moves)
-        operand.skip(span.elements);
-    else
-        operand.take(span.positions);
-}
-
-QVO_INLINE unsigned smallest_run(const Choice& c) { return std::min({c.condition.run(), c.left.run(), c.right.run()}); }
-
-/// Takes a stretch in which one, two or all three operands move on together; false if there is none worth it.
-bool iif_stretch(Choice& c) {
-    const unsigned run = smallest_run(c);
-    Operand* const operands[] = {&c.condition, &c.left, &c.right};
-    const Pace paces[] = {{c.condition, run}, {c.left, run}, {c.right, run}};
-    const uint8_t* runs = nullptr;  // of the operands that move
-    RunSpan span{c.out.room(), 0};
-    for (size_t k = 0; k < 3; ++k) {
-        if (!paces[k].moves) continue;
-        span.elements = std::min(span.elements, operands[k]->elements_left());
-        if (runs == nullptr) runs = operands[k]->runs();
-        span = equal_runs(runs, operands[k]->runs(), span.elements);
-    }
-    if (runs == nullptr) return false;
-    for (size_t k = 0; k < 3; ++k) {
-        if (paces[k].moves) continue;
-        if (!paces[k].stays) return false;
-        span = elements_within(runs, span.elements, operands[k]->run_left());
-    }
-    if (span.elements < shortest_stretch) return false;
-
-    if (paces[0].moves)
-        blend_values(c.next_value(), c.width, c.conditions(), current_value(c.left, c.width), paces[1].moves,
-                     current_value(c.right, c.width), paces[2].moves, span.elements);
-    else if (Operand& chosen = c.chosen(); Pace(chosen, run).moves)
-        std::memcpy(c.next_value(), current_value(chosen, c.width), span.elements * c.width);
-    else
-        repeat_value(c.next_value(), c.width, current_value(chosen, c.width), span.elements);
-    c.out.put_runs(runs, span);
-    for (size_t k = 0; k < 3; ++k) take(*operands[k], paces[k], span);
-    return true;
-}
-
-QVO_RET iif_next(qvo_seq_iterator_h it, Where where) {
-    Choice c(it);
-    const auto step = [&c] {
-        const unsigned run = smallest_run(c);
-        c.singles.put(current_value(c.chosen(), c.width), run);
-        c.condition.take(run);
-        c.left.take(run);
-        c.right.take(run);
-    };
-    return c.walk(
-        where, [&c] { return iif_stretch(c); }, step);
-}
-
-// ---- if ----
 
 /// The side of a choice in a stretch of conditions of run 1: an array of elements of run 1, or a value that repeats.
 struct Supply {
@@ -285,17 +200,32 @@ bool chosen_stretch(Choice& c) {
     return true;
 }
 
-QVO_RET if_next(qvo_seq_iterator_h it, Where where) {
-    Choice c(it);
-    const auto step = [&c] {
+/// At most n overlaps of the condition with the side that it chooses.
+void single_choices(Choice& c, size_t n) {
+    for (; n != 0 && !any_used_up(c.operands); --n) {
         Operand& chosen = c.chosen();
         const unsigned run = std::min(c.condition.run_left(), chosen.run_left());
         c.singles.put(current_value(chosen, c.width), run);
         c.condition.take(run);
         chosen.take(run);
+    }
+    c.singles.move();
+}
+
+QVO_RET if_next(qvo_seq_iterator_h it, Where where) {
+    Choice c(it);
+    size_t single = fewest_single_steps;
+    const auto go_on = [&](size_t room) -> QVO_RET {
+        if (deal_stretch(c) || chosen_stretch(c)) {
+            single = fewest_single_steps;
+        } else {
+            single_choices(c, std::min(room, single));
+            single = std::min(single * 2, most_single_steps);
+        }
+        return QVO_S_OK;
     };
-    return c.walk(
-        where, [&c] { return deal_stretch(c) || chosen_stretch(c); }, step);
+    return c.out.finish(walk_while(
+        c.operands, where, [&c] { return c.out.room(); }, go_on));
 }
 
 // ---- What both have in common ----

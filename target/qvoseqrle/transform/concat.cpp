@@ -1,38 +1,30 @@
 // One sequence behind another. Whole tiles are copied: no tile holds elements of both operands.
 #include "core/construct.h"
-#include "core/fatal.h"
 #include "core/move.h"
+#include "core/protocol.h"
 
 namespace qvo {
 namespace {
 
-struct qvo_seq_concat_context_t {
-    qvo_bool left_array;  // still reading the left operand
-};
-
-// The operand's read position plays no part: what is left of a tile that was pulled before is not delivered.
-QVO_RET copy_next_tile(qvo_seq_iterator_h it, qvo_seq_iterator_h operand, Where where) {
-    if (const QVO_RET rc = operand->next(operand); rc != QVO_S_OK) return rc;
-    if (operand->tile_size == 0) fatal_stop(where);
-    copy_tile(it, operand);
-    return QVO_S_OK;
+// The operands' read positions play no part: what is left of a tile that was pulled before is not delivered.
+QVO_RET concat_next(qvo_seq_iterator_h it, Where where) {
+    const qvo_seq_iterator_h left = it->opd[0], right = it->opd[1];
+    qvo_bool& left_array = state<qvo_seq_concat_context_t>(it).left_array;
+    if (left_array != 0) {
+        const QVO_RET rc = pull_tile(left, where);
+        if (rc == QVO_S_OK) return deliver_copy(it, left, left->next_seq_no);
+        if (rc != QVO_S_CURSOR_END) return rc;
+        left_array = 0;
+    }
+    const qvo_seq_no_t before = right->next_seq_no;
+    if (const QVO_RET rc = pull_tile(right, where); rc != QVO_S_OK) return rc;
+    return deliver_copy(it, right, it->next_seq_no + (right->next_seq_no - before));
 }
 
 }  // namespace
 
 extern "C" QVO_API QVO_RET qvo_seq_concat_next(qvo_seq_iterator_h iterator) {
-    const qvo_seq_iterator_h left = iterator->opd[0], right = iterator->opd[1];
-    qvo_bool& left_array = state<qvo_seq_concat_context_t>(iterator).left_array;
-    if (left_array != 0) {
-        const QVO_RET rc = copy_next_tile(iterator, left, Where::here());
-        if (rc == QVO_S_OK) iterator->next_seq_no = left->next_seq_no;
-        if (rc != QVO_S_CURSOR_END) return rc;
-        left_array = 0;
-    }
-    const qvo_seq_no_t before = right->next_seq_no;
-    const QVO_RET rc = copy_next_tile(iterator, right, Where::here());
-    if (rc == QVO_S_OK) iterator->next_seq_no += right->next_seq_no - before;
-    return rc;
+    return concat_next(iterator, Where::here());
 }
 
 extern "C" QVO_API QVO_RET qvo_seq_concat_reset(qvo_seq_iterator_h iterator) {

@@ -7,13 +7,6 @@
 namespace qvo {
 namespace {
 
-struct qvo_seq_cross_context_t {
-    qvo_seq_no_t pos;  // positions consumed
-    int first_sign;
-    int prev_sign;  // of the last value other than zero; 0: none so far
-    int n_zeros;    // zero positions counted since then
-};
-
 /// The signs of the operand's elements from .. from+n-1: 1, -1, and 0 for zeros and NaNs.
 using SignLoop = void (*)(qvo_seq_iterator_h it, size_t from, size_t n, int8_t* signs);
 
@@ -90,7 +83,7 @@ QVO_RET cross_next(qvo_seq_iterator_h it, SignLoop loop, Where where) {
         loop(it, index, n, signs);
         crossings.take(signs, input.runs(), n);
     });
-    if (rc = out.finish_counting_elements(rc); rc == QVO_S_OK) crossings.store();
+    if (rc = out.finish(rc, Counted::elements); rc == QVO_S_OK) crossings.store();
     return rc;
 }
 

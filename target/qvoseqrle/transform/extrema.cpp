@@ -97,7 +97,7 @@ QVO_RET extrema_next(qvo_seq_iterator_h it, DirectionLoop loop, Where where) {
         points.take(directions, input.runs(), n);
         std::memcpy(&previous, values_of<uint8_t>(from) + (index + n - 1) * width, width);
     });
-    if (rc = out.finish_counting_elements(rc); rc != QVO_S_OK) return rc;
+    if (rc = out.finish(rc, Counted::elements); rc != QVO_S_OK) return rc;
     auto& s = state<ExtremaState>(it);
     s = {s.first_extremum, points.trend(), previous, points.pos()};
     return QVO_S_OK;
@@ -128,6 +128,10 @@ QVO_RET construct_extrema(qvo_seq_iterator_h result, qvo_seq_iterator_h input, i
     }                                                                                                             \
     extern "C" QVO_API QVO_RET qvo_seq_extrema_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,        \
                                                       int first_extremum) {                                       \
+        using Record = qvo_seq_extrema_##type##_context_t;                                                        \
+        static_assert(sizeof(ExtremaState) == sizeof(Record) &&                                                   \
+                      offsetof(ExtremaState, pos) == offsetof(Record, pos) &&                                     \
+                      offsetof(ExtremaState, prev_val) == offsetof(Record, prev_val));                            \
         return construct_extrema(result, input, first_extremum, elem_##type::code, qvo_seq_extrema_##type##_next, \
                                  qvo_seq_extrema_##type##_reset_iterator);                                        \
     }

@@ -1,10 +1,12 @@
 // Filters: the elements whose condition holds, and the positions at which it does.
 //
 // Values are moved and never looked at, so the members of one width share their code.
+#include <iterator>
+
 #include "core/construct.h"
 #include "core/move.h"
-#include "core/overlap.h"
 #include "core/select.h"
+#include "core/walk.h"
 
 namespace qvo {
 namespace {
@@ -27,7 +29,7 @@ void repeat_value(qvo_seq_iterator_h it, size_t to, size_t from, size_t n) {
         it->elem_size, [=](auto mover) __attribute__((always_inline)) { mover.fill(out, to, in, from, n); });
 }
 
-/// Sink of walk_overlaps: the condition is the left operand, the input the right one.
+/// Sink of a walk over the condition and the input.
 class FilterSink {
  public:
     struct Singles {
@@ -46,19 +48,25 @@ class FilterSink {
     QVO_INLINE size_t room() const { return out_.room(); }
     QVO_INLINE size_t reach() const { return SIZE_MAX; }  // what is not kept needs no room
 
-    QVO_INLINE RunSpan lockstep(size_t condition, size_t input, RunSpan span) {
+    /// Values are copied at the width of the result.
+    QVO_INLINE QVO_RET check() const { return check_width(it_->opd[1], it_->elem_size); }
+
+    QVO_INLINE RunSpan stretch(Moving<0b11>, At<2> at, RunSpan span) {
+        const auto [condition, input] = at;
         const uint8_t* const conditions = conditions_ + condition;
         const Selection chosen = select_values(it_, out_.size(), it_->opd[1], input, conditions, span.elements, room());
         return keep(chosen, conditions, input_runs_ - input, span);
     }
-    QVO_INLINE RunSpan many_left(size_t condition, size_t input, RunSpan span) {
+    QVO_INLINE RunSpan stretch(Moving<0b01>, At<2> at, RunSpan span) {
+        const auto [condition, input] = at;
         const uint8_t* const conditions = conditions_ + condition;
         const Selection chosen =
             select(conditions, span.elements, room(), [](size_t, size_t, auto) __attribute__((always_inline)){});
         repeat_value(it_, out_.size(), input, chosen.kept);
         return keep(chosen, conditions, condition_runs_ - condition, span);
     }
-    QVO_INLINE RunSpan many_right(size_t condition, size_t input, RunSpan span) {
+    QVO_INLINE RunSpan stretch(Moving<0b10>, At<2> at, RunSpan span) {
+        const auto [condition, input] = at;
         if (conditions_[condition] == 0) return span;
         const uint8_t* const runs = input_runs_ - input;
         if (span.elements > room()) span = {room(), sum_runs(runs, room())};
@@ -66,10 +74,10 @@ class FilterSink {
         out_.put_runs(runs, span);
         return span;
     }
-    QVO_INLINE void one(size_t, size_t condition, size_t input, unsigned run) {
-        singles_.inputs[kept_] = static_cast<uint16_t>(input);
+    QVO_INLINE void one(size_t, At<2> at, unsigned run) {
+        singles_.inputs[kept_] = static_cast<uint16_t>(at[1]);
         singles_.runs[most_single_steps - 1 - kept_] = static_cast<uint8_t>(run);
-        kept_ += conditions_[condition] != 0;
+        kept_ += conditions_[at[0]] != 0;
     }
     QVO_INLINE void end_singles(RunSpan) {
         gather_values(it_, out_.size(), singles_.inputs, kept_);
@@ -101,11 +109,11 @@ class FilterSink {
 };
 
 QVO_CPU_VARIANTS QVO_RET filter_next(qvo_seq_iterator_h it, Where where) {
-    Operand condition(it->opd[0]), input(it->opd[1]);
-    TileWriter out(it, capacity_of(it->elem_size));
+    Operand operands[] = {Operand(it->opd[0]), Operand(it->opd[1])};
+    TileWriter out(it);
     FilterSink::Singles singles;
     FilterSink sink(it, out, singles);
-    return out.finish(walk_overlaps(condition, input, sink, where));
+    return out.finish(walk(operands, sink, where));
 }
 
 QVO_RET construct_filter(qvo_seq_iterator_h result, qvo_seq_iterator_h condition, qvo_seq_iterator_h input,
@@ -115,12 +123,6 @@ QVO_RET construct_filter(qvo_seq_iterator_h result, qvo_seq_iterator_h condition
     fill_result(result, layout, {condition, input}, next, qvo_seq_reset_binary_iterator);
     return QVO_S_OK;
 }
-
-// The position sequence: first_pos for the first position of the condition, curr_pos for the one that is read next.
-struct qvo_seq_filter_pos_context_t {
-    qvo_seq_no_t first_pos;
-    qvo_seq_no_t curr_pos;
-};
 
 /// Writes the positions of leading conditions of run 1; returns the conditions seen and the positions written.
 Selection select_positions(uint64_t* to, const uint8_t* conditions, size_t n, size_t room, uint64_t first) {
@@ -170,18 +172,11 @@ QVO_RET filter_pos_next(qvo_seq_iterator_h it, Where where) {
     }
     condition.store();
     pos.curr_pos = at;
-    // An operand's error leaves the positions of this call uncounted.
-    if (rc != QVO_S_OK && rc != QVO_S_CURSOR_END) return rc;
-    return out.finish(rc);
+    return out.finish(rc, Counted::delivered);
 }
 
 QVO_RET filter_first_pos_next(qvo_seq_iterator_h it, Where where) {
-    if (it->prepared != 0) {
-        if (it->next_seq_no == 0) return QVO_S_CURSOR_END;
-        it->prepared = 0;
-        return QVO_S_OK;
-    }
-    if (it->next_seq_no != 0) return QVO_S_CURSOR_END;
+    if (const std::optional<QVO_RET> answer = answer_of(it)) return *answer;
     const size_t n = it->last_seq_no;
     if (n != 0) {
         const qvo_seq_no_t first = qvo_seq_get_first_pos(it);
@@ -192,10 +187,10 @@ QVO_RET filter_first_pos_next(qvo_seq_iterator_h it, Where where) {
         const volatile qvo_seq_bool& tested = values_of<qvo_seq_bool>(it->opd[0])[condition.index()];
         while (tested == 0) continue;
         write_positions(values_of<uint64_t>(it), n, first);
-        fill_runs(runs_of(it), n, 1);
     }
-    it->tile_size = static_cast<uint16_t>(n);
-    it->next_seq_no = n;
+    TileWriter out(it);
+    out.put_equal_runs(n, 1);
+    out.finish_at(n);
     return n != 0 ? QVO_S_OK : QVO_S_CURSOR_END;
 }
 
@@ -210,10 +205,9 @@ QVO_RET filter_first_pos_merge(qvo_seq_iterator_h dst, qvo_seq_iterator_h src) {
     const size_t n_moved = std::min(size - at, most - at - n_added);
     qvo_memmove(positions + at + n_added, positions + at, n_moved * sizeof *positions);
     std::memcpy(positions + at, added, n_added * sizeof *positions);
-    dst->tile_size = static_cast<uint16_t>(at + n_added + n_moved);
-    dst->next_seq_no = dst->tile_size;
-    fill_runs(runs_of(dst), dst->tile_size, 1);
-    return QVO_S_OK;
+    TileWriter out(dst);
+    out.put_equal_runs(at + n_added + n_moved, 1);
+    return out.finish_at(out.size());
 }
 
 QVO_RET construct_filter_pos(qvo_seq_iterator_h result, qvo_seq_iterator_h condition, qvo_seq_no_t first) {
@@ -250,7 +244,7 @@ QVO_RET qvo_seq_filter_pos_next(qvo_seq_iterator_h iterator) {
 }
 
 QVO_RET qvo_seq_filter_pos_reset(qvo_seq_iterator_h iterator) {
-    qvo::qvo_seq_filter_pos_context_t& pos = qvo::state<qvo::qvo_seq_filter_pos_context_t>(iterator);
+    qvo_seq_filter_pos_context_t& pos = qvo::state<qvo_seq_filter_pos_context_t>(iterator);
     pos.curr_pos = pos.first_pos;
     return qvo_seq_reset_unary_iterator(iterator);
 }
@@ -265,8 +259,11 @@ QVO_RET qvo_seq_filter_search(qvo_seq_iterator_h result, qvo_seq_iterator_h cond
 
 qvo_seq_no_t qvo_seq_get_first_pos(qvo_seq_iterator_h iterator) {
     qvo_seq_no_t first = iterator->first_seq_no;
-    for (qvo_seq_iterator_h operand : iterator->opd)
-        if (operand != nullptr) first = std::max(first, qvo_seq_get_first_pos(operand));
+    // The second slot of one of two readers of a source holds the other one, whose second slot holds this one.
+    const bool is_twin = iterator->next == qvo_seq_tee_next;
+    for (size_t i = 0; i < (is_twin ? 1 : std::size(iterator->opd)); ++i)
+        if (const qvo_seq_iterator_h operand = iterator->opd[i]; operand != nullptr)
+            first = std::max(first, qvo_seq_get_first_pos(operand));
     return first;
 }
 

@@ -3,7 +3,7 @@
 // A member is the loop that finds the intervals of its values; the counting is compiled once.
 #include "core/construct.h"
 #include "core/number.h"
-#include "core/tile.h"
+#include "core/protocol.h"
 
 namespace qvo {
 namespace {
@@ -74,7 +74,7 @@ QVO_CPU_VARIANTS size_t find_intervals(qvo_seq_iterator_h it, size_t from, size_
     return n;
 }
 
-QVO_RET histogram_next(qvo_seq_iterator_h it, IntervalLoop loop, uint64_t n_intervals) {
+QVO_RET histogram_next(qvo_seq_iterator_h it, IntervalLoop loop, uint64_t n_intervals, Where where) {
     if (it->next_seq_no != 0) return QVO_S_CURSOR_END;
     const qvo_seq_iterator_h input = it->opd[0];
     qvo_uint8* const counts = values_of<qvo_uint8>(it);
@@ -83,7 +83,7 @@ QVO_RET histogram_next(qvo_seq_iterator_h it, IntervalLoop loop, uint64_t n_inte
     uint16_t intervals[block];
     QVO_RET rc;
     // Every tile from its first element; an empty one is as good as any.
-    while ((rc = input->next(input)) == QVO_S_OK) {
+    while ((rc = pull_any_tile(input, where)) == QVO_S_OK) {
         const size_t size = input->tile_size;
         for (size_t from = 0; from < size; from += block) {
             const size_t n = std::min(size - from, block), inside = loop(it, from, n, intervals);
@@ -91,9 +91,9 @@ QVO_RET histogram_next(qvo_seq_iterator_h it, IntervalLoop loop, uint64_t n_inte
             if (inside != n) return QVO_E_ILLEGAL_PARAM;
         }
     }
-    fill_runs(runs_of(it), n_intervals, 1);
-    it->tile_size = static_cast<uint16_t>(n_intervals);
-    it->next_seq_no = n_intervals;
+    TileWriter out(it);
+    out.put_equal_runs(n_intervals, 1);
+    out.finish_at(n_intervals);
     return rc == QVO_S_CURSOR_END ? QVO_S_OK : rc;  // after an error the tile is filled all the same
 }
 
@@ -103,7 +103,7 @@ QVO_RET construct_histogram(qvo_seq_iterator_h result, qvo_seq_iterator_h input,
                             typename E::value max_value, uint64_t n_intervals, qvo_seq_iterator_next_t next) {
     if (!has_type(input, E::code)) return QVO_E_ILLEGAL_TYPE;
     if (n_intervals < 1 || n_intervals > most_intervals) return QVO_E_ILLEGAL_PARAM;
-    if (max_value <= min_value) return QVO_E_ILLEGAL_PARAM;
+    if (!(max_value > min_value)) return QVO_E_ILLEGAL_PARAM;  // nor with a NaN on either side
     if (const QVO_RET rc = bind({input}); rc != QVO_S_OK) return rc;
     fill_result(result, layout_of<elem_uint8>, {input}, next, qvo_seq_reset_unary_iterator);
     result->last_seq_no = n_intervals - 1;
@@ -116,7 +116,7 @@ QVO_RET construct_histogram(qvo_seq_iterator_h result, qvo_seq_iterator_h input,
 #define STAMP(type)                                                                                          \
     extern "C" QVO_API QVO_RET qvo_seq_histogram_##type##_next(qvo_seq_iterator_h iterator) {                \
         return histogram_next(iterator, find_intervals<qvo_##type>,                                          \
-                              state<HistogramState<qvo_##type>>(iterator).n_intervals);                      \
+                              state<HistogramState<qvo_##type>>(iterator).n_intervals, Where::here());       \
     }                                                                                                        \
     extern "C" QVO_API QVO_RET qvo_seq_histogram_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, \
                                                         qvo_##type min_value, qvo_##type max_value,          \

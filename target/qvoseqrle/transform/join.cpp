@@ -1,24 +1,15 @@
 // One sequence made of all sequences that the host's meta iterator yields. The members differ in the type and width of
 // their elements; values are copied in blocks and not looked at.
 #include "core/construct.h"
-#include "core/fatal.h"
-#include "core/tile.h"
+#include "core/protocol.h"
 
 namespace qvo {
 namespace {
 
-enum qvo_seq_meta_iterator_position_t { BEFORE_FIRST = 0, AFTER_FIRST = 1, AFTER_LAST = 2 };
-
-struct qvo_seq_meta_iterator_context_t {
-    qvo_seq_meta_iterator_h meta_iterator;
-    qvo_seq_meta_iterator_position_t pos_kind;
-};
-
-QVO_RET pull_tile(qvo_seq_iterator_h from, Where where) {
+// The read position goes back before the pull, and so also where that fails.
+QVO_RET pull_embedded(qvo_seq_iterator_h from, Where where) {
     from->tile_offs = 0;
-    const QVO_RET rc = from->next(from);
-    if (rc == QVO_S_OK && from->tile_size == 0) fatal_stop(where);
-    return rc;
+    return pull_tile(from, where);
 }
 
 // Appends what the embedded iterator's tile still holds, as much as there is room for. Its width is not checked
@@ -41,9 +32,9 @@ QVO_RET join_next(qvo_seq_iterator_h it, Where where) {
     if (s.pos_kind == BEFORE_FIRST) {
         if (rc = meta->first(meta); rc != QVO_S_OK) return rc;
         s.pos_kind = AFTER_FIRST;
-        rc = pull_tile(from, where);
+        rc = pull_embedded(from, where);
     } else if (from->tile_offs >= from->tile_size) {
-        rc = pull_tile(from, where);
+        rc = pull_embedded(from, where);
     }
     TileWriter out(it, capacity_of(it->elem_size));
     for (;;) {
@@ -53,7 +44,7 @@ QVO_RET join_next(qvo_seq_iterator_h it, Where where) {
         do {
             take_elements(it, out, from, where);
             if (out.room() == 0) return out.finish(QVO_S_OK);
-            rc = pull_tile(from, where);
+            rc = pull_embedded(from, where);
         } while (rc == QVO_S_OK);
         if (rc != QVO_S_CURSOR_END) break;
     }

@@ -92,7 +92,7 @@ template <class Mover> QVO_RET map_elements(const Mover& mover, qvo_seq_iterator
     }
     input.store();
     positions.store();
-    rc = out.finish_counting_elements(rc);
+    rc = out.finish(rc, Counted::elements);
     if (rc == QVO_S_OK) state<MapState>(it).right_seq_no = at;
     return rc;
 }

@@ -7,17 +7,14 @@
 namespace qvo {
 namespace {
 
-struct qvo_seq_norm_context_t {
-    double norm;
-};
-
-/// Adds the squares of a tile's elements, each as often as its run says, to a sum: in the order of the elements.
-using AddSquares = double (*)(double sum, qvo_seq_iterator_h input, size_t n);
+/// The sum of the squares of a tile's elements, each as often as its run says, in the order of the elements.
+using SumSquares = double (*)(qvo_seq_iterator_h input, size_t n);
 
 template <class V> struct NormLoops {
-    static double add_squares(double sum, qvo_seq_iterator_h input, size_t n) {
+    static double sum_squares(qvo_seq_iterator_h input, size_t n) {
         const V* const values = values_of<V>(input);
         const uint8_t* const runs = runs_of(input);
+        double sum = 0;
         for (size_t i = 0; i < n; ++i) {
             const double value = convert<double>(values[i]);
             sum += static_cast<double>(get_run(runs, i)) * (value * value);
@@ -35,22 +32,21 @@ template <class V> struct NormLoops {
 
 /// The first pass. Deliberate: the root is taken after every tile, so that over several tiles the norm is a nested root
 /// and not the Euclidean norm of the sequence.
-QVO_RET find_norm(qvo_seq_iterator_h it, AddSquares add_squares, Where where) {
+QVO_RET find_norm(qvo_seq_iterator_h it, SumSquares sum_squares, Where where) {
     const qvo_seq_iterator_h input = it->opd[0];
     double& norm = state<qvo_seq_norm_context_t>(it).norm;
     norm = 0;
     for (;;) {
-        const QVO_RET rc = input->next(input);
+        const QVO_RET rc = pull_tile(input, where);
         if (rc == QVO_S_CURSOR_END) return input->reset(input);
         if (rc != QVO_S_OK) return rc;
-        if (input->tile_size == 0) fatal_stop(where);
-        norm = std::sqrt(add_squares(norm, input, input->tile_size));
+        norm = std::sqrt(norm + sum_squares(input, input->tile_size));
     }
 }
 
-QVO_RET norm_next(qvo_seq_iterator_h it, AddSquares add_squares, UnaryLoop divide, Where where) {
+QVO_RET norm_next(qvo_seq_iterator_h it, SumSquares sum_squares, UnaryLoop divide, Where where) {
     if (it->next_seq_no == 0)
-        if (const QVO_RET rc = find_norm(it, add_squares, where); rc != QVO_S_OK) return rc;
+        if (const QVO_RET rc = find_norm(it, sum_squares, where); rc != QVO_S_OK) return rc;
     return elements_next(it, divide, where);
 }
 
@@ -59,7 +55,7 @@ QVO_RET norm_next(qvo_seq_iterator_h it, AddSquares add_squares, UnaryLoop divid
 #define STAMP(type)                                                                                       \
     extern "C" QVO_API QVO_RET qvo_seq_norm_##type##_next(qvo_seq_iterator_h it) {                        \
         using Loops = NormLoops<elem_##type::value>;                                                      \
-        return norm_next(it, Loops::add_squares, Loops::divide, Where::here());                           \
+        return norm_next(it, Loops::sum_squares, Loops::divide, Where::here());                           \
     }                                                                                                     \
     extern "C" QVO_API QVO_RET qvo_seq_norm_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) { \
         return construct_unary<elem_##type, elem_double>(result, input, qvo_seq_norm_##type##_next);      \

@@ -40,8 +40,9 @@ bool at_end(const char* text) { return *text == '}' || *text == '\0'; }
 /// Ends a call of the parsers of strings and of custom elements, which leave an empty tile behind at the end.
 QVO_RET finish(qvo_seq_iterator_h it, const char* text, size_t count) {
     state<TextPosition>(it).at = text;
-    it->tile_size = static_cast<uint16_t>(count);
-    it->next_seq_no += count;
+    TileWriter out(it, count);
+    out.advance({count, 0});
+    out.finish_at(it->next_seq_no + count);
     return count == 0 ? QVO_S_CURSOR_END : QVO_S_OK;
 }
 
@@ -150,11 +151,11 @@ template <class E> QVO_RET parse_next(qvo_seq_iterator_h it) {
     }
     if (count == 0) return QVO_S_CURSOR_END;
     position.at = text;
-    it->tile_size = static_cast<uint16_t>(count);
-    it->next_seq_no += count;
     // Deliberate: the run bytes of the elements before the last one are not written.
-    set_run(runs_of(it), count - 1, run);
-    return QVO_S_OK;
+    TileWriter out(it);
+    out.advance({count - 1, 0});
+    out.put_run(run);
+    return out.finish(QVO_S_OK, Counted::elements);
 }
 
 // ---- Strings ----------------------------------------------------------------------------------------------------

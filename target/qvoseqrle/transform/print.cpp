@@ -180,12 +180,11 @@ QVO_API QVO_RET qvo_seq_print_char_next(qvo_seq_iterator_h it) {
     TextWriter out(it->elem_size);
     const uint8_t* const element = values_of<uint8_t>(operand) + input.index() * operand->elem_size;
     if (!print_element(state<Format>(it).text, {element, operand->elem_size}, out)) return QVO_E_ILLEGAL_PARAM;
-    const size_t capacity = capacity_of(it->elem_size);
-    char* const values = values_of<char>(it);
-    fill_texts(values, it->elem_size, out.text(), out.size(), capacity);
-    it->tile_size = static_cast<uint16_t>(capacity);
-    it->next_seq_no += capacity;
-    return QVO_S_OK;
+    TileWriter tile(it);
+    const size_t capacity = tile.room();
+    fill_texts(values_of<char>(it), it->elem_size, out.text(), out.size(), capacity);
+    tile.advance({capacity, 0});
+    return tile.finish(QVO_S_OK, Counted::elements);
 }
 
 QVO_API QVO_RET qvo_seq_print_char(qvo_seq_iterator_h result, qvo_seq_iterator_h input, int width, const char* format) {

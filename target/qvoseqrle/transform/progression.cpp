@@ -33,13 +33,12 @@ template <class V> QVO_CPU_VARIANTS void fill_progression(qvo_seq_iterator_h it,
 
 QVO_RET progression_next(qvo_seq_iterator_h it, ProgressionLoop loop) {
     const qvo_seq_no_t at = it->next_seq_no, count = it->last_seq_no;
-    const size_t n = at < count ? std::min<qvo_seq_no_t>(count - at, capacity_of(it->elem_size)) : 0;
-    it->tile_size = static_cast<uint16_t>(n);  // at the end as well
-    if (n == 0) return QVO_S_CURSOR_END;
-    loop(it, at, n);
-    fill_runs(runs_of(it), n, 1);
-    it->next_seq_no = at + n;
-    return QVO_S_OK;
+    TileWriter out(it);
+    const size_t n = at < count ? std::min<qvo_seq_no_t>(count - at, out.room()) : 0;
+    if (n != 0) loop(it, at, n);
+    out.put_equal_runs(n, 1);
+    out.finish_at(at + n);  // at the end as well, with an empty tile
+    return n != 0 ? QVO_S_OK : QVO_S_CURSOR_END;
 }
 
 template <class E>

@@ -2,6 +2,7 @@
 // a longer one is read into a buffer, position by position, and handed out from there as an array.
 #include "core/construct.h"
 #include "core/move.h"
+#include "core/protocol.h"
 
 namespace qvo {
 namespace {
@@ -9,7 +10,7 @@ namespace {
 /// What a member adds: readers and array sources have their type in their names.
 struct ReverseMember {
     QVO_RET (*get)(qvo_seq_iterator_h input, void* values, qvo_size_t* count);
-    QVO_RET (*unget)(qvo_seq_iterator_h result, void* values, qvo_size_t count);
+    QVO_RET (*unget)(qvo_seq_iterator_h result, const void* values, qvo_size_t count);
     qvo_seq_iterator_reset_t reset;
 };
 
@@ -41,19 +42,13 @@ template <size_t Width> void reverse_fixed(uint8_t* values, size_t n) {
 }
 
 void reverse_buffer(uint8_t* values, size_t n, size_t width) {
-    switch (width) {
-        case 1:
-            return std::reverse(values, values + n);
-        case 2:
-            return reverse_fixed<2>(values, n);
-        case 4:
-            return reverse_fixed<4>(values, n);
-        case 8:
-            return reverse_fixed<8>(values, n);
-        default:
+    if (width == 1) return std::reverse(values, values + n);
+    with_unsigned(
+        width, [=](auto bits) { reverse_fixed<sizeof bits>(values, n); },
+        [=] {
             for (size_t i = 0; i < n / 2; ++i)
                 std::swap_ranges(values + i * width, values + (i + 1) * width, values + (n - 1 - i) * width);
-    }
+        });
 }
 
 QVO_RET count_positions(qvo_seq_iterator_h input, qvo_size_t* count) {
@@ -83,17 +78,17 @@ QVO_RET read_all(qvo_seq_iterator_h it, const ReverseMember& member, qvo_size_t*
     return rc;
 }
 
-QVO_RET reverse_next(qvo_seq_iterator_h it, const ReverseMember& member) {
+QVO_RET reverse_next(qvo_seq_iterator_h it, const ReverseMember& member, Where where) {
     if (it->next_seq_no != 0) return QVO_S_CURSOR_END;
     const qvo_seq_iterator_h input = it->opd[0];
-    if (const QVO_RET rc = input->next(input); rc != QVO_S_OK) return rc;
+    if (const QVO_RET rc = pull_any_tile(input, where); rc != QVO_S_OK) return rc;
     const size_t n = input->tile_size;
     reverse_tile(it, input);
-    const QVO_RET second = input->next(input);
+    const QVO_RET second = pull_any_tile(input, where);
     if (second == QVO_S_CURSOR_END) {
-        it->tile_size = static_cast<uint16_t>(n);
-        it->next_seq_no = input->next_seq_no;
-        return QVO_S_OK;
+        TileWriter out(it, n);
+        out.advance({n, 0});
+        return out.finish_at(input->next_seq_no);
     }
     if (second != QVO_S_OK) return second;
 
@@ -106,6 +101,14 @@ QVO_RET reverse_next(qvo_seq_iterator_h it, const ReverseMember& member) {
     member.unget(it, it->buf, count);
     it->reset = member.reset;
     return it->next(it);
+}
+
+QVO_RET construct_reverse(qvo_seq_iterator_h result, qvo_seq_iterator_h input, ElementLayout layout,
+                          qvo_seq_iterator_next_t next) {
+    const QVO_RET rc = construct_typed(result, input, layout.type, layout, next);
+    // There is no buffer before the first call: so qvo_seq_free_buffer is safe from here on, whatever the record held.
+    if (rc == QVO_S_OK) result->owned_buf = 0;
+    return rc;
 }
 
 /// Back from the array to the operator.
@@ -124,18 +127,18 @@ QVO_RET reverse_reset(qvo_seq_iterator_h it, qvo_seq_iterator_next_t next) {
             [](qvo_seq_iterator_h input, void* values, qvo_size_t* count) {                                  \
                 return qvo_seq_get_##type(input, static_cast<value_type*>(values), count);                   \
             },                                                                                               \
-            [](qvo_seq_iterator_h result, void* values, qvo_size_t count) {                                  \
-                return qvo_seq_unget_##type(result, static_cast<value_type*>(values),                        \
+            [](qvo_seq_iterator_h result, const void* values, qvo_size_t count) {                            \
+                return qvo_seq_unget_##type(result, static_cast<const value_type*>(values),                  \
                                             count __VA_OPT__(, ) __VA_ARGS__);                               \
             },                                                                                               \
             qvo_seq_reverse_##type##_reset};                                                                 \
-        return reverse_next(iterator, member);                                                               \
+        return reverse_next(iterator, member, Where::here());                                                \
     }                                                                                                        \
     extern "C" QVO_API QVO_RET qvo_seq_reverse_##type##_reset(qvo_seq_iterator_h iterator) {                 \
         return reverse_reset(iterator, qvo_seq_reverse_##type##_next);                                       \
     }                                                                                                        \
     extern "C" QVO_API QVO_RET qvo_seq_reverse_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) { \
-        return construct_typed(result, input, code, {code, width}, qvo_seq_reverse_##type##_next);           \
+        return construct_reverse(result, input, {code, width}, qvo_seq_reverse_##type##_next);               \
     }
 #define STAMP(type) STAMP_REVERSE(type, qvo_##type, elem_##type::code, elem_##type::width)
 QVO_SEQ_FOR_FIXED_TYPES(STAMP)

@@ -26,7 +26,7 @@ QVO_RET skip_nan_next(qvo_seq_iterator_h it, NumberLoop loop, Where where) {
         select_runs(runs_of(it) - out.size(), input.runs(), numbers, n);
         out.advance({kept, 0});
     });
-    return out.finish_counting_elements(rc);  // deliberately not the positions, although runs are kept
+    return out.finish(rc, Counted::elements);  // deliberately not the positions, although runs are kept
 }
 
 }  // namespace

@@ -8,12 +8,6 @@
 namespace qvo {
 namespace {
 
-struct qvo_seq_thin_context_t {
-    qvo_size_t origin;      // the first position that is taken
-    qvo_size_t step;        // from one taken position to the next
-    qvo_seq_no_t curr_pos;  // the input position at which its read position stands
-};
-
 /// The walk over the input of one call.
 ///
 /// Deliberate: the read position within a run is set to the distance from the last taken position, not from the start
@@ -25,11 +19,10 @@ class ThinWalk {
         : input_(it->opd[0]), s_(s), next_pos_(it->next_seq_no * s.step + s.origin) {}
 
     /// Pulls until the tile covers the next position. A tile without elements is passed over.
-    QVO_RET pull() {
+    QVO_RET pull(Where where) {
         while (next_pos_ >= input_->next_seq_no) {
             s_.curr_pos = input_->next_seq_no;
-            if (const QVO_RET rc = input_->next(input_); rc != QVO_S_OK) return rc;
-            input_->tile_offs = 0;
+            if (const QVO_RET rc = pull_any_tile(input_, where); rc != QVO_S_OK) return rc;
         }
         return QVO_S_OK;
     }
@@ -99,28 +92,22 @@ class ThinWalk {
 
 QVO_RET thin_next(qvo_seq_iterator_h it, Where where) {
     ThinWalk walk(it, state<qvo_seq_thin_context_t>(it));
-    const size_t capacity = capacity_of(it->elem_size);
-    uint8_t* const out = values_of<uint8_t>(it);
+    TileWriter out(it);
+    uint8_t* const to = values_of<uint8_t>(it);
     const uint8_t* const in = values_of<uint8_t>(it->opd[0]);
-    size_t size = 0;
-    while (size < capacity) {
-        if (const QVO_RET rc = walk.pull(); rc != QVO_S_OK) {
-            if (rc != QVO_S_CURSOR_END || size == 0) return rc;
-            break;
-        }
+    QVO_RET rc = QVO_S_OK;
+    while (out.room() != 0) {
+        if (rc = walk.pull(where); rc != QVO_S_OK) break;
         walk.find(where);
-        const size_t n = walk.n_singles(capacity - size), index = walk.index(), step = walk.step();
+        const size_t size = out.size(), n = walk.n_singles(out.room()), index = walk.index(), step = walk.step();
         with_mover(
             it->elem_size, [=](auto mover) __attribute__((always_inline)) {
-                for (size_t k = 0; k < n; ++k) mover.move(out, size + k, in, index + k * step);
+                for (size_t k = 0; k < n; ++k) mover.move(to, size + k, in, index + k * step);
             });
-        fill_runs(runs_of(it) - size, n, 1);
+        out.put_equal_runs(n, 1);
         walk.take(n);
-        size += n;
     }
-    it->tile_size = static_cast<uint16_t>(size);
-    it->next_seq_no += size;
-    return QVO_S_OK;
+    return out.finish(rc, Counted::delivered);
 }
 
 QVO_RET construct_thin(qvo_seq_iterator_h result, qvo_seq_iterator_h input, ElementLayout layout, qvo_size_t origin,

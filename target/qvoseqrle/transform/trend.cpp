@@ -131,22 +131,22 @@ int8_t fill_flat_stretches(int8_t* directions, size_t n, int8_t last) {
 }
 
 // A result tile per input tile, whatever the input's read position; so no Operand here.
-QVO_RET trend_next(qvo_seq_iterator_h it, void (*signs)(qvo_seq_iterator_h it, size_t n)) {
+QVO_RET trend_next(qvo_seq_iterator_h it, void (*signs)(qvo_seq_iterator_h it, size_t n), Where where) {
     const qvo_seq_iterator_h input = it->opd[0];
-    if (const QVO_RET rc = input->next(input); rc != QVO_S_OK) return rc;
+    if (const QVO_RET rc = pull_any_tile(input, where); rc != QVO_S_OK) return rc;
     qvo_seq_agg_context_t& s = state<qvo_seq_agg_context_t>(it);
     if (it->next_seq_no == 0) {
         std::memcpy(&s.accumulator, values_of<uint8_t>(input), input->elem_size);
         s.history.trend = 0;
     }
     const size_t n = input->tile_size;
-    it->tile_size = static_cast<uint16_t>(n);
-    if (n == 0) return QVO_S_OK;
-    signs(it, n);
-    s.history.trend = fill_flat_stretches(values_of<int8_t>(it), n, s.history.trend);
-    copy_runs(runs_of(it), runs_of(input), n);
-    it->next_seq_no += sum_runs(runs_of(input), n);
-    return QVO_S_OK;
+    TileWriter out(it);
+    if (n != 0) {
+        signs(it, n);
+        s.history.trend = fill_flat_stretches(values_of<int8_t>(it), n, s.history.trend);
+        out.put_runs(runs_of(input), n);
+    }
+    return out.finish(QVO_S_OK);
 }
 
 }  // namespace
@@ -160,7 +160,7 @@ QVO_RET trend_next(qvo_seq_iterator_h it, void (*signs)(qvo_seq_iterator_h it, s
         return construct_unary<elem_##type, elem_##type>(result, input, qvo_seq_diff_##type##_next);       \
     }                                                                                                      \
     extern "C" QVO_API QVO_RET qvo_seq_trend_##type##_next(qvo_seq_iterator_h it) {                        \
-        return trend_next(it, TrendOf<elem_##type::value>::signs);                                         \
+        return trend_next(it, TrendOf<elem_##type::value>::signs, Where::here());                          \
     }                                                                                                      \
     extern "C" QVO_API QVO_RET qvo_seq_trend_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) { \
         return construct_unary<elem_##type, elem_int1>(result, input, qvo_seq_trend_##type##_next);        \

@@ -6,11 +6,6 @@
 namespace qvo {
 namespace {
 
-struct qvo_seq_union_context_t {
-    qvo_bool left_end, right_end;
-    qvo_seq_order_t order;
-};
-
 /// Writes result elements to .. to+n-1, moving *left and *right on; each takes at most one element of either side.
 using MergeLoop = void (*)(qvo_seq_iterator_h it, size_t to, size_t* left, size_t* right, size_t n);
 
@@ -74,7 +69,7 @@ QVO_RET union_next(qvo_seq_iterator_h it, MergeLoop ascending, MergeLoop descend
     }
     left.store();
     right.store();
-    return out.finish_counting_elements(rc);
+    return out.finish(rc, Counted::elements);
 }
 
 QVO_RET construct_union(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right,

@@ -50,7 +50,7 @@ QVO_RET unique_next(qvo_seq_iterator_h it, ChangeLoop loop, Where where) {
     Operand input(from);
     TileWriter out(it, capacity_of(width));
     uint8_t changes[payload_bytes];
-    const QVO_RET rc = walk_elements(input, out, where, [&](size_t index, size_t n) {
+    const auto take = [&](size_t index, size_t n) {
         size_t kept = n;
         if (keep_all) {
             copy_values(it, out.size(), from, index, n);
@@ -61,8 +61,9 @@ QVO_RET unique_next(qvo_seq_iterator_h it, ChangeLoop loop, Where where) {
         if (kept == 0) return;
         out.put_equal_runs(kept, 1);
         std::memcpy(accumulator, values_of<uint8_t>(it) + (out.size() - 1) * width, width);
-    });
-    return out.finish_counting_elements(rc);
+    };
+    const QVO_RET rc = walk_elements(input, out, where, take, width);
+    return out.finish(rc, Counted::elements);
 }
 
 QVO_RET construct_unique(qvo_seq_iterator_h result, qvo_seq_iterator_h input, uint8_t code,

@@ -2,12 +2,9 @@
 //
 // Unlike other aggregates, and deliberately: operands are neither checked nor marked as bound, an empty operand counts
 // 0, and an operand's error ends the counting without being reported.
-#include <bit>
-
 #include "aggregate/hash_count.h"
 #include "core/construct.h"
-#include "core/fatal.h"
-#include "core/tile.h"
+#include "core/protocol.h"
 
 namespace qvo {
 namespace {
@@ -32,6 +29,16 @@ struct Positions {
     static void finish(qvo_seq_iterator_h it) { set_run(runs_of(it), 0, 1); }
 };
 
+/// The number of set bits. By hand: where there is no instruction for it, compilers make a population count a call of
+/// their own runtime library, which nothing else here needs.
+unsigned set_bits(uint64_t word) {
+    constexpr uint64_t pairs = 0x5555555555555555U, fours = 0x3333333333333333U, eights = 0x0f0f0f0f0f0f0f0fU;
+    word -= word >> 1 & pairs;
+    word = (word & fours) + (word >> 2 & fours);
+    word = (word + (word >> 4)) & eights;
+    return static_cast<unsigned>(word * ones_word >> 56);
+}
+
 // Elements and not positions, deliberately, and the result gets no run byte. Elements behind the bitmap are not null.
 struct NotNullElements {
     static qvo_seq_count_t of_tile(qvo_seq_iterator_h operand) {
@@ -41,7 +48,7 @@ struct NotNullElements {
         for (const qvo_bitmap_word_t word : operand->tile.null_bitmap) {
             if (n <= begin) break;
             const size_t bits = std::min(n - begin, word_bits);
-            nulls += static_cast<size_t>(std::popcount(word << (word_bits - bits)));
+            nulls += set_bits(word << (word_bits - bits));
             begin += word_bits;
         }
         return n - nulls;
@@ -49,35 +56,26 @@ struct NotNullElements {
     static void finish(qvo_seq_iterator_h it) { qvo_seq_reset_null_bitmap(it); }
 };
 
-template <class Counted> qvo_seq_count_t count_tiles(qvo_seq_iterator_h operand, Where where) {
+template <class Counting> qvo_seq_count_t count_tiles(qvo_seq_iterator_h operand, Where where) {
     qvo_seq_count_t total = 0;
-    while (operand->next(operand) == QVO_S_OK) {
-        if (operand->tile_size == 0) fatal_stop(where);
-        operand->tile_offs = 0;
-        total += Counted::of_tile(operand);
-    }
+    while (pull_tile(operand, where) == QVO_S_OK) total += Counting::of_tile(operand);
     return total;
 }
 
-template <class Counted> qvo_seq_count_t count_of(qvo_seq_iterator_h operand, Where where) {
+template <class Counting> qvo_seq_count_t count_of(qvo_seq_iterator_h operand, Where where) {
     if (is_array(operand)) return operand->last_seq_no + 1;
     // The first tile builds the table of groups.
-    if (is_hash_aggregate(operand)) return operand->next(operand) == QVO_S_OK ? hash_entries(operand) : 0;
-    return count_tiles<Counted>(operand, where);
+    if (is_hash_aggregate(operand)) return pull_any_tile(operand, where) == QVO_S_OK ? hash_entries(operand) : 0;
+    return count_tiles<Counting>(operand, where);
 }
 
-template <class Counted> QVO_RET count_next(qvo_seq_iterator_h it, Where where = Where::here()) {
-    if (it->prepared == 1) {
-        if (it->next_seq_no == 0) return QVO_S_CURSOR_END;
-        it->prepared = 0;
-        return QVO_S_OK;
-    }
-    if (it->next_seq_no != 0) return QVO_S_CURSOR_END;
-    *values_of<qvo_uint8>(it) = count_of<Counted>(it->opd[0], where);
-    Counted::finish(it);
-    it->tile_size = 1;
-    it->next_seq_no = 1;
-    return QVO_S_OK;
+template <class Counting> QVO_RET count_next(qvo_seq_iterator_h it, Where where = Where::here()) {
+    if (const std::optional<QVO_RET> answer = answer_of(it)) return *answer;
+    *values_of<qvo_uint8>(it) = count_of<Counting>(it->opd[0], where);
+    Counting::finish(it);
+    TileWriter out(it);
+    out.advance({1, 1});
+    return out.finish_at(1);
 }
 
 }  // namespace
