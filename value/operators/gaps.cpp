@@ -100,6 +100,7 @@ template <class V, class Filling> class Gaps final : public Operator {
     QVO_RET read_gap(Operand& input) {
         for (;;) {
             if (const QVO_RET rc = input.refill(Where::here()); rc != QVO_S_OK) return rc;
+            plan->poll();
             const V* const x = values_of<V>(x_.it);
             while (!input.used_up() && x[input.index()] != x[input.index()]) {
                 gap_ += input.run();

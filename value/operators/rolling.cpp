@@ -28,11 +28,11 @@ template <class S> struct Loops {
         here.template add<1>(x, n, to);
         fold = here;
     }
-    /// to[i] becomes the fold of x[i] and all behind it; to[n] of nothing.
-    QVO_CPU_VARIANTS static void suffixes(const double* __restrict x, size_t n, Value* __restrict to) {
-        Fold fold;
-        to[n] = Fold::neutral();
-        if (n != 0) fold.template add<-1>(x + n - 1, n, to + n - 1);
+    /// to[i] becomes the fold of x[i], all behind it up to x[n - 1], and what has been folded before.
+    QVO_CPU_VARIANTS static void suffixes(Fold& fold, const double* __restrict x, size_t n, Value* __restrict to) {
+        Fold here = fold;
+        here.template add<-1>(x + n - 1, n, to + n - 1);
+        fold = here;
     }
     QVO_CPU_VARIANTS static void merge(const Value* __restrict earlier, Value* __restrict folds, size_t n) {
         for (size_t i = 0; i < n; ++i) folds[i] = Fold::merge(earlier[i], folds[i]);
@@ -99,7 +99,7 @@ template <class S> class Rolling {
     using Out = double;
     unsigned written_out() const {
         if (tail_ + 1 >= n_) return 0;
-        return keeps_runs ? 4 : static_cast<unsigned>(std::min<uint64_t>(n_ / 2, max_run));
+        return keeps_runs ? 12 : static_cast<unsigned>(std::min<uint64_t>(std::max<uint64_t>(n_ / 2, 16), max_run));
     }
 
     Rolling(Plan& plan, Window window)
@@ -152,6 +152,7 @@ template <class S> class Rolling {
 
  private:
     static constexpr bool keeps_runs = !Fold::repeats_change;
+    static constexpr size_t between_polls = 65536;  // positions
 
     double stay_constant(double x) {
         constant_ = true;
@@ -239,11 +240,16 @@ template <class S> class Rolling {
         const std::vector<double>& values = earlier_.values;
         earlier_.exists = true;
         earlier_.suffixes.resize(values.size() + 1);
+        earlier_.suffixes.back() = Fold::neutral();
+        Fold fold;
         if (earlier_.ends.empty()) {
-            Loop::suffixes(values.data(), values.size(), earlier_.suffixes.data());
+            for (size_t n = values.size(); n != 0;) {
+                const size_t here = std::min(n, between_polls);
+                n -= here;
+                Loop::suffixes(fold, values.data() + n, here, earlier_.suffixes.data() + n);
+                plan_.poll();
+            }
         } else {
-            Fold fold;
-            earlier_.suffixes.back() = Fold::neutral();
             for (size_t i = values.size(); i-- > 0;) {
                 fold.add(values[i], run_of_earlier(i));
                 earlier_.suffixes[i] = fold.value();
@@ -324,8 +330,9 @@ template <class S> class Narrow {
  public:
     using In = double;
     using Out = double;
-    static constexpr size_t widest = 16;
-    unsigned written_out() const { return static_cast<unsigned>(std::max<size_t>(n_ / 2, 4)); }
+    // Up to here it is cheaper; an extreme, which may stay over a run, is better off with stretches.
+    static constexpr size_t widest = Fold::repeats_change ? 24 : 16;
+    static unsigned written_out() { return 16; }
 
     explicit Narrow(Window window)
         : n_(window.positions), required_(static_cast<double>(std::max<uint64_t>(window.min_periods, S::least))) {
