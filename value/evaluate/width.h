@@ -10,9 +10,7 @@ namespace qvo::value {
 /// Where the calendar ends, in microseconds from 1970 in both directions: some 30000 years away. Beyond there are no
 /// dates and no buckets.
 inline constexpr int64_t calendar_end = int64_t{30'000} * 365 * 86'400 * 1'000'000;
-constexpr bool in_calendar(int64_t microseconds) {
-    return microseconds > -calendar_end && microseconds < calendar_end;
-}
+constexpr bool in_calendar(int64_t microseconds) { return microseconds > -calendar_end && microseconds < calendar_end; }
 
 /// A number of microseconds or of months; years are twelve months each, weeks seven days.
 struct Width {

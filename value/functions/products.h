@@ -1,5 +1,5 @@
-// Products that do not depend on how values are cut into runs, tiles, rows or parts: digits and exponent are kept apart,
-// so that nothing on the way is too large or too small.
+// Products that do not depend on how values are cut into runs, tiles, rows or parts: digits and exponent are kept
+// apart, so that nothing on the way is too large or too small.
 #pragma once
 
 #include <cstddef>

@@ -1,5 +1,5 @@
-// That a series ascends: what merges two series in order of time, or cuts one into buckets, has to know before it trusts
-// the order.
+// That a series ascends: what merges two series in order of time, or cuts one into buckets, has to know before it
+// trusts the order.
 #pragma once
 
 #include <string>

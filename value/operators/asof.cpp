@@ -62,8 +62,8 @@ template <class V> class Asof final : public Operator {
         }
     }
 
-    /// Of the leading t, the slot of the first u above them (not below them, without `equal`). Ends with the first t that
-    /// is above all u at hand, unless there are no more.
+    /// Of the leading t, the slot of the first u above them (not below them, without `equal`). Ends with the first t
+    /// that is above all u at hand, unless there are no more.
     template <bool equal> size_t find(const V* __restrict t, size_t n, uint16_t* __restrict place) {
         const V* const u = u_;
         const size_t end = end_;
@@ -101,7 +101,8 @@ template <class V> class Asof final : public Operator {
         rule_.limited ? resolve<Direction::nearest, true>(t, n, place)
                       : resolve<Direction::nearest, false>(t, n, place);
     }
-    /// Without branches, as which way they would go is anybody's guess. Slots 0 and end_ can be read, whatever is there.
+    /// Without branches, as which way they would go is anybody's guess. Slots 0 and end_ can be read, whatever is in
+    /// them.
     template <Direction direction, bool limited>
     void resolve(const V* __restrict t, size_t n, uint16_t* __restrict place) const {
         const size_t first = before_ ? 0 : 1, end = end_;

@@ -8,8 +8,8 @@
 
 namespace qvo::value {
 
-/// The leading elements that have the same runs on all sides; none if there are too few to be worth a loop of their own.
-/// No operand is used up.
+/// The leading elements that have the same runs on all sides; none if there are too few to be worth a loop of their
+/// own. No operand is used up.
 template <size_t N> RunSpan lined_up(const Operand* operands, size_t room) {
     constexpr size_t few = 8;
     size_t n = room;

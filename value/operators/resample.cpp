@@ -13,7 +13,7 @@
 namespace qvo::value {
 namespace {
 
-// ---- What becomes of the rows of a bucket: add() for all its elements, then put(), which is false if nothing is present.
+// ---- What becomes of the rows of a bucket: add() for all elements, then put(), which is false if nothing is present
 
 /// Fewer elements are added one by one.
 constexpr size_t few = 16;
