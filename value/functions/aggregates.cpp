@@ -8,11 +8,11 @@
 #include "evaluate/state.h"
 #include "functions/catalog.h"
 #include "functions/histogram.h"
-#include "functions/moments.h"
 #include "functions/products.h"
-#include "functions/sums.h"
 #include "operators/convert.h"
 #include "operators/extremes.h"
+#include "operators/moments.h"
+#include "operators/sums.h"
 
 namespace qvo::value {
 namespace {

@@ -3,9 +3,9 @@
 
 #include <cstring>
 
-#include "functions/arithmetic.h"
 #include "functions/catalog.h"
 #include "functions/inputs.h"
+#include "operators/arithmetic.h"
 
 namespace qvo::value {
 namespace {

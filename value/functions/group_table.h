@@ -11,10 +11,10 @@
 #include <vector>
 
 #include "evaluate/plan.h"
-#include "functions/moments.h"
-#include "functions/sums.h"
 #include "operators/extremes.h"
+#include "operators/moments.h"
 #include "operators/sort.h"
+#include "operators/sums.h"
 
 namespace qvo::value {
 

@@ -3,9 +3,9 @@
 #include "evaluate/state.h"
 #include "functions/catalog.h"
 #include "functions/co_moments.h"
-#include "functions/sums.h"
 #include "operators/convert.h"
 #include "operators/pair_walk.h"
+#include "operators/sums.h"
 
 namespace qvo::value {
 namespace {

@@ -1,8 +1,8 @@
 #include "operators/cumulative.h"
 
-#include "functions/arithmetic.h"
-#include "functions/sums.h"
+#include "operators/arithmetic.h"
 #include "operators/scan.h"
+#include "operators/sums.h"
 
 namespace qvo::value {
 namespace {

@@ -10,7 +10,7 @@
 #include <cmath>
 #include <limits>
 
-#include "functions/moments.h"
+#include "operators/moments.h"
 #include "qvowseq.h"
 
 namespace qvo::value {

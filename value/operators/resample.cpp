@@ -5,10 +5,10 @@
 #include <cmath>
 
 #include "evaluate/source.h"
-#include "functions/sums.h"
 #include "operators/buckets.h"
 #include "operators/convert.h"
 #include "operators/extremes.h"
+#include "operators/sums.h"
 
 namespace qvo::value {
 namespace {

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
-#include "functions/sums.h"
 #include "operators/fold.h"
 #include "operators/scan.h"
+#include "operators/sums.h"
 
 namespace qvo::value {
 namespace {

@@ -1,4 +1,4 @@
-#include "functions/sums.h"
+#include "operators/sums.h"
 
 #include "core/runs.h"
 

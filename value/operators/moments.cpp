@@ -1,4 +1,4 @@
-#include "functions/moments.h"
+#include "operators/moments.h"
 
 #include <cstring>
 
