@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <new>
 
 #include "evaluate/call.h"
 #include "evaluate/deliver.h"
@@ -109,13 +110,17 @@ Argument argument_of(const qvo_datum_t& d) {
 class ArgumentList {
  public:
     ArgumentList(const qvo_datum_t* arguments, size_t n) : n_(std::min(n, most)) {
-        for (size_t i = 0; i < n_; ++i) list_[i] = argument_of(arguments[i]);
+        for (size_t i = 0; i < n_; ++i) new (storage_ + i * sizeof(Argument)) Argument(argument_of(arguments[i]));
     }
-    operator std::span<const Argument>() const { return {list_, n_}; }
+    operator std::span<const Argument>() const {
+        return {std::launder(reinterpret_cast<const Argument*>(storage_)), n_};
+    }
 
  private:
     static constexpr size_t most = max_parameters + 1;
-    Argument list_[most];
+    static_assert(std::is_trivially_destructible_v<Argument>);
+    // Only as many as there are are made: this is run for every row.
+    alignas(Argument) std::byte storage_[most * sizeof(Argument)];
     size_t n_;
 };
 
