@@ -61,8 +61,10 @@ template <class V, class Quotient> struct Loops {
             const auto bits = std::bit_cast<Bits>(values[i]);
             const auto integer = static_cast<int64_t>(std::bit_cast<uint64_t>(shifted) - shifter_bits);
             const bool none = any_missing && bits == missing;
+            // A missing value of other bits comes back from the arithmetic as it was, but is no decimal.
+            const bool stray = any_missing && values[i] != values[i];
             to[i] = none ? absent : integer;
-            other |= none ? Bits{0} : static_cast<Bits>(back ^ bits);
+            other |= none ? Bits{0} : static_cast<Bits>((back ^ bits) | Bits{stray});
         }
         return other == 0;
     }
