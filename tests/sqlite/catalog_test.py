@@ -1,7 +1,9 @@
-"""Every function of the catalog, called through SQLite: its example, its answers beside an oracle's over all types, lengths
-and shapes of data, aggregates over any cut into rows and any tree of states, and the sentences with which it refuses.
+"""Every function of the catalog, called through SQLite: its example, its answers beside an oracle's over all types,
+lengths and shapes of data, aggregates over any cut into rows and any tree of states, and the sentences with which it
+refuses.
 
 usage: catalog_test.py EXTENSION LIBRARY TOOLS [SECTION]"""
+
 import re
 import sqlite3
 import sys
@@ -129,7 +131,11 @@ class CatalogTest(unittest.TestCase):
                 self.assertEqual(bool(f.columns), f.kind == "table")
                 for parameter in f.parameters:
                     low, high = parameter.lowest, parameter.highest
-                    self.assertLess(low, high, f"{parameter.name} has no range") if parameter.takes == "integer" else None
+                    (
+                        self.assertLess(low, high, f"{parameter.name} has no range")
+                        if parameter.takes == "integer"
+                        else None
+                    )
 
     def test_examples(self):
         for f in FUNCTIONS:
@@ -220,7 +226,10 @@ class CatalogTest(unittest.TestCase):
                     self.assertRegex(str(error), re.compile(sentence, re.DOTALL), shown([bad]))
             for n in {function.fewest - 1, function.most + 1}:
                 error = str(self.attempt(function, (arguments * 10)[:n]))
-                self.assertRegex(error, f"(wrong number of|too many) arguments (to function |on )?.*seq_{function.name}|seq_{function.name}: wrong")
+                self.assertRegex(
+                    error,
+                    rf"(number of|too many) arguments.*seq_{function.name}|seq_{function.name}: wrong",
+                )
 
         self.each(check, "scalar", "aggregate", "table")
 

@@ -2,6 +2,7 @@
 
 An oracle states a function a second time in NumPy or pandas. It returns what the function gives (an array, a scalar,
 None for NULL), Approx where rounding is allowed, or raises Fault where the function has to refuse."""
+
 from dataclasses import dataclass, field
 from typing import Callable
 
@@ -10,7 +11,31 @@ import numpy as np
 from values import DTYPES, TIME, TYPES, type_of
 
 # Around the borders of the tiles that operators and encodings work in, for elements of 1 to 8 bytes and of char.
-LENGTHS = [0, 1, 2, 3, 7, 65, 254, 255, 256, 454, 455, 456, 818, 819, 820, 1023, 1640, 2047, 2048, 2049, 4095, 4096, 4097]
+LENGTHS = [
+    0,
+    1,
+    2,
+    3,
+    7,
+    65,
+    254,
+    255,
+    256,
+    454,
+    455,
+    456,
+    818,
+    819,
+    820,
+    1023,
+    1640,
+    2047,
+    2048,
+    2049,
+    4095,
+    4096,
+    4097,
+]
 
 
 class Fault(Exception):
@@ -119,7 +144,7 @@ def pool(rng, kind, shape, n):
     if shape == "ascending":
         values.sort()
     if wild:
-        special = [0.0, -0.0, np.inf, -np.inf, np.nan, 1e308, -1e308, 5e-324, 0.5, -1.5, 2.5, 1e16]
+        special = [0.0, -0.0, np.inf, -np.inf, np.nan, 1e100, -1e100, 5e-324, 0.5, -1.5, 2.5, 1e16]
         values = rng.choice(special, n)
     if shape in ("missing", "mean 3", "alternating"):
         values[rng.random(n) < 0.3] = np.nan

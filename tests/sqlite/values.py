@@ -1,6 +1,7 @@
-"""Sequences as NumPy arrays, and functions called through SQL. An array's dtype is the type of the sequence: bool, the
-integers, float32, float64, datetime64[us], S<n>; arrays become stored bytes through the C interface, so that every value
-crosses bit by bit. A text result of the host stays text."""
+"""Sequences as NumPy arrays, and functions called through SQL. The dtype of an array is the type of the sequence: bool,
+the integers, float32, float64, datetime64[us], S<n>; arrays become stored bytes through the C interface, so that every
+value crosses bit by bit. What a function gives as text stays text."""
+
 import ctypes
 import sqlite3
 

@@ -1,9 +1,11 @@
 """Aggregates. The references take whole columns, or rows where their order or a key of theirs matters."""
+
+import json
 import math
 
 import numpy as np
 
-from oracle import Approx, Fault, Oracle, as_type, doubles, is_number, meet, same_length
+from oracle import Approx, Fault, Oracle, as_type, comparable, doubles, is_number, meet, same_length
 from values import scalar_of
 from oracles.make import KEYS, _key
 
@@ -118,10 +120,16 @@ def check_well_known(test, host):
             test.assertEqual(host.fold(f"seq_{name}(a)", [(x,) for x in rows]), 0.0)
     x = np.array([1e9 + v for v in (4.0, 7.0, 13.0, 16.0)] * 1000)
     test.assertAlmostEqual(host.fold("seq_var_pop(a)", [(x[:5],), (x[5:],)]), 22.5, delta=1e-6)
-    test.assertAlmostEqual(host.fold("seq_sum(a)", [(np.array([1e8, 1e-8]),), (np.array([-1e8]),)]), 1e-8, delta=1e-12 * 2e8)
-    test.assertEqual(host.fold("seq_sum(a)", [(np.array([2**63 - 1, 2**63 - 1]),), (np.array([-(2**63), -5]),)]), 2**63 - 7)
+    test.assertAlmostEqual(
+        host.fold("seq_sum(a)", [(np.array([1e8, 1e-8]),), (np.array([-1e8]),)]), 1e-8, delta=1e-12 * 2e8
+    )
+    test.assertEqual(
+        host.fold("seq_sum(a)", [(np.array([2**63 - 1, 2**63 - 1]),), (np.array([-(2**63), -5]),)]), 2**63 - 7
+    )
     mixed = [(np.array([1, 2], "i4"),), (np.array([0.5]),), (np.array([True]),)]
-    test.assertEqual([host.fold(f"seq_{n}(a)", mixed) for n in ("sum", "max", "min", "first", "last")], [4.5, 2.0, 0.5, 1.0, 1.0])
+    test.assertEqual(
+        [host.fold(f"seq_{n}(a)", mixed) for n in ("sum", "max", "min", "first", "last")], [4.5, 2.0, 0.5, 1.0, 1.0]
+    )
     for name in ("sum", "max", "first", "join"):
         with test.assertRaisesRegex(Exception, f"^seq_{name}: argument 1: x must be"):
             host.fold(f"seq_{name}(a)", [(np.array([1]),), (np.array([b"a"]),)])
@@ -150,6 +158,164 @@ def check_states(test, host):
     test.assertEqual(host.call("finish", host.fold("seq_merge(a)", [(kept,), (later,)])), 7)
 
 
+def _best(least):
+    def reference(x):
+        values = comparable(x)
+        at = np.flatnonzero(~np.isnan(x)) if x.dtype.kind == "f" else np.arange(x.size)
+        if not at.size:
+            return None
+        best = min(values[at]) if least else max(values[at])
+        return int(at[np.flatnonzero(values[at] == best)[0]])
+
+    return reference
+
+
+def _prod(x):
+    """With the exponent apart, so that no order of the factors overflows on the way."""
+    x = doubles(_numeric(x))
+    if not np.isfinite(x).all() or not x.size:
+        return _or_missing(Approx(float(np.prod(x)))) if x.size else None
+    product, exponent = 1.0, 0
+    for v in x:
+        product, more = math.frexp(product * math.frexp(v)[0])
+        exponent += more + math.frexp(v)[1]
+    try:
+        return Approx(math.ldexp(product, exponent), 1e-9, 1e-300)
+    except OverflowError:
+        return Approx(math.copysign(math.inf, product))
+
+
+def _histogram(x, lo, hi, n):
+    if not lo < hi:
+        raise Fault("argument 3")
+    x = doubles(_numeric(x))
+    inner = np.histogram(x[np.isfinite(x)], bins=n, range=(lo, hi))[0]
+    return json.dumps([int((x < lo).sum()), *map(int, inner), int((x > hi).sum())], separators=(",", ":"))
+
+
+def _pairs(y, x):
+    same_length(y, x)
+    y, x = doubles(y), doubles(x)
+    both = ~(np.isnan(y) | np.isnan(x))
+    return y[both].astype("longdouble"), x[both].astype("longdouble")
+
+
+def _co_moments(give):
+    """Of pairs: what give makes of the mean products of deviations, with what rounding may do to them."""
+
+    def reference(y, x):
+        y, x = _pairs(y, x)
+        with np.errstate(all="ignore"):
+            return give(y, x) if y.size > 1 else None
+
+    return reference
+
+
+def _moments(y, x):
+    dy, dx = y - y.mean(), x - x.mean()
+    eps = 64 * np.finfo("f8").eps
+    rms = [np.sqrt(np.mean(v**2)) for v in (y, x)]
+    sd = [np.sqrt(np.mean(v**2)) for v in (dy, dx)]
+    return (dy * dx).mean(), sd, eps * (rms[0] * sd[1] + rms[1] * sd[0]), [bool((v == v[0]).all()) for v in (y, x)]
+
+
+def _number(value, error):
+    return Approx(float(value), 1e-9, float(error)) if np.isfinite(value) else None
+
+
+def _cov(y, x):
+    product, sd, error, constant = _moments(y, x)
+    part = y.size / (y.size - 1)
+    return _number(product * part, error * part)
+
+
+def _corr(y, x):
+    product, sd, error, constant = _moments(y, x)
+    return None if any(constant) else _number(product / sd[0] / sd[1], error / sd[0] / sd[1] + 1e-12)
+
+
+def _slope(y, x):
+    product, sd, error, constant = _moments(y, x)
+    return None if constant[1] else _number(product / sd[1] ** 2, 3 * error / sd[1] ** 2)
+
+
+def _intercept(y, x):
+    slope = _slope(y, x)
+    if slope is None:
+        return None
+    error = slope.absolute * abs(x.mean()) + 1e-12 * (np.abs(y).mean() + abs(slope.value) * np.abs(x).mean())
+    return _number(y.mean() - slope.value * x.mean(), error)
+
+
+def _weighted_avg(x, w):
+    x, w = _pairs(x, w)
+    with np.errstate(all="ignore"):
+        total = w.sum()
+        return _number((x * w).sum() / total, 1e-12 * np.abs(x * w).sum() / abs(total)) if x.size and total else None
+
+
+def _quantile(x, q):
+    if not 0 <= q <= 1:
+        raise Fault("argument 2")
+    x = np.sort(doubles(_numeric(x)))
+    if not x.size:
+        return None
+    place = q * (x.size - 1)
+    below = math.floor(place)
+    weight, low = place - below, x[below]
+    if weight == 0 or x[below + 1] == low:
+        return _or_missing(Approx(float(low)))
+    with np.errstate(all="ignore"):
+        value = np.longdouble(low) * (1 - weight) + np.longdouble(x[below + 1]) * weight
+    return _or_missing(Approx(float(value), 1e-9, 1e-12 * float(np.nan_to_num(max(abs(low), abs(x[below + 1]))))))
+
+
+def _different(x):
+    x = present(x)
+    return np.unique(comparable(x), return_counts=True)
+
+
+def _mode(x):
+    values, counts = _different(x)
+    return scalar_of(np.array([values[np.argmax(counts)]], x.dtype)[0]) if values.size else None
+
+
+def check_approximate(test, host):
+    """Near the exact number; the same for equal values of any type; merged states as the whole."""
+    rng = np.random.default_rng(9)
+    for n in (0, 1, 10, 1000, 50_000):
+        x = rng.integers(0, 2**31, n)
+        exact = np.unique(x).size
+        results = {host.call("approx_distinct", x.astype(kind)) for kind in ("i8", "u4", "f8", "u8")}
+        test.assertEqual(len(results), 1, f"{n}: {results}")
+        test.assertAlmostEqual(results.pop(), exact, delta=max(1, 0.05 * exact))
+        states = [(host.fold("seq_state('approx_distinct', a)", [(part,)]),) for part in np.array_split(x, 3)]
+        test.assertEqual(host.call("finish", host.fold("seq_merge(a)", states)), host.call("approx_distinct", x))
+    test.assertEqual(host.fold("seq_approx_distinct(a)", [(np.array([b"ab"]),), (np.array([b"ab"], "S9"),)]), 1)
+    test.assertEqual(host.call("approx_distinct", np.array([0.0, -0.0, np.nan])), 1)
+
+
+BOUNDS = {
+    "lo": lambda rng, case: [-5, 0, 0.5, -1e6][rng.integers(0, 4)],
+    "hi": lambda rng, case: [10, 7.25, 1e6, -5][rng.integers(0, 4)],
+    "n": lambda rng, case: int(rng.integers(1, 30)),
+}
+NEITHER = {
+    "y": lambda rng, case: _tame(case),
+    "x": lambda rng, case: _tame(case),
+    "w": lambda rng, case: np.abs(_tame(case)),
+}
+
+
+def _tame(case):
+    """Numbers whose products are finite."""
+    kind = ["int4", "double", "float", "boolean", "uint2", "double"][case.rng.integers(0, 6)]
+    shape, case.shape = case.shape, "few" if case.shape == "limits" else case.shape
+    x = case.sequence(kind)
+    case.shape = shape
+    return x
+
+
 ORACLES = {
     "count": Oracle(lambda x: int(present(x).size)),
     "sum": Oracle(_sum, checks=(check_well_known,)),
@@ -162,7 +328,28 @@ ORACLES = {
     "stddev": Oracle(_spread(1, True)),
     "var_pop": Oracle(_spread(0, False)),
     "stddev_pop": Oracle(_spread(0, True)),
-    "state": Oracle(None, {"name": lambda *_: "sum", "x": lambda *_: np.arange(3.0)}, checks=(check_states,), good=["sum", np.arange(3.0)]),
+    "state": Oracle(
+        None,
+        {"name": lambda *_: "sum", "x": lambda *_: np.arange(3.0)},
+        checks=(check_states,),
+        good=["sum", np.arange(3.0)],
+    ),
     "merge": Oracle(None, good=lambda host: [_a_state(host)]),
     "finish": Oracle(None, good=lambda host: [_a_state(host)]),
+    "prod": Oracle(_prod),
+    "argmin": Oracle(_best(True)),
+    "argmax": Oracle(_best(False)),
+    "any": Oracle(lambda c: int(c.any()) if c.size else None),
+    "all": Oracle(lambda c: int(c.all()) if c.size else None),
+    "histogram": Oracle(_histogram, BOUNDS),
+    "cov": Oracle(_co_moments(_cov), NEITHER),
+    "corr": Oracle(_co_moments(_corr), NEITHER),
+    "slope": Oracle(_co_moments(_slope), NEITHER),
+    "intercept": Oracle(_co_moments(_intercept), NEITHER),
+    "weighted_avg": Oracle(_weighted_avg, NEITHER),
+    "median": Oracle(lambda x: _quantile(x, 0.5)),
+    "quantile": Oracle(_quantile, {"q": lambda rng, case: [0, 1, 0.5, 0.25, 0.9, 1 / 3, 1.5][rng.integers(0, 7)]}),
+    "mode": Oracle(_mode),
+    "count_distinct": Oracle(lambda x: int(_different(x)[0].size)),
+    "approx_distinct": Oracle(None, checks=(check_approximate,)),
 }

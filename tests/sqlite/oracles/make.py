@@ -1,4 +1,6 @@
-"""Making and reading sequences. What is no function of whole sequences (rows, pack, info, valid) has checks of its own."""
+"""Making and reading sequences. What is no function of whole sequences (rows, pack, info, valid) has checks of its
+own."""
+
 import json
 import math
 
@@ -59,11 +61,31 @@ def check_json(test, host):
             back = host.call("from_json", text, type_of(x))
             test.assertEqual((back.dtype, back.tobytes()), (x.dtype, _canonical(x).tobytes()), f"{kind} {shape}")
     for text, expected in [
-        ("[1, 2]", "int8"), ("[1, null]", "double"), ("[1, 2.0]", "double"), ("[]", "double"), ('["ab", "c"]', "char(2)"),
-        ("[true,false]", "boolean"), (' [ 1e3 , -0.0 ] ', "double"), ('["\\u00e9\\ud83d\\ude00\\n"]', "char(7)"),
+        ("[1, 2]", "int8"),
+        ("[1, null]", "double"),
+        ("[1, 2.0]", "double"),
+        ("[]", "double"),
+        ('["ab", "c"]', "char(2)"),
+        ("[true,false]", "boolean"),
+        (" [ 1e3 , -0.0 ] ", "double"),
+        ('["\\u00e9\\ud83d\\ude00\\n"]', "char(7)"),
     ]:
         test.assertEqual(type_of(host.call("from_json", text)), expected, text)
-    for text in ("", "[", "[1", "[1,]", "{}", "1", '["a", 1]', "[true, 1]", "[1] 2", "[nul]", '["\\ud800"]', "[[1]]", "[01]"):
+    for text in (
+        "",
+        "[",
+        "[1",
+        "[1,]",
+        "{}",
+        "1",
+        '["a", 1]',
+        "[true, 1]",
+        "[1] 2",
+        "[nul]",
+        '["\\ud800"]',
+        "[[1]]",
+        "[01]",
+    ):
         with test.assertRaisesRegex(Exception, "^seq_from_json: ", msg=text):
             host.call("from_json", text)
 
@@ -87,9 +109,14 @@ def _cast(x, name):
             narrow = wide.astype(to)
         _refuse(np.isinf(narrow) & ~np.isinf(wide), "does not fit float")
         return narrow
-    low, high = (0, 1) if to.kind == "b" else (-(2**63), 2**63 - 1) if to == TIME else (np.iinfo(to).min, np.iinfo(to).max)
+    low, high = (
+        (0, 1) if to.kind == "b" else (-(2**63), 2**63 - 1) if to == TIME else (np.iinfo(to).min, np.iinfo(to).max)
+    )
     if x.dtype.kind == "f":
-        _refuse_first(np.isnan(x), (np.rint(x.astype("f8")) < low) | (np.rint(x.astype("f8")) >= float(high) + (high > 2**53 or 1)))
+        _refuse_first(
+            np.isnan(x),
+            (np.rint(x.astype("f8")) < low) | (np.rint(x.astype("f8")) >= float(high) + (high > 2**53 or 1)),
+        )
         x = np.rint(x.astype("f8"))
         return np.array([int(v) for v in x], "i8" if to == TIME else to).astype(to)
     if is_time_like(x):
@@ -148,10 +175,21 @@ def check_cast_text(test, host):
     np.testing.assert_array_equal(host.call("cast", words, "double"), [1.5, math.inf, math.nan, -0.0, 12.0])
     np.testing.assert_array_equal(host.call("cast", np.array([b"-7", b"12"]), "int1"), [-7, 12])
     np.testing.assert_array_equal(host.call("cast", np.array([b"true", b"false"]), "boolean"), [True, False])
-    np.testing.assert_array_equal(host.call("cast", np.array([b"2026-01-01T00:00:00.5"]), "timestamp"), np.array(["2026-01-01T00:00:00.5"], TIME))
-    for bad, name in (("1.5", "int4"), ("x", "double"), ("300", "uint1"), ("2", "boolean"), ("2026", "timestamp"), ("", "int8")):
+    np.testing.assert_array_equal(
+        host.call("cast", np.array([b"2026-01-01T00:00:00.5"]), "timestamp"), np.array(["2026-01-01T00:00:00.5"], TIME)
+    )
+    for bad, name in (
+        ("1.5", "int4"),
+        ("x", "double"),
+        ("300", "uint1"),
+        ("2", "boolean"),
+        ("2026", "timestamp"),
+        ("", "int8"),
+    ):
         with test.assertRaisesRegex(Exception, "^seq_cast: .*does not fit .* at position 1", msg=bad):
-            host.call("cast", np.array([{"boolean": b"true", "timestamp": b"2026-01-01"}.get(name, b"1"), bad.encode()]), name)
+            host.call(
+                "cast", np.array([{"boolean": b"true", "timestamp": b"2026-01-01"}.get(name, b"1"), bad.encode()]), name
+            )
 
 
 def _range(start, n, step=1):
@@ -192,25 +230,50 @@ def check_pack(test, host):
     """Types by what the rows hold, named types, keys, and what does not fit."""
     nan, inf = math.nan, math.inf
     for values, name, expected in [
-        ([1, -2, 3], None, np.array([1, -2, 3])), ([1, None, 2.5], None, np.array([1, nan, 2.5])),
-        ([None, None], None, np.array([nan, nan])), (["a", "", "bcd"], None, np.array([b"a", b"", b"bcd"])),
-        ([2**53 + 1, 0.5], None, np.array([2.0**53, 0.5])), ([-0.0, inf], None, np.array([-0.0, inf])),
-        ([0, 1, 1.0], "boolean", np.array([False, True, True])), ([2.0, -128], "int1", np.array([2, -128], "i1")),
-        ([255, 0], "uint1", np.array([255, 0], "u1")), ([2.0**63, 5], "uint8", np.array([2**63, 5], "u8")),
-        ([0.1, None], "float", np.array([0.1, nan], "f4")), ([1, None], "double", np.array([1, nan])),
-        (["2026-01-01", 5, "1969-12-31 23:59:59.5Z", "2026-01-01T01:00+01:00"], "timestamp",
-         np.array(["2026-01-01", "1970-01-01T00:00:00.000005", "1969-12-31T23:59:59.5", "2026-01-01"], TIME)),
-        (["ab", "c"], "char(4)", np.array([b"ab", b"c"], "S4")), (["ab", "c"], "char", np.array([b"ab", b"c"])),
+        ([1, -2, 3], None, np.array([1, -2, 3])),
+        ([1, None, 2.5], None, np.array([1, nan, 2.5])),
+        ([None, None], None, np.array([nan, nan])),
+        (["a", "", "bcd"], None, np.array([b"a", b"", b"bcd"])),
+        ([2**53 + 1, 0.5], None, np.array([2.0**53, 0.5])),
+        ([-0.0, inf], None, np.array([-0.0, inf])),
+        ([0, 1, 1.0], "boolean", np.array([False, True, True])),
+        ([2.0, -128], "int1", np.array([2, -128], "i1")),
+        ([255, 0], "uint1", np.array([255, 0], "u1")),
+        ([2.0**63, 5], "uint8", np.array([2**63, 5], "u8")),
+        ([0.1, None], "float", np.array([0.1, nan], "f4")),
+        ([1, None], "double", np.array([1, nan])),
+        (
+            ["2026-01-01", 5, "1969-12-31 23:59:59.5Z", "2026-01-01T01:00+01:00"],
+            "timestamp",
+            np.array(["2026-01-01", "1970-01-01T00:00:00.000005", "1969-12-31T23:59:59.5", "2026-01-01"], TIME),
+        ),
+        (["ab", "c"], "char(4)", np.array([b"ab", b"c"], "S4")),
+        (["ab", "c"], "char", np.array([b"ab", b"c"])),
     ]:
         rows = [(v, i, name)[: 3 if name else 1] for i, v in enumerate(values)]
         result = host.fold("seq_pack(a, b, c)" if name else "seq_pack(a)", rows)
-        test.assertEqual((result.dtype, result.tobytes()), (expected.dtype, _canonical(expected).tobytes()), f"{values} as {name}")
+        test.assertEqual(
+            (result.dtype, result.tobytes()), (expected.dtype, _canonical(expected).tobytes()), f"{values} as {name}"
+        )
     for values, name, word in [
-        ([1, None], None, "coalesce"), (["a", None], None, "coalesce"), (["a", 1], None, "text"), ([b"x"], None, "v must be"),
-        ([None], "int4", "coalesce"), ([2.5], "int8", "2.5"), ([300], "uint1", "300"), ([-1], "uint8", "-1"), ([2], "boolean", "2"),
-        ([1e300], "float", "1e"), (["5"], "int4", "'5'"), ([5], "char(2)", "5"), (["abc"], "char(2)", "'abc'"),
-        (["x" * 256], None, "does not fit"), (["a\0b"], None, "does not fit"), (["0000-01-01"], "timestamp", "0000"),
-        (["2026-13-01"], "timestamp", "2026-13"), ([1], "integer", "type must be"),
+        ([1, None], None, "coalesce"),
+        (["a", None], None, "coalesce"),
+        (["a", 1], None, "text"),
+        ([b"x"], None, "v must be"),
+        ([None], "int4", "coalesce"),
+        ([2.5], "int8", "2.5"),
+        ([300], "uint1", "300"),
+        ([-1], "uint8", "-1"),
+        ([2], "boolean", "2"),
+        ([1e300], "float", "1e"),
+        (["5"], "int4", "'5'"),
+        ([5], "char(2)", "5"),
+        (["abc"], "char(2)", "'abc'"),
+        (["x" * 256], None, "does not fit"),
+        (["a\0b"], None, "does not fit"),
+        (["0000-01-01"], "timestamp", "0000"),
+        (["2026-13-01"], "timestamp", "2026-13"),
+        ([1], "integer", "type must be"),
     ]:
         rows = [(v, i, name)[: 3 if name else 1] for i, v in enumerate(values)]
         with test.assertRaisesRegex(Exception, "^seq_pack: argument", msg=f"{values} as {name}") as caught:
@@ -235,10 +298,19 @@ def check_rows(test, host):
     test.assertEqual(host.rows("rows", *columns), expected)
     stored = [host.argument(c) for c in columns]
     for condition, chosen in [
-        ("pos = 2047", expected[2047:2048]), ("pos >= 2990", expected[2990:]), ("pos < 5", expected[:5]),
-        ("pos > 454 AND pos <= 456", expected[455:457]), ("pos BETWEEN 7 AND 6", []), ("pos = -1", []), ("pos > 1e9", []),
-        ("pos >= '0'", []), ("pos < 2.5", expected[:3]), ("pos IN (1, 2999, 5000)", [expected[1], expected[2999]]),
-        ("pos = NULL", []), ("pos >= -5 AND pos < 1", expected[:1]), ("v2 > 900", [r for r in expected if r[2] > 900]),
+        ("pos = 2047", expected[2047:2048]),
+        ("pos >= 2990", expected[2990:]),
+        ("pos < 5", expected[:5]),
+        ("pos > 454 AND pos <= 456", expected[455:457]),
+        ("pos BETWEEN 7 AND 6", []),
+        ("pos = -1", []),
+        ("pos > 1e9", []),
+        ("pos >= '0'", []),
+        ("pos < 2.5", expected[:3]),
+        ("pos IN (1, 2999, 5000)", [expected[1], expected[2999]]),
+        ("pos = NULL", []),
+        ("pos >= -5 AND pos < 1", expected[:1]),
+        ("v2 > 900", [r for r in expected if r[2] > 900]),
     ]:
         rows = host.db.execute(f"SELECT * FROM seq_rows(?,?,?,?,?) WHERE {condition}", stored).fetchall()
         test.assertEqual(rows, chosen, condition)
@@ -270,19 +342,28 @@ def check_info(test, host):
             elif kind == "timestamp":
                 test.assertEqual((info["min"], info["max"]), (text_of(x.min()), text_of(x.max())))
             else:
-                test.assertEqual((kind in ("float",) or info["min"] == present.min()) and (kind in ("float",) or info["max"] == present.max()), True, f"{kind} {shape} {info}")
+                test.assertEqual(
+                    (kind in ("float",) or info["min"] == present.min())
+                    and (kind in ("float",) or info["max"] == present.max()),
+                    True,
+                    f"{kind} {shape} {info}",
+                )
 
 
 def check_valid(test, host):
     x = host.argument(np.arange(3000.0) ** 0.5)
-    test.assertEqual([host.call("valid", v) for v in (x, b"", b"x" * 200, None, 5, "text", x[:-1], x + b"\0" * 8)], [1] + [0] * 7)
+    test.assertEqual(
+        [host.call("valid", v) for v in (x, b"", b"x" * 200, None, 5, "text", x[:-1], x + b"\0" * 8)], [1] + [0] * 7
+    )
     wrong = [i for i in range(0, len(x), 7) if host.call("valid", x[:i] + bytes([x[i] ^ 4]) + x[i + 1 :]) != 0]
     test.assertEqual(wrong, [], "changed bytes that are taken for sound")
 
 
 def check_large_and_lazy(test, host):
     """What takes a few bytes at any number; -0.0 and the text of times."""
-    test.assertEqual(host.call("get", host.db.execute("SELECT seq_range(0, 1 << 40, 3)").fetchone()[0], -1), ((1 << 40) - 1) * 3)
+    test.assertEqual(
+        host.call("get", host.db.execute("SELECT seq_range(0, 1 << 40, 3)").fetchone()[0], -1), ((1 << 40) - 1) * 3
+    )
     test.assertLess(host.db.execute("SELECT length(seq_repeat('ab', 1 << 50))").fetchone()[0], 400)
     test.assertEqual(str(host.call("get", np.array([-0.0]), 0)), "-0.0")
     test.assertEqual(host.call("get", np.array(["1969-12-31T23:59:59.000001"], TIME), 0), "1969-12-31T23:59:59.000001")
@@ -311,7 +392,11 @@ def _start(rng, case):
 
 
 def _step(rng, case):
-    return ["15 minutes", 250_000][rng.integers(0, 2)] if isinstance(case.given["start"], str) else [3, -2, 0, 0.1][rng.integers(0, 4)]
+    return (
+        ["15 minutes", 250_000][rng.integers(0, 2)]
+        if isinstance(case.given["start"], str)
+        else [3, -2, 0, 0.1][rng.integers(0, 4)]
+    )
 
 
 def _needs_step(start, n, step=None):
@@ -332,9 +417,19 @@ ORACLES = {
     "get": Oracle(_get, {"i": _bound}),
     "slice": Oracle(lambda x, start, stop=None: x[start:stop], {"start": _bound, "stop": _bound}),
     "info": Oracle(None, checks=(check_info,)),
-    "valid": Oracle(lambda x: 1, {"blob": lambda rng, case: case.sequence(TYPES[rng.integers(0, 13)])}, checks=(check_valid,)),
-    "range": Oracle(_needs_step, {"start": _start, "n": lambda rng, case: case.n, "step": _step}, checks=(check_large_and_lazy,), good=[5, 3, 2]),
-    "repeat": Oracle(lambda v, n: np.full(n, constant(v)), {"v": lambda rng, case: [5, -0.0, "äb", ""][rng.integers(0, 4)], "n": lambda rng, case: case.n}),
+    "valid": Oracle(
+        lambda x: 1, {"blob": lambda rng, case: case.sequence(TYPES[rng.integers(0, 13)])}, checks=(check_valid,)
+    ),
+    "range": Oracle(
+        _needs_step,
+        {"start": _start, "n": lambda rng, case: case.n, "step": _step},
+        checks=(check_large_and_lazy,),
+        good=[5, 3, 2],
+    ),
+    "repeat": Oracle(
+        lambda v, n: np.full(n, constant(v)),
+        {"v": lambda rng, case: [5, -0.0, "äb", ""][rng.integers(0, 4)], "n": lambda rng, case: case.n},
+    ),
     "join": Oracle(_join, {"key": _any_key}, rows=True),
     "append": Oracle(_append),
     "cast": Oracle(_cast, {"type": lambda rng, case: str(rng.choice(TYPE_NAMES))}, checks=(check_cast_text,)),

@@ -1,0 +1,211 @@
+// The C interface as a program uses it: expressions over arrays and stored bytes, in one thread and in two, limits, and
+// who owns what. What the functions answer is tested elsewhere.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <ctime>
+#include <thread>
+
+#include "calls.h"
+
+namespace test {
+namespace {
+
+using Expression = std::unique_ptr<qvo_expression_t, decltype(&qvo_expression_release)>;
+
+Expression owned(qvo_expression_t* e) { return {e, qvo_expression_release}; }
+
+template <class V> Expression array(qvo_type_t type, const std::vector<V>& values, int* released = nullptr) {
+    qvo_expression_t* e = nullptr;
+    constexpr auto count_release = [](void* n) { ++*static_cast<int*>(n); };
+    EXPECT_EQ(qvo_expression_array(type, 0, values.data(), values.size(),
+                                   released == nullptr ? nullptr : +count_release, released, &e, nullptr),
+              QVO_VALUE_OK);
+    return owned(e);
+}
+
+qvo_datum_t datum(const Expression& e) {
+    qvo_datum_t d{};
+    d.kind = QVO_DATUM_EXPRESSION;
+    d.as.expression = e.get();
+    return d;
+}
+qvo_datum_t datum(const qvo_datum_t& d) { return d; }
+qvo_datum_t datum(int64_t integer) { return Value{QVO_DATUM_INTEGER, integer, 0, {}}.datum(); }
+
+template <class... A> Expression expression(const char* name, const A&... arguments) {
+    const qvo_datum_t data[] = {datum(arguments)...};
+    qvo_expression_t* e = nullptr;
+    qvo_error_t error{};
+    EXPECT_EQ(qvo_expression_call(named(name), data, sizeof...(A), &e, &error), QVO_VALUE_OK) << error.message;
+    return owned(e);
+}
+
+std::vector<double> read(const Expression& e) {
+    void* values = nullptr;
+    qvo_type_t type;
+    unsigned width;
+    uint64_t n;
+    qvo_error_t error{};
+    EXPECT_EQ(qvo_expression_read(e.get(), nullptr, &values, &type, &width, &n, &error), QVO_VALUE_OK) << error.message;
+    EXPECT_EQ(type, QVO_TYPE_DOUBLE);
+    const auto* const from = static_cast<const double*>(values);
+    std::vector<double> all(from, from + n);
+    qvo_value_free(values);
+    return all;
+}
+
+Value stored(const Expression& e) {
+    qvo_datum_t result{};
+    EXPECT_EQ(qvo_expression_evaluate(e.get(), nullptr, &result, nullptr), QVO_VALUE_OK);
+    return take(result);
+}
+
+std::vector<double> wave(size_t n) {
+    std::vector<double> values(n);
+    for (size_t i = 0; i < n; ++i) values[i] = std::sin(static_cast<double>(i / 7)) * 100;
+    return values;
+}
+
+TEST(Interface, ExpressionsStreamWhatCallsCompute) {
+    for (const size_t n : {0, 1, 455, 10'000}) {
+        const std::vector<double> values = wave(n);
+        const Expression x = array(QVO_TYPE_DOUBLE, values);
+        const Expression squared = expression("mul", x, x);
+        const Expression shared = expression("add", squared, x);
+        const Expression whole = expression("where", expression("gt", shared, datum(5)), shared, squared);
+        const std::vector<double> result = read(whole);
+        ASSERT_EQ(result.size(), n);
+        for (size_t i = 0; i < n; ++i) {
+            const double square = values[i] * values[i], sum = square + values[i];
+            EXPECT_EQ(result[i], sum > 5 ? sum : square);
+        }
+        EXPECT_EQ(read(whole), result) << "a second time";
+        // Call by call, with stored sequences in between.
+        const Value x1 = stored(x), s1 = result_of("mul", {x1, x1}), a1 = result_of("add", {s1, x1});
+        const Value c1 = result_of("gt", {a1, {QVO_DATUM_INTEGER, 5, 0, {}}});
+        EXPECT_TRUE(result_of("where", {c1, a1, s1}) == stored(whole));
+        // An expression is an argument of calls and aggregates too.
+        Outcome sum;
+        call(named("count"), {datum(whole)}, nullptr, sum);
+        EXPECT_EQ(sum.values()[0].integer, static_cast<int64_t>(2 * n));
+    }
+}
+
+TEST(Interface, ThreadsShareExpressions) {
+    const std::vector<double> values = wave(100'000);
+    const Expression x = array(QVO_TYPE_DOUBLE, values);
+    const Expression whole = expression("rolling_mean", expression("add", x, expression("sort", x)), datum(20));
+    const std::vector<double> expected = read(whole);
+    const auto same = [](double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); };
+    const auto work = [&] {
+        for (int i = 0; i < 5; ++i) {
+            qvo_expression_retain(whole.get());
+            const std::vector<double> result = read(whole);
+            EXPECT_TRUE(std::equal(result.begin(), result.end(), expected.begin(), expected.end(), same));
+            qvo_expression_release(whole.get());
+        }
+    };
+    std::thread one(work), two(work);
+    one.join();
+    two.join();
+}
+
+TEST(Interface, OwnersAreToldOnceWhenNothingRefersToTheirBytes) {
+    const std::vector<double> values = wave(10);
+    int released = 0;
+    Expression x = array(QVO_TYPE_DOUBLE, values, &released);
+    Expression sum = expression("add", x, x);
+    x.reset();
+    EXPECT_EQ(released, 0);
+    EXPECT_EQ(read(sum).size(), 10u);
+    sum.reset();
+    EXPECT_EQ(released, 1);
+    // After an error the bytes are still the caller's.
+    qvo_expression_t* untouched = nullptr;
+    const auto release = [](void* n) { ++*static_cast<int*>(n); };
+    qvo_error_t error{};
+    EXPECT_EQ(qvo_expression_stored("junk", 4, release, &released, &untouched, &error), QVO_VALUE_ERROR);
+    EXPECT_EQ(qvo_expression_array(QVO_TYPE_CHAR, 256, "", 0, release, &released, &untouched, &error), QVO_VALUE_ERROR);
+    EXPECT_EQ(released, 1);
+    EXPECT_EQ(untouched, nullptr);
+    EXPECT_STRNE(error.message, "");
+}
+
+TEST(Interface, ErrorsNameTheFunctionWithinAndLeaveResultsAsTheyWere) {
+    const std::vector<int64_t> values{1, 2, INT64_MAX};
+    const Expression x = array(QVO_TYPE_INT8, values);
+    const Expression outer = expression("abs", expression("add", x, datum(1)));
+    qvo_datum_t result = datum(77);
+    qvo_error_t error{};
+    EXPECT_EQ(qvo_expression_evaluate(outer.get(), nullptr, &result, &error), QVO_VALUE_ERROR);
+    EXPECT_STREQ(error.message, "seq_add: the result does not fit int8 at position 2");
+    EXPECT_EQ(result.as.integer, 77);
+    EXPECT_EQ(error.code, QVO_VALUE_ERROR);
+    const qvo_datum_t few[] = {datum(x)};
+    EXPECT_EQ(qvo_call(named("add"), few, 1, nullptr, &result, &error), QVO_VALUE_ERROR);
+    EXPECT_STREQ(error.message, "seq_add: wrong number of arguments: 1");
+    EXPECT_EQ(qvo_call(named("add"), few, 1, nullptr, &result, nullptr), QVO_VALUE_ERROR) << "nobody asked why";
+    EXPECT_EQ(result.as.integer, 77);
+    EXPECT_EQ(qvo_function_named("no such function"), nullptr);
+}
+
+TEST(Interface, AggregatesGoOnAfterTheyAreAsked) {
+    const std::vector<int32_t> values{1, 2, 3};
+    const Expression x = array(QVO_TYPE_INT4, values);
+    const qvo_datum_t row = datum(x);
+    qvo_aggregate_t *sum = nullptr, *max = nullptr;
+    ASSERT_EQ(qvo_aggregate_new(named("sum"), &sum, nullptr), QVO_VALUE_OK);
+    ASSERT_EQ(qvo_aggregate_new(named("max"), &max, nullptr), QVO_VALUE_OK);
+    for (int64_t expected = 6; expected < 25; expected += 6) {
+        qvo_datum_t result{};
+        ASSERT_EQ(qvo_aggregate_step(sum, &row, 1, nullptr, nullptr), QVO_VALUE_OK);
+        ASSERT_EQ(qvo_aggregate_finish(sum, nullptr, &result, nullptr), QVO_VALUE_OK);
+        EXPECT_EQ(take(result).integer, expected);
+    }
+    qvo_datum_t state{};
+    qvo_error_t error{};
+    ASSERT_EQ(qvo_aggregate_state(sum, &state, nullptr), QVO_VALUE_OK);
+    EXPECT_EQ(qvo_aggregate_merge(max, state.as.bytes.data, state.as.bytes.size, &error), QVO_VALUE_ERROR);
+    EXPECT_STREQ(error.message, "seq_max: argument 1: state must be one of this function, got one of sum");
+    qvo_datum_free(&state);
+    qvo_aggregate_free(sum);
+    qvo_aggregate_free(max);
+    qvo_aggregate_free(nullptr);
+    EXPECT_EQ(qvo_aggregate_new(named("add"), &sum, &error), QVO_VALUE_ERROR);
+}
+
+TEST(Interface, LimitsEndACall) {
+    // Many positions in a few bytes: more than the budget, and than any patience.
+    const Value much = result_of("range", {{QVO_DATUM_INTEGER, 0, 0, {}}, {QVO_DATUM_INTEGER, 300'000'000, 0, {}}});
+    const Value few = result_of("range", {{QVO_DATUM_INTEGER, 0, 0, {}}, {QVO_DATUM_INTEGER, 1001, 0, {}}});
+    const qvo_limits_t tight{1000, nullptr, nullptr};
+    for (const char* const name : {"sort", "reverse", "rank", "to_json", "argsort"}) {
+        const qvo_datum_t long_one = few.datum();
+        qvo_datum_t result{};
+        qvo_error_t error{};
+        EXPECT_EQ(qvo_call(named(name), &long_one, 1, &tight, &result, &error), QVO_VALUE_ERROR) << name;
+        EXPECT_NE(std::string(error.message).find("more than 1000 positions"), std::string::npos) << error.message;
+    }
+    // By the processor's time, so that other programs make no difference.
+    std::clock_t end = 0;
+    const auto over = [](void* at) { return int{std::clock() > *static_cast<std::clock_t*>(at)}; };
+    const qvo_limits_t patient{UINT64_MAX, over, &end};
+    for (size_t i = 0; i < qvo_function_count(); ++i) {
+        const qvo_function_t* const function = qvo_function_at(i);
+        qvo_parameter_info_t first;
+        qvo_parameter_describe(function, 0, &first);
+        if (info_of(function).fewest != 1 || first.takes != QVO_TAKES_SEQUENCE ||
+            info_of(function).kind == QVO_TABLE_FUNCTION)
+            continue;
+        end = std::clock() + CLOCKS_PER_SEC / 50;
+        Outcome out;
+        call(function, {much.datum()}, &patient, out);
+        EXPECT_LT(std::clock() - end, CLOCKS_PER_SEC / 10) << info_of(function).name;
+        EXPECT_TRUE(out.code != QVO_VALUE_NOMEM) << info_of(function).name;
+        out.values();
+    }
+}
+
+}  // namespace
+}  // namespace test
