@@ -10,7 +10,7 @@ namespace {
 class Walk : public Operator {
  protected:
     Walk(size_t width, Loop loop, const void* operation, size_t bytes) : width_(width), loop_(loop) {
-        std::memcpy(operation_, operation, bytes);
+        if (bytes != 0) std::memcpy(operation_, operation, bytes);
     }
     size_t capacity() const { return capacity_of(width_); }
     /// Computes the next n result elements.
