@@ -1,0 +1,124 @@
+"""Sizes of real columns as stored sequences, beside their raw values, a Parquet file with zstd and a DuckDB file.
+
+    sizes.py LIBRARY WEATHER.csv DATASETS     LIBRARY: libqvovalue.so; DATASETS: the data folder of vega-datasets
+
+Prints bytes a value for each column by itself. tools/sizes brings what it takes.
+"""
+import csv
+import ctypes
+import os
+import sys
+import tempfile
+
+import duckdb
+import numpy as np
+import pandas as pd
+import pyarrow as pa
+import pyarrow.parquet as pq
+
+TYPES = {"int16": 2, "int32": 3, "int64": 4, "float64": 10, "datetime64[us]": 11}
+
+
+class Bytes(ctypes.Structure):
+    _fields_ = [("data", ctypes.c_void_p), ("size", ctypes.c_size_t)]
+
+
+class Datum(ctypes.Structure):
+    _fields_ = [("kind", ctypes.c_int), ("bytes", Bytes)]
+
+
+class Library:
+    def __init__(self, path):
+        self.lib = ctypes.CDLL(path)
+        self.lib.qvo_function_named.restype = ctypes.c_void_p
+
+    def stored_size(self, column):
+        """Bytes of the column as a stored sequence, and compressed."""
+        if column.dtype.kind == "S":
+            kind, width = 12, column.dtype.itemsize
+        else:
+            kind, width = TYPES[str(column.dtype)], 0
+        array, stored, compressed = ctypes.c_void_p(), Datum(), Datum()
+        lib = self.lib
+        self.check(lib.qvo_expression_array(kind, width, ctypes.c_void_p(column.ctypes.data), ctypes.c_uint64(len(column)),
+                                            None, None, ctypes.byref(array), None))
+        self.check(lib.qvo_expression_evaluate(array, None, ctypes.byref(stored), None))
+        function = ctypes.c_void_p(lib.qvo_function_named(b"compress"))
+        self.check(lib.qvo_call(function, ctypes.byref(stored), ctypes.c_size_t(1), None, ctypes.byref(compressed), None))
+        sizes = stored.bytes.size, compressed.bytes.size
+        lib.qvo_datum_free(ctypes.byref(stored))
+        lib.qvo_datum_free(ctypes.byref(compressed))
+        lib.qvo_expression_release(array)
+        return sizes
+
+    @staticmethod
+    def check(code):
+        if code != 0:
+            sys.exit(f"the library answers with code {code}")
+
+
+def weather(path):
+    with open(path, newline="", encoding="utf-8") as file:
+        rows = list(csv.DictReader(file))
+    yield "weather: day", np.array([row["date"] for row in rows], "datetime64[us]")
+    for name in ("precipitation", "temp_max", "wind"):
+        yield f"weather: {name}", np.array([float(row[name]) for row in rows])
+    yield "weather: kind", np.array([row["weather"] for row in rows], "S")
+
+
+def flights(folder):
+    table = pq.read_table(os.path.join(folder, "flights-3m.parquet")).to_pandas()
+    for name in table.columns:
+        column = table[name]
+        if column.dtype.kind == "M":
+            yield f"flights: {name}", column.to_numpy().astype("datetime64[us]")
+        elif column.dtype.kind == "f":
+            yield f"flights: {name}", column.to_numpy().astype("float64")
+        elif column.dtype.kind == "i":
+            yield f"flights: {name}", column.to_numpy()
+        else:
+            yield f"flights: {name}", column.astype(str).to_numpy().astype("S")
+
+
+def prices(folder):
+    table = pd.read_csv(os.path.join(folder, "sp500-2000.csv"))
+    yield "daily prices: date", pd.to_datetime(table["date"]).to_numpy().astype("datetime64[us]")
+    yield "daily prices: close", table["close"].to_numpy()
+    yield "daily prices: volume", table["volume"].to_numpy().astype("int64")
+
+
+def others(column):
+    """Bytes of a Parquet file with zstd and of a DuckDB file, what an empty one takes left out."""
+    text = column.dtype.kind == "S"
+    table = pa.table({"v": pa.array([v.decode() for v in column.tolist()] if text else column)})
+    with tempfile.TemporaryDirectory() as folder:
+        parquet = os.path.join(folder, "v.parquet")
+        pq.write_table(table, parquet, compression="zstd")
+        sizes = []
+        for rows in (table.slice(0, 0), table):
+            path = os.path.join(folder, f"v{len(rows)}.duckdb")
+            database = duckdb.connect(path)
+            database.register("source", rows)
+            database.execute("CREATE TABLE t AS SELECT * FROM source")
+            database.execute("CHECKPOINT")
+            database.close()
+            sizes.append(os.path.getsize(path))
+        return os.path.getsize(parquet), sizes[1] - sizes[0]
+
+
+def main():
+    library, weather_file, datasets = Library(sys.argv[1]), sys.argv[2], sys.argv[3]
+    print("Bytes a value. A DuckDB file grows in blocks of 256 KiB: short columns say nothing there.")
+    print(f"{'column':26} {'values':>8} {'raw':>6} {'sequence':>9} {'compressed':>11} {'Parquet':>8} {'DuckDB':>8}")
+    for name, column in (*weather(weather_file), *prices(datasets), *flights(datasets)):
+        column = np.ascontiguousarray(column)
+        n = len(column)
+        stored, compressed = library.stored_size(column)
+        parquet, database = others(column)
+        in_blocks = f"{database / n:8.3f}" if n > 1_000_000 else f"{'–':>8}"
+        print(f"{name:26} {n:8} {column.dtype.itemsize:6} {stored / n:9.3f} {compressed / n:11.3f} {parquet / n:8.3f} "
+              f"{in_blocks}")
+
+
+if __name__ == "__main__":
+    main()
