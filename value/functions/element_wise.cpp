@@ -281,7 +281,7 @@ template <class Relation> struct MixedSigns {
 };
 struct MixedBetween {
     template <class X, class L, class H> QVO_INLINE bool operator()(X x, L low, H high) const {
-        return std::cmp_greater_equal(x, low) & std::cmp_less_equal(x, high);
+        return std::cmp_greater_equal(x, low) && std::cmp_less_equal(x, high);
     }
 };
 
