@@ -139,8 +139,8 @@ static double size_of(const char* path) {
 }
 
 static void print_row(const char* question, const char* unit, double plain, double chunks, double arrays) {
-    printf("%-28s %10.1f %10.1f %10.1f %s %8.1f times the plain table, %.2f times the arrays\n", question, plain, chunks,
-           arrays, unit, plain / chunks, chunks / arrays);
+    printf("%-28s %10.1f %10.1f %10.1f %s %8.1f times the plain table, %.2f times the arrays\n", question, plain,
+           chunks, arrays, unit, plain / chunks, chunks / arrays);
 }
 
 static void check_equal(const char* question, double a, double b, double c) {
@@ -183,7 +183,8 @@ int main(int argc, char** argv) {
     run(db, "DROP TABLE temp.copy");
     ask(db,
         "CREATE TABLE chunks.ticks AS SELECT symbol, date(time / 1000000, 'unixepoch') AS day,"
-        " seq_pack(time, time, 'timestamp') AS time, seq_pack(price, time) AS price, seq_pack(volume, time, 'int4') AS volume"
+        " seq_pack(time, time, 'timestamp') AS time, seq_pack(price, time) AS price, seq_pack(volume, time, 'int4') AS "
+        "volume"
         " FROM raw GROUP BY symbol, time / 86400000000",
         &pack);
     printf("%zu ticks of %d symbols in %d days\n", c.n, SYMBOLS, DAYS);
@@ -206,8 +207,8 @@ int main(int argc, char** argv) {
     sqlite3_close(db);
     const double bytes = (double)(sizeof(double) + 2 * sizeof(int32_t) + sizeof(int64_t));
     print_row("size", "bytes a tick,", size_of(argv[2]) / (double)c.n, size_of(argv[3]) / (double)c.n, bytes);
-    printf("%-28s %10.1f %10.1f            ns a tick: rows sorted into groups and written, as rows and packed\n", "writing",
-           copy * ns, pack * ns);
+    printf("%-28s %10.1f %10.1f            ns a tick: rows sorted into groups and written, as rows and packed\n",
+           "writing", copy * ns, pack * ns);
     free(c.price);
     free(c.volume);
     free(c.symbol);

@@ -27,8 +27,8 @@ static void months(const station_t* station) {
     MUST(qvo_seq_get_double(&highs, mean_highs, &n[2]));
     MUST(qvo_seq_get_double(&rains, sums, &n[3]));
     if (n[0] == MAX_MONTHS) detail("more than %d months; the rest is left out", MAX_MONTHS - 1);
-    answer("Months: days, mean high, rain", "the last %llu of %llu in %s", (unsigned long long)(n[0] < SHOWN ? n[0] : SHOWN), (unsigned long long)n[0],
-           station->name);
+    answer("Months: days, mean high, rain", "the last %llu of %llu in %s",
+           (unsigned long long)(n[0] < SHOWN ? n[0] : SHOWN), (unsigned long long)n[0], station->name);
     for (qvo_size_t i = n[0] < SHOWN ? 0 : n[0] - SHOWN; i < n[0]; ++i)
         detail("%d-%02d  %llu days  %5.2f degrees  %6.1f mm", names[i] / 100, names[i] % 100,
                (unsigned long long)n_days[i], mean_highs[i], sums[i]);
