@@ -14,6 +14,8 @@ import os.path
 import re
 import sys
 
+import pages
+
 # What a user wants to do, and the blocks of the header that do it.
 TOPICS = [
     ("Make sequences of arrays, constants and text", ["core/source", "transform/progression", "transform/parse"]),
@@ -154,19 +156,7 @@ def main():
         print("\n".join(wrong))
         return 1
     text = render(header, found)
-    try:
-        with open(index_path, encoding="utf-8") as file:
-            current = file.read()
-    except FileNotFoundError:
-        current = None
-    if current == text:
-        return 0
-    if verb == "check":
-        print(f"{index_path} does not follow {header_path}: build the `map` target")
-        return 1
-    with open(index_path, "w", encoding="utf-8") as file:
-        file.write(text)
-    return 0
+    return pages.keep(verb, index_path, text, f"{index_path} does not follow {header_path}: build the `map` target")
 
 
 if __name__ == "__main__":

@@ -13,6 +13,7 @@ import sys
 import textwrap
 
 import catalog
+import pages
 
 WIDTH = 120
 INTRODUCTION = """# Functions
@@ -134,19 +135,7 @@ def main():
         sys.exit(__doc__)
     verb, library, page = sys.argv[1:]
     text = render(catalog.read(library))
-    try:
-        with open(page, encoding="utf-8") as file:
-            current = file.read()
-    except FileNotFoundError:
-        current = None
-    if current == text:
-        return 0
-    if verb == "check":
-        print(f"{page} does not follow the catalog: build the `reference` target")
-        return 1
-    with open(page, "w", encoding="utf-8") as file:
-        file.write(text)
-    return 0
+    return pages.keep(verb, page, text, f"{page} does not follow the catalog: build the `reference` target")
 
 
 if __name__ == "__main__":
