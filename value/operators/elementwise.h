@@ -38,26 +38,14 @@ inline constexpr size_t most_operation_bytes = 64;
 Series elementwise(Plan& plan, ValueType type, std::span<const Series> operands, Loop loop, const void* operation,
                    size_t operation_bytes);
 
-/// An operation that always has a result: `R operator()(V...) const`.
-template <class Op, class R, class... V> struct PlainLoop {
-    QVO_CPU_VARIANTS static LoopFault run(const Batch& batch, const void* operation) {
-        return over(batch, *static_cast<const Op*>(operation), static_cast<R*>(batch.out),
-                    std::index_sequence_for<V...>{});
-    }
-
- private:
-    template <size_t... K>
-    QVO_INLINE static LoopFault over(const Batch& batch, const Op& op, R* __restrict out, std::index_sequence<K...>) {
-        return loop(op, out, batch.n, static_cast<const V*>(batch.in[K])...);
-    }
-    QVO_INLINE static LoopFault loop(const Op op, R* __restrict out, size_t n, const V* __restrict... in) {
-        for (size_t i = 0; i < n; ++i) out[i] = static_cast<R>(op(in[i]...));
-        return {};
-    }
-};
-
 /// An operation that may fail: `bool operator()(V..., R& result) const` says true where it does, `fault(V...)` why.
-template <class Op, class R, class... V> struct CheckedLoop {
+template <class Op, class R, class... V>
+concept MayFail = requires(const Op& op, R& result, V... values) {
+    op(values..., result);
+};
+
+/// The loop of an operation. One that does not fail is `R operator()(V...) const`.
+template <class Op, class R, class... V> struct OperationLoop {
     QVO_CPU_VARIANTS static LoopFault run(const Batch& batch, const void* operation) {
         return over(batch, *static_cast<const Op*>(operation), static_cast<R*>(batch.out),
                     std::index_sequence_for<V...>{});
@@ -69,22 +57,24 @@ template <class Op, class R, class... V> struct CheckedLoop {
         return loop(op, out, batch.n, static_cast<const V*>(batch.in[K])...);
     }
     QVO_INLINE static LoopFault loop(const Op op, R* __restrict out, size_t n, const V* __restrict... in) {
-        uint64_t failed = 0;
-        for (size_t i = 0; i < n; ++i) failed |= uint64_t{op(in[i]..., out[i])};
-        if (failed == 0) return {};
-        for (size_t i = 0;; ++i)
-            if (R result; op(in[i]..., result)) return {i, op.fault(in[i]...)};
+        if constexpr (MayFail<Op, R, V...>) {
+            uint64_t failed = 0;
+            for (size_t i = 0; i < n; ++i) failed |= uint64_t{op(in[i]..., out[i])};
+            if (failed == 0) return {};
+            for (size_t i = 0;; ++i)
+                if (R result; op(in[i]..., result)) return {i, op.fault(in[i]...)};
+        } else {
+            for (size_t i = 0; i < n; ++i) out[i] = static_cast<R>(op(in[i]...));
+            return {};
+        }
     }
 };
 
-/// The same from the operation and the operands' value types; `length_of(operands)` has been checked.
+/// The same from the operation and the operands' value types.
 template <class R, class... V, class Op>
 Series elementwise(Plan& plan, ValueType type, std::span<const Series> operands, const Op& op) {
     static_assert(sizeof(Op) <= most_operation_bytes && std::is_trivially_copyable_v<Op>);
-    if constexpr (requires(const Op& o, R& r, V... v) { o(v..., r); })
-        return elementwise(plan, type, operands, CheckedLoop<Op, R, V...>::run, &op, sizeof op);
-    else
-        return elementwise(plan, type, operands, PlainLoop<Op, R, V...>::run, &op, sizeof op);
+    return elementwise(plan, type, operands, OperationLoop<Op, R, V...>::run, &op, sizeof op);
 }
 
 }  // namespace qvo::value
