@@ -240,6 +240,36 @@ QVO_VALUE_API qvo_value_code_t qvo_expression_read(const qvo_expression_t* expre
                                                    void** values, qvo_type_t* type, unsigned* width, uint64_t* count,
                                                    qvo_error_t* error);
 
+/* ---- Reading a part ------------------------------------------------------------------------------ */
+
+/* What a stored sequence holds. Like the two that follow, checks header and directory, and each tile that it reads. */
+QVO_VALUE_API qvo_value_code_t qvo_stored_describe(const void* bytes, size_t size, qvo_type_t* type, unsigned* width,
+                                                   uint64_t* positions, qvo_error_t* error);
+
+/* Reads `count` positions from `first` on, which must exist, into an array of the caller's. Reads only their tiles. */
+QVO_VALUE_API qvo_value_code_t qvo_stored_read(const void* bytes, size_t size, uint64_t first, uint64_t count,
+                                               void* values, qvo_error_t* error);
+
+/*
+ * Of a sequence whose values ascend, of any type but char: sets *position to the number of values below *value, an element
+ * of its type, or with or_equal to that of values not above it. Reads at most one tile.
+ */
+QVO_VALUE_API qvo_value_code_t qvo_stored_find(const void* bytes, size_t size, const void* value, int or_equal,
+                                               uint64_t* position, qvo_error_t* error);
+
+/* The type of a name such as `int4` or `char(7)`: 1, or 0 if there is none. width 0: a char as wide as its values. */
+QVO_VALUE_API int qvo_type_named(const char* name, qvo_type_t* type, unsigned* width);
+
+/*
+ * A scalar as an element of an array: what a type accepts, as seq_pack does, in text ISO 8601 for a timestamp. NULL is a
+ * missing value, in float and double alone. The message of an error names the value and the type.
+ */
+QVO_VALUE_API qvo_value_code_t qvo_element_set(const qvo_datum_t* datum, qvo_type_t type, unsigned width, void* element,
+                                               qvo_error_t* error);
+/* An element as a scalar: a timestamp as text, a missing value as NULL. The caller frees the result. */
+QVO_VALUE_API qvo_value_code_t qvo_element_get(qvo_type_t type, unsigned width, const void* element,
+                                               qvo_datum_t* result, qvo_error_t* error);
+
 /* The release of the library that the program runs with, for instance "1.1.0". */
 QVO_VALUE_API const char* qvo_value_version(void);
 

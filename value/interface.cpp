@@ -2,11 +2,14 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <limits>
 #include <new>
 
 #include "evaluate/call.h"
 #include "evaluate/deliver.h"
 #include "evaluate/expression.h"
+#include "evaluate/part.h"
+#include "evaluate/scalar.h"
 #include "evaluate/state.h"
 #include "qvovalue.h"
 
@@ -193,6 +196,17 @@ const char* name_of_sequences(Of of) {
     return "";
 }
 
+std::span<const uint8_t> span_of(const void* bytes, size_t size) { return {static_cast<const uint8_t*>(bytes), size}; }
+
+/// The type of an array of the caller's.
+ValueType type_of_array(qvo_type_t type, unsigned width) {
+    if (static_cast<unsigned>(type) >= n_types) throw Error(Fault::argument, "the type does not exist");
+    const ValueType of = type_of(static_cast<Type>(type));
+    if (of.type != Type::char_) return of;
+    if (width < 1 || width > max_char) throw Error(Fault::argument, "the width of char must be 1 to 255");
+    return char_of(width);
+}
+
 /// What the owner of an expression's bytes wants called in the end. It is armed when nothing can fail any more, so that
 /// after an error the bytes are still the caller's.
 struct Owner {
@@ -360,12 +374,7 @@ QVO_VALUE_API qvo_value_code_t qvo_expression_array(qvo_type_t type, unsigned wi
                                                     void (*release)(void* owner), void* owner,
                                                     qvo_expression_t** expression, qvo_error_t* error) {
     return guarded({}, error, [&] {
-        if (static_cast<unsigned>(type) >= n_types) throw Error(Fault::argument, "the type does not exist");
-        ValueType of = type_of(static_cast<Type>(type));
-        if (of.type == Type::char_) {
-            if (width < 1 || width > max_char) throw Error(Fault::argument, "the width of char must be 1 to 255");
-            of = char_of(width);
-        }
+        const ValueType of = type_of_array(type, width);
         const auto kept = std::make_shared<Owner>();
         auto made = std::make_unique<qvo_expression>();
         made->expression = Expression::of_array({of, values, count}, kept);
@@ -415,6 +424,56 @@ QVO_VALUE_API qvo_value_code_t qvo_expression_read(const qvo_expression_t* expre
         if (width != nullptr) *width = series.type.width;
         if (count != nullptr) *count = all.size() / series.type.width;
         *values = all.release();
+    });
+}
+
+QVO_VALUE_API qvo_value_code_t qvo_stored_describe(const void* bytes, size_t size, qvo_type_t* type, unsigned* width,
+                                                   uint64_t* positions, qvo_error_t* error) {
+    return guarded({}, error, [&] {
+        const Stored stored(span_of(bytes, size));
+        *type = static_cast<qvo_type_t>(stored.type().type);
+        *width = stored.type().width;
+        *positions = stored.positions();
+    });
+}
+
+QVO_VALUE_API qvo_value_code_t qvo_stored_read(const void* bytes, size_t size, uint64_t first, uint64_t count,
+                                               void* values, qvo_error_t* error) {
+    return guarded({}, error, [&] { read_part(Stored(span_of(bytes, size)), first, count, values); });
+}
+
+QVO_VALUE_API qvo_value_code_t qvo_stored_find(const void* bytes, size_t size, const void* value, int or_equal,
+                                               uint64_t* position, qvo_error_t* error) {
+    return guarded({}, error, [&] { *position = count_below(Stored(span_of(bytes, size)), value, or_equal != 0); });
+}
+
+QVO_VALUE_API int qvo_type_named(const char* name, qvo_type_t* type, unsigned* width) {
+    const std::optional<ValueType> found = type_named(name);
+    if (!found) return 0;
+    *type = static_cast<qvo_type_t>(found->type);
+    *width = found->width;
+    return 1;
+}
+
+QVO_VALUE_API qvo_value_code_t qvo_element_set(const qvo_datum_t* datum, qvo_type_t type, unsigned width, void* element,
+                                               qvo_error_t* error) {
+    return guarded({}, error, [&] {
+        const ValueType of = type_of_array(type, width);
+        Datum value = datum_of_argument(*datum);
+        if (value.is_null() && is_floating(of.type)) value = datum_of(std::numeric_limits<double>::quiet_NaN());
+        std::string fault;
+        const std::optional<Scalar> scalar = fit(value, of, fault);
+        if (!scalar) throw Error(Fault::argument, fault);
+        put_element(*scalar, element);
+    });
+}
+
+QVO_VALUE_API qvo_value_code_t qvo_element_get(qvo_type_t type, unsigned width, const void* element,
+                                               qvo_datum_t* result, qvo_error_t* error) {
+    return guarded({}, error, [&] {
+        Result value;
+        set_result(value, scalar_at(type_of_array(type, width), element));
+        give(result, value);
     });
 }
 

@@ -207,5 +207,70 @@ TEST(Interface, LimitsEndACall) {
     }
 }
 
+TEST(Interface, PartsOfStoredSequencesAreReadInPlace) {
+    // Ascending with long and short runs, over several tiles.
+    std::vector<int64_t> all;
+    for (int64_t i = 0; all.size() < 30'000; ++i)
+        all.insert(all.end(), i % 977 == 0 ? 700 : static_cast<size_t>(i % 3 + 1), i * i);
+    const Value x = stored(array(QVO_TYPE_TIMESTAMP, all));
+    qvo_type_t type;
+    unsigned width;
+    uint64_t n = 0;
+    ASSERT_EQ(qvo_stored_describe(x.bytes.data(), x.bytes.size(), &type, &width, &n, nullptr), QVO_VALUE_OK);
+    EXPECT_TRUE(type == QVO_TYPE_TIMESTAMP && width == 8 && n == all.size());
+    const auto read = [&](uint64_t first, uint64_t count) {
+        std::vector<int64_t> part(count);
+        EXPECT_EQ(qvo_stored_read(x.bytes.data(), x.bytes.size(), first, count, part.data(), nullptr), QVO_VALUE_OK);
+        return part;
+    };
+    for (uint64_t first = 0; first < n; first += 811)
+        for (uint64_t count : {uint64_t{1}, uint64_t{300}, uint64_t{9000}, n}) {
+            count = std::min(count, n - first);
+            EXPECT_TRUE(std::equal(all.begin() + static_cast<int64_t>(first),
+                                   all.begin() + static_cast<int64_t>(first + count), read(first, count).begin()))
+                << first << ' ' << count;
+        }
+    for (size_t i = 0; i < all.size(); i += 501)
+        for (const int64_t value : {all[i] - 1, all[i], all[i] + 1})
+            for (const int or_equal : {0, 1}) {
+                uint64_t found = 0;
+                qvo_stored_find(x.bytes.data(), x.bytes.size(), &value, or_equal, &found, nullptr);
+                const auto model = or_equal != 0 ? std::upper_bound(all.begin(), all.end(), value)
+                                                 : std::lower_bound(all.begin(), all.end(), value);
+                EXPECT_EQ(found, static_cast<uint64_t>(model - all.begin())) << value;
+            }
+    int64_t value;
+    qvo_error_t error{};
+    EXPECT_EQ(qvo_stored_read(x.bytes.data(), x.bytes.size(), n, 1, &value, &error), QVO_VALUE_ERROR);
+    EXPECT_EQ(qvo_stored_read(x.bytes.data(), x.bytes.size(), 1, UINT64_MAX, &value, &error), QVO_VALUE_ERROR);
+    EXPECT_EQ(qvo_stored_describe(x.bytes.data(), 50, &type, &width, &n, &error), QVO_VALUE_ERROR);
+}
+
+TEST(Interface, ElementsAreScalarsOfTheirType) {
+    ASSERT_TRUE([] {
+        qvo_type_t type;
+        unsigned width;
+        return qvo_type_named("char(7)", &type, &width) != 0 && type == QVO_TYPE_CHAR && width == 7 &&
+               qvo_type_named("char(0)", &type, &width) == 0;
+    }());
+    const auto there_and_back = [](const Value& value, qvo_type_t type, unsigned width) {
+        uint8_t element[255];
+        const qvo_datum_t from = value.datum();
+        qvo_datum_t to{};
+        qvo_error_t error{};
+        if (qvo_element_set(&from, type, width, element, &error) != QVO_VALUE_OK) return Value::text(error.message);
+        EXPECT_EQ(qvo_element_get(type, width, element, &to, &error), QVO_VALUE_OK);
+        return take(to);
+    };
+    const Value day = Value::text("2026-01-31"), three{QVO_DATUM_INTEGER, 3, 0, {}}, none{};
+    EXPECT_EQ(there_and_back(day, QVO_TYPE_TIMESTAMP, 0), Value::text("2026-01-31T00:00:00"));
+    EXPECT_EQ(there_and_back(day, QVO_TYPE_CHAR, 10), day);
+    EXPECT_EQ(there_and_back(day, QVO_TYPE_CHAR, 9), Value::text("'2026-01-31' does not fit char(9)"));
+    EXPECT_EQ(there_and_back(three, QVO_TYPE_FLOAT, 0), (Value{QVO_DATUM_REAL, 0, 3, {}}));
+    EXPECT_EQ(there_and_back(three, QVO_TYPE_BOOLEAN, 0), Value::text("3 does not fit boolean"));
+    EXPECT_EQ(there_and_back(none, QVO_TYPE_DOUBLE, 0), none);
+    EXPECT_EQ(there_and_back(none, QVO_TYPE_INT4, 0), Value::text("NULL does not fit int4"));
+}
+
 }  // namespace
 }  // namespace test
