@@ -1,0 +1,94 @@
+// Expressions: made of stored bytes, of arrays in place, and of calls; read as stored bytes or as an array.
+#include <nanobind/ndarray.h>
+
+#include "host.h"
+
+namespace qvo::python {
+namespace {
+
+using Bytes = nb::ndarray<nb::numpy, uint8_t, nb::ndim<1>>;
+
+Expression stored(nb::handle bytes) {
+    Py_buffer* const buffer = buffer_of(bytes);
+    qvo_expression_t* made = nullptr;
+    qvo_error_t error{};
+    const auto code =
+        qvo_expression_stored(buffer->buf, static_cast<size_t>(buffer->len), release_buffer, buffer, &made, &error);
+    if (code != QVO_VALUE_OK) release_buffer(buffer);
+    check(code, error);
+    return Expression(made);
+}
+
+Expression array(int type, unsigned width, nb::handle values) {
+    Py_buffer* const buffer = buffer_of(values);
+    qvo_expression_t* made = nullptr;
+    qvo_error_t error{};
+    const uint64_t count = static_cast<uint64_t>(buffer->len) / width;
+    const auto code = qvo_expression_array(static_cast<qvo_type_t>(type), width, buffer->buf, count, release_buffer,
+                                           buffer, &made, &error);
+    if (code != QVO_VALUE_OK) release_buffer(buffer);
+    check(code, error);
+    return Expression(made);
+}
+
+Expression call(const Function& function, nb::tuple objects) {
+    const Arguments arguments(function, std::move(objects));
+    qvo_expression_t* made = nullptr;
+    qvo_error_t error{};
+    check(qvo_expression_call(function.handle, arguments.data(), arguments.size(), &made, &error), error);
+    return Expression(made);
+}
+
+nb::object evaluate(const Expression& expression) {
+    Result result;
+    Evaluation().run([&](const qvo_limits_t* limits, qvo_error_t* error) {
+        return qvo_expression_evaluate(expression.get(), limits, result.out(), error);
+    });
+    return result.object();
+}
+
+/// Memory of a result as an array that owns it.
+Bytes array_of(void* memory, size_t size) {
+    nb::capsule owner(memory, [](void* data) noexcept { qvo_value_free(data); });
+    return Bytes(memory, {size}, owner);
+}
+
+/// The type, the width of a value and the bytes of all values.
+nb::object read(const Expression& expression) {
+    void* values = nullptr;
+    qvo_type_t type{};
+    unsigned width = 0;
+    uint64_t count = 0;
+    Evaluation().run([&](const qvo_limits_t* limits, qvo_error_t* error) {
+        return qvo_expression_read(expression.get(), limits, &values, &type, &width, &count, error);
+    });
+    nb::object bytes = nb::none();
+    if (count != 0) bytes = nb::cast(array_of(values, static_cast<size_t>(count * width)));
+    return nb::make_tuple(static_cast<int>(type), width, bytes);
+}
+
+nb::object type(const Expression& expression) {
+    static const Function function{qvo_function_named("type"), {}};
+    qvo_datum_t datum{};
+    datum.kind = QVO_DATUM_EXPRESSION;
+    datum.as.expression = expression.get();
+    Result result;
+    Evaluation().run([&](const qvo_limits_t* limits, qvo_error_t* error) {
+        return qvo_call(function.handle, &datum, 1, limits, result.out(), error);
+    });
+    return result.object();
+}
+
+}  // namespace
+
+void add_expressions(nb::module_& module) {
+    nb::class_<Expression>(module, "Expression", "A sequence, or what one is computed from.")
+        .def_static("stored", stored)
+        .def_static("array", array)
+        .def_static("call", call)
+        .def("evaluate", evaluate)
+        .def("type", type)
+        .def("read", read);
+}
+
+}  // namespace qvo::python
