@@ -140,7 +140,7 @@ int register_all(sqlite3* db, Connection* connection) {
             return rc;
     for (size_t i = 0; i < qvo_function_count(); ++i)
         if (const int rc = register_function(db, qvo_function_at(i), connection); rc != SQLITE_OK) return rc;
-    return SQLITE_OK;
+    return register_tables(db);
 }
 
 }  // namespace

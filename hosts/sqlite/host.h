@@ -56,4 +56,7 @@ int code_of(const qvo_error_t& error);
 /// Registers the table functions of the catalog. SQLITE_OK or what SQLite said.
 int register_table(sqlite3* db, const qvo_function_t* function, Connection* connection);
 
+/// Registers the tables that chunk themselves.
+int register_tables(sqlite3* db);
+
 }  // namespace qvo::sqlite

@@ -1,0 +1,44 @@
+// The rows of a table of chunks, one after the other. Of a source only the columns that a query names are decoded, and
+// only a stretch at a time, so that a query that ends early has not paid for a whole chunk.
+#pragma once
+
+#include "tables/table.h"
+
+namespace qvo::sqlite {
+
+class RowCursor {
+ public:
+    explicit RowCursor(Store& store) : store_(store), rows_(store.declaration()) {}
+
+    void start(Selection selection);
+    bool at_end() const { return at_end_; }
+    void next() {
+        if (++at_ == end_) advance();
+    }
+    void column(sqlite3_context* context, size_t column) const;
+    int64_t rowid() const;
+
+ private:
+    void advance();
+    bool next_stretch();
+    bool next_piece();
+    void start_at_row();
+
+    Store& store_;
+    Selection selection_;
+    Slots slots_;
+    std::optional<KeyWalk> keys_;
+    const Key* key_ = nullptr;
+    Key key_of_row_;
+    std::optional<Pieces> pieces_;
+    Piece piece_;
+    std::optional<StoredRow> source_;  // of a piece of one part
+    Rows rows_;                        // the stretch, or a merged piece
+    size_t stretch_ = 0;               // how many positions the next one takes
+    size_t read_to_ = 0;               // position in the part behind the stretch
+    size_t at_ = 0, end_ = 0;          // row of the stretch, and how many it has
+    bool merged_ = false;              // a merged piece has been read and not been begun
+    bool at_end_ = true;
+};
+
+}  // namespace qvo::sqlite

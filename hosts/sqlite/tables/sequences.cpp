@@ -1,0 +1,190 @@
+// The module `qvoseq_sequences`: the table of sequences beside a table of chunks, a row for each piece of a series. A
+// chunk that a query wants whole is handed on as it is stored.
+#include <cstring>
+
+#include "tables/table.h"
+
+namespace qvo::sqlite {
+namespace {
+
+/// A table of sequences reads the tables of another one, whose name is its own without the suffix.
+struct Sequences : sqlite3_vtab {
+    Sequences(std::shared_ptr<Tables> shared, std::string schema, std::string own_name, Declaration declaration)
+        : sqlite3_vtab{},
+          tables(std::move(shared)),
+          name(std::move(own_name)),
+          store(tables->db, std::move(schema), name.substr(0, name.size() - std::strlen(sequences_suffix)),
+                std::move(declaration)) {}
+    std::shared_ptr<Tables> tables;
+    std::string name;
+    Store store;
+    std::optional<Store::Size> known_size;
+};
+
+class Cursor : public sqlite3_vtab_cursor {
+ public:
+    explicit Cursor(Sequences& table) : sqlite3_vtab_cursor{}, table_(table), store_(table.store) {}
+
+    void start(Selection selection) {
+        selection_ = std::move(selection);
+        slots_ = selection_.slots(store_.declaration());
+        keys_.emplace(store_, selection_);
+        pieces_.reset();
+        row_ = 0;
+        next();
+    }
+    void next() {
+        stored_.reset();
+        merged_.reset();
+        ++row_;
+        while (!pieces_ || !pieces_->next(piece_)) {
+            if ((key_ = keys_->next()) == nullptr) return;
+            pieces_.emplace(store_, *key_, selection_.range);
+        }
+    }
+    bool at_end() const { return key_ == nullptr; }
+    sqlite3_int64 row() const { return row_; }
+
+    void column(sqlite3_context* context, size_t index) {
+        const Declaration& declaration = store_.declaration();
+        if (index >= declaration.columns.size()) return;  // a bound: NULL
+        const Column& c = declaration.columns[index];
+        if (c.key) return result_key(context, declaration, c.slot, *key_);
+        if (piece_.size() == 1 && !piece_[0].source.raw) return stored(context, c.slot);
+        if (!merged_) merged_ = read_rows(store_, piece_, slots_);
+        Packed packed(c.type, merged_->batch.columns[c.slot], merged_->batch.size());
+        set_result(context, packed.datum());
+        packed.datum().kind = QVO_DATUM_NULL;
+    }
+
+ private:
+    void stored(sqlite3_context* context, size_t slot) {
+        const Part& part = piece_[0];
+        if (!stored_) stored_.emplace(store_, part.source, slots_);
+        if (part.is_whole()) return sqlite3_result_value(context, stored_->value(slot));
+        static const qvo_function_t* const slice = qvo_function_named("slice");
+        const std::span<const uint8_t> bytes = stored_->bytes(slot);
+        qvo_datum_t arguments[3] = {}, result{};
+        arguments[0].kind = QVO_DATUM_BYTES;
+        arguments[0].as.bytes = {bytes.data(), bytes.size()};
+        arguments[1].kind = arguments[2].kind = QVO_DATUM_INTEGER;
+        arguments[1].as.integer = static_cast<int64_t>(part.from);
+        arguments[2].as.integer = static_cast<int64_t>(part.to);
+        qvo_error_t error;
+        must(qvo_call(slice, arguments, 3, nullptr, &result, &error), error, table_.name);
+        set_result(context, result);
+    }
+
+    Sequences& table_;
+    Store& store_;
+    Selection selection_;
+    Slots slots_;
+    std::optional<KeyWalk> keys_;
+    const Key* key_ = nullptr;
+    std::optional<Pieces> pieces_;
+    Piece piece_;
+    std::optional<StoredRow> stored_;
+    std::optional<Rows> merged_;
+    sqlite3_int64 row_ = 0;
+};
+
+Sequences& table_of(sqlite3_vtab* table) { return *static_cast<Sequences*>(table); }
+Cursor& cursor_of(sqlite3_vtab_cursor* cursor) { return *static_cast<Cursor*>(cursor); }
+
+int connect(sqlite3* db, void* data, int n, const char* const* arguments, sqlite3_vtab** made, char** message) {
+    return guarded(message, [&] {
+        const auto& tables = *static_cast<std::shared_ptr<Tables>*>(data);
+        const std::string name = arguments[2];
+        const size_t suffix = std::strlen(sequences_suffix);
+        if (name.size() <= suffix || sqlite3_stricmp(name.c_str() + name.size() - suffix, sequences_suffix) != 0)
+            fail(SQLITE_ERROR,
+                 "qvoseq_sequences: is made by USING qvoseq(…), and its name ends in " + std::string(sequences_suffix));
+        auto table = std::make_unique<Sequences>(tables, arguments[1], name, declaration_of(n - 3, arguments + 3));
+        const std::string schema = table->store.declaration().schema_of_sequences();
+        if (const int rc = sqlite3_declare_vtab(db, schema.c_str()); rc != SQLITE_OK) fail_as(db, rc);
+        sqlite3_vtab_config(db, SQLITE_VTAB_INNOCUOUS);
+        *made = table.release();
+    });
+}
+
+int disconnect(sqlite3_vtab* table) {
+    delete static_cast<Sequences*>(table);
+    return SQLITE_OK;
+}
+
+int best_index(sqlite3_vtab* table, sqlite3_index_info* info) {
+    Sequences& t = table_of(table);
+    return guarded(&t.zErrMsg, [&] {
+        if (!t.known_size) t.known_size = t.store.size();
+        plan_sequences(t.store.declaration(), *t.known_size, info);
+    });
+}
+
+int open(sqlite3_vtab* table, sqlite3_vtab_cursor** cursor) {
+    return guarded(&table->zErrMsg, [&] { *cursor = new Cursor(table_of(table)); });
+}
+
+int close(sqlite3_vtab_cursor* cursor) {
+    delete static_cast<Cursor*>(cursor);
+    return SQLITE_OK;
+}
+
+int filter(sqlite3_vtab_cursor* cursor, int, const char* plan, int, sqlite3_value** values) {
+    Sequences& t = table_of(cursor->pVtab);
+    return guarded(&t.zErrMsg, [&] {
+        if (Table* const rows = t.tables->find(t.store.schema(), t.store.name())) rows->tail.flush();
+        cursor_of(cursor).start(selection_of(t.store.declaration(), plan, values));
+    });
+}
+
+int next(sqlite3_vtab_cursor* cursor) {
+    return guarded(&cursor->pVtab->zErrMsg, [&] { cursor_of(cursor).next(); });
+}
+
+int eof(sqlite3_vtab_cursor* cursor) { return cursor_of(cursor).at_end(); }
+
+int column(sqlite3_vtab_cursor* cursor, sqlite3_context* context, int index) {
+    return guarded(&cursor->pVtab->zErrMsg, [&] { cursor_of(cursor).column(context, static_cast<size_t>(index)); });
+}
+
+int rowid(sqlite3_vtab_cursor* cursor, sqlite3_int64* row) {
+    *row = cursor_of(cursor).row();
+    return SQLITE_OK;
+}
+
+int rename(sqlite3_vtab* table, const char* name) {
+    Sequences& t = table_of(table);
+    return guarded(&t.zErrMsg, [&] {
+        t.store.close();
+        t.name = name;
+    });
+}
+
+sqlite3_module methods() {
+    sqlite3_module m{};
+    m.xCreate = connect;
+    m.xConnect = connect;
+    m.xBestIndex = best_index;
+    m.xDisconnect = disconnect;
+    m.xDestroy = disconnect;
+    m.xOpen = open;
+    m.xClose = close;
+    m.xFilter = filter;
+    m.xNext = next;
+    m.xEof = eof;
+    m.xColumn = column;
+    m.xRowid = rowid;
+    m.xRename = rename;
+    return m;
+}
+
+void forget(void* data) { delete static_cast<std::shared_ptr<Tables>*>(data); }
+
+}  // namespace
+
+int register_sequences(sqlite3* db, const std::shared_ptr<Tables>& tables) {
+    static const sqlite3_module sequences = methods();
+    return sqlite3_create_module_v2(db, "qvoseq_sequences", &sequences, new std::shared_ptr<Tables>(tables), forget);
+}
+
+}  // namespace qvo::sqlite

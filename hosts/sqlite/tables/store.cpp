@@ -1,0 +1,252 @@
+#include "tables/store.h"
+
+#include <algorithm>
+
+namespace qvo::sqlite {
+namespace {
+
+/// Below as many rows a source of the tail is kept raw.
+constexpr size_t raw_rows = 64;
+
+std::string marks(size_t n) {
+    std::string text;
+    for (size_t i = 0; i < n; ++i) text += i == 0 ? "?" : ",?";
+    return text;
+}
+
+}  // namespace
+
+std::string Store::key_names() const {
+    std::string names;
+    for (const size_t i : declaration_.keys) names += quoted(declaration_.columns[i].name) + ",";
+    return names;
+}
+
+// The index of the constraint holds all that is asked without looking at a sequence, and follows a renamed table.
+std::string Store::definition(bool tail) const {
+    const auto named = [&](const char* name) { return quoted(declaration_.free_name(name)); };
+    std::string sql = "CREATE TABLE " + table_of(tail) + "(" + named("id") + " INTEGER PRIMARY KEY,";
+    for (const size_t i : declaration_.keys) sql += quoted(declaration_.columns[i].name) + " NOT NULL,";
+    const std::string bounds = named("first") + "," + named("last") + "," + named("number");
+    sql += named("first") + " NOT NULL," + named("last") + " NOT NULL," + named("number") + " INTEGER NOT NULL,";
+    if (tail) sql += named("raw") + " INTEGER NOT NULL,";
+    for (const size_t i : declaration_.packed) sql += quoted(declaration_.columns[i].name) + " BLOB NOT NULL,";
+    return sql + "UNIQUE(" + key_names() + bounds + (tail ? "," + named("raw") : "") + "," + named("id") + "))";
+}
+
+void Store::create() {
+    execute(db_, definition(false));
+    execute(db_, definition(true));
+    execute(db_, "CREATE TABLE " + shadow("_meta") + "(name TEXT PRIMARY KEY, value) WITHOUT ROWID");
+    execute(db_, "INSERT INTO " + shadow("_meta") + " VALUES ('version', " + std::to_string(schema_version) + ")");
+}
+
+void Store::drop() {
+    close();
+    for (const char* suffix : {"_chunks", "_tail", "_meta"}) execute(db_, "DROP TABLE IF EXISTS " + shadow(suffix));
+}
+
+void Store::rename(const std::string& name) {
+    close();
+    for (const char* suffix : {"_chunks", "_tail", "_meta"})
+        execute(db_, "ALTER TABLE " + shadow(suffix) + " RENAME TO " + quoted(name + suffix));
+    name_ = name;
+}
+
+void Store::check_version() {
+    if (version_is_known_) return;
+    Statement version(db_, "SELECT value FROM " + shadow("_meta") + " WHERE name = 'version'");
+    if (!version.step() || version.integer(0) < 1) fail(SQLITE_CORRUPT_VTAB, name_ + ": the version is not known");
+    if (version.integer(0) > schema_version)
+        fail(SQLITE_ERROR, name_ + ": written by a newer version of qvoseq: its tables are of version " +
+                               std::to_string(version.integer(0)) + ", this extension reads up to " +
+                               std::to_string(schema_version));
+    version_is_known_ = true;
+}
+
+void Store::close() {
+    for (auto* list : {sources_, find_, next_key_, first_key_, insert_, remove_})
+        for (int i = 0; i < 2; ++i) list[i] = Statement();
+    readers_.clear();
+}
+
+Statement& Store::kept(Statement& statement, const std::string& sql) {
+    if (!statement) statement = Statement(db_, sql);
+    return statement;
+}
+
+void Store::damaged(const Source& source, const std::string& what) const {
+    fail(SQLITE_CORRUPT_VTAB, name_ + (source.tail ? "_tail " : "_chunks ") + std::to_string(source.id) + ": " + what);
+}
+
+Source Store::source_of(const Statement& row, int first, bool tail) const {
+    Source source;
+    source.tail = tail;
+    source.id = row.integer(first);
+    const bool real = declaration_.has_order() && declaration_.order_column().is_floating();
+    source.first = real ? rank_of(row.real(first + 1)) : row.integer(first + 1);
+    source.last = real ? rank_of(row.real(first + 2)) : row.integer(first + 2);
+    source.number = static_cast<size_t>(row.integer(first + 3));
+    source.raw = tail && row.integer(first + 4) != 0;
+    // Rowids have room for so many positions; none that was written here has more.
+    if (source.number < 1 || source.number > 4 * max_chunk_rows || source.id < 1 || source.id >> 38 != 0)
+        damaged(source, "a number of rows or an id that cannot be");
+    return source;
+}
+
+int Store::bind_rank(Statement& statement, int i, int64_t rank) const {
+    if (!declaration_.has_order() || !declaration_.order_column().is_floating())
+        statement.bind(i, rank);
+    else if (rank == lowest_rank || rank == highest_rank)
+        statement.bind(i, rank == lowest_rank ? -std::numeric_limits<double>::infinity()
+                                              : std::numeric_limits<double>::infinity());
+    else
+        statement.bind(i, real_of_rank(rank));
+    return i + 1;
+}
+
+namespace {
+std::string key_condition(const Declaration& declaration) {
+    std::string sql;
+    for (const size_t i : declaration.keys) sql += quoted(declaration.columns[i].name) + "=? AND ";
+    return sql;
+}
+}  // namespace
+
+std::vector<Source> Store::sources(bool tail, const Key& key, const Range& range) {
+    const auto named = [&](const char* name) { return quoted(declaration_.free_name(name)); };
+    const std::string first = named("first"), last = named("last"), condition = key_condition(declaration_);
+    std::string sql = "SELECT " + named("id") + "," + first + "," + last + "," + named("number") +
+                      (tail ? "," + named("raw") : "") + " FROM " + table_of(tail) + " WHERE " + condition;
+    // Chunks do not overlap: of those that begin below the range only the last can reach into it.
+    if (!tail)
+        sql += first + ">=coalesce((SELECT max(" + first + ") FROM " + table_of(tail) + " WHERE " + condition + first +
+               "<?),?) AND ";
+    sql += last + ">=? AND " + first + "<=? ORDER BY " + first + "," + named("id");
+    Statement& statement = kept(sources_[tail], sql);
+    const Resetting resetting(statement);
+    int at = bind_key(declaration_, statement, 1, key);
+    if (!tail) {
+        at = bind_key(declaration_, statement, at, key);
+        at = bind_rank(statement, at, range.first);
+        at = bind_rank(statement, at, lowest_rank);
+    }
+    at = bind_rank(statement, at, range.first);
+    bind_rank(statement, at, range.last);
+    std::vector<Source> found;
+    while (statement.step()) found.push_back(source_of(statement, 0, tail));
+    return found;
+}
+
+bool Store::find(bool tail, int64_t id, Source& source, Key& key) {
+    const auto named = [&](const char* name) { return quoted(declaration_.free_name(name)); };
+    Statement& statement =
+        kept(find_[tail], "SELECT " + key_names() + named("id") + "," + named("first") + "," + named("last") + "," +
+                              named("number") + (tail ? "," + named("raw") : "") + " FROM " + table_of(tail) +
+                              " WHERE " + named("id") + "=?");
+    const Resetting resetting(statement);
+    statement.bind(1, id);
+    if (!statement.step()) return false;
+    key = key_of(declaration_, statement, 0);
+    source = source_of(statement, static_cast<int>(declaration_.keys.size()), tail);
+    return true;
+}
+
+std::optional<Key> Store::next_key(const Key* after) {
+    std::string names = key_names();
+    std::optional<Key> least;
+    if (names.empty()) {
+        if (after == nullptr) least.emplace();
+        return least;
+    }
+    names.pop_back();
+    const std::string from = "SELECT " + names + " FROM ", order = " ORDER BY " + names + " LIMIT 1";
+    // The lesser of the two tables' next keys, found by SQLite, which knows how they compare.
+    const std::string condition = " WHERE (" + names + ")>(" + marks(declaration_.keys.size()) + ")";
+    const auto one = [&](bool tail) {
+        return "SELECT * FROM (" + from + table_of(tail) + (after == nullptr ? "" : condition) + order + ")";
+    };
+    Statement& statement =
+        kept(after == nullptr ? first_key_[0] : next_key_[0], one(false) + " UNION ALL " + one(true) + order);
+    const Resetting resetting(statement);
+    if (after != nullptr) bind_key(declaration_, statement, bind_key(declaration_, statement, 1, *after), *after);
+    if (statement.step()) least = key_of(declaration_, statement, 0);
+    return least;
+}
+
+Source Store::insert(bool tail, const Key& key, const Batch& rows, int64_t place) {
+    Source source{tail, tail && rows.size() < raw_rows, 0, place, place, rows.size()};
+    if (declaration_.has_order()) {
+        const Vector& order = rows.columns[declaration_.order_slot()];
+        source.first = rank_at(declaration_.order_column().type, order.at(0));
+        source.last = rank_at(declaration_.order_column().type, order.at(rows.size() - 1));
+    }
+    const size_t n = declaration_.keys.size() + declaration_.packed.size() + (tail ? 5 : 4);
+    Statement& statement = kept(insert_[tail], "INSERT INTO " + table_of(tail) + " VALUES (" + marks(n) + ")");
+    const Resetting resetting(statement);
+    int at = bind_key(declaration_, statement, 2, key);
+    at = bind_rank(statement, at, source.first);
+    at = bind_rank(statement, at, source.last);
+    statement.bind(at++, static_cast<int64_t>(rows.size()));
+    if (tail) statement.bind(at++, int64_t{source.raw});
+    std::vector<Packed> packed;
+    packed.reserve(declaration_.packed.size());
+    for (size_t slot = 0; slot < declaration_.packed.size(); ++slot) {
+        if (source.raw) {
+            statement.bind_blob(at++, rows.columns[slot].bytes);
+        } else {
+            packed.emplace_back(declaration_.packed_column(slot).type, rows.columns[slot], rows.size());
+            statement.bind_blob(at++, packed.back().bytes());
+        }
+    }
+    statement.run();
+    source.id = sqlite3_last_insert_rowid(db_);
+    return source;
+}
+
+void Store::remove(const Source& source) {
+    Statement& statement = kept(remove_[source.tail], "DELETE FROM " + table_of(source.tail) + " WHERE " +
+                                                          quoted(declaration_.free_name("id")) + "=?");
+    const Resetting resetting(statement);
+    statement.bind(1, source.id);
+    statement.run();
+}
+
+void Store::update(const Source& source, const Slots& slots, const Batch& rows) {
+    std::string sql;
+    for (const size_t slot : slots)
+        sql += (sql.empty() ? "UPDATE " + table_of(source.tail) + " SET " : ",") +
+               quoted(declaration_.packed_column(slot).name) + "=?";
+    Statement statement(db_, sql + " WHERE " + quoted(declaration_.free_name("id")) + "=?");
+    std::vector<Packed> packed;
+    packed.reserve(slots.size());
+    int at = 1;
+    for (const size_t slot : slots) {
+        if (!source.raw) packed.emplace_back(declaration_.packed_column(slot).type, rows.columns[slot], rows.size());
+        statement.bind_blob(at++,
+                            source.raw ? std::span<const uint8_t>(rows.columns[slot].bytes) : packed.back().bytes());
+    }
+    statement.bind(at, source.id);
+    statement.run();
+}
+
+Store::Size Store::size() {
+    Size size;
+    const std::string number = quoted(declaration_.free_name("number"));
+    std::string names = key_names();
+    if (!names.empty()) names.pop_back();
+    for (const bool tail : {false, true}) {
+        Statement count(db_, "SELECT count(*),sum(" + number + ") FROM " + table_of(tail));
+        count.step();
+        size.sources += count.integer(0);
+        size.rows += count.integer(1);
+        if (names.empty()) continue;
+        Statement keys(db_, "SELECT count(*) FROM (SELECT DISTINCT " + names + " FROM " + table_of(tail) + ")");
+        keys.step();
+        size.keys = std::max(size.keys, keys.integer(0));
+    }
+    size.keys = std::max<int64_t>(size.keys, 1);
+    return size;
+}
+
+}  // namespace qvo::sqlite

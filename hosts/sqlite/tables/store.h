@@ -1,0 +1,124 @@
+// The ordinary tables that a table of chunks keeps: <name>_chunks, <name>_tail and <name>_meta.
+//
+// Both of the former have a row for each *source* of rows: the key, the first and last value of the ORDER column, the
+// number of rows, and a value for each packed column. In <name>_chunks they are stored sequences, and sources of a key do
+// not overlap. In <name>_tail they may, and few rows are kept `raw`, as arrays, since a stored sequence has a price of its
+// own. Without an ORDER column, first and last number a key's sources in the order in which their rows came.
+#pragma once
+
+#include <map>
+#include <memory>
+
+#include "tables/keys.h"
+
+namespace qvo::sqlite {
+
+/// Numbers of the first version, and of those that this extension reads.
+inline constexpr int schema_version = 1;
+
+struct Source {
+    bool tail = false, raw = false;
+    int64_t id = 0;
+    int64_t first = 0, last = 0;  // ranks
+    size_t number = 0;            // rows
+};
+
+/// Ranks from the first up to and with the last.
+struct Range {
+    int64_t first = lowest_rank, last = highest_rank;
+    bool empty() const { return first > last; }
+    bool is_all() const { return first == lowest_rank && last == highest_rank; }
+};
+
+/// Which columns of a source are wanted, by slot, ascending.
+using Slots = std::vector<size_t>;
+
+class Store;
+
+/// A row of a source with the columns asked for. Their bytes stay in place as long as it lives.
+class StoredRow {
+ public:
+    StoredRow(Store& store, const Source& source, const Slots& slots);
+    ~StoredRow();
+    StoredRow(StoredRow&&) noexcept;
+    StoredRow& operator=(StoredRow&&) = delete;
+
+    const Source& source() const { return source_; }
+    /// The bytes of a column: a stored sequence, or an array if the source is raw.
+    std::span<const uint8_t> bytes(size_t slot) const;
+    sqlite3_value* value(size_t slot) const;
+    /// Appends positions from `from` up to `to` to a vector.
+    void read(size_t slot, size_t from, size_t to, Vector& values) const;
+    /// The first position whose value in the ORDER column is at least the rank, or above it.
+    size_t find(int64_t rank, bool above) const;
+
+ private:
+    int column_of(size_t slot) const;
+    Store* store_;
+    Source source_;
+    Slots slots_;
+    Statement statement_;
+};
+
+class Store {
+ public:
+    Store(sqlite3* db, std::string schema, std::string name, Declaration declaration)
+        : db_(db), schema_(std::move(schema)), name_(std::move(name)), declaration_(std::move(declaration)) {}
+
+    sqlite3* db() const { return db_; }
+    const std::string& schema() const { return schema_; }
+    const std::string& name() const { return name_; }
+    const Declaration& declaration() const { return declaration_; }
+
+    void create();
+    void drop();
+    void rename(const std::string& name);
+    /// Throws if the tables are of a version that this extension does not read. Not while the schema is read, when the
+    /// tables may be on their way to another name.
+    void check_version();
+
+    /// Sources of a key that may hold rows of a range, in the order of their first rows; of chunks alone, or of the tail.
+    std::vector<Source> sources(bool tail, const Key& key, const Range& range);
+    /// The source of a number with its key, if there is one.
+    bool find(bool tail, int64_t id, Source& source, Key& key);
+    /// The first key behind another one, or the first of all without one. Nothing at the end.
+    std::optional<Key> next_key(const Key* after);
+
+    /// Writes a source; returns it with its number.
+    Source insert(bool tail, const Key& key, const Batch& rows, int64_t place);
+    void remove(const Source& source);
+    /// Writes columns of a source anew.
+    void update(const Source& source, const Slots& slots, const Batch& rows);
+
+    /// What is known of the whole.
+    struct Size {
+        int64_t rows = 0, sources = 0, keys = 0;
+    };
+    Size size();
+
+    std::string shadow(const char* suffix) const { return quoted(schema_) + "." + quoted(name_ + suffix); }
+    /// Lets go of all statements.
+    void close();
+
+    std::string where(const char* words, const Source& source) const;
+    [[noreturn]] void damaged(const Source& source, const std::string& what) const;
+
+ private:
+    friend class StoredRow;
+    std::string key_names() const;
+    std::string table_of(bool tail) const { return shadow(tail ? "_tail" : "_chunks"); }
+    std::string definition(bool tail) const;
+    Source source_of(const Statement& row, int first, bool tail) const;
+    int bind_rank(Statement& statement, int i, int64_t rank) const;
+    Statement& kept(Statement& statement, const std::string& sql);
+
+    sqlite3* db_;
+    std::string schema_, name_;
+    Declaration declaration_;
+    Statement sources_[2], find_[2], next_key_[2], first_key_[2], insert_[2], remove_[2];
+    bool version_is_known_ = false;
+    // Statements that read columns, which many cursors may want at once.
+    std::map<std::pair<bool, Slots>, std::vector<Statement>> readers_;
+};
+
+}  // namespace qvo::sqlite

@@ -1,0 +1,54 @@
+// The modules `qvoseq` and `qvoseq_sequences`: what a connection shares between their tables.
+#pragma once
+
+#include "host.h"
+#include "tables/selection.h"
+#include "tables/tail.h"
+
+namespace qvo::sqlite {
+
+struct Table;
+
+/// The tables of chunks that a connection has open.
+struct Tables {
+    sqlite3* db;
+    std::vector<Table*> open;
+
+    /// The table of a name in a schema, if it is open.
+    Table* find(const std::string& schema, const std::string& name) const;
+};
+
+/// A table of chunks, seen as rows.
+struct Table : sqlite3_vtab {
+    Table(std::shared_ptr<Tables> shared, std::string schema, std::string name, Declaration declaration)
+        : sqlite3_vtab{},
+          tables(std::move(shared)),
+          store(tables->db, std::move(schema), std::move(name), std::move(declaration)),
+          tail(store) {
+        tables->open.push_back(this);
+    }
+    ~Table() { std::erase(tables->open, this); }
+    Table(const Table&) = delete;
+    Table& operator=(const Table&) = delete;
+
+    /// The size, as far as costs need it.
+    const Store::Size& size() {
+        if (!known_size) known_size = store.size();
+        return *known_size;
+    }
+
+    std::shared_ptr<Tables> tables;
+    Store store;
+    Tail tail;
+    Tail::Row row;  // room for one
+    std::optional<Store::Size> known_size;
+};
+
+/// The suffix of the table of sequences.
+inline constexpr char sequences_suffix[] = "_seq";
+
+int register_rows(sqlite3* db, const std::shared_ptr<Tables>& tables);
+int register_sequences(sqlite3* db, const std::shared_ptr<Tables>& tables);
+int register_maintenance(sqlite3* db, const std::shared_ptr<Tables>& tables);
+
+}  // namespace qvo::sqlite
