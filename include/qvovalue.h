@@ -42,9 +42,18 @@ typedef enum {
     QVO_VALUE_INTERRUPTED = 4, /* the caller's `interrupted` said so */
 } qvo_value_code_t;
 
+/* What a QVO_VALUE_ERROR is about, for hosts that have classes of errors. */
+typedef enum {
+    QVO_FAULT_VALUE = 0,    /* a value, length or position that is not accepted; bytes that are not a sequence */
+    QVO_FAULT_TYPE = 1,     /* a kind of argument or a type that is not accepted; a wrong number of arguments */
+    QVO_FAULT_OVERFLOW = 2, /* a result that its type does not hold */
+    QVO_FAULT_LIMIT = 3,    /* more positions than the budget allows */
+} qvo_fault_t;
+
 typedef struct {
     qvo_value_code_t code;
-    char message[500]; /* zero-terminated UTF-8, cut where it is longer */
+    char message[496]; /* zero-terminated UTF-8, cut where it is longer */
+    qvo_fault_t fault;
 } qvo_error_t;
 
 /* ---- Data ---------------------------------------------------------------------------------------- */
@@ -222,11 +231,30 @@ QVO_VALUE_API qvo_value_code_t qvo_expression_stored(const void* bytes, size_t s
 QVO_VALUE_API qvo_value_code_t qvo_expression_array(qvo_type_t type, unsigned width, const void* values, uint64_t count,
                                                     void (*release)(void* owner), void* owner,
                                                     qvo_expression_t** expression, qvo_error_t* error);
-/* A call of a function that gives a sequence. Arguments may be scalars or expressions. Nothing is computed. */
+/*
+ * An array of runs, read in place: values[i] stands at the positions from ends[i - 1] (from 0 before the first) up to, not
+ * including, ends[i]. The ends ascend from 1 and are signed integers of end_width 2, 4 or 8 bytes. Of these positions the
+ * `count` from `first` on are meant. Runs stay runs.
+ */
+QVO_VALUE_API qvo_value_code_t qvo_expression_runs(qvo_type_t type, unsigned width, const void* values,
+                                                   const void* ends, unsigned end_width, uint64_t n_runs,
+                                                   uint64_t first, uint64_t count, void (*release)(void* owner),
+                                                   void* owner, qvo_expression_t** expression, qvo_error_t* error);
+/*
+ * A call of a function that gives a sequence. Arguments may be scalars or expressions. Nothing is computed; the number,
+ * kinds, ranges and types of arguments are checked.
+ */
 QVO_VALUE_API qvo_value_code_t qvo_expression_call(const qvo_function_t* function, const qvo_datum_t* arguments,
                                                    size_t n, qvo_expression_t** expression, qvo_error_t* error);
 QVO_VALUE_API void qvo_expression_retain(qvo_expression_t* expression);
 QVO_VALUE_API void qvo_expression_release(qvo_expression_t* expression);
+
+/*
+ * The type of the sequence; width may be null. Types follow from types: nothing is computed, but for a cast to a char as wide
+ * as its values.
+ */
+QVO_VALUE_API qvo_value_code_t qvo_expression_type(const qvo_expression_t* expression, const qvo_limits_t* limits,
+                                                   qvo_type_t* type, unsigned* width, qvo_error_t* error);
 
 /* Evaluates to a stored sequence, which the caller frees. */
 QVO_VALUE_API qvo_value_code_t qvo_expression_evaluate(const qvo_expression_t* expression, const qvo_limits_t* limits,
@@ -239,6 +267,14 @@ QVO_VALUE_API qvo_value_code_t qvo_expression_evaluate(const qvo_expression_t* e
 QVO_VALUE_API qvo_value_code_t qvo_expression_read(const qvo_expression_t* expression, const qvo_limits_t* limits,
                                                    void** values, qvo_type_t* type, unsigned* width, uint64_t* count,
                                                    qvo_error_t* error);
+
+/*
+ * Evaluates to an array of runs as qvo_expression_runs takes it, with ends of 4 bytes: neighbours differ. The caller frees
+ * both arrays with qvo_value_free; null for no positions. type and width may be null.
+ */
+QVO_VALUE_API qvo_value_code_t qvo_expression_read_runs(const qvo_expression_t* expression, const qvo_limits_t* limits,
+                                                        void** values, int32_t** ends, qvo_type_t* type,
+                                                        unsigned* width, uint64_t* n_runs, qvo_error_t* error);
 
 /* ---- Reading a part ------------------------------------------------------------------------------ */
 

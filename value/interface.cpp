@@ -59,12 +59,29 @@ qvo_value_code_t code_of(Failure::Code code) {
     return QVO_VALUE_ERROR;
 }
 
+qvo_fault_t fault_of(Fault fault) {
+    switch (fault) {
+        case Fault::type:
+            return QVO_FAULT_TYPE;
+        case Fault::overflow:
+            return QVO_FAULT_OVERFLOW;
+        case Fault::limit:
+            return QVO_FAULT_LIMIT;
+        case Fault::argument:
+        case Fault::value:
+        case Fault::interrupted:
+            break;
+    }
+    return QVO_FAULT_VALUE;
+}
+
 /// Tells the caller of the current exception.
 qvo_value_code_t report(std::string_view function, qvo_error_t* error) noexcept {
     const Failure failure = current_failure(function);
     const qvo_value_code_t code = code_of(failure.code);
     if (error == nullptr) return code;
     error->code = code;
+    error->fault = fault_of(failure.fault);
     const std::string_view text =
         failure.code == Failure::Code::memory ? std::string_view("out of memory") : std::string_view(failure.message);
     size_t n = std::min(text.size(), sizeof error->message - 1);
@@ -220,6 +237,26 @@ struct Owner {
     }
 };
 
+std::shared_ptr<const Expression> made_of(std::span<const uint8_t> bytes, Expression::Keep keep) {
+    return Expression::of_stored(bytes, std::move(keep));
+}
+std::shared_ptr<const Expression> made_of(const Array& array, Expression::Keep keep) {
+    return Expression::of_array(array, std::move(keep));
+}
+std::shared_ptr<const Expression> made_of(const RunArray& runs, Expression::Keep keep) {
+    return Expression::of_runs(runs, std::move(keep));
+}
+
+/// An expression of what belongs to an owner.
+template <class Source> qvo_expression_t* owned(const Source& source, void (*release)(void*), void* owner) {
+    const auto kept = std::make_shared<Owner>();
+    auto made = std::make_unique<qvo_expression>();
+    made->expression = made_of(source, kept);
+    kept->release = release;
+    kept->owner = owner;
+    return made.release();
+}
+
 }  // namespace
 
 extern "C" {
@@ -359,28 +396,26 @@ QVO_VALUE_API qvo_value_code_t qvo_rows_column(qvo_rows_t* rows, unsigned column
 
 QVO_VALUE_API qvo_value_code_t qvo_expression_stored(const void* bytes, size_t size, void (*release)(void* owner),
                                                      void* owner, qvo_expression_t** expression, qvo_error_t* error) {
-    return guarded({}, error, [&] {
-        const std::span all(static_cast<const uint8_t*>(bytes), size);
-        const auto kept = std::make_shared<Owner>();
-        auto made = std::make_unique<qvo_expression>();
-        made->expression = Expression::of_stored(all, kept);
-        kept->release = release;
-        kept->owner = owner;
-        *expression = made.release();
-    });
+    return guarded({}, error, [&] { *expression = owned(span_of(bytes, size), release, owner); });
 }
 
 QVO_VALUE_API qvo_value_code_t qvo_expression_array(qvo_type_t type, unsigned width, const void* values, uint64_t count,
                                                     void (*release)(void* owner), void* owner,
                                                     qvo_expression_t** expression, qvo_error_t* error) {
     return guarded({}, error, [&] {
-        const ValueType of = type_of_array(type, width);
-        const auto kept = std::make_shared<Owner>();
-        auto made = std::make_unique<qvo_expression>();
-        made->expression = Expression::of_array({of, values, count}, kept);
-        kept->release = release;
-        kept->owner = owner;
-        *expression = made.release();
+        *expression = owned(Array{type_of_array(type, width), values, count}, release, owner);
+    });
+}
+
+QVO_VALUE_API qvo_value_code_t qvo_expression_runs(qvo_type_t type, unsigned width, const void* values,
+                                                   const void* ends, unsigned end_width, uint64_t n_runs,
+                                                   uint64_t first, uint64_t count, void (*release)(void* owner),
+                                                   void* owner, qvo_expression_t** expression, qvo_error_t* error) {
+    return guarded({}, error, [&] {
+        if (end_width != 2 && end_width != 4 && end_width != 8)
+            throw Error(Fault::argument, "the ends of runs must be of 2, 4 or 8 bytes");
+        const RunArray runs{type_of_array(type, width), values, ends, end_width, n_runs, first, count};
+        *expression = owned(runs, release, owner);
     });
 }
 
@@ -405,6 +440,16 @@ QVO_VALUE_API void qvo_expression_release(qvo_expression_t* expression) {
     if (expression != nullptr && --expression->references == 0) delete expression;
 }
 
+QVO_VALUE_API qvo_value_code_t qvo_expression_type(const qvo_expression_t* expression, const qvo_limits_t* limits,
+                                                   qvo_type_t* type, unsigned* width, qvo_error_t* error) {
+    return guarded({}, error, [&] {
+        Plan plan(limits_of(limits));
+        const ValueType of = expression->expression->type(plan);
+        *type = static_cast<qvo_type_t>(of.type);
+        if (width != nullptr) *width = of.width;
+    });
+}
+
 QVO_VALUE_API qvo_value_code_t qvo_expression_evaluate(const qvo_expression_t* expression, const qvo_limits_t* limits,
                                                        qvo_datum_t* result, qvo_error_t* error) {
     return guarded({}, error, [&] {
@@ -424,6 +469,21 @@ QVO_VALUE_API qvo_value_code_t qvo_expression_read(const qvo_expression_t* expre
         if (width != nullptr) *width = series.type.width;
         if (count != nullptr) *count = all.size() / series.type.width;
         *values = all.release();
+    });
+}
+
+QVO_VALUE_API qvo_value_code_t qvo_expression_read_runs(const qvo_expression_t* expression, const qvo_limits_t* limits,
+                                                        void** values, int32_t** ends, qvo_type_t* type,
+                                                        unsigned* width, uint64_t* n_runs, qvo_error_t* error) {
+    return guarded({}, error, [&] {
+        Plan plan(limits_of(limits));
+        const Series series = expression->expression->build(plan);
+        RunBuffers all = to_runs(plan, series);
+        if (type != nullptr) *type = static_cast<qvo_type_t>(series.type.type);
+        if (width != nullptr) *width = series.type.width;
+        *n_runs = all.n;
+        *values = all.values.release();
+        *ends = reinterpret_cast<int32_t*>(all.ends.release());
     });
 }
 

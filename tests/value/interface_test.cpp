@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <ctime>
 #include <thread>
 
@@ -148,6 +149,101 @@ TEST(Interface, ErrorsNameTheFunctionWithinAndLeaveResultsAsTheyWere) {
     EXPECT_EQ(qvo_call(named("add"), few, 1, nullptr, &result, nullptr), QVO_VALUE_ERROR) << "nobody asked why";
     EXPECT_EQ(result.as.integer, 77);
     EXPECT_EQ(qvo_function_named("no such function"), nullptr);
+}
+
+/// Runs of 1, of some hundreds and of thousands, with ends of a width.
+template <class End> void check_runs(unsigned end_width) {
+    const std::vector<double> values{1.5, -0.0, 0.0, NAN, 7, 7, 2};
+    const std::vector<End> ends{1, 2, 300, 301, 5000, 5001, 9000};
+    std::vector<double> expanded;
+    for (size_t i = 0; i < values.size(); ++i) expanded.resize(static_cast<size_t>(ends[i]), values[i]);
+    for (const auto& [first, count] : {std::pair<size_t, size_t>{0, 9000}, {1, 8998}, {299, 2}, {4999, 2}, {9000, 0}}) {
+        qvo_expression_t* made = nullptr;
+        qvo_error_t error{};
+        ASSERT_EQ(qvo_expression_runs(QVO_TYPE_DOUBLE, 0, values.data(), ends.data(), end_width, values.size(), first,
+                                      count, nullptr, nullptr, &made, &error),
+                  QVO_VALUE_OK)
+            << error.message;
+        const Expression runs = owned(made);
+        const auto* const from = expanded.data() + first;
+        const std::vector<double> part(from, from + count);
+        const Expression flat = array(QVO_TYPE_DOUBLE, part);
+        EXPECT_TRUE(stored(runs) == stored(flat)) << first;
+        void* read_values = nullptr;
+        int32_t* read_ends = nullptr;
+        uint64_t n = 0;
+        ASSERT_EQ(qvo_expression_read_runs(runs.get(), nullptr, &read_values, &read_ends, nullptr, nullptr, &n, &error),
+                  QVO_VALUE_OK);
+        size_t at = 0;
+        for (uint64_t i = 0; i < n; ++i)
+            for (; at < static_cast<size_t>(read_ends[i]); ++at)
+                EXPECT_EQ(std::memcmp(static_cast<double*>(read_values) + i, from + at, sizeof(double)), 0);
+        EXPECT_EQ(at, count);
+        EXPECT_TRUE(first != 0 || n == 6) << "the two sevens are one run, not " << n;
+        qvo_value_free(read_values);
+        qvo_value_free(read_ends);
+    }
+}
+
+TEST(Interface, RunsComeAndGoAsRuns) {
+    check_runs<int16_t>(2);
+    check_runs<int32_t>(4);
+    check_runs<int64_t>(8);
+    const double values[] = {1, 2, 3};
+    const std::vector<std::vector<int32_t>> wrong{{0, 1, 2}, {-1, 5, 9}, {1, 1, 2}, {3, 2, 9}, {1, 2, 4}};
+    for (const auto& ends : wrong) {
+        qvo_expression_t* made = nullptr;
+        qvo_error_t error{};
+        EXPECT_EQ(
+            qvo_expression_runs(QVO_TYPE_DOUBLE, 0, values, ends.data(), 4, 3, 2, 3, nullptr, nullptr, &made, &error),
+            QVO_VALUE_ERROR);
+        EXPECT_EQ(made, nullptr);
+        EXPECT_STRNE(error.message, "");
+    }
+}
+
+TEST(Interface, TypesAreKnownBeforeValues) {
+    const std::vector<int64_t> numbers{9, 10, 11};
+    const std::vector<float> two{1, 2};
+    const Expression x = array(QVO_TYPE_INT8, numbers), floats = array(QVO_TYPE_FLOAT, two);
+    const auto type_of = [](const Expression& e, unsigned* width) {
+        qvo_type_t type{};
+        EXPECT_EQ(qvo_expression_type(e.get(), nullptr, &type, width, nullptr), QVO_VALUE_OK);
+        return type;
+    };
+    EXPECT_EQ(type_of(expression("add", x, floats), nullptr), QVO_TYPE_DOUBLE) << "lengths are not looked at";
+    EXPECT_EQ(type_of(expression("diff", expression("sort", expression("gt", x, datum(5)))), nullptr), QVO_TYPE_DOUBLE);
+    EXPECT_EQ(type_of(expression("reverse", expression("filter", x, expression("gt", x, datum(5)))), nullptr),
+              QVO_TYPE_INT8);
+    const Value name = Value::text("char");
+    unsigned width = 0;
+    EXPECT_EQ(type_of(expression("reverse", expression("cast", x, name.datum())), &width), QVO_TYPE_CHAR);
+    EXPECT_EQ(width, 2u) << "the widest text decides";
+}
+
+TEST(Interface, FaultsHaveKindsAndComeEarly) {
+    const std::vector<int64_t> large{INT64_MAX, 2};
+    const Expression x = array(QVO_TYPE_INT8, large), t = array(QVO_TYPE_TIMESTAMP, large);
+    const auto refused = [](const char* name, std::vector<qvo_datum_t> arguments) {
+        qvo_expression_t* made = nullptr;
+        qvo_error_t error{};
+        if (qvo_expression_call(named(name), arguments.data(), arguments.size(), &made, &error) == QVO_VALUE_OK) {
+            qvo_datum_t result{};
+            EXPECT_EQ(qvo_expression_evaluate(made, nullptr, &result, &error), QVO_VALUE_ERROR) << name;
+            qvo_expression_release(made);
+            return std::pair{error.fault, false};
+        }
+        return std::pair{error.fault, true};
+    };
+    EXPECT_EQ(refused("rolling_mean", {datum(x), datum(0)}), (std::pair{QVO_FAULT_VALUE, true}));
+    EXPECT_EQ(refused("rolling_mean", {datum(x)}), (std::pair{QVO_FAULT_TYPE, true}));
+    EXPECT_EQ(refused("rolling_mean", {datum(x), datum(x)}), (std::pair{QVO_FAULT_TYPE, true}));
+    EXPECT_EQ(refused("cumsum", {datum(t)}), (std::pair{QVO_FAULT_TYPE, true}));
+    EXPECT_EQ(refused("add", {datum(t), datum(t)}), (std::pair{QVO_FAULT_TYPE, true}));
+    EXPECT_EQ(refused("add", {datum(x), datum(1)}), (std::pair{QVO_FAULT_OVERFLOW, false}));
+    EXPECT_EQ(refused("cumsum", {datum(x)}), (std::pair{QVO_FAULT_OVERFLOW, false}));
+    EXPECT_EQ(refused("mod", {datum(x), datum(0)}), (std::pair{QVO_FAULT_VALUE, false}));
+    EXPECT_EQ(refused("take", {datum(x), datum(x)}), (std::pair{QVO_FAULT_VALUE, false}));
 }
 
 TEST(Interface, AggregatesGoOnAfterTheyAreAsked) {

@@ -10,7 +10,8 @@ namespace qvo::value {
 
 /// What an error is about, for hosts that have classes of errors.
 enum class Fault {
-    argument,     // a type, value, length or position that the function does not accept
+    argument,     // a value, length or position that the function does not accept
+    type,         // a kind of argument, or a type of sequence, that it does not accept; a wrong number of arguments
     value,        // bytes that are not a stored sequence, or are damaged
     overflow,     // a result that its type cannot hold
     limit,        // more positions than the budget allows

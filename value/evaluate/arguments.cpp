@@ -129,7 +129,7 @@ ValueType type_of(const Datum& datum) {
 Arguments::Arguments(const Function& function, std::span<const Argument> arguments, Plan& plan)
     : function_(function), arguments_(arguments), plan_(plan) {
     if (arguments.size() < function.fewest() || arguments.size() > function.most())
-        throw Error(Fault::argument, "wrong number of arguments: " + std::to_string(arguments.size()));
+        throw Error(Fault::type, "wrong number of arguments: " + std::to_string(arguments.size()));
     for (size_t i = 0; i < arguments.size(); ++i)
         if (!is_null(i)) check(i);
 }
@@ -138,19 +138,25 @@ const Parameter& Arguments::parameter(size_t i) const {
     return function_.parameters[std::min(i, function_.n_parameters() - 1)];
 }
 
-void Arguments::refuse(size_t i, const std::string& sentence) const {
-    throw Error(Fault::argument, "argument " + std::to_string(i + 1) + ": " + sentence);
+void Arguments::refuse(size_t i, const std::string& sentence, Fault fault) const {
+    throw Error(fault, "argument " + std::to_string(i + 1) + ": " + sentence);
+}
+
+void Arguments::refuse_type(size_t i, const std::string& wanted, ValueType came) const {
+    refuse(i, std::string(parameter(i).name) + " must be a sequence " + wanted + ", got a sequence of " + name_of(came),
+           Fault::type);
 }
 
 void Arguments::check(size_t i) const {
     const Parameter& p = parameter(i);
     if (const Expression* expression = arguments_[i].expression; expression != nullptr) {
         if (p.takes != Takes::sequence && p.takes != Takes::operand && p.takes != Takes::nullable)
-            refuse(i, std::string(p.name) + " must be " + wanted(p) + ", got a sequence");
+            refuse(i, std::string(p.name) + " must be " + wanted(p) + ", got a sequence", Fault::type);
         return;
     }
     const Datum& d = datum(i);
-    if (!kind_fits(p.takes, d.kind)) refuse(i, std::string(p.name) + " must be " + wanted(p) + ", got " + described(d));
+    if (!kind_fits(p.takes, d.kind))
+        refuse(i, std::string(p.name) + " must be " + wanted(p) + ", got " + described(d), Fault::type);
     if (p.takes == Takes::real && std::isnan(d.real)) refuse(i, std::string(p.name) + " must be a number, got NaN");
     if (p.takes != Takes::integer) return;
     if (d.integer < p.lowest)
@@ -162,8 +168,10 @@ void Arguments::check(size_t i) const {
 void Arguments::check_type(size_t i, ValueType type) const {
     const Parameter& p = parameter(i);
     if (accepts(p.of, type.type)) return;
-    refuse(i, std::string(p.name) + " must be " + wanted(p) + ", got a sequence of " + name_of(type) +
-                  (p.of == Of::text || type.type == Type::char_ ? "" : "; cast converts it"));
+    refuse(i,
+           std::string(p.name) + " must be " + wanted(p) + ", got a sequence of " + name_of(type) +
+               (p.of == Of::text || type.type == Type::char_ ? "" : "; cast converts it"),
+           Fault::type);
 }
 
 bool Arguments::any_null() const {
@@ -190,11 +198,19 @@ Series Arguments::series(size_t i) {
     return series;
 }
 
+const Array* Arguments::array(size_t i) const {
+    return arguments_[i].expression == nullptr || plan_.describes() ? nullptr : arguments_[i].expression->array();
+}
+
+ValueType Arguments::type(size_t i) {
+    return arguments_[i].expression == nullptr ? stored(i).type() : arguments_[i].expression->type(plan_);
+}
+
 const Stored& Arguments::stored(size_t i) {
     if (stored_[i]) return *stored_[i];
     std::span<const uint8_t> bytes = datum(i).bytes;
     if (const Expression* expression = arguments_[i].expression; expression != nullptr) {
-        if (expression->is_stored()) {
+        if (expression->is_stored() && !plan_.describes()) {
             bytes = expression->datum().bytes;
         } else {
             bytes = plan_.keep_bytes(to_stored(plan_, expression->build(plan_)));

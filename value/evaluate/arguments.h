@@ -11,6 +11,7 @@
 namespace qvo::value {
 
 class Expression;
+struct Array;
 
 /// An argument as a host gives it: a datum, or an expression.
 struct Argument {
@@ -47,13 +48,19 @@ class Arguments {
     Series series(size_t i);
     /// A sequence argument as a stored value, for functions that look at it as a whole. An expression is evaluated first.
     const Stored& stored(size_t i);
+    /// An argument that is an array in memory, or null.
+    const Array* array(size_t i) const;
+    /// The type of a sequence argument, without reading it.
+    ValueType type(size_t i);
     /// The scalar of an argument as a value of a type; an error if it does not fit.
     Scalar scalar(size_t i, ValueType type) const;
     /// An operand: the sequence, or the scalar as a constant sequence of the type that scalars of its kind have.
     Series operand(size_t i);
 
     /// An error about an argument: `argument 2: ` and the sentence.
-    [[noreturn]] void refuse(size_t i, const std::string& sentence) const;
+    [[noreturn]] void refuse(size_t i, const std::string& sentence, Fault fault = Fault::argument) const;
+    /// An error about the type of a sequence: `argument 2: u must be a sequence`, what is wanted, what came.
+    [[noreturn]] void refuse_type(size_t i, const std::string& wanted, ValueType came) const;
 
  private:
     const Parameter& parameter(size_t i) const;

@@ -56,13 +56,13 @@ Failure current_failure(std::string_view function) noexcept {
             const std::string_view named = error.function().empty() ? function : error.function();
             const std::string prefix = named.empty() ? "" : "seq_" + std::string(named) + ": ";
             return {error.fault() == Fault::interrupted ? Failure::Code::interrupted : Failure::Code::error,
-                    prefix + error.what()};
-        } catch (const std::bad_alloc&) { return {Failure::Code::memory, {}}; } catch (const std::length_error&) {
-            return {Failure::Code::memory, {}};
+                    error.fault(), prefix + error.what()};
+        } catch (const std::bad_alloc&) { return {Failure::Code::memory, {}, {}}; } catch (const std::length_error&) {
+            return {Failure::Code::memory, {}, {}};
         } catch (const std::exception& error) {
-            return {Failure::Code::error, "seq_" + std::string(function) + ": internal error: " + error.what()};
+            return {Failure::Code::error, {}, "seq_" + std::string(function) + ": internal error: " + error.what()};
         }
-    } catch (...) { return {Failure::Code::memory, {}}; }
+    } catch (...) { return {Failure::Code::memory, {}, {}}; }
 }
 
 }  // namespace qvo::value

@@ -20,6 +20,7 @@ std::unique_ptr<Rows> open_rows(const Function& function, std::span<const Argume
 /// The current exception as a host sees it: what it is about, and `seq_name: sentence`.
 struct Failure {
     enum class Code : uint8_t { error, memory, interrupted } code;
+    Fault fault = Fault::argument;
     std::string message;
 };
 Failure current_failure(std::string_view function) noexcept;

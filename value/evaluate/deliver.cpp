@@ -12,6 +12,28 @@ Buffer to_stored(Plan& plan, const Series& series, WriterOptions options) {
     return writer.finish();
 }
 
+RunBuffers to_runs(Plan& plan, const Series& series) {
+    const size_t width = series.type.width;
+    RunBuffers all;
+    uint64_t position = 0;
+    for_each_tile(plan, series, [&](const char* values, const uint8_t* runs, size_t n) {
+        if (sum_runs(runs, n) > INT32_MAX - position)
+            throw Error(Fault::limit, "more than 2147483647 positions do not fit the ends of runs");
+        plan.within_budget(all.n + n);
+        for (size_t i = 0; i < n; ++i, values += width) {
+            position += get_run(runs, i);
+            if (all.n == 0 || std::memcmp(all.values.data() + (all.n - 1) * width, values, width) != 0) {
+                all.values.append(values, width);
+                all.ends.extend(sizeof(int32_t));
+                ++all.n;
+            }
+            const auto end = static_cast<int32_t>(position);
+            std::memcpy(all.ends.data() + (all.n - 1) * sizeof end, &end, sizeof end);
+        }
+    });
+    return all;
+}
+
 Buffer to_array(Plan& plan, const Series& series) {
     const size_t width = series.type.width;
     Buffer all;

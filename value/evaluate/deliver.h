@@ -17,6 +17,14 @@ template <class Take> void for_each_tile(Plan& plan, const Series& series, Take 
 /// All positions of a series, one value after the other; they count against the budget.
 Buffer to_array(Plan& plan, const Series& series);
 
+/// A series by runs: each value that differs, bit by bit, from the one before it, and where its run ends. At most 2^31 - 1
+/// positions; runs count against the budget.
+struct RunBuffers {
+    Buffer values, ends;  // of int32_t
+    uint64_t n = 0;       // runs
+};
+RunBuffers to_runs(Plan& plan, const Series& series);
+
 /// All positions of a series as an array, runs expanded; they count against the budget.
 template <class V> std::vector<V> to_vector(Plan& plan, const Series& series) {
     std::vector<V> all;

@@ -58,6 +58,14 @@ class Plan {
 
     const Limits& limits() const { return limits_; }
 
+    /// A plan that is made only to find the type of a call's result: every argument is an empty sequence of its type,
+    /// whose length is not known.
+    bool describes() const { return describes_; }
+    void describe() { describes_ = true; }
+    /// Told by a function whose result has a type that values decide.
+    void type_depends_on_values() { type_is_known_ = false; }
+    bool type_is_known() const { return type_is_known_; }
+
     /// While it lives, operators are made for the named function of the catalog.
     class Naming {
      public:
@@ -128,6 +136,7 @@ class Plan {
 
     Limits limits_;
     unsigned polled_ = 0;
+    bool describes_ = false, type_is_known_ = true;
     std::string_view function_;
     std::exception_ptr fault_;
     std::vector<std::unique_ptr<std::vector<Argument>>> arguments_;

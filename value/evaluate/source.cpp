@@ -1,7 +1,9 @@
 #include "evaluate/source.h"
 
+#include <algorithm>
 #include <cstring>
 
+#include "core/move.h"
 #include "core/tile.h"
 #include "evaluate/expression.h"
 #include "evaluate/scalar.h"
@@ -65,6 +67,45 @@ class StoredSource final : public Operator {
     bool open_ = false;
 };
 
+class RunSource final : public Operator {
+ public:
+    explicit RunSource(const RunArray& runs)
+        : runs_(runs), values_(static_cast<const uint8_t*>(runs.values)), at_(runs.first), end_(runs.first + runs.n) {
+        for (uint64_t beyond = runs.n_runs; run_ < beyond;) {  // the run that holds the first position
+            const uint64_t middle = run_ + (beyond - run_) / 2;
+            if (end_of(middle) > at_)
+                beyond = middle;
+            else
+                run_ = middle + 1;
+        }
+    }
+
+    QVO_RET next(qvo_seq_iterator_h it) override {
+        if (at_ == end_) return QVO_S_CURSOR_END;
+        const size_t width = runs_.type.width;
+        TileWriter out(it, capacity_of(width));
+        with_mover(width, [&](auto mover) {
+            while (at_ != end_ && out.room() != 0) {
+                const uint64_t end = std::min(end_of(run_), end_);
+                const auto run = static_cast<unsigned>(std::min<uint64_t>(end - at_, max_run));
+                mover.move(it->tile.u.arr_uint1, out.size(), values_, run_);
+                out.put_run(run);
+                at_ += run;
+                if (at_ == end) ++run_;
+            }
+        });
+        return out.finish(QVO_S_OK);
+    }
+
+ private:
+    uint64_t end_of(uint64_t run) const { return static_cast<uint64_t>(runs_.end(run)); }
+
+    RunArray runs_;
+    const uint8_t* values_;
+    uint64_t run_ = 0;
+    uint64_t at_, end_;  // positions
+};
+
 /// Ends with the series; checks then that its operands end there too.
 class EqualLengths final : public Operator {
  public:
@@ -109,6 +150,8 @@ Series array_source(Plan& plan, const Array& array) {
     it->owned_buf = 0;
     return {it, array.type, array.n};
 }
+
+Series run_source(Plan& plan, const RunArray& runs) { return plan.make<RunSource>(runs.type, runs.n, runs); }
 
 Series constant_source(Plan& plan, const Scalar& scalar) {
     qvo_seq_iterator_h it = plan.iterator();

@@ -8,6 +8,7 @@
 namespace qvo::value {
 
 struct Array;
+struct RunArray;
 
 /// A stored sequence, tile by tile: decoded straight into operators' tiles, runs as they are stored. The bytes must
 /// outlive the plan. With a range: only positions first .. last - 1.
@@ -16,6 +17,9 @@ Series stored_source(Plan& plan, const Stored& stored, uint64_t first, uint64_t 
 
 /// An array, which must outlive the plan.
 Series array_source(Plan& plan, const Array& array);
+
+/// An array of runs, which must outlive the plan. Runs stay runs.
+Series run_source(Plan& plan, const RunArray& runs);
 
 /// A value at every position; it never ends.
 Series constant_source(Plan& plan, const Scalar& scalar);

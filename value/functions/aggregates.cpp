@@ -126,9 +126,7 @@ class Kept : public Aggregate {
  protected:
     void meet_type(const Arguments& row, ValueType type) {
         const std::optional<ValueType> met = type_ ? meet(*type_, type) : type;
-        if (!met)
-            row.refuse(0,
-                       "x must be a sequence that meets " + name_of(*type_) + ", got a sequence of " + name_of(type));
+        if (!met) row.refuse_type(0, "that meets " + name_of(*type_), type);
         type_ = met;
     }
     void save_kept(Buffer& to) const {

@@ -59,8 +59,7 @@ Series shift(Plan& plan, Arguments& a) {
     const Moved x = moved(plan, a, 0, a.integer(1));
     if (a.has(2)) return framed(plan, x.before, x.unpaired_first, x.unpaired_last, a.scalar(2, x.before.type));
     if (!is_number(x.before.type.type))
-        a.refuse(0, "x must be a sequence of numbers if no third argument says what to fill in, got a sequence of " +
-                        name_of(x.before.type));
+        a.refuse_type(0, "of numbers if no third argument says what to fill in", x.before.type);
     return framed(plan, widened(plan, x.before, double_), x.unpaired_first, x.unpaired_last, missing_double());
 }
 

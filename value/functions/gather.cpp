@@ -161,9 +161,7 @@ class Join final : public Gathering {
     void step(Arguments& row) override {
         const Stored& x = row.stored(0);
         const std::optional<ValueType> type = parts_.empty() ? x.type() : meet(type_, x.type());
-        if (!type)
-            row.refuse(
-                0, "x must be a sequence that meets " + name_of(type_) + ", got a sequence of " + name_of(x.type()));
+        if (!type) row.refuse_type(0, "that meets " + name_of(type_), x.type());
         add_key(keys_, row);
         type_ = *type;
         parts_.emplace_back(x.bytes());

@@ -193,9 +193,7 @@ class Grouping final : public Aggregate {
         Plan& plan = row.plan();
         Series k = row.series(0), x = row.series(1);
         const ValueType key_type = computed_type(k.type), type = computed_type(x.type);
-        if (!meet_types(key_type, type))
-            row.refuse(
-                0, "k must be a sequence that meets " + name_of(key_type_) + ", got a sequence of " + name_of(k.type));
+        if (!meet_types(key_type, type)) row.refuse_type(0, "that meets " + name_of(key_type_), k.type);
         if (key_type_.type != Type::char_) k = widened(plan, k, key_type_);
         x = widened(plan, x, type_);
         with_groups([&](auto& groups) {

@@ -14,7 +14,8 @@ Inputs::Inputs(Arguments& arguments, size_t n) : arguments_(arguments), n_(std::
         any_timestamp |= input.type.type == Type::timestamp;
     }
     if (!any_sequence)
-        arguments.refuse(0, "at least one argument must be a sequence, got " + described(arguments.datum(0)));
+        arguments.refuse(0, "at least one argument must be a sequence, got " + described(arguments.datum(0)),
+                         Fault::type);
     for (size_t i = 0; i < n_; ++i)
         if (inputs_[i].scalar) {
             const Datum& datum = arguments.datum(i);
@@ -27,7 +28,7 @@ void Inputs::refuse(size_t i, const std::string& wanted) const {
     const std::string name(arguments_.function().parameters[i].name);
     const std::string came =
         inputs_[i].scalar ? described(arguments_.datum(i)) : "a sequence of " + name_of(inputs_[i].type);
-    arguments_.refuse(i, name + " must be " + wanted + ", got " + came);
+    arguments_.refuse(i, name + " must be " + wanted + ", got " + came, Fault::type);
 }
 
 ValueType Inputs::meeting_type(size_t first) const {

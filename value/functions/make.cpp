@@ -2,6 +2,7 @@
 #include "base/text.h"
 #include "evaluate/cursor.h"
 #include "evaluate/deliver.h"
+#include "evaluate/expression.h"
 #include "evaluate/scalar.h"
 #include "evaluate/source.h"
 #include "evaluate/width.h"
@@ -24,9 +25,14 @@ ValueType named_type(const Arguments& arguments, size_t i) {
     return *type;
 }
 
-void length(Arguments& a, Result& result) { result.set(static_cast<int64_t>(a.stored(0).positions())); }
+void length(Arguments& a, Result& result) {
+    if (a.is_directly_stored(0)) return result.set(static_cast<int64_t>(a.stored(0).positions()));
+    const Series x = a.series(0);
+    while (!x.length && a.plan().pull(x.it)) {}
+    result.set(static_cast<int64_t>(x.length ? *x.length : x.it->next_seq_no));
+}
 
-void type(Arguments& a, Result& result) { result.set_text(name_of(a.stored(0).type())); }
+void type(Arguments& a, Result& result) { result.set_text(name_of(a.type(0))); }
 
 /// The value at a position, which exists.
 Scalar value_at(const Stored& x, uint64_t position) {
@@ -49,11 +55,14 @@ void get(Arguments& a, Result& result) {
 }
 
 Series slice(Plan& plan, Arguments& a) {
-    const Stored& x = a.stored(0);
-    const int64_t n = static_cast<int64_t>(x.positions());
+    const Array* const array = a.array(0);
+    const int64_t n = static_cast<int64_t>(array != nullptr ? array->n : a.stored(0).positions());
     const auto bound = [n](int64_t i) { return std::clamp<int64_t>(i < 0 ? i + n : i, 0, n); };
     const int64_t start = bound(a.integer(1)), stop = a.has(2) ? bound(a.integer(2)) : n;
-    return stored_source(plan, x, static_cast<uint64_t>(start), static_cast<uint64_t>(std::max(start, stop)));
+    const auto first = static_cast<uint64_t>(start), last = static_cast<uint64_t>(std::max(start, stop));
+    if (array == nullptr) return stored_source(plan, a.stored(0), first, last);
+    const auto* const values = static_cast<const uint8_t*>(array->values);
+    return array_source(plan, {array->type, values + first * array->type.width, last - first});
 }
 
 /// The smallest and the largest of the tiles' extremes; nothing if all is missing or the type is char.
@@ -164,9 +173,7 @@ void repeat(Arguments& a, Result& result) {
 void append(Arguments& a, Result& result) {
     const Stored &x = a.stored(0), &y = a.stored(1);
     const std::optional<ValueType> type = meet(x.type(), y.type());
-    if (!type)
-        a.refuse(1, "y must be a sequence that can follow " + name_of(x.type()) + ", got a sequence of " +
-                        name_of(y.type()));
+    if (!type) a.refuse_type(1, "that can follow " + name_of(x.type()), y.type());
     if (x.type() == y.type()) return result.set_bytes(append(x, y, [&a] { a.plan().check_interrupt(); }));
     Writer writer(*type);
     for (size_t i = 0; i < 2; ++i)
@@ -177,6 +184,7 @@ void append(Arguments& a, Result& result) {
 
 Series cast(Plan& plan, Arguments& a) {
     const ValueType to = named_type(a, 1);
+    if (to.type == Type::char_ && to.width == 0) plan.type_depends_on_values();
     return cast(plan, a.series(0), to);
 }
 

@@ -14,9 +14,7 @@ class Meeting {
     /// The type of a row's first argument meets those of the rows before. An error if it does not.
     ValueType add_row(const Arguments& row, ValueType type) {
         const std::optional<ValueType> met = met_with(type);
-        if (!met)
-            row.refuse(0,
-                       "x must be a sequence that meets " + name_of(*type_) + ", got a sequence of " + name_of(type));
+        if (!met) row.refuse_type(0, "that meets " + name_of(*type_), type);
         return *(type_ = met);
     }
     ValueType add_state(ValueType type) {

@@ -32,8 +32,7 @@ Series resample(Plan& plan, Arguments& a) {
     const Fill fill = fill_of(a, 4);
     const Series t = a.series(0), x = a.series(1);
     if ((how == How::sum || how == How::mean) && !is_number(x.type.type))
-        a.refuse(1, "x must be a sequence of numbers for " + std::string(a.text(3)) + ", got a sequence of " +
-                        name_of(x.type));
+        a.refuse_type(1, "of numbers for " + std::string(a.text(3)), x.type);
     return resample(plan, t, x, width, how, fill);
 }
 
@@ -50,9 +49,7 @@ struct TwoSeries {
     Series t, u, y;
     explicit TwoSeries(Arguments& a) : t(a.series(0)), u(a.series(1)), y(a.series(2)) {
         const std::optional<ValueType> met = meet(t.type, u.type);
-        if (!met)
-            a.refuse(1,
-                     "u must be a sequence that meets " + name_of(t.type) + ", got a sequence of " + name_of(u.type));
+        if (!met) a.refuse_type(1, "that meets " + name_of(t.type), u.type);
         ValueType type = *met;
         if (is_floating(type.type)) type = type_of(Type::double_);
         if (is_number(type.type) && !is_floating(type.type) && type.type != Type::uint8) type = type_of(Type::int8);

@@ -179,7 +179,7 @@ Series from_text(Plan& plan, const Series& x, ValueType to) {
     return collect(plan, x, to, [&](const Scalar& value, uint64_t position) {
         std::string fault;
         const std::optional<Scalar> made = fit_text(value.text, to, fault);
-        if (!made) throw Error(Fault::overflow, fault + " at position " + std::to_string(position));
+        if (!made) throw Error(Fault::argument, fault + " at position " + std::to_string(position));
         return *made;
     });
 }

@@ -1,5 +1,7 @@
 #include "operators/elementwise.h"
 
+#include <cstring>
+
 #include "evaluate/source.h"
 #include "operators/overlaps.h"
 
@@ -23,7 +25,10 @@ class Walk : public Operator {
     [[noreturn]] virtual void fail_at(uint64_t first_position, const LoopFault& fault) const = 0;
 
     [[noreturn]] static void fail(uint64_t position, const char* sentence) {
-        throw Error(Fault::overflow, std::string(sentence) + " at position " + std::to_string(position));
+        const bool overflow =
+            std::strstr(sentence, "does not fit") != nullptr;  // else a division by zero, a missing value
+        throw Error(overflow ? Fault::overflow : Fault::argument,
+                    std::string(sentence) + " at position " + std::to_string(position));
     }
 
     size_t width_;
