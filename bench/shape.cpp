@@ -81,7 +81,7 @@ template <class V, class R> void run_tiles(benchmark::State& state, const Row<V,
 
 template <class V, class R> void run_flat(benchmark::State& state, const Row<V, R>& row, const Shape& shape) {
     const auto in = flat_of(input_of(row, single_runs), shape.n_tiles);
-    // Half a page behind the input, modulo a page: arrays at the same place of their pages slow each other down.
+    // Half a page after the input, modulo a page: arrays at the same place of their pages slow each other down.
     constexpr size_t page = 4096;
     std::vector<R> out(2 * in.size() + 2 * page);
     const size_t distance = (reinterpret_cast<uintptr_t>(in.data()) - reinterpret_cast<uintptr_t>(out.data())) % page;
@@ -233,7 +233,7 @@ template <class V> size_t flat_unique(V* __restrict out, const V* __restrict in,
     }
     return k;
 }
-/// A zero counts for the value behind it.
+/// A zero counts for the value after it.
 template <class V> size_t flat_cross(qvo_uint8* __restrict out, const V* __restrict in, size_t n) {
     size_t k = 0, n_zeros = 0;
     int sign = 0;

@@ -149,7 +149,7 @@ void run_print(benchmark::State& state) {
 
 constexpr size_t width = 64;
 
-/// Strings of small letters, one behind the other; every 4th holds the word.
+/// Strings of small letters, one after the other; every 4th holds the word.
 std::string random_strings() {
     std::mt19937 random(1);
     std::string all(n_values * width, ' ');

@@ -8,7 +8,9 @@
  *
  * This header holds the records, codes and callback types, then one documented block per family, in
  * the order of the source folders. Every function has C linkage. The services that a host may supply
- * itself are in qvohost.h.
+ * itself are in qvohost.h. Functions whose names do not open with qvo_ (the steps of the sorts, hashes and
+ * sketches, min_count) are weak definitions that the library never calls: a program's own functions of
+ * these names stand beside them, with the shared library and with the archive.
  *
  * Contents (search for ==== and the name; docs/families.md is an index by what a family does)
  *   Types, codes, tiles and iterators; Constructors, Pulling, Resetting, Threads
@@ -44,6 +46,8 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
+
+#define QVOSEQ_VERSION "1.0.0"
 
 /* ---- Types ------------------------------------------------------------------------------------ */
 
@@ -430,7 +434,7 @@ QVO_SEQ_DECLARE_READERS(char, char)
  * qvo_seq_unget_<type> (result, values, count), qvo_seq_unget_char (result, values, count, width)
  *
  * The caller's array as a sequence.
- * Elements  The 11 fixed types; char with strings of `width` bytes, one behind the other.
+ * Elements  The 11 fixed types; char with strings of `width` bytes, one after the other.
  * Runs      All 1: an int4 array of 1000 comes as tiles of 819 and 181 elements.
  * Ends      After `count` elements. last_seq_no is count - 1, for an empty array all ones.
  * Errors    QVO_E_ILLEGAL_PARAM for char wider than 4095, of which no tile holds one. Else none.
@@ -577,7 +581,7 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
  * Elements  The 11 fixed types and char; the result is boolean (QVO_DD_UINT1). Floating values follow
  *           IEEE 754: with a NaN every relation is false but ne, which is true. Char operands have equal
  *           widths and are compared over the whole width, as unsigned bytes: strings that differ only
- *           behind a zero byte are different.
+ *           after a zero byte are different.
  * Runs      One result element per overlap of the operands' runs; equal neighbours stay apart.
  * Ends      With the shorter operand.
  * Errors    QVO_E_ILLEGAL_TYPE (char: also for unequal widths), then QVO_E_SEQ_BOUNDED; in both cases
@@ -740,14 +744,14 @@ QVO_SEQ_FOR_FIXED_TYPES_WITH(QVO_SEQ_DECLARE, datetime)
  *           with them use the elements, not the runs. next_seq_no grows by elements, not positions.
  * Ends      At "}" or the end of the text.
  * Errors    QVO_S_OK always; next: QVO_E_ILLEGAL_PARAM for text that does not scan, also when it is the
- *           value right behind a full tile's last one that does not: that tile is then not delivered.
+ *           value right after a full tile's last one that does not: that tile is then not delivered.
  *
  * qvo_seq_parse_char (result, text, width)
  *
  * The strings of a text literal: 'ab', "c, d", e or null. A quoted string ends at the same quote; one
  * without quotes at the next comma or the end of the text, and takes a "}" as a character: the last value of
  * {a,b} is "b}". In both a backslash takes the next character literally, but \0 is a zero byte, \n a
- * newline and \t a tab. Spaces and tabs before a string are skipped. The word null, right behind a comma
+ * newline and \t a tab. Spaces and tabs before a string are skipped. The word null, right after a comma
  * or at the start, marks the element null in the tile's null bitmap and leaves its bytes as they are.
  * What follows a closing quote or a null without a comma is the next value: 'ab' ,c has three of them.
  * Elements  Char, padded with zero bytes to the width.
@@ -768,7 +772,7 @@ QVO_SEQ_FOR_FIXED_TYPES_WITH(QVO_SEQ_DECLARE, datetime)
  * Elements  elem_type and elem_size, taken as they are given.
  * Runs      1 each.
  * Ends      As above; tile_size is then 0.
- * Parameters  elem_size: at most 4095. text must be writable: the character behind a token is a zero byte
+ * Parameters  elem_size: at most 4095. text must be writable: the character after a token is a zero byte
  *           while the function runs.
  * Errors    QVO_E_ILLEGAL_PARAM for a width out of range; next: QVO_E_ILLEGAL_PARAM when the function
  *           returns 0.
@@ -818,7 +822,7 @@ QVO_API QVO_RET qvo_seq_reset_custom_parse_iterator(qvo_seq_iterator_h iterator)
  *     the next element from the next call.
  *   - No run bytes are written: they are what the tile held before.
  * Elements  Char, of any width to read from; a text of up to width - 1 characters and a zero byte. Bytes
- *           behind that are what the tile held before.
+ *           after that are what the tile held before.
  * Runs      next_seq_no grows by the elements of a tile.
  * Ends      Only with an operand that ends when its next tile is needed.
  * Parameters  width: 1 to 32. format: not copied.
@@ -923,7 +927,7 @@ typedef struct {
  * qvo_seq_func2_<type> (result, left, right, func),
  * qvo_seq_func2_ctx_<type> (result, left, right, func, func_ctx)
  *
- * func(left element, right element), with func_ctx behind them in the second form.
+ * func(left element, right element), with func_ctx after them in the second form.
  * Elements  The 11 fixed types and char; the result has the same type. Char operands have equal widths.
  * Runs      The function is called once per overlap of the operands' runs, in order: a run of 5 against
  *           runs of 2 and 3 makes two calls.
@@ -996,7 +1000,7 @@ struct qvo_seq_match_context {
  * qvo_seq_match, the result's `context` is a qvo_seq_match_context_t, and its `match` the one in use. The
  * substring search moves on by `shift`, in which byte 255 has the entry that the record held before the
  * constructor, unless the needle holds that byte before its end: clear the record if strings may hold byte
- * 255. Else occurrences behind it may be missed (an entry of 0 moves on by 1, so that none is). A zero
+ * 255. Else occurrences after it may be missed (an entry of 0 moves on by 1, so that none is). A zero
  * byte of the string that the search steps over does not end it.
  */
 QVO_API QVO_RET qvo_seq_match(qvo_seq_iterator_h result, qvo_seq_iterator_h input, const char* pattern);
@@ -1155,7 +1159,7 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
  *           position within a run is kept as the distance from the last taken position, not from the start
  *           of the run, and is kept when the next tile is pulled. So where three taken positions fall into one
  *           run, or one into the last run of a tile, what follows is found at shifted positions: 0 and 1 over
- *           (a x4, b x4) gives a eight times. A position shifted behind a tile's last element reads what lies
+ *           (a x4, b x4) gives a eight times. A position shifted beyond a tile's last element reads what lies
  *           there, and the process is stopped where the tile ends. An error leaves next_seq_no without the
  *           elements of that call.
  * Ends      With the operand. A tile without elements is passed over.
@@ -1264,7 +1268,7 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
 /*
  * qvo_seq_concat (result, left, right)
  *
- * left, and right behind it.
+ * left, and right after it.
  * Elements  Any type, the same on both sides; for char also the same width. The result has left's.
  * Runs      Whole tiles are copied with their runs, each call one tile of an operand: (1, 2) and (3) come as
  *           a tile of two elements and one of a single element. Null marks are not copied. The operands'
@@ -1290,7 +1294,7 @@ QVO_API QVO_RET qvo_seq_concat_reset(qvo_seq_iterator_h iterator);
 /*
  * qvo_seq_join_<type> (result, meta_iterator)
  *
- * All sequences of a series, one behind the other (qvo_seq_meta_iterator_t).
+ * All sequences of a series, one after the other (qvo_seq_meta_iterator_t).
  * Elements  The 11 fixed types, and char of the width that the embedded iterator has at construction. The
  *           sequences' types are not checked: they are the caller's promise.
  * Runs      Elements are copied in blocks, with their run bytes, into full tiles: sequences of 500 and 400
@@ -1332,11 +1336,11 @@ QVO_API QVO_RET qvo_seq_meta_iterator_reset(qvo_seq_iterator_h iterator);
  * Elements  input: the 11 fixed types and char; the result has the same type and width. positions: uint8,
  *           ascending, equal ones allowed, with runs of 1; anything else stops the process.
  * Runs      1 each. Exact where every position is the first one of a run of input, so always over runs of 1.
- *           Behind a position inside a run the result deliberately may be off: what was taken of the run is
+ *           After a position inside a run the result deliberately may be off: what was taken of the run is
  *           counted from the position before, not from the run's beginning, and is carried into the next
  *           tile. Over the elements 7 with run 4 and 8 with run 9 the positions 1, 2, 4 give 7, 7, 7 and not
  *           7, 7, 8. Where this leads past the end of a tile the process is stopped.
- * Ends      With positions. A position at or behind the end of input also ends the result, and the elements
+ * Ends      With positions. A position at or after the end of input also ends the result, and the elements
  *           of that call are lost.
  * Errors    QVO_E_ILLEGAL_TYPE, then QVO_E_SEQ_BOUNDED; in both cases nothing has changed; next:
  *           QVO_E_SEQ_OUT_OF_ORDER for a position below the one before it (3, 1), which drops the elements of that
@@ -1361,7 +1365,7 @@ QVO_API QVO_RET qvo_seq_map_reset(qvo_seq_iterator_h iterator);
  * qvo_seq_unique_<type> (result, input)
  *
  * Drops elements that are equal to the last one kept, but deliberately not in the first call that delivers a
- * tile: that one keeps every element. So 1, 1, 2 with run 5, 2 give 1, 1, 2, 2, and only elements behind the
+ * tile: that one keeps every element. So 1, 1, 2 with run 5, 2 give 1, 1, 2, 2, and only elements after the
  * first full tile, which for int4 is the first 819, are compared with the ones before them.
  * Elements  The 11 fixed types and char up to a width of 264; the result has the same type. Floating values
  *           are compared as numbers: -0 equals 0, and a NaN equals nothing and is always kept. Char is
@@ -1841,7 +1845,7 @@ QVO_SEQ_FOR_FIXED_TYPES(QVO_SEQ_DECLARE)
  * Keys of widths other than 1, 2, 4 and 8 are deliberately looked at in another place: where a key element begins, the
  * element of its tile whose index is the number of groups that this call has delivered, and not the current one: 3-byte
  * keys abc, xyz of one tile are both looked at as abc, and make one group. Use qvo_seq_hash to make 4-byte keys of
- * wider ones. No key behind the tile is looked at: a call delivers at most 4096 / width groups then.
+ * wider ones. No key beyond the tile is looked at: a call delivers at most 4096 / width groups then.
  *
  * qvo_seq_group_agg_wavg_<type> (result, left, right, group_by)
  *
@@ -1949,7 +1953,7 @@ typedef struct {
  *
  * The `top` largest or smallest values of a sequence, best first, as one tile.
  * Elements  The 11 fixed types; the result has the same type. Of equal values the one that came first stays first. A
- *           NaN is taken while there is room, behind all values kept so far, and never moves values; later values are
+ *           NaN is taken while there is room, after all values kept so far, and never moves values; later values are
  *           placed by a binary search that passes it.
  * Runs      Deliberately ignored: a run is one candidate, so that 4 with run 3 is kept once. Results have run 1.
  * Ends      After one tile; no input, or top 0, gives no result.

@@ -97,7 +97,7 @@ def entries(header, start, end):
             at = comment.start(1) + comment[1].index(part.splitlines()[0])
             text = parts[i + 1] if i + 1 < len(parts) and not TITLE.match(parts[i + 1]) else ""
             result.append((at, NAME.findall(re.sub(r"\(.*?\)", "", title)), sentence(text)))
-    # The rest of a block: functions right behind the comment that is about them alone.
+    # The rest of a block: functions right after the comment that is about them alone.
     for comment in PLAIN.finditer(header, start, end):
         text = re.sub(r"^ \*", "", comment[1], flags=re.MULTILINE)
         names = [name for name in DECLARED.findall(comment[2]) if not OPERATION.search(name)]

@@ -26,7 +26,7 @@ typedef struct {
     column_t high;  /* double, degrees Celsius */
     column_t low;   /* double, degrees Celsius */
     column_t wind;  /* double */
-    column_t kind;  /* char, KIND_WIDTH bytes, blanks behind the word */
+    column_t kind;  /* char, KIND_WIDTH bytes, blanks after the word */
 } station_t;
 
 /* Reads the file; returns the number of stations. Ends the program, with a message, if that fails. */

@@ -94,7 +94,7 @@ void qvo_seq_reset_null_bitmap(qvo_seq_iterator_h iterator) {
     for (qvo_bitmap_word_t& word : iterator->tile.null_bitmap) word = 0;
 }
 
-qvo_seq_count_t min_count(qvo_seq_count_t a, qvo_seq_count_t b) { return b < a ? b : a; }
+QVO_PLAIN_NAME qvo_seq_count_t min_count(qvo_seq_count_t a, qvo_seq_count_t b) { return b < a ? b : a; }
 
 int qvo_seq_check_tile(const qvo_seq_iterator_t* iterator) {
     const size_t width = qvo::width_of_type(iterator->elem_type), size = iterator->tile_size;

@@ -119,7 +119,7 @@ void check_readers(const Readers& readers, unsigned seed) {
         ends += actual.call(which, wanted) != QVO_S_OK;
         expected.call(which, wanted);
         ASSERT_EQ(actual.outcome(), expected.outcome()) << "code, count, offsets, pulled; in call " << call;
-        ASSERT_TRUE(actual.values == expected.values) << "call " << call << ", values or what lies behind them";
+        ASSERT_TRUE(actual.values == expected.values) << "call " << call << ", values or what lies after them";
         ASSERT_TRUE(actual.nulls == expected.nulls) << "call " << call;
     }
 }

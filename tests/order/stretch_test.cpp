@@ -138,7 +138,7 @@ TEST(Stretch, TimestampsHaveRun1) {
         EXPECT_TRUE(stops_on_run(stretch0, 1, element));
     }
     Case ended(qvo_seq_stretch0_uint8_int4, {{5}, {6, 2}}, {{1}}, {{10}});
-    EXPECT_TRUE(catch_stop([&] { ended.next(); }).stopped) << "also behind the end of the other timeline";
+    EXPECT_TRUE(catch_stop([&] { ended.next(); }).stopped) << "also past the end of the other timeline";
 }
 
 }  // namespace

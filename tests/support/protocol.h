@@ -63,7 +63,7 @@ template <class R> Member unary_member(std::string name, ConstructUnary construc
 /// operand's error passed on; the fatal stop with and without tracing; reset in mid-stream and at the end.
 void check_protocol(const Member& member);
 
-/// Everything in two records but pointers is the same: the tile with its bytes behind the last element as well.
+/// Everything in two records but pointers is the same: the tile with its bytes after the last element as well.
 void expect_same_record(const qvo_seq_iterator_t& actual, const qvo_seq_iterator_t& expected, const std::string& what);
 
 /// What a member of one type, or of types T and R, makes of elements.

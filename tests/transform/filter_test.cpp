@@ -107,7 +107,7 @@ TEST(FilterPos, PassesFalseRunsWholeAndKeepsTheirReadPosition_deliberate) {
     check_steps(member, literal_filter_pos, {}, [](const Member::Operands& o) {
         ASSERT_EQ(o[0]->next(o[0]), QVO_S_OK);
         o[0]->tile_offs = 0;
-        o[0]->rle_offs = 5;  // behind the end of the run that follows: it lasts until the byte has come round
+        o[0]->rle_offs = 5;  // after the end of the run that follows: it lasts until the byte has come round
     });
 }
 

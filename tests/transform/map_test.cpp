@@ -96,7 +96,7 @@ TEST(Map, WorkedCases) {
     check_items<t_int4>(result, {{10}, {12}, {12}, {15}});
     result.clear();
     EXPECT_EQ(map_all(input, {{3}, {1}}, &result), QVO_E_SEQ_OUT_OF_ORDER);
-    EXPECT_EQ(map_all(input, {{3}, {6}}, &result), QVO_S_CURSOR_END) << "behind the end: the 3 is lost";
+    EXPECT_EQ(map_all(input, {{3}, {6}}, &result), QVO_S_CURSOR_END) << "after the end: the 3 is lost";
     EXPECT_TRUE(result.empty());
     EXPECT_EQ(map_all({{1, 4}, {2, 255}, {3, 7}}, {{0}, {4}, {259}}, &result), QVO_S_CURSOR_END);
     check_items<t_int4>(result, {{1}, {2}, {3}});

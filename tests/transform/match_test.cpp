@@ -31,7 +31,7 @@ bool model(const std::string& pattern, std::string string) {
 }
 
 /// A constructed match, whose matcher is called on single strings. All are in blocks of just their size, so that
-/// reading behind them is noticed.
+/// reading after them is noticed.
 class Matcher {
  public:
     /// `filler` is what the record holds before.

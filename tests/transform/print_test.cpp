@@ -45,7 +45,7 @@ TEST(Print, Directives) {
     EXPECT_EQ(printed(bytes_of('x', 4000000000U), "%c%u%%"), with_zero("x4000000000%"));
     EXPECT_EQ(printed(bytes_of(0.5F, -2.0F), "%f %e"), with_zero("0.500000 -2.000000e+00"));
     EXPECT_EQ(printed(std::string("ab\0cdef\0g\0", 10), "<%s|%.4s|%.0s%s>"), with_zero("<ab|cdef|>"));
-    EXPECT_EQ(printed(std::string("ab\0c", 4), "%.3s%c"), with_zero("abc")) << "takes n bytes even behind a zero byte";
+    EXPECT_EQ(printed(std::string("ab\0c", 4), "%.3s%c"), with_zero("abc")) << "takes n bytes even after a zero byte";
     EXPECT_EQ(printed(std::string("\0b", 2), "%c%c"), std::string("\0b\0", 3));
     EXPECT_EQ(printed("x", ""), with_zero(""));
 }
@@ -60,7 +60,7 @@ TEST(Print, TypeLettersOfLongAndShortFormsAreCopied_deliberate) {
 TEST(Print, Refusals) {
     for (const char* bad : {"%", "%x", "%.s", "%.2d", "%.-1s", "%h", "%hx", "%hhf", "%l", "%L", "%ll", "%llx", "%ld"})
         EXPECT_EQ(printed(std::string(20, 'x'), bad), "") << bad;
-    // A directive never reads behind the element.
+    // A directive never reads beyond the element.
     for (const char* bad : {"%c%c%c%c", "%d", "%u", "%f", "%s", "%.4s", "%h%d", "%lld", "%llf", "%.2s%hd"})
         EXPECT_EQ(printed("abc", bad), "") << bad;
     // The text leaves room for a zero byte.
@@ -95,7 +95,7 @@ TEST(Print, Protocol) {
     member.endless = true;
     check_protocol(member);
 
-    // The width is checked behind the type, but before the binding.
+    // The width is checked after the type, but before the binding.
     Source source(t_char{}, {{"a"}});
     Record it;
     for (const int width : {33, 0, -1}) {

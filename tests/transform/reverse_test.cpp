@@ -56,7 +56,7 @@ TEST(Reverse, FailuresLeaveNothingBehind) {
     ASSERT_EQ(it->reset(it.get()), QVO_S_OK);
 
     for (const auto& [script, code] : {std::pair(Script{{2}, SIZE_MAX, QVO_S_OK, 4712}, 4712),  // the input's reset
-                                       {{{2}, 2, 4711, QVO_S_OK}, 4711}}) {  // right behind the first tile
+                                       {{{2}, 2, 4711, QVO_S_OK}, 4711}}) {  // right after the first tile
         source.set_script(script);
         EXPECT_EQ(it->next(it.get()), code);
         source.set_script({});

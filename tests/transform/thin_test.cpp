@@ -51,7 +51,7 @@ Member thin_member(const char* name, Construct thin, qvo_seq_iterator_next_t nex
 
 TEST(Thin, FollowsTheSteps) { QVO_SEQ_FOR_FIXED_TYPES(TEST_MEMBER) TEST_MEMBER(char) }
 
-// In tiles of at most 100 elements positions that were shifted behind the last one still find run bytes.
+// In tiles of at most 100 elements positions that were shifted beyond the last one still find run bytes.
 TEST(Thin, KeepsThePositionInARunAsItStands_deliberate) {
     for (unsigned seed = 0; seed < 60; ++seed) {
         SCOPED_TRACE(seed);

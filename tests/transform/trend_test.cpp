@@ -5,7 +5,7 @@ namespace test {
 namespace {
 
 // Both keep the previous value in the accumulator of their context, from its third word on; trend keeps the direction
-// behind the accumulator and the norm.
+// after the accumulator and the norm.
 template <class V> V previous(const qvo_seq_iterator_t* it) {
     V v;
     std::memcpy(&v, &reinterpret_cast<const qvo_seq_agg_context_t*>(it->context)->accumulator, sizeof v);

@@ -49,7 +49,7 @@ template <class T> MakeSource draw_ordered(Random& random, qvo_seq_order_t order
     Items<T> items = random_items<T>(random, random.between(4, 3000));
     if (sorted)
         std::sort(items.begin(), items.end(), [order](const Item<T>& a, const Item<T>& b) {
-            if (a.value != a.value || b.value != b.value) return a.value == a.value;  // NaNs behind
+            if (a.value != a.value || b.value != b.value) return a.value == a.value;  // NaNs after
             return order == QVO_SEQ_DESC_ORDER ? a.value > b.value : a.value < b.value;
         });
     return operand<T>(items);

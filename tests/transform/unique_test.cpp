@@ -66,7 +66,7 @@ TEST(Unique, KeepsEverythingInItsFirstCall_deliberate) {
 }
 
 TEST(Unique, WideStrings) {
-    // 15 strings of 264 bytes fill a tile; they differ in their last byte alone, behind a zero byte.
+    // 15 strings of 264 bytes fill a tile; they differ in their last byte alone, after a zero byte.
     Items<t_char> items;
     for (unsigned i = 0; i < 40; ++i) {
         std::string text(264, 'x');

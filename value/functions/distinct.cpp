@@ -5,6 +5,7 @@
 #include <string>
 #include <unordered_map>
 
+#include "aggregate/murmur3.h"
 #include "aggregate/sketch.h"
 #include "base/text.h"
 #include "evaluate/deliver.h"
@@ -220,9 +221,7 @@ class ApproxDistinct final : public Aggregate {
                        [&](auto tag) { add_numbers(static_cast<const typename decltype(tag)::value*>(values), n); });
         });
     }
-    void finish(Result& result, const Limits&) const override {
-        result.set(int64_t{approximate_distinct_count(registers_)});
-    }
+    void finish(Result& result, const Limits&) const override { result.set(int64_t{estimate(registers_)}); }
     void save(Buffer& to) const override {
         meeting_.save(to);
         put(to, registers_);
@@ -235,7 +234,7 @@ class ApproxDistinct final : public Aggregate {
         if (std::any_of(registers.begin(), registers.end(), [](uint8_t rank) { return rank > highest_rank; }))
             StateReader::damaged();
         if (type) meeting_.add_state(*type);
-        merge_zero_bits(registers_, registers.data());
+        merge_registers(registers_, registers.data());
     }
 
  private:
@@ -251,7 +250,8 @@ class ApproxDistinct final : public Aggregate {
     void add_texts(const char* values, size_t width, size_t n) {
         for (size_t i = 0; i < n; ++i, values += width)
             if (i == 0 || std::memcmp(values - width, values, width) != 0)
-                calculate_hash_functions(values, strnlen(values, width), registers_);
+                add_hash(hash_bytes(reinterpret_cast<const uint8_t*>(values), strnlen(values, width), hash_seed),
+                         registers_);
     }
 
     Meeting meeting_;

@@ -39,7 +39,7 @@ unsigned set_bits(uint64_t word) {
     return static_cast<unsigned>(word * ones_word >> 56);
 }
 
-// Elements and not positions, deliberately, and the result gets no run byte. Elements behind the bitmap are not null.
+// Elements and not positions, deliberately, and the result gets no run byte. Elements after the bitmap are not null.
 struct NotNullElements {
     static qvo_seq_count_t of_tile(qvo_seq_iterator_h operand) {
         constexpr size_t word_bits = 8 * sizeof(qvo_bitmap_word_t);
@@ -82,22 +82,20 @@ template <class Counting> QVO_RET count_next(qvo_seq_iterator_h it, Where where 
 
 extern "C" {
 
-QVO_API QVO_RET qvo_seq_count_next(qvo_seq_iterator_h iterator) { return count_next<Positions>(iterator); }
+QVO_RET qvo_seq_count_next(qvo_seq_iterator_h iterator) { return count_next<Positions>(iterator); }
 
-QVO_API QVO_RET qvo_seq_count_not_null_next(qvo_seq_iterator_h iterator) {
-    return count_next<NotNullElements>(iterator);
-}
+QVO_RET qvo_seq_count_not_null_next(qvo_seq_iterator_h iterator) { return count_next<NotNullElements>(iterator); }
 
-QVO_API QVO_RET qvo_seq_count_merge(qvo_seq_iterator_h iterator, qvo_seq_iterator_h other) {
+QVO_RET qvo_seq_count_merge(qvo_seq_iterator_h iterator, qvo_seq_iterator_h other) {
     *values_of<qvo_uint8>(iterator) += *values_of<qvo_uint8>(other);
     return QVO_S_OK;
 }
 
-QVO_API QVO_RET qvo_seq_agg_count(qvo_seq_iterator_h result, qvo_seq_iterator_h operand) {
+QVO_RET qvo_seq_agg_count(qvo_seq_iterator_h result, qvo_seq_iterator_h operand) {
     return construct_count(result, operand, qvo_seq_count_next);
 }
 
-QVO_API QVO_RET qvo_seq_agg_count_not_null(qvo_seq_iterator_h result, qvo_seq_iterator_h operand) {
+QVO_RET qvo_seq_agg_count_not_null(qvo_seq_iterator_h result, qvo_seq_iterator_h operand) {
     return construct_count(result, operand, qvo_seq_count_not_null_next);
 }
 

@@ -23,7 +23,7 @@ QVO_RET deliver_estimate(qvo_seq_iterator_h it, uint8_t* registers, Add add, Whe
     QVO_RET rc;
     while ((rc = pull_any_tile(input, where)) == QVO_S_OK) add(input, input->tile_size);
     if (rc != QVO_S_CURSOR_END) return rc;
-    *values_of<qvo_uint4>(it) = approximate_distinct_count(registers);
+    *values_of<qvo_uint4>(it) = estimate(registers);
     TileWriter out(it);
     out.put_run(1);
     return out.finish_at(1);
@@ -50,7 +50,7 @@ void fold_hashes(qvo_seq_iterator_h it, const GroupSteps& steps, size_t to, cons
             qvo_memnull(registers, sketch_registers);
             add(i);
         },
-        add, [&](uint64_t) { *out++ = approximate_distinct_count(registers); });
+        add, [&](uint64_t) { *out++ = estimate(registers); });
 }
 
 void fold_values(qvo_seq_iterator_h it, const GroupSteps& steps, size_t to) {
@@ -67,9 +67,7 @@ void fold_given_hashes(qvo_seq_iterator_h it, const GroupSteps& steps, size_t to
     fold_hashes(it, steps, to, values_of<qvo_uint4>(it->opd[0]), 0);
 }
 
-void close_group(qvo_seq_iterator_h it, size_t to) {
-    values_of<qvo_uint4>(it)[to] = approximate_distinct_count(registers_of(it));
-}
+void close_group(qvo_seq_iterator_h it, size_t to) { values_of<qvo_uint4>(it)[to] = estimate(registers_of(it)); }
 
 QVO_RET construct_group(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_seq_iterator_h group_by,
                         qvo_seq_iterator_next_t next) {
@@ -97,29 +95,19 @@ void add_values(const uint8_t* values, size_t width, size_t n, uint8_t* register
     }
 }
 
-}  // namespace qvo
-
-extern "C" {
-
-void calculate_zero_bits(qvo_uint4 h, qvo_uint1* max_zero_bits) { qvo::add_hash(h, max_zero_bits); }
-
-void calculate_hash_functions(const void* val, qvo_size_t size, qvo_uint1* max_zero_bits) {
-    qvo::add_hash(murmur_hash3_32(val, size, qvo::hash_seed), max_zero_bits);
+void merge_registers(uint8_t* registers, const uint8_t* others) {
+    for (size_t j = 0; j < sketch_registers; ++j)
+        if (others[j] > registers[j]) registers[j] = others[j];
 }
 
-void merge_zero_bits(qvo_uint1* dst_max_zero_bits, const qvo_uint1* src_max_zero_bits) {
-    for (size_t j = 0; j < qvo::sketch_registers; ++j)
-        if (src_max_zero_bits[j] > dst_max_zero_bits[j]) dst_max_zero_bits[j] = src_max_zero_bits[j];
-}
-
-qvo_uint4 approximate_distinct_count(const qvo_uint1* max_zero_bits) {
-    constexpr double m = qvo::sketch_registers, largest = 4294967295.0;
+uint32_t estimate(const uint8_t* registers) {
+    constexpr double m = sketch_registers, largest = 4294967295.0;
     constexpr double alpha = 0.7213 / (1 + 1.079 / m);  // the constant is used as it stands, not in full length
     double sum = 0;
     unsigned unseen = 0;
-    for (size_t j = 0; j < qvo::sketch_registers; ++j) {
-        sum += qvo::inverse_power(max_zero_bits[j]);
-        unseen += max_zero_bits[j] == 0;
+    for (size_t j = 0; j < sketch_registers; ++j) {
+        sum += inverse_power(registers[j]);
+        unseen += registers[j] == 0;
     }
     double estimate = m * (m * alpha) / sum;
     if (estimate <= 2.5 * m) {
@@ -128,7 +116,25 @@ qvo_uint4 approximate_distinct_count(const qvo_uint1* max_zero_bits) {
         estimate = -largest * std::log(1 - estimate / largest);
     }
     // A logarithm of 0 or less has no number for the estimate: its low 32 bits are 0.
-    return static_cast<qvo_uint4>(qvo::truncate<int64_t>(estimate));
+    return static_cast<uint32_t>(truncate<int64_t>(estimate));
+}
+
+}  // namespace qvo
+
+extern "C" {
+
+QVO_PLAIN_NAME void calculate_zero_bits(qvo_uint4 h, qvo_uint1* max_zero_bits) { qvo::add_hash(h, max_zero_bits); }
+
+QVO_PLAIN_NAME void calculate_hash_functions(const void* val, qvo_size_t size, qvo_uint1* max_zero_bits) {
+    qvo::add_hash(qvo::hash_bytes(static_cast<const uint8_t*>(val), size, qvo::hash_seed), max_zero_bits);
+}
+
+QVO_PLAIN_NAME void merge_zero_bits(qvo_uint1* dst_max_zero_bits, const qvo_uint1* src_max_zero_bits) {
+    qvo::merge_registers(dst_max_zero_bits, src_max_zero_bits);
+}
+
+QVO_PLAIN_NAME qvo_uint4 approximate_distinct_count(const qvo_uint1* max_zero_bits) {
+    return qvo::estimate(max_zero_bits);
 }
 
 // Unlike most aggregates this one delivers an element for an empty input too: 0.
@@ -144,8 +150,8 @@ QVO_RET qvo_seq_agg_approxdc_next(qvo_seq_iterator_h iterator) {
 
 QVO_RET qvo_seq_agg_approxdc_merge(qvo_seq_iterator_h dst, qvo_seq_iterator_h src) {
     uint8_t* registers = qvo::state<qvo::Sketch>(dst).max_zero_bits;
-    merge_zero_bits(registers, qvo::state<qvo::Sketch>(src).max_zero_bits);
-    *qvo::values_of<qvo_uint4>(dst) = approximate_distinct_count(registers);
+    qvo::merge_registers(registers, qvo::state<qvo::Sketch>(src).max_zero_bits);
+    *qvo::values_of<qvo_uint4>(dst) = qvo::estimate(registers);
     return QVO_S_OK;
 }
 

@@ -241,38 +241,37 @@ QVO_RET next_counts(qvo_seq_iterator_h it, Where where) {
 
 }  // namespace
 
-#define DEFINE_GROUP(name, Element, Result, Loops)                                       \
-    extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h it) {                      \
-        return group_next(it, Loops::member, key_in_history(it), Where::here());         \
-    }                                                                                    \
-    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, \
-                                    qvo_seq_iterator_h group_by) {                       \
-        return construct_group<Element, Result>(result, input, group_by, name##_next);   \
+#define DEFINE_GROUP(name, Element, Result, Loops)                                                              \
+    extern "C" QVO_RET name##_next(qvo_seq_iterator_h iterator) {                                               \
+        return group_next(iterator, Loops::member, key_in_history(iterator), Where::here());                    \
+    }                                                                                                           \
+    extern "C" QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_seq_iterator_h group_by) { \
+        return construct_group<Element, Result>(result, input, group_by, name##_next);                          \
     }
 #define DEFINE_FOLD(name, Element, Fold) DEFINE_GROUP(name, Element, Fold::Result, GroupLoops<Fold>)
 
-#define STAMP(type)                                                                                                   \
-    using Variance_##type = MomentsFold<elem_##type, Variance>;                                                       \
-    using SampleVariance_##type = MomentsFold<elem_##type, SampleVariance>;                                           \
-    using Deviation_##type = MomentsFold<elem_##type, Deviation>;                                                     \
-    using SampleDeviation_##type = MomentsFold<elem_##type, SampleDeviation>;                                         \
-    DEFINE_FOLD(qvo_seq_group_agg_max_##type, elem_##type, MaxFold<elem_##type>)                                      \
-    DEFINE_FOLD(qvo_seq_group_agg_min_##type, elem_##type, MinFold<elem_##type>)                                      \
-    DEFINE_GROUP(qvo_seq_group_agg_first_##type, elem_##type, elem_##type, GroupLoops<FirstFold<elem_##type>>)        \
-    DEFINE_GROUP(qvo_seq_group_agg_last_##type, elem_##type, elem_##type, GroupLoops<LastFold<elem_##type>>)          \
-    DEFINE_FOLD(qvo_seq_group_agg_sum_##type, elem_##type, SumFold<elem_##type>)                                      \
-    DEFINE_FOLD(qvo_seq_group_agg_avg_##type, elem_##type, AvgFold<elem_##type>)                                      \
-    DEFINE_FOLD(qvo_seq_group_agg_var_##type, elem_##type, Variance_##type)                                           \
-    DEFINE_FOLD(qvo_seq_group_agg_var_samp_##type, elem_##type, SampleVariance_##type)                                \
-    DEFINE_FOLD(qvo_seq_group_agg_dev_##type, elem_##type, Deviation_##type)                                          \
-    DEFINE_FOLD(qvo_seq_group_agg_dev_samp_##type, elem_##type, SampleDeviation_##type)                               \
-    extern "C" QVO_API QVO_RET qvo_seq_group_agg_wavg_##type##_next(qvo_seq_iterator_h it) {                          \
-        return group_pair_next(it, WeightedLoops<elem_##type>::member, key_in_history(it), Where::here());            \
-    }                                                                                                                 \
-    extern "C" QVO_API QVO_RET qvo_seq_group_agg_wavg_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h left,      \
-                                                             qvo_seq_iterator_h right, qvo_seq_iterator_h group_by) { \
-        return construct_weighted<elem_##type, sum_element<elem_##type>>(result, left, right, group_by,               \
-                                                                         qvo_seq_group_agg_wavg_##type##_next);       \
+#define STAMP(type)                                                                                                    \
+    using Variance_##type = MomentsFold<elem_##type, Variance>;                                                        \
+    using SampleVariance_##type = MomentsFold<elem_##type, SampleVariance>;                                            \
+    using Deviation_##type = MomentsFold<elem_##type, Deviation>;                                                      \
+    using SampleDeviation_##type = MomentsFold<elem_##type, SampleDeviation>;                                          \
+    DEFINE_FOLD(qvo_seq_group_agg_max_##type, elem_##type, MaxFold<elem_##type>)                                       \
+    DEFINE_FOLD(qvo_seq_group_agg_min_##type, elem_##type, MinFold<elem_##type>)                                       \
+    DEFINE_GROUP(qvo_seq_group_agg_first_##type, elem_##type, elem_##type, GroupLoops<FirstFold<elem_##type>>)         \
+    DEFINE_GROUP(qvo_seq_group_agg_last_##type, elem_##type, elem_##type, GroupLoops<LastFold<elem_##type>>)           \
+    DEFINE_FOLD(qvo_seq_group_agg_sum_##type, elem_##type, SumFold<elem_##type>)                                       \
+    DEFINE_FOLD(qvo_seq_group_agg_avg_##type, elem_##type, AvgFold<elem_##type>)                                       \
+    DEFINE_FOLD(qvo_seq_group_agg_var_##type, elem_##type, Variance_##type)                                            \
+    DEFINE_FOLD(qvo_seq_group_agg_var_samp_##type, elem_##type, SampleVariance_##type)                                 \
+    DEFINE_FOLD(qvo_seq_group_agg_dev_##type, elem_##type, Deviation_##type)                                           \
+    DEFINE_FOLD(qvo_seq_group_agg_dev_samp_##type, elem_##type, SampleDeviation_##type)                                \
+    extern "C" QVO_RET qvo_seq_group_agg_wavg_##type##_next(qvo_seq_iterator_h iterator) {                             \
+        return group_pair_next(iterator, WeightedLoops<elem_##type>::member, key_in_history(iterator), Where::here()); \
+    }                                                                                                                  \
+    extern "C" QVO_RET qvo_seq_group_agg_wavg_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h left,               \
+                                                     qvo_seq_iterator_h right, qvo_seq_iterator_h group_by) {          \
+        return construct_weighted<elem_##type, sum_element<elem_##type>>(result, left, right, group_by,                \
+                                                                         qvo_seq_group_agg_wavg_##type##_next);        \
     }
 QVO_SEQ_FOR_FIXED_TYPES(STAMP)
 #undef STAMP

@@ -32,7 +32,7 @@ template <class V> QVO_INLINE bool repeats(const V* values) {
     return (a[0] | a[1] | a[2] | a[3]) == 0;
 }
 
-/// Writes the ends and returns their number; cuts steps.n behind the last one that there is room for.
+/// Writes the ends and returns their number; cuts steps.n after the last one that there is room for.
 template <class Bits> QVO_CPU_VARIANTS size_t find_ends(KeySteps& steps, uint8_t* kept_key, uint16_t* ends) {
     const Bits* const keys = reinterpret_cast<const Bits*>(steps.values);
     const uint16_t* const index = steps.index;
@@ -110,7 +110,7 @@ size_t find_ends(KeySteps& steps, uint8_t* kept_key, uint16_t* ends, const uint8
 }
 
 /// The groups that one call may close. Keys of other widths are looked at by the number of groups closed, and no
-/// element lies behind the payload.
+/// element lies beyond the payload.
 size_t groups_per_call(qvo_seq_iterator_h it, size_t key_width) {
     const bool by_step = key_width == 0 || key_width == 1 || key_width == 2 || key_width == 4 || key_width == 8;
     return std::min(capacity_of(it->elem_size), by_step ? payload_bytes : payload_bytes / key_width);

@@ -38,7 +38,7 @@ struct KeptKey {
     size_t widest;
 };
 
-// Keys are kept where the member leaves room: whole in the history, or behind the count if the history is taken.
+// Keys are kept where the member leaves room: whole in the history, or after the count if the history is taken.
 inline KeptKey key_in_history(qvo_seq_iterator_h it) {
     return {reinterpret_cast<uint8_t*>(&state<qvo_seq_agg_context_t>(it).history),
             sizeof(qvo_seq_agg_context_t::history)};

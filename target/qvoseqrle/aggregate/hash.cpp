@@ -77,12 +77,11 @@ struct SketchLoops {
         }
     }
     static void merge(HashElem& elem, const HashElem& other) {
-        merge_zero_bits(registers(elem), registers(other));
+        merge_registers(registers(elem), registers(other));
         elem.count += other.count;
     }
     static void deliver(qvo_seq_iterator_h it, size_t to, HashElem* const* elems, size_t n) {
-        for (size_t i = 0; i < n; ++i)
-            values_of<qvo_uint4>(it)[to + i] = approximate_distinct_count(registers(*elems[i]));
+        for (size_t i = 0; i < n; ++i) values_of<qvo_uint4>(it)[to + i] = estimate(registers(*elems[i]));
     }
     static uint8_t* registers(const HashElem& elem) { return static_cast<uint8_t*>(elem.agg.ptr); }
     static constexpr HashMember member{fold, merge, deliver, true};
@@ -121,28 +120,28 @@ template <class E> QVO_RET check_input(qvo_seq_iterator_h input) {
 }
 
 // One member; `check` is the code of its look at the input.
-#define DEFINE_HASH(name, initialize, merge_name, Loops, Result, check)                                           \
-    extern "C" QVO_API QVO_RET initialize(qvo_seq_iterator_h it) {                                                \
-        return build_hash(it, Loops::member, Where::here());                                                      \
-    }                                                                                                             \
-    extern "C" QVO_API QVO_RET merge_name(qvo_seq_iterator_h dst, qvo_seq_iterator_h src) {                       \
-        if (const QVO_RET rc = initialize(dst); rc != QVO_S_OK) return rc;                                        \
-        if (const QVO_RET rc = initialize(src); rc != QVO_S_OK) return rc;                                        \
-        return merge_hash(dst, src, Loops::member);                                                               \
-    }                                                                                                             \
-    extern "C" QVO_API QVO_RET name##_next_agg(qvo_seq_iterator_h it) {                                           \
-        if (const QVO_RET rc = initialize(it); rc != QVO_S_OK) return rc;                                         \
-        return next_aggregates(it, Loops::member.deliver);                                                        \
-    }                                                                                                             \
-    extern "C" QVO_API QVO_RET name##_next_grp(qvo_seq_iterator_h it) {                                           \
-        if (const QVO_RET rc = initialize(it); rc != QVO_S_OK) return rc;                                         \
-        return next_groups(it);                                                                                   \
-    }                                                                                                             \
-    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result_agg, qvo_seq_iterator_h result_grp,                 \
-                                    qvo_seq_iterator_h input, qvo_seq_iterator_h group_by, qvo_size_t n_groups) { \
-        if (const QVO_RET rc = check; rc != QVO_S_OK) return rc;                                                  \
-        return construct_hash(result_agg, result_grp, input, group_by, n_groups, layout_of<Result>,               \
-                              {name##_next_agg, name##_next_grp, initialize, merge_name});                        \
+#define DEFINE_HASH(name, initialize, merge_name, Loops, Result, check)                                             \
+    extern "C" QVO_RET initialize(qvo_seq_iterator_h iterator) {                                                    \
+        return build_hash(iterator, Loops::member, Where::here());                                                  \
+    }                                                                                                               \
+    extern "C" QVO_RET merge_name(qvo_seq_iterator_h dst, qvo_seq_iterator_h src) {                                 \
+        if (const QVO_RET rc = initialize(dst); rc != QVO_S_OK) return rc;                                          \
+        if (const QVO_RET rc = initialize(src); rc != QVO_S_OK) return rc;                                          \
+        return merge_hash(dst, src, Loops::member);                                                                 \
+    }                                                                                                               \
+    extern "C" QVO_RET name##_next_agg(qvo_seq_iterator_h iterator) {                                               \
+        if (const QVO_RET rc = initialize(iterator); rc != QVO_S_OK) return rc;                                     \
+        return next_aggregates(iterator, Loops::member.deliver);                                                    \
+    }                                                                                                               \
+    extern "C" QVO_RET name##_next_grp(qvo_seq_iterator_h iterator) {                                               \
+        if (const QVO_RET rc = initialize(iterator); rc != QVO_S_OK) return rc;                                     \
+        return next_groups(iterator);                                                                               \
+    }                                                                                                               \
+    extern "C" QVO_RET name(qvo_seq_iterator_h result_agg, qvo_seq_iterator_h result_grp, qvo_seq_iterator_h input, \
+                            qvo_seq_iterator_h group_by, qvo_size_t n_groups) {                                     \
+        if (const QVO_RET rc = check; rc != QVO_S_OK) return rc;                                                    \
+        return construct_hash(result_agg, result_grp, input, group_by, n_groups, layout_of<Result>,                 \
+                              {name##_next_agg, name##_next_grp, initialize, merge_name});                          \
     }
 
 #define STAMP_FOLD(name, initialize, merge_name, Fold, type) \

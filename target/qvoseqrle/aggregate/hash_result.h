@@ -73,7 +73,7 @@ class HashSteps {
     /// The keys of the steps and their hashes.
     void probe_keys(HashFiller::Probes& probes) const;
 
-    /// Leaves the operands before step i of the current ones, or behind them all.
+    /// Leaves the operands before step i of the current ones, or past them all.
     void stop_at(size_t i);
 
  private:

@@ -54,7 +54,7 @@ class HashFiller {
     /// steps done: fewer than `n` if memory has run out; the element of the failing step may exist or not.
     size_t locate(const Probes& probes, size_t n, HashElem** found);
 
-    /// The steps of the last call that have created their elements, in order; behind them no_step. (A count of 0 does
+    /// The steps of the last call that have created their elements, in order; after them no_step. (A count of 0 does
     /// not tell a new element: one that has met nothing but runs of 0 has it too.)
     const uint16_t* created() const { return created_; }
     static constexpr uint16_t no_step = 0xffff;

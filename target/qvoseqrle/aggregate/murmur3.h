@@ -1,6 +1,6 @@
 // MurmurHash3, the 32-bit variant for x86: blocks of four bytes in little-endian order, a tail of one to three bytes,
 // and a final mix with the length. Here for values of the fixed widths, so that a loop over a tile becomes vector
-// code; values of any width go through murmur_hash3_32.
+// code; values of other widths are hashed byte for byte.
 #pragma once
 
 #include <bit>
@@ -50,6 +50,9 @@ QVO_INLINE uint32_t hash(uint64_t bits, uint32_t seed) {
 }
 
 }  // namespace murmur3
+
+/// The hash of bytes in any number, aligned or not.
+uint32_t hash_bytes(const uint8_t* bytes, size_t len, uint32_t seed);
 
 /// Hashes `n` neighbouring values of any width, all with one seed.
 void hash_values(const uint8_t* values, size_t width, size_t n, uint32_t seed, uint32_t* hashes);

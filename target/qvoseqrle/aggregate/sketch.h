@@ -22,4 +22,10 @@ void add_hashes(const uint32_t* hashes, size_t n, uint8_t* registers);
 /// Hashes `n` neighbouring values of any width and enters them.
 void add_values(const uint8_t* values, size_t width, size_t n, uint8_t* registers);
 
+/// Enters what the other registers have seen.
+void merge_registers(uint8_t* registers, const uint8_t* others);
+
+/// The estimated number of distinct values.
+uint32_t estimate(const uint8_t* registers);
+
 }  // namespace qvo

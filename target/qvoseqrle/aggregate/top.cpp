@@ -32,7 +32,7 @@ template <class Order, class V> struct Kept {
     size_t top;
     size_t n;
 
-    /// Where a candidate goes: behind the values that it does not come before.
+    /// Where a candidate goes: after the values that it does not come before.
     size_t place(V x) const {
         size_t low = 0, high = n;
         while (low < high) {
@@ -46,7 +46,7 @@ template <class Order, class V> struct Kept {
     }
     void insert(V x, uint64_t position) {
         const size_t at = place(x);
-        if (at == top) return;  // behind a full array
+        if (at == top) return;  // after a full array
         if (n < top) ++n;
         qvo_memmove(values + at + 1, values + at, (n - 1 - at) * sizeof(V));
         values[at] = x;
@@ -57,7 +57,7 @@ template <class Order, class V> struct Kept {
     /// What a candidate must come before to enter the full array. False if none can.
     ///
     /// That is the last value, unless it is not a number. It then turns nobody down, but the search meets other values
-    /// on its way to the end, and whoever comes before none of them is behind the array.
+    /// on its way to the end, and whoever comes before none of them is after the array.
     bool limit(V& value) const {
         value = values[top - 1];
         if constexpr (std::is_floating_point_v<V>) {
@@ -173,22 +173,22 @@ QVO_RET construct_positions(qvo_seq_iterator_h result, qvo_seq_iterator_h input,
 
 }  // namespace
 
-#define DEFINE_TOP(name, type, Order)                                                                      \
-    extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h it) {                                        \
-        return next_values<Order, qvo_##type>(it, Where::here());                                          \
-    }                                                                                                      \
-    extern "C" QVO_API QVO_RET name##_merge(qvo_seq_iterator_h dst, qvo_seq_iterator_h src) {              \
-        return merge_values<Order, qvo_##type>(dst, src, Where::here());                                   \
-    }                                                                                                      \
-    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t top) { \
-        return construct_values<elem_##type>(result, input, top, name##_next, name##_merge);               \
+#define DEFINE_TOP(name, type, Order)                                                              \
+    extern "C" QVO_RET name##_next(qvo_seq_iterator_h iterator) {                                  \
+        return next_values<Order, qvo_##type>(iterator, Where::here());                            \
+    }                                                                                              \
+    extern "C" QVO_RET name##_merge(qvo_seq_iterator_h dst, qvo_seq_iterator_h src) {              \
+        return merge_values<Order, qvo_##type>(dst, src, Where::here());                           \
+    }                                                                                              \
+    extern "C" QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t top) { \
+        return construct_values<elem_##type>(result, input, top, name##_next, name##_merge);       \
     }
-#define DEFINE_TOP_POS(name, type, Order)                                                                  \
-    extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h it) {                                        \
-        return next_positions<Order, qvo_##type>(it, Where::here());                                       \
-    }                                                                                                      \
-    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t top) { \
-        return construct_positions<elem_##type>(result, input, top, name##_next);                          \
+#define DEFINE_TOP_POS(name, type, Order)                                                          \
+    extern "C" QVO_RET name##_next(qvo_seq_iterator_h iterator) {                                  \
+        return next_positions<Order, qvo_##type>(iterator, Where::here());                         \
+    }                                                                                              \
+    extern "C" QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t top) { \
+        return construct_positions<elem_##type>(result, input, top, name##_next);                  \
     }
 #define STAMP(type)                                           \
     DEFINE_TOP(qvo_seq_top_max_##type, type, Greater)         \

@@ -16,7 +16,7 @@ constexpr size_t step = 8;
 constexpr size_t most_stepped = 64;
 
 /// Expands whole elements as long as neither the tile nor the room ends near; returns the positions written. Steps
-/// reach beyond a run: the elements behind it, each of which has a position, overwrite that.
+/// reach beyond a run: the elements after it, each of which has a position, overwrite that.
 template <class Mover> QVO_INLINE uint64_t expand_in_steps(Mover mover, Operand& input, uint8_t* to, uint64_t room) {
     const uint8_t* const from = values_of<uint8_t>(input.iterator());
     const uint8_t* const runs = runs_of(input.iterator());

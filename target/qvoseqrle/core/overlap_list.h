@@ -17,7 +17,7 @@ template <size_t Operands> struct OverlapList {
     size_t n = 0;
     unsigned taken[Operands];  // positions of the first elements that were taken before
 
-    /// Lists the next overlaps, `room` at most, and moves the operands behind them. No operand is used up; nothing is
+    /// Lists the next overlaps, `room` at most, and moves the operands past them. No operand is used up; nothing is
     /// pulled.
     void collect(Operand* operands, size_t room = most);
 

@@ -31,7 +31,7 @@ QVO_INLINE uint64_t load_runs(const uint8_t* first) {
     return std::endian::native == std::endian::big ? __builtin_bswap64(word) : word;
 }
 
-/// Copies `n` run bytes in the order of their elements, up to 7 more behind them.
+/// Copies `n` run bytes in the order of their elements, up to 7 more after them.
 QVO_INLINE void copy_in_order(uint8_t* to, const uint8_t* runs, size_t n) {
     for (size_t i = 0; i < n; i += run_word) {
         const uint64_t word = __builtin_bswap64(load_word(runs - i - (run_word - 1)));

@@ -2,7 +2,7 @@
 //
 // Each element is written where the next kept one belongs, and the place moves on only if it is kept. What is written
 // for an element that is not kept is overwritten by the next one that is; so the last element to be looked at must be
-// a kept one, and nothing behind the kept elements is ever touched.
+// a kept one, and nothing after the kept elements is ever touched.
 #pragma once
 
 #include "core/runs.h"
@@ -34,7 +34,7 @@ struct Selection {
     size_t seen, kept;
 };
 
-/// Keeps the elements of 0 .. n-1 whose condition is not 0, `room` at most, and stops right behind the last one that
+/// Keeps the elements of 0 .. n-1 whose condition is not 0, `room` at most, and stops right after the last one that
 /// there is room for. move(k, i, count) writes elements i .. i+count-1 as the kept elements from k on; its count is a
 /// constant.
 template <class Move> QVO_INLINE Selection select(const uint8_t* conditions, size_t n, size_t room, Move move) {

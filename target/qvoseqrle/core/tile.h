@@ -53,7 +53,7 @@ class TileWriter {
         positions_ += run;
     }
 
-    /// Writes the run of the k-th element behind size(); `advance` then accounts for the elements written so.
+    /// Writes the run of the k-th element after size(); `advance` then accounts for the elements written so.
     QVO_INLINE void set_run_ahead(size_t k, unsigned run) { set_run(runs_ - size_, k, run); }
     QVO_INLINE void advance(RunSpan span) {
         size_ += span.elements;

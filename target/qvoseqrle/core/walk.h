@@ -110,7 +110,7 @@ template <size_t N, class Sink> QVO_INLINE void tracked_steps(Operand (&operands
         first[k] = runs[k] + operands[k].index();
         end[k] = operands[k].run_left();
         // The runs that come after the current ones are read a step ahead, off the chain from one end to the next.
-        // (Behind the last element of a full tile that reads a byte of a value, and does not use it.)
+        // (After the last element of a full tile that reads a byte of a value, and does not use it.)
         after[k] = get_run(runs[k], 1);
     });
     for (size_t i = 0; i < n; ++i) {

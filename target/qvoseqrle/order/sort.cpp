@@ -103,7 +103,7 @@ template <class V> void insertion_sort(const V* data, qvo_seq_no_t* slice, size_
 }
 
 /// The same for up to most_inserted positions. Insertion leaves an ordered slice alone; and without NaNs it is a stable
-/// sort of what smallest_first left: a position ends up behind as many others as have smaller values, or equal ones
+/// sort of what smallest_first left: a position ends up after as many others as have smaller values, or equal ones
 /// further ahead. Comparing all with all in vectors is faster than inserting, which waits for a branch that cannot be
 /// foreseen at every position.
 template <class V> QVO_CPU_VARIANTS void sort_short(const V* data, qvo_seq_no_t* slice, size_t n) {
@@ -281,35 +281,39 @@ void sort(const V* data, qvo_seq_no_t* permutation, size_t n, qvo_seq_order_t or
 }  // namespace
 
 // datetime and uint8 are one C++ type and share the code, but not the seed.
-#define STAMP(type)                                                                                                   \
-    static PivotSeed seed_##type;                                                                                     \
-    extern "C" QVO_API QVO_RET qvo_seq_sort_##type(const qvo_##type* data, qvo_seq_no_t* permutation,                 \
-                                                   qvo_size_t n_elems, qvo_seq_order_t order) {                       \
-        sort(data, permutation, n_elems, order, seed_##type);                                                         \
-        return QVO_S_OK;                                                                                              \
-    }                                                                                                                 \
-    extern "C" QVO_API qvo_bool sorted_##type(const qvo_##type* data, qvo_size_t n) { return is_sorted(data, n); }    \
-    extern "C" QVO_API qvo_bool rev_sorted_##type(const qvo_##type* data, qvo_size_t n) {                             \
-        return is_rev_sorted(data, n);                                                                                \
-    }                                                                                                                 \
-    extern "C" QVO_API void init_permutation_##type(qvo_seq_no_t* permutation, qvo_size_t n_elems,                    \
-                                                    qvo_seq_order_t order) {                                          \
-        init_permutation(permutation, n_elems, order);                                                                \
-    }                                                                                                                 \
-    extern "C" QVO_API void insertion_sort_##type(const qvo_##type* data, qvo_seq_no_t* permutation,                  \
-                                                  qvo_size_t n_elems) {                                               \
-        insertion_sort(data, permutation, n_elems);                                                                   \
-    }                                                                                                                 \
-    extern "C" QVO_API void median_estimate_##type(const qvo_##type* data, qvo_seq_no_t* permutation, qvo_size_t n) { \
-        median_estimate(data, permutation, n, seed_##type);                                                           \
-    }                                                                                                                 \
-    extern "C" QVO_API void heap_sort_##type(const qvo_##type* data, qvo_seq_no_t* permutation, qvo_size_t n_elems) { \
-        heap_sort(data, permutation, n_elems);                                                                        \
-    }                                                                                                                 \
-    extern "C" QVO_API void qloop_##type(const qvo_##type* data, qvo_seq_no_t* permutation, qvo_size_t n_elems,       \
-                                         unsigned d) {                                                                \
-        const size_t ascending = n_elems <= most_inserted ? 0 : ordered_prefix<qvo_##type, Ascending>(data, n_elems); \
-        qloop(data, permutation, n_elems, d, ascending, seed_##type);                                                 \
+#define STAMP(type)                                                                                                    \
+    static PivotSeed seed_##type;                                                                                      \
+    extern "C" QVO_RET qvo_seq_sort_##type(const qvo_##type* data, qvo_seq_no_t* permutation, qvo_size_t n_elems,      \
+                                           qvo_seq_order_t order) {                                                    \
+        sort(data, permutation, n_elems, order, seed_##type);                                                          \
+        return QVO_S_OK;                                                                                               \
+    }                                                                                                                  \
+    extern "C" QVO_PLAIN_NAME qvo_bool sorted_##type(const qvo_##type* data, qvo_size_t n) {                           \
+        return is_sorted(data, n);                                                                                     \
+    }                                                                                                                  \
+    extern "C" QVO_PLAIN_NAME qvo_bool rev_sorted_##type(const qvo_##type* data, qvo_size_t n) {                       \
+        return is_rev_sorted(data, n);                                                                                 \
+    }                                                                                                                  \
+    extern "C" QVO_PLAIN_NAME void init_permutation_##type(qvo_seq_no_t* permutation, qvo_size_t n_elems,              \
+                                                           qvo_seq_order_t order) {                                    \
+        init_permutation(permutation, n_elems, order);                                                                 \
+    }                                                                                                                  \
+    extern "C" QVO_PLAIN_NAME void insertion_sort_##type(const qvo_##type* data, qvo_seq_no_t* permutation,            \
+                                                         qvo_size_t n_elems) {                                         \
+        insertion_sort(data, permutation, n_elems);                                                                    \
+    }                                                                                                                  \
+    extern "C" QVO_PLAIN_NAME void median_estimate_##type(const qvo_##type* data, qvo_seq_no_t* permutation,           \
+                                                          qvo_size_t n) {                                              \
+        median_estimate(data, permutation, n, seed_##type);                                                            \
+    }                                                                                                                  \
+    extern "C" QVO_PLAIN_NAME void heap_sort_##type(const qvo_##type* data, qvo_seq_no_t* permutation,                 \
+                                                    qvo_size_t n_elems) {                                              \
+        heap_sort(data, permutation, n_elems);                                                                         \
+    }                                                                                                                  \
+    extern "C" QVO_PLAIN_NAME void qloop_##type(const qvo_##type* data, qvo_seq_no_t* permutation, qvo_size_t n_elems, \
+                                                unsigned d) {                                                          \
+        const size_t ascending = n_elems <= most_inserted ? 0 : ordered_prefix<qvo_##type, Ascending>(data, n_elems);  \
+        qloop(data, permutation, n_elems, d, ascending, seed_##type);                                                  \
     }
 QVO_SEQ_FOR_FIXED_TYPES(STAMP)
 #undef STAMP

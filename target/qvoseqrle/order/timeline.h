@@ -48,7 +48,7 @@ template <class Value, class Stamp> class Alignment {
         return operand.pull(where_);
     }
 
-    /// Moves ts2 on to its next timestamp. On a failure it stays behind the last one.
+    /// Moves ts2 on to its next timestamp. On a failure it stays after the last one.
     QVO_INLINE QVO_RET step(Stamp* timestamp) {
         ts2.skip(1);
         if (const QVO_RET rc = refill(ts2); rc != QVO_S_OK) return rc;

@@ -161,7 +161,7 @@ QVO_RET filter_pos_next(qvo_seq_iterator_h it, Where where) {
             condition.skip(1);
         } else {
             // Counted in a byte, like the read position: a false element that was passed over may have left that
-            // behind the end of this run, which then lasts until the byte has come round.
+            // after the end of this run, which then lasts until the byte has come round.
             const unsigned left = static_cast<uint8_t>(condition.run_left() - 1) + 1U;
             const unsigned n = static_cast<unsigned>(std::min<size_t>(left, out.room()));
             write_positions(positions + out.size(), n, at);
@@ -221,13 +221,13 @@ QVO_RET construct_filter_pos(qvo_seq_iterator_h result, qvo_seq_iterator_h condi
 
 }  // namespace
 
-#define STAMP(type, code, width)                                                                         \
-    extern "C" QVO_API QVO_RET qvo_seq_filter_##type##_next(qvo_seq_iterator_h it) {                     \
-        return filter_next(it, Where::here());                                                           \
-    }                                                                                                    \
-    extern "C" QVO_API QVO_RET qvo_seq_filter_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h cond, \
-                                                     qvo_seq_iterator_h input) {                         \
-        return construct_filter(result, cond, input, {code, width}, qvo_seq_filter_##type##_next);       \
+#define STAMP(type, code, width)                                                                   \
+    extern "C" QVO_RET qvo_seq_filter_##type##_next(qvo_seq_iterator_h iterator) {                 \
+        return filter_next(iterator, Where::here());                                               \
+    }                                                                                              \
+    extern "C" QVO_RET qvo_seq_filter_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h cond,   \
+                                             qvo_seq_iterator_h input) {                           \
+        return construct_filter(result, cond, input, {code, width}, qvo_seq_filter_##type##_next); \
     }
 #define STAMP_FIXED(type) STAMP(type, elem_##type::code, elem_##type::width)
 QVO_SEQ_FOR_FIXED_TYPES(STAMP_FIXED)

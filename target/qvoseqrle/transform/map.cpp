@@ -41,14 +41,14 @@ QVO_INLINE size_t map_singles(const Mover& mover, qvo_seq_iterator_h it, Operand
                               TileWriter& out, qvo_seq_no_t& at) {
     if (input.used_up() || input.taken() != 0 || input.run() != 1) return 0;
     const size_t most = leading_single_runs(positions.runs(), std::min(out.room(), positions.elements_left()));
-    const qvo_seq_no_t behind = std::min<qvo_seq_no_t>(at + leading_single_runs(input.runs(), input.elements_left()),
-                                                       input.iterator()->next_seq_no);
+    const qvo_seq_no_t after = std::min<qvo_seq_no_t>(at + leading_single_runs(input.runs(), input.elements_left()),
+                                                      input.iterator()->next_seq_no);
     const qvo_uint8* __restrict const wanted = values_of<qvo_uint8>(it->opd[1]) + positions.index();
     const uint8_t* __restrict const from = values_of<uint8_t>(it->opd[0]) + input.index() * mover.width();
     uint8_t* __restrict const to = values_of<uint8_t>(it) + out.size() * mover.width();
     qvo_seq_no_t last = at;
     size_t n = 0;
-    for (; n < most && wanted[n] >= last && wanted[n] < behind; ++n) {
+    for (; n < most && wanted[n] >= last && wanted[n] < after; ++n) {
         last = wanted[n];
         mover.move(to, n, from, last - at);
     }
@@ -112,18 +112,18 @@ QVO_RET construct_map(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_s
 
 }  // namespace
 
-extern "C" QVO_API QVO_RET qvo_seq_map_reset(qvo_seq_iterator_h iterator) {
+extern "C" QVO_RET qvo_seq_map_reset(qvo_seq_iterator_h iterator) {
     state<MapState>(iterator).right_seq_no = 0;
     return qvo_seq_reset_binary_iterator(iterator);
 }
 
-#define STAMP(type, code)                                                                              \
-    extern "C" QVO_API QVO_RET qvo_seq_map_##type##_next(qvo_seq_iterator_h iterator) {                \
-        return map_next(iterator, Where::here());                                                      \
-    }                                                                                                  \
-    extern "C" QVO_API QVO_RET qvo_seq_map_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, \
-                                                  qvo_seq_iterator_h positions) {                      \
-        return construct_map(result, input, positions, code, qvo_seq_map_##type##_next);               \
+#define STAMP(type, code)                                                                      \
+    extern "C" QVO_RET qvo_seq_map_##type##_next(qvo_seq_iterator_h iterator) {                \
+        return map_next(iterator, Where::here());                                              \
+    }                                                                                          \
+    extern "C" QVO_RET qvo_seq_map_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, \
+                                          qvo_seq_iterator_h positions) {                      \
+        return construct_map(result, input, positions, code, qvo_seq_map_##type##_next);       \
     }
 #define STAMP_FIXED(type) STAMP(type, elem_##type::code)
 QVO_SEQ_FOR_FIXED_TYPES(STAMP_FIXED)

@@ -1,7 +1,7 @@
 // Strings that match a pattern with % (any bytes), _ (one byte) and backslash escapes.
 //
 // The constructor looks at the pattern and picks one of three matchers. The matchers end a string at its first zero
-// byte or at the width, and never look at the pattern behind the byte that decides.
+// byte or at the width, and never look at the pattern after the byte that decides.
 #include "core/elementwise.h"
 
 namespace qvo {
@@ -59,7 +59,7 @@ void match_elements(qvo_seq_iterator_h it, size_t to, size_t /*from*/, size_t n)
         return;
     }
     for (size_t i = to; i < to + n; ++i) {
-        // A wide string far behind would go on past the tile: it ends there.
+        // A wide string far on would go beyond the tile: it ends there.
         context.elem_size = std::min(width, static_cast<int>(payload_bytes - i));
         out[i] = context.match(&context, tile + i) != 0;
     }
@@ -70,7 +70,7 @@ void match_elements(qvo_seq_iterator_h it, size_t to, size_t /*from*/, size_t n)
 
 extern "C" {
 
-QVO_API qvo_bool qvo_seq_exact_match(const qvo_seq_match_context_t* ctx, const char* str) {
+qvo_bool qvo_seq_exact_match(const qvo_seq_match_context_t* ctx, const char* str) {
     for (int i = 0; i < ctx->elem_size; ++i) {
         if (str[i] != ctx->pattern[i]) return 0;
         if (str[i] == '\0') return 1;
@@ -78,7 +78,7 @@ QVO_API qvo_bool qvo_seq_exact_match(const qvo_seq_match_context_t* ctx, const c
     return ctx->pattern[ctx->elem_size] == '\0';
 }
 
-QVO_API qvo_bool qvo_seq_match_substring(const qvo_seq_match_context_t* ctx, const char* str) {
+qvo_bool qvo_seq_match_substring(const qvo_seq_match_context_t* ctx, const char* str) {
     const char* const needle = ctx->pattern + 1;
     const int last = ctx->pn - 3;  // of the needle
     if (last < 0) return 1;
@@ -92,11 +92,11 @@ QVO_API qvo_bool qvo_seq_match_substring(const qvo_seq_match_context_t* ctx, con
     return 0;
 }
 
-QVO_API qvo_bool qvo_seq_match_regex(const qvo_seq_match_context_t* ctx, const char* str) {
+qvo_bool qvo_seq_match_regex(const qvo_seq_match_context_t* ctx, const char* str) {
     const char* const pattern = ctx->pattern;
     const int n = ctx->pn;
     int pi = 0, si = 0;
-    int wildcard = -1, from = -1;  // behind the last % met, and where the string goes on that it is tried on
+    int wildcard = -1, from = -1;  // after the last % met, and where the string goes on that it is tried on
     for (;;) {
         if (pi < n && pattern[pi] == '%') {
             wildcard = ++pi;
@@ -119,9 +119,11 @@ QVO_API qvo_bool qvo_seq_match_regex(const qvo_seq_match_context_t* ctx, const c
     }
 }
 
-QVO_API QVO_RET qvo_seq_match_next(qvo_seq_iterator_h it) { return elements_next(it, match_elements, Where::here()); }
+QVO_RET qvo_seq_match_next(qvo_seq_iterator_h iterator) {
+    return elements_next(iterator, match_elements, Where::here());
+}
 
-QVO_API QVO_RET qvo_seq_match(qvo_seq_iterator_h result, qvo_seq_iterator_h input, const char* pattern) {
+QVO_RET qvo_seq_match(qvo_seq_iterator_h result, qvo_seq_iterator_h input, const char* pattern) {
     if (const QVO_RET rc = construct_typed(result, input, QVO_DD_CHAR, layout_of<elem_bool>, qvo_seq_match_next);
         rc != QVO_S_OK)
         return rc;

@@ -16,7 +16,7 @@ namespace {
 /// The words of the context that all parsers share.
 struct TextPosition {
     alignas(uint64_t) const char* at;     // where the next call reads on
-    alignas(uint64_t) const char* start;  // the first value, behind an opening brace
+    alignas(uint64_t) const char* start;  // the first value, after an opening brace
 };
 
 struct CustomParser {
@@ -62,12 +62,12 @@ using scanned = std::conditional_t<E::is_floating, double,
                                    std::conditional_t<E::is_signed, std::conditional_t<E::width == 8, long long, int>,
                                                       std::conditional_t<E::width == 8, unsigned long long, unsigned>>>;
 
-// Characters that a scanner may look at behind a number before it decides that the number has ended: a decimal point
+// Characters that a scanner may look at after a number before it decides that the number has ended: a decimal point
 // of several bytes, or the rest of a word.
 inline constexpr size_t scan_ahead = 16;
 
 /// Scans a copy of the first Window characters. Counts only if the number ends well before the end of the copy, so
-/// that the whole text cannot give another result. (Behind a NaN, parentheses of any length might belong to it.)
+/// that the whole text cannot give another result. (After a NaN, parentheses of any length might belong to it.)
 template <size_t Window, class S> size_t scan_window(const char* text, S& value) {
     char copy[Window + 1];
     std::memcpy(copy, text, Window);
@@ -165,7 +165,7 @@ inline constexpr size_t max_strings = 128;
 size_t string_capacity(size_t width) { return std::min(max_strings, capacity_of(width)); }
 
 struct StringToken {
-    const char* begin;  // its first character, behind a quote
+    const char* begin;  // its first character, after a quote
     const char* end;    // its delimiter
     const char* next;   // where to read on
     size_t length;      // characters, with escapes as one each
@@ -219,10 +219,10 @@ Fit fit_string(qvo_seq_iterator_h it, size_t index, size_t length) {
 }  // namespace
 
 #define STAMP(type)                                                                                \
-    extern "C" QVO_API QVO_RET qvo_seq_parse_##type##_next(qvo_seq_iterator_h it) {                \
-        return parse_next<elem_##type>(it);                                                        \
+    extern "C" QVO_RET qvo_seq_parse_##type##_next(qvo_seq_iterator_h iterator) {                  \
+        return parse_next<elem_##type>(iterator);                                                  \
     }                                                                                              \
-    extern "C" QVO_API QVO_RET qvo_seq_parse_##type(qvo_seq_iterator_h result, const char* text) { \
+    extern "C" QVO_RET qvo_seq_parse_##type(qvo_seq_iterator_h result, const char* text) {         \
         return construct_parser(result, text, layout_of<elem_##type>, qvo_seq_parse_##type##_next, \
                                 qvo_seq_reset_parse_iterator);                                     \
     }
@@ -231,48 +231,50 @@ QVO_SEQ_FOR_FIXED_TYPES(STAMP)
 
 extern "C" {
 
-QVO_API QVO_RET qvo_seq_reset_parse_iterator(qvo_seq_iterator_h it) {
-    TextPosition& position = state<TextPosition>(it);
+QVO_RET qvo_seq_reset_parse_iterator(qvo_seq_iterator_h iterator) {
+    TextPosition& position = state<TextPosition>(iterator);
     position.at = position.start;
-    return qvo_seq_reset_iterator(it);
+    return qvo_seq_reset_iterator(iterator);
 }
 
-QVO_API QVO_RET qvo_seq_reset_custom_parse_iterator(qvo_seq_iterator_h it) { return qvo_seq_reset_parse_iterator(it); }
+QVO_RET qvo_seq_reset_custom_parse_iterator(qvo_seq_iterator_h iterator) {
+    return qvo_seq_reset_parse_iterator(iterator);
+}
 
-QVO_API QVO_RET qvo_seq_parse_char_next(qvo_seq_iterator_h it) {
+QVO_RET qvo_seq_parse_char_next(qvo_seq_iterator_h iterator) {
     static constexpr char null_word[] = {'n', 'u', 'l', 'l'};
-    char* const values = values_of<char>(it);
-    const char* text = state<TextPosition>(it).at;
-    qvo_seq_reset_null_bitmap(it);
+    char* const values = values_of<char>(iterator);
+    const char* text = state<TextPosition>(iterator).at;
+    qvo_seq_reset_null_bitmap(iterator);
     size_t i = 0;
-    for (; i < string_capacity(it->elem_size) && !at_end(text); ++i) {
+    for (; i < string_capacity(iterator->elem_size) && !at_end(text); ++i) {
         if (std::strncmp(text, null_word, sizeof null_word) == 0) {
-            if (it->elem_size == 0) return QVO_E_ILLEGAL_PARAM;
-            it->tile.null_bitmap[i / 64] |= qvo_bitmap_word_t{1} << i % 64;
+            if (iterator->elem_size == 0) return QVO_E_ILLEGAL_PARAM;
+            iterator->tile.null_bitmap[i / 64] |= qvo_bitmap_word_t{1} << i % 64;
             text += sizeof null_word;
         } else {
             StringToken token;
             if (!find_string(text, token)) return QVO_E_ILLEGAL_PARAM;
-            const Fit fit = fit_string(it, i, token.length);
+            const Fit fit = fit_string(iterator, i, token.length);
             if (fit == Fit::too_long) return QVO_E_ILLEGAL_PARAM;
             if (fit == Fit::next_tile) break;
-            copy_string(token, values + i * it->elem_size, it->elem_size);
+            copy_string(token, values + i * iterator->elem_size, iterator->elem_size);
             text = token.next;
         }
         if (*text == ',') ++text;
     }
-    return finish(it, text, i);
+    return finish(iterator, text, i);
 }
 
-QVO_API QVO_RET qvo_seq_parse_char(qvo_seq_iterator_h result, const char* text, int width) {
+QVO_RET qvo_seq_parse_char(qvo_seq_iterator_h result, const char* text, int width) {
     if (width < 0 || static_cast<size_t>(width) > max_width) return QVO_E_ILLEGAL_PARAM;
     return construct_parser(result, text, {QVO_DD_CHAR, static_cast<uint16_t>(width)}, qvo_seq_parse_char_next,
                             qvo_seq_reset_parse_iterator);
 }
 
-QVO_API QVO_RET qvo_seq_custom_parse_next(qvo_seq_iterator_h it) {
-    const CustomParser& parser = state<CustomParser>(it);
-    const size_t capacity = capacity_of(it->elem_size);
+QVO_RET qvo_seq_custom_parse_next(qvo_seq_iterator_h iterator) {
+    const CustomParser& parser = state<CustomParser>(iterator);
+    const size_t capacity = capacity_of(iterator->elem_size);
     char* text = const_cast<char*>(parser.position.at);  // the constructor took a text that may be written to
     size_t i = 0;
     while (i < capacity && !at_end(text)) {
@@ -280,18 +282,18 @@ QVO_API QVO_RET qvo_seq_custom_parse_next(qvo_seq_iterator_h it) {
         if (separator == nullptr) separator = qvo_strchr(text, '}');
         const char mark = separator != nullptr ? *separator : '\0';
         if (separator != nullptr) *separator = '\0';
-        const int parsed = parser.parse(text, &it->tile, static_cast<int>(i));
+        const int parsed = parser.parse(text, &iterator->tile, static_cast<int>(i));
         if (separator != nullptr) *separator = mark;
         if (parsed == 0) return QVO_E_ILLEGAL_PARAM;
-        set_run(runs_of(it), i++, 1);
-        // A token without a separator behind it is the last one.
+        set_run(runs_of(iterator), i++, 1);
+        // A token without a separator after it is the last one.
         text = separator != nullptr ? separator + 1 : text + std::strlen(text);
     }
-    return finish(it, text, i);
+    return finish(iterator, text, i);
 }
 
-QVO_API QVO_RET qvo_seq_custom_parse(qvo_seq_iterator_h result, char* text, uint8_t elem_type, uint16_t elem_size,
-                                     qvo_seq_custom_parser_t parser) {
+QVO_RET qvo_seq_custom_parse(qvo_seq_iterator_h result, char* text, uint8_t elem_type, uint16_t elem_size,
+                             qvo_seq_custom_parser_t parser) {
     if (elem_size > max_width) return QVO_E_ILLEGAL_PARAM;
     construct_parser(result, text, {elem_type, elem_size}, qvo_seq_custom_parse_next,
                      qvo_seq_reset_custom_parse_iterator);

@@ -99,7 +99,7 @@ bool print_limited(const char*& format, ElementBytes& bytes, TextWriter& out) {
     return string != nullptr && out.print("%.*s", limit, reinterpret_cast<const char*>(string));
 }
 
-/// Expands one directive; `format` is behind its percent sign, and moves on. The type letters of the last four forms
+/// Expands one directive; `format` is after its percent sign, and moves on. The type letters of the last four forms
 /// stay for the caller, who copies them to the output: deliberate.
 bool print_directive(const char*& format, ElementBytes& bytes, TextWriter& out) {
     switch (const char letter = *format++) {
@@ -143,7 +143,7 @@ bool print_element(const char* format, ElementBytes bytes, TextWriter& out) {
 }
 
 /// Writes n bytes of text `count` times, `stride` bytes apart, as two overlapping blocks of n / 2 to n bytes: what lies
-/// behind a text stays.
+/// after a text stays.
 template <size_t Block>
 void fill_texts(char* __restrict to, size_t stride, const char* __restrict text, size_t n, size_t count) {
     for (; count != 0; --count, to += stride) {
@@ -171,23 +171,23 @@ void fill_texts(char* to, size_t stride, const char* text, size_t n, size_t coun
 
 extern "C" {
 
-QVO_API QVO_RET qvo_seq_print_char_next(qvo_seq_iterator_h it) {
-    const qvo_seq_iterator_h operand = it->opd[0];
+QVO_RET qvo_seq_print_char_next(qvo_seq_iterator_h iterator) {
+    const qvo_seq_iterator_h operand = iterator->opd[0];
     Operand input(operand);
     if (const QVO_RET rc = input.refill(Where::here()); rc != QVO_S_OK) return rc;
 
     // The operand does not move on, so all elements of the tile are the same text.
-    TextWriter out(it->elem_size);
+    TextWriter out(iterator->elem_size);
     const uint8_t* const element = values_of<uint8_t>(operand) + input.index() * operand->elem_size;
-    if (!print_element(state<Format>(it).text, {element, operand->elem_size}, out)) return QVO_E_ILLEGAL_PARAM;
-    TileWriter tile(it);
+    if (!print_element(state<Format>(iterator).text, {element, operand->elem_size}, out)) return QVO_E_ILLEGAL_PARAM;
+    TileWriter tile(iterator);
     const size_t capacity = tile.room();
-    fill_texts(values_of<char>(it), it->elem_size, out.text(), out.size(), capacity);
+    fill_texts(values_of<char>(iterator), iterator->elem_size, out.text(), out.size(), capacity);
     tile.advance({capacity, 0});
     return tile.finish(QVO_S_OK, Counted::elements);
 }
 
-QVO_API QVO_RET qvo_seq_print_char(qvo_seq_iterator_h result, qvo_seq_iterator_h input, int width, const char* format) {
+QVO_RET qvo_seq_print_char(qvo_seq_iterator_h result, qvo_seq_iterator_h input, int width, const char* format) {
     if (!has_type(input, QVO_DD_CHAR)) return QVO_E_ILLEGAL_TYPE;
     // Before the binding check, unlike other parameters.
     if (width < 1 || static_cast<size_t>(width) > max_text_width) return QVO_E_ILLEGAL_PARAM;

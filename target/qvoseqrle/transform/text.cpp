@@ -79,8 +79,8 @@ QVO_RET construct_join(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_s
 
 extern "C" {
 
-QVO_RET qvo_seq_add_char_next(qvo_seq_iterator_h it) {
-    return qvo::overlap_next(it, qvo::loops_of<qvo::MappedLoops<qvo::AddChar>>, qvo::Where::here());
+QVO_RET qvo_seq_add_char_next(qvo_seq_iterator_h iterator) {
+    return qvo::overlap_next(iterator, qvo::loops_of<qvo::MappedLoops<qvo::AddChar>>, qvo::Where::here());
 }
 
 QVO_RET qvo_seq_add_char(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right) {
@@ -88,8 +88,8 @@ QVO_RET qvo_seq_add_char(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo
     return qvo::construct_join(result, left, right, qvo_seq_add_char_next);
 }
 
-QVO_RET qvo_seq_cat_next(qvo_seq_iterator_h it) {
-    return qvo::overlap_next(it, qvo::loops_of<qvo::MappedLoops<qvo::Cat>>, qvo::Where::here());
+QVO_RET qvo_seq_cat_next(qvo_seq_iterator_h iterator) {
+    return qvo::overlap_next(iterator, qvo::loops_of<qvo::MappedLoops<qvo::Cat>>, qvo::Where::here());
 }
 
 QVO_RET qvo_seq_cat(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right) {

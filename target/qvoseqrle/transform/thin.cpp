@@ -12,7 +12,7 @@ namespace {
 ///
 /// Deliberate: the read position within a run is set to the distance from the last taken position, not from the start
 /// of the run, and it is kept when the next tile is pulled. So with several taken positions in a run, or a run cut by
-/// the end of a tile, the elements behind it are found at shifted positions. With runs of 1 the count is exact.
+/// the end of a tile, the elements after it are found at shifted positions. With runs of 1 the count is exact.
 class ThinWalk {
  public:
     ThinWalk(qvo_seq_iterator_h it, qvo_seq_thin_context_t& s)
@@ -33,7 +33,7 @@ class ThinWalk {
         size_t index = input_->tile_offs;
         uint64_t taken = input_->rle_offs, at = s_.curr_pos;
         for (;;) {
-            // Shifted positions can lead behind the last element, where run bytes of earlier tiles still lie; but not
+            // Shifted positions can lead beyond the last element, where run bytes of earlier tiles still lie; but not
             // out of the payload.
             if (index >= payload_bytes || (index + 1) * input_->elem_size > payload_bytes) fatal_stop(where);
             const uint64_t end = at + get_run(runs, index) - taken;
@@ -119,13 +119,13 @@ QVO_RET construct_thin(qvo_seq_iterator_h result, qvo_seq_iterator_h input, Elem
 
 }  // namespace
 
-#define STAMP(type, code, width)                                                                        \
-    extern "C" QVO_API QVO_RET qvo_seq_thin_##type##_next(qvo_seq_iterator_h it) {                      \
-        return thin_next(it, Where::here());                                                            \
-    }                                                                                                   \
-    extern "C" QVO_API QVO_RET qvo_seq_thin_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, \
-                                                   qvo_size_t origin, qvo_size_t step) {                \
-        return construct_thin(result, input, {code, width}, origin, step, qvo_seq_thin_##type##_next);  \
+#define STAMP(type, code, width)                                                                                   \
+    extern "C" QVO_RET qvo_seq_thin_##type##_next(qvo_seq_iterator_h iterator) {                                   \
+        return thin_next(iterator, Where::here());                                                                 \
+    }                                                                                                              \
+    extern "C" QVO_RET qvo_seq_thin_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t origin, \
+                                           qvo_size_t step) {                                                      \
+        return construct_thin(result, input, {code, width}, origin, step, qvo_seq_thin_##type##_next);             \
     }
 #define STAMP_FIXED(type) STAMP(type, elem_##type::code, elem_##type::width)
 QVO_SEQ_FOR_FIXED_TYPES(STAMP_FIXED)

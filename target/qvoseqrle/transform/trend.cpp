@@ -45,7 +45,7 @@ template <class V> struct DiffOf {
         uint8_t* const out_runs = runs_of(it) - to;
         size_t k = 0;
         // Without a branch, and as pairs, which take a store each: a rest that is none is overwritten by the next
-        // difference. Behind the last one there is no next, so it is written only if it is one.
+        // difference. After the last one there is no next, so it is written only if it is one.
         const auto put_pair = [&](size_t i, V previous) __attribute__((always_inline)) {
             const unsigned rest = static_cast<uint8_t>(get_run(runs, i) - 1);
             const V pair[] = {wrapping_sub(values[i], previous), V{0}};
@@ -151,19 +151,19 @@ QVO_RET trend_next(qvo_seq_iterator_h it, void (*signs)(qvo_seq_iterator_h it, s
 
 }  // namespace
 
-#define STAMP(type)                                                                                        \
-    extern "C" QVO_API QVO_RET qvo_seq_diff_##type##_next(qvo_seq_iterator_h it) {                         \
-        using Loops = DiffOf<elem_##type::value>;                                                          \
-        return diff_next(it, {Loops::differences, Loops::with_rests}, Where::here());                      \
-    }                                                                                                      \
-    extern "C" QVO_API QVO_RET qvo_seq_diff_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) {  \
-        return construct_unary<elem_##type, elem_##type>(result, input, qvo_seq_diff_##type##_next);       \
-    }                                                                                                      \
-    extern "C" QVO_API QVO_RET qvo_seq_trend_##type##_next(qvo_seq_iterator_h it) {                        \
-        return trend_next(it, TrendOf<elem_##type::value>::signs, Where::here());                          \
-    }                                                                                                      \
-    extern "C" QVO_API QVO_RET qvo_seq_trend_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) { \
-        return construct_unary<elem_##type, elem_int1>(result, input, qvo_seq_trend_##type##_next);        \
+#define STAMP(type)                                                                                  \
+    extern "C" QVO_RET qvo_seq_diff_##type##_next(qvo_seq_iterator_h iterator) {                     \
+        using Loops = DiffOf<elem_##type::value>;                                                    \
+        return diff_next(iterator, {Loops::differences, Loops::with_rests}, Where::here());          \
+    }                                                                                                \
+    extern "C" QVO_RET qvo_seq_diff_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) {    \
+        return construct_unary<elem_##type, elem_##type>(result, input, qvo_seq_diff_##type##_next); \
+    }                                                                                                \
+    extern "C" QVO_RET qvo_seq_trend_##type##_next(qvo_seq_iterator_h iterator) {                    \
+        return trend_next(iterator, TrendOf<elem_##type::value>::signs, Where::here());              \
+    }                                                                                                \
+    extern "C" QVO_RET qvo_seq_trend_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) {   \
+        return construct_unary<elem_##type, elem_int1>(result, input, qvo_seq_trend_##type##_next);  \
     }
 QVO_SEQ_FOR_FIXED_TYPES(STAMP)
 #undef STAMP
