@@ -1,4 +1,4 @@
-# What is installed: headers, libraries, the CMake package and a pkg-config file for each library. The tree may be moved.
+# What is installed: headers, libraries, documents, the CMake package and a pkg-config file for each library. The tree may be moved.
 include(CMakePackageConfigHelpers)
 
 set(libraries qvoseq)
@@ -14,6 +14,9 @@ install(TARGETS ${libraries} ${archives} EXPORT qvoseqTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Runtime NAMELINK_COMPONENT Development
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Development)
 install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT Development)
+
+install(FILES README.md CHANGELOG.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Development)
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Development)
 
 install(EXPORT qvoseqTargets NAMESPACE qvoseq:: DESTINATION ${package_dir} COMPONENT Development)
 configure_package_config_file(cmake/qvoseqConfig.cmake.in qvoseqConfig.cmake INSTALL_DESTINATION ${package_dir}

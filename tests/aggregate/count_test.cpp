@@ -71,11 +71,11 @@ TEST(Count, CountsElementsThatAreNotNull_deliberate) {
     } cases[] = {
         {5, {0, 0}, 5},
         {5, {0b10110, 0}, 2},
-        {5, {~uint64_t{0b11}, ~uint64_t{0}}, 2},  // marks behind the last element
+        {5, {~uint64_t{0b11}, ~uint64_t{0}}, 2},  // marks after the last element
         {64, {~uint64_t{0}, 1}, 0},
         {65, {~uint64_t{0}, 2}, 1},
         {128, {~uint64_t{0}, ~uint64_t{0}}, 0},
-        {300, {~uint64_t{0}, ~uint64_t{0}}, 172},  // no marks behind the bitmap
+        {300, {~uint64_t{0}, ~uint64_t{0}}, 172},  // no marks after the bitmap
     };
     for (const auto& c : cases) {
         Source source(t_int2{}, Items<t_int2>(c.elements, Item<t_int2>{7, 9}));

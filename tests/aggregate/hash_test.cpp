@@ -119,6 +119,28 @@ TEST(Hash, OutOfMemory) {
     check_out_of_memory(keys_only, {keys, keys}, 100);
 }
 
+// Besides its element of 40 bytes, a group takes what its key and its state need outside of it, and nothing else.
+TEST(Hash, MemoryOfAGroup) {
+    constexpr size_t groups = 2048;
+    Elements narrow{QVO_DD_INT4, 4, {}}, wide{QVO_DD_CHAR, 40, {}};
+    for (unsigned i = 0; i < groups; ++i) {
+        const std::string bytes = Source::bytes_of<t_uint4>(i, 4);
+        narrow.items.push_back({bytes, 1});
+        wide.items.push_back({bytes + std::string(36, 'k'), 1});
+    }
+    const auto buckets = [&](const HashMember& member, const Elements& keys) {
+        Allocator allocator;
+        HashPart part({keys, narrow});
+        EXPECT_EQ(part.construct(member, groups), QVO_S_OK);
+        EXPECT_EQ(part.prepare(), QVO_S_OK);
+        return allocator.blocks() - 3;  // what both results share, the table, its chains
+    };
+    EXPECT_EQ(buckets(sum_member, narrow), 2U);
+    EXPECT_EQ(buckets(sum_member, wide), 2U + 2U);
+    EXPECT_EQ(buckets(distinct_member, narrow), 2U + 7U);
+    EXPECT_EQ(buckets(distinct_member, wide), 2U + 9U);
+}
+
 TEST(Hash, KeysWithTheSameHashStayApart) {
     Random random(6);
     std::map<uint32_t, std::string> keys;  // by their hashes, until two keys have the same one

@@ -90,11 +90,13 @@ char* qvo_strchr(const char* str, int ch) {
     return const_cast<char*>(std::strchr(str, ch));
 }
 
-// This host's tables begin small: entry 0 is 3.
+// This host's tables begin small, entry 0 is 3, and stay small: the last one, 28, is 257.
 uint32_t qvo_int_get_prime_number(int index) {
     ++called["prime"];
-    static const uint32_t primes[] = {3, 5, 7, 11, 17, 31, 67, 127};
-    return index < 8 ? primes[index] : 0;
+    static const uint32_t primes[] = {3,   5,   7,   11,  17,  31,  67,  127, 131, 137, 139, 149, 151, 157, 163,
+                                      167, 173, 179, 181, 191, 193, 197, 199, 211, 223, 227, 229, 233, 257};
+    EXPECT_LE(index, 28);
+    return index <= 28 ? primes[index] : 0;
 }
 
 }  // extern "C"
@@ -210,6 +212,23 @@ TEST_F(Host, Primes) {
     ASSERT_EQ(result.next(&result), QVO_S_OK);
     EXPECT_EQ(result.tile_size, 3);
     EXPECT_EQ(qvo_seq_free_hash(&result), 1);
+}
+
+// A table that has the largest size takes more groups than it is made for.
+TEST_F(Host, GrowthEndsAtTheLastPrime) {
+    qvo_int4 values[1000];
+    for (int i = 0; i < 1000; ++i) values[i] = i;
+    for (const qvo_size_t wanted : {1, 1000}) {
+        qvo_seq_iterator_t input, keys;
+        qvo_seq_unget_int4(&input, values, 1000);
+        ASSERT_EQ(qvo_seq_hash_agg_count(&result, &keys, &input, wanted), QVO_S_OK);
+        qvo_uint8 count = 0, groups = 0;
+        for (; qvo_seq_next_uint8(&result, &count) == QVO_S_OK; ++groups) EXPECT_EQ(count, 1U);
+        EXPECT_EQ(groups, 1000U);
+        const auto* context = reinterpret_cast<const qvo_seq_hash_iterator_context_t*>(result.context);
+        EXPECT_EQ(context->shared->hash->table_size, 257U);
+        EXPECT_EQ(qvo_seq_free_hash(&result), 1);
+    }
 }
 
 TEST_F(Host, Moving) {

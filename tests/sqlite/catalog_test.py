@@ -16,7 +16,7 @@ sys.path.insert(0, TOOLS)
 import catalog  # noqa: E402
 from oracle import LENGTHS, SHAPES, Case, Fault, differs  # noqa: E402
 from oracles import ORACLES, PENDING  # noqa: E402
-from values import NUMBERS, INTEGERS, TYPES, Host, text_of  # noqa: E402
+from values import NUMBERS, INTEGERS, TYPES, Host  # noqa: E402
 
 CATALOG = catalog.read(LIBRARY)
 FUNCTIONS = [f for f in CATALOG if len(sys.argv) < 5 or f.section == sys.argv[4]]

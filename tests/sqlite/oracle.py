@@ -8,7 +8,7 @@ from typing import Callable
 
 import numpy as np
 
-from values import DTYPES, TIME, TYPES, type_of
+from values import DTYPES, TIME, type_of
 
 # Around the borders of the tiles that operators and encodings work in, for elements of 1 to 8 bytes and of char.
 LENGTHS = [

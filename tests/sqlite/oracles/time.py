@@ -2,7 +2,7 @@
 
 import numpy as np
 
-from oracle import Approx, Fault, Oracle, constant, is_number, is_time_like, meet, same_length
+from oracle import Approx, Fault, Oracle, constant, is_number, is_time_like, same_length
 from oracles.aggregates import _absolute, _total, present
 from oracles.along import _ascending
 from oracles.element_wise import UNITS, floor_time
