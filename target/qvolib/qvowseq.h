@@ -93,7 +93,7 @@ static_assert(offsetof(qvo_seq_iterator_t, tile) == 392 && offsetof(qvo_seq_tile
 
 // Exported functions whose names do not open with qvo_. They are weak and never called by the library itself, so that a
 // program's own functions of these names take nothing away from it, with the shared library and with the archive.
-#define QVO_PLAIN_NAME __attribute__((weak))
+#define QVO_PLAIN_NAME QVO_API __attribute__((weak))
 
 // Functions that loops are made of are inlined into them, so that they are compiled for each instruction set of the
 // loop (QVO_CPU_VARIANTS).

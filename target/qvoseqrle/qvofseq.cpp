@@ -49,54 +49,54 @@ extern "C" {
 qvo_seq_malloc_t qvo_seq_malloc = qvo_seq_sys_malloc;
 qvo_seq_free_t qvo_seq_free = qvo_seq_sys_free;
 
-void* qvo_seq_sys_malloc(qvo_seq_iterator_h, qvo_size_t size) { return std::malloc(size); }
+QVO_API void* qvo_seq_sys_malloc(qvo_seq_iterator_h, qvo_size_t size) { return std::malloc(size); }
 
-void qvo_seq_sys_free(qvo_seq_iterator_h, void* ptr, qvo_size_t) { std::free(ptr); }
+QVO_API void qvo_seq_sys_free(qvo_seq_iterator_h, void* ptr, qvo_size_t) { std::free(ptr); }
 
-void qvo_seq_redefine_allocator(qvo_seq_malloc_t malloc_hook, qvo_seq_free_t free_hook) {
+QVO_API void qvo_seq_redefine_allocator(qvo_seq_malloc_t malloc_hook, qvo_seq_free_t free_hook) {
     qvo_seq_malloc = malloc_hook;
     qvo_seq_free = free_hook;
 }
 
 // The flags come first: a buffer that could not be had counts as owned, and release hooks accept its null pointer.
-void* qvo_seq_alloc_buffer(qvo_seq_iterator_h iterator, qvo_size_t size) {
+QVO_API void* qvo_seq_alloc_buffer(qvo_seq_iterator_h iterator, qvo_size_t size) {
     iterator->buf_size = size;
     iterator->owned_buf = 1;
     iterator->buf = qvo_seq_malloc(iterator, size);
     return iterator->buf;
 }
 
-void qvo_seq_free_buffer(qvo_seq_iterator_h iterator) {
+QVO_API void qvo_seq_free_buffer(qvo_seq_iterator_h iterator) {
     if (iterator->owned_buf != 1) return;
     qvo_seq_free(iterator, iterator->buf, iterator->buf_size);
     iterator->owned_buf = 0;
     iterator->buf = nullptr;
 }
 
-int qvo_seq_enable_check_bindings(int flag) {
+QVO_API int qvo_seq_enable_check_bindings(int flag) {
     const int previous = qvo_seq_check_bindings;
     qvo_seq_check_bindings = flag;
     return previous;
 }
 
-QVO_RET qvo_seq_prepare_aggregate(qvo_seq_iterator_h iterator) {
+QVO_API QVO_RET qvo_seq_prepare_aggregate(qvo_seq_iterator_h iterator) {
     const QVO_RET rc = iterator->next(iterator);
     iterator->prepared = 1;
     return rc;
 }
 
-int qvo_seq_contains_nulls(qvo_seq_iterator_h iterator) {
+QVO_API int qvo_seq_contains_nulls(qvo_seq_iterator_h iterator) {
     const qvo_bitmap_word_t* words = iterator->tile.null_bitmap;
     return (words[0] | words[1]) != 0;
 }
 
-void qvo_seq_reset_null_bitmap(qvo_seq_iterator_h iterator) {
+QVO_API void qvo_seq_reset_null_bitmap(qvo_seq_iterator_h iterator) {
     for (qvo_bitmap_word_t& word : iterator->tile.null_bitmap) word = 0;
 }
 
 QVO_PLAIN_NAME qvo_seq_count_t min_count(qvo_seq_count_t a, qvo_seq_count_t b) { return b < a ? b : a; }
 
-int qvo_seq_check_tile(const qvo_seq_iterator_t* iterator) {
+QVO_API int qvo_seq_check_tile(const qvo_seq_iterator_t* iterator) {
     const size_t width = qvo::width_of_type(iterator->elem_type), size = iterator->tile_size;
     if (width != 0 && iterator->elem_size != width) return QVO_SEQ_TILE_WIDTH;
     if (size == 0) return QVO_SEQ_TILE_EMPTY;
@@ -108,7 +108,7 @@ int qvo_seq_check_tile(const qvo_seq_iterator_t* iterator) {
     return next < size || beyond ? QVO_SEQ_TILE_COUNTER : QVO_SEQ_TILE_OK;
 }
 
-const char* qvo_seq_code_text(QVO_RET code) {
+QVO_API const char* qvo_seq_code_text(QVO_RET code) {
     switch (code) {
         case QVO_S_OK:
             return "success";
@@ -139,22 +139,22 @@ const char* qvo_seq_code_text(QVO_RET code) {
     }
 }
 
-QVO_RET qvo_seq_reset_ternary_iterator(qvo_seq_iterator_h iterator) {
+QVO_API QVO_RET qvo_seq_reset_ternary_iterator(qvo_seq_iterator_h iterator) {
     if (const QVO_RET rc = qvo_seq_reset_binary_iterator(iterator); rc != QVO_S_OK) return rc;
     return iterator->opd[2]->reset(iterator->opd[2]);
 }
 
-QVO_RET qvo_seq_reset_unary_agg_iterator(qvo_seq_iterator_h iterator) {
+QVO_API QVO_RET qvo_seq_reset_unary_agg_iterator(qvo_seq_iterator_h iterator) {
     qvo::clear_count(iterator);
     return qvo_seq_reset_unary_iterator(iterator);
 }
 
-QVO_RET qvo_seq_reset_binary_agg_iterator(qvo_seq_iterator_h iterator) {
+QVO_API QVO_RET qvo_seq_reset_binary_agg_iterator(qvo_seq_iterator_h iterator) {
     qvo::clear_count(iterator);
     return qvo_seq_reset_binary_iterator(iterator);
 }
 
-QVO_RET qvo_seq_reset_ternary_agg_iterator(qvo_seq_iterator_h iterator) {
+QVO_API QVO_RET qvo_seq_reset_ternary_agg_iterator(qvo_seq_iterator_h iterator) {
     qvo::clear_count(iterator);
     for (qvo_seq_iterator_h operand : iterator->opd)
         if (operand != nullptr)

@@ -203,5 +203,23 @@ TEST(FatalStop, TracesOnlyWhereTracingIsOn) {
     }
 }
 
+// Values are copied at the width that the constructor found: a text source without one is none to copy from.
+TEST(Widths, CopiersRefuseATextThatGetsItsWidthLater) {
+    static Source truth(t_bool{}, {{1, 9}});
+    static constexpr qvo_seq_no_t first = 0;
+    for (const ConstructUnary construct : {
+             ConstructUnary([](auto it, auto text) { return qvo_seq_limit(it, text, 0, 9); }),
+             ConstructUnary([](auto it, auto text) { return qvo_seq_filter_char(it, truth.get(), text); }),
+             ConstructUnary([](auto it, auto text) { return qvo_seq_order_by_char(it, text, &first, 1, nullptr); }),
+             ConstructUnary(qvo_seq_unique_char),
+             ConstructUnary(qvo_seq_rle_decode),
+         }) {
+        TextSource text("{abc,de}");
+        Record it;
+        ASSERT_EQ(construct(it.get(), text.get()), QVO_S_OK);
+        EXPECT_EQ(it->next(it.get()), QVO_E_ILLEGAL_TYPE);
+    }
+}
+
 }  // namespace
 }  // namespace test

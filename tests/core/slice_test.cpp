@@ -225,13 +225,5 @@ TEST(RleDecode, OneElementPerPositionAndNoRunBytes_deliberate) {
     for (const size_t width : {1U, 3U, 4U, 31U, 200U}) check_decode(any_type<t_char>(width));
 }
 
-// Values are copied at the width that the constructor found: a text source without one is none to copy from.
-TEST(Limit, RefusesATextSourceThatGetsItsWidthLater) {
-    TextSource text("{abc,de}");
-    Record it;
-    ASSERT_EQ(qvo_seq_limit(it.get(), text.get(), 0, 9), QVO_S_OK);
-    EXPECT_EQ(it->next(it.get()), QVO_E_ILLEGAL_TYPE);
-}
-
 }  // namespace
 }  // namespace test

@@ -219,15 +219,6 @@ TEST(FilterFirstPos, FindsTheLargestFirstPositionOfATree) {
     EXPECT_EQ(qvo_seq_get_first_pos(positions.get()), 1ULL << 63);
 }
 
-// Values are copied at the width that the constructor found: a text source without one is none to copy from.
-TEST(Filter, RefusesATextSourceThatGetsItsWidthLater) {
-    TextSource text("{abc,de}");
-    Record it;
-    Source condition(t_bool{}, {{1, 9}});
-    ASSERT_EQ(qvo_seq_filter_char(it.get(), condition.get(), text.get()), QVO_S_OK);
-    EXPECT_EQ(it->next(it.get()), QVO_E_ILLEGAL_TYPE);
-}
-
 TEST(Filter, TheFirstPositionOfTwoReadersOfASource) {
     Source source(t_int4{}, {{1}});
     source->first_seq_no = 7;

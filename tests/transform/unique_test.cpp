@@ -88,13 +88,5 @@ TEST(Unique, WideStrings) {
     EXPECT_EQ(tile_items<t_char>(it.it)[0].value.back(), 'e');
 }
 
-// Values are copied at the width that the constructor found: a text source without one is none to copy from.
-TEST(Unique, RefusesATextSourceThatGetsItsWidthLater) {
-    TextSource text("{abc,de}");
-    Record it;
-    ASSERT_EQ(qvo_seq_unique_char(it.get(), text.get()), QVO_S_OK);
-    EXPECT_EQ(it->next(it.get()), QVO_E_ILLEGAL_TYPE);
-}
-
 }  // namespace
 }  // namespace test

@@ -82,20 +82,22 @@ template <class Counting> QVO_RET count_next(qvo_seq_iterator_h it, Where where 
 
 extern "C" {
 
-QVO_RET qvo_seq_count_next(qvo_seq_iterator_h iterator) { return count_next<Positions>(iterator); }
+QVO_API QVO_RET qvo_seq_count_next(qvo_seq_iterator_h iterator) { return count_next<Positions>(iterator); }
 
-QVO_RET qvo_seq_count_not_null_next(qvo_seq_iterator_h iterator) { return count_next<NotNullElements>(iterator); }
+QVO_API QVO_RET qvo_seq_count_not_null_next(qvo_seq_iterator_h iterator) {
+    return count_next<NotNullElements>(iterator);
+}
 
-QVO_RET qvo_seq_count_merge(qvo_seq_iterator_h iterator, qvo_seq_iterator_h other) {
+QVO_API QVO_RET qvo_seq_count_merge(qvo_seq_iterator_h iterator, qvo_seq_iterator_h other) {
     *values_of<qvo_uint8>(iterator) += *values_of<qvo_uint8>(other);
     return QVO_S_OK;
 }
 
-QVO_RET qvo_seq_agg_count(qvo_seq_iterator_h result, qvo_seq_iterator_h operand) {
+QVO_API QVO_RET qvo_seq_agg_count(qvo_seq_iterator_h result, qvo_seq_iterator_h operand) {
     return construct_count(result, operand, qvo_seq_count_next);
 }
 
-QVO_RET qvo_seq_agg_count_not_null(qvo_seq_iterator_h result, qvo_seq_iterator_h operand) {
+QVO_API QVO_RET qvo_seq_agg_count_not_null(qvo_seq_iterator_h result, qvo_seq_iterator_h operand) {
     return construct_count(result, operand, qvo_seq_count_not_null_next);
 }
 

@@ -90,10 +90,10 @@ template <class Sum> using SumOf = std::conditional_t<std::is_same_v<Sum, elem_d
 }  // namespace
 
 #define DEFINE(name, Element, Result, ...)                                                 \
-    extern "C" QVO_RET name##_next(qvo_seq_iterator_h iterator) {                          \
+    extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h iterator) {                  \
         return cumulative_next(iterator, Element::width, __VA_ARGS__::run, Where::here()); \
     }                                                                                      \
-    extern "C" QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input) {         \
+    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input) { \
         return construct_unary<Element, Result>(result, input, name##_next);               \
     }
 #define STAMP(type, sum, avg)                                                                                   \

@@ -138,7 +138,7 @@ QVO_PLAIN_NAME qvo_uint4 approximate_distinct_count(const qvo_uint1* max_zero_bi
 }
 
 // Unlike most aggregates this one delivers an element for an empty input too: 0.
-QVO_RET qvo_seq_agg_approxdc_next(qvo_seq_iterator_h iterator) {
+QVO_API QVO_RET qvo_seq_agg_approxdc_next(qvo_seq_iterator_h iterator) {
     if (const std::optional<QVO_RET> answer = qvo::answer_of(iterator)) return *answer;
     qvo::Sketch sketch{};
     const QVO_RET rc = qvo::deliver_estimate(
@@ -148,14 +148,14 @@ QVO_RET qvo_seq_agg_approxdc_next(qvo_seq_iterator_h iterator) {
     return rc;
 }
 
-QVO_RET qvo_seq_agg_approxdc_merge(qvo_seq_iterator_h dst, qvo_seq_iterator_h src) {
+QVO_API QVO_RET qvo_seq_agg_approxdc_merge(qvo_seq_iterator_h dst, qvo_seq_iterator_h src) {
     uint8_t* registers = qvo::state<qvo::Sketch>(dst).max_zero_bits;
     qvo::merge_registers(registers, qvo::state<qvo::Sketch>(src).max_zero_bits);
     *qvo::values_of<qvo_uint4>(dst) = qvo::estimate(registers);
     return QVO_S_OK;
 }
 
-QVO_RET qvo_seq_agg_approxdc_hash_next(qvo_seq_iterator_h iterator) {
+QVO_API QVO_RET qvo_seq_agg_approxdc_hash_next(qvo_seq_iterator_h iterator) {
     if (iterator->next_seq_no != 0) return QVO_S_CURSOR_END;
     qvo::Sketch sketch{};
     return qvo::deliver_estimate(iterator, sketch.max_zero_bits, [&sketch](qvo_seq_iterator_h input, size_t n) {
@@ -163,7 +163,7 @@ QVO_RET qvo_seq_agg_approxdc_hash_next(qvo_seq_iterator_h iterator) {
     });
 }
 
-QVO_RET qvo_seq_agg_approxdc(qvo_seq_iterator_h result, qvo_seq_iterator_h input) {
+QVO_API QVO_RET qvo_seq_agg_approxdc(qvo_seq_iterator_h result, qvo_seq_iterator_h input) {
     if (const QVO_RET rc = qvo::bind({input}); rc != QVO_S_OK) return rc;
     qvo::fill_result(result, qvo::layout_of<qvo::elem_uint4>, {input}, qvo_seq_agg_approxdc_next,
                      qvo_seq_reset_unary_iterator);
@@ -172,26 +172,27 @@ QVO_RET qvo_seq_agg_approxdc(qvo_seq_iterator_h result, qvo_seq_iterator_h input
     return QVO_S_OK;
 }
 
-QVO_RET qvo_seq_agg_approxdc_hash(qvo_seq_iterator_h result, qvo_seq_iterator_h input) {
+QVO_API QVO_RET qvo_seq_agg_approxdc_hash(qvo_seq_iterator_h result, qvo_seq_iterator_h input) {
     return qvo::construct_unary<qvo::elem_uint4, qvo::elem_uint4>(result, input, qvo_seq_agg_approxdc_hash_next);
 }
 
-QVO_RET qvo_seq_group_agg_approxdc_next(qvo_seq_iterator_h iterator) {
+QVO_API QVO_RET qvo_seq_group_agg_approxdc_next(qvo_seq_iterator_h iterator) {
     return qvo::group_next(iterator, {qvo::fold_values, qvo::close_group}, qvo::key_in_accumulator(iterator),
                            qvo::Where::here());
 }
 
-QVO_RET qvo_seq_group_agg_approxdc_hash_next(qvo_seq_iterator_h iterator) {
+QVO_API QVO_RET qvo_seq_group_agg_approxdc_hash_next(qvo_seq_iterator_h iterator) {
     return qvo::group_next(iterator, {qvo::fold_given_hashes, qvo::close_group}, qvo::key_in_accumulator(iterator),
                            qvo::Where::here());
 }
 
-QVO_RET qvo_seq_group_agg_approxdc(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_seq_iterator_h group_by) {
+QVO_API QVO_RET qvo_seq_group_agg_approxdc(qvo_seq_iterator_h result, qvo_seq_iterator_h input,
+                                           qvo_seq_iterator_h group_by) {
     return qvo::construct_group(result, input, group_by, qvo_seq_group_agg_approxdc_next);
 }
 
-QVO_RET qvo_seq_group_agg_approxdc_hash(qvo_seq_iterator_h result, qvo_seq_iterator_h input,
-                                        qvo_seq_iterator_h group_by) {
+QVO_API QVO_RET qvo_seq_group_agg_approxdc_hash(qvo_seq_iterator_h result, qvo_seq_iterator_h input,
+                                                qvo_seq_iterator_h group_by) {
     if (!qvo::has_type(input, QVO_DD_UINT4)) return QVO_E_ILLEGAL_TYPE;
     return qvo::construct_group(result, input, group_by, qvo_seq_group_agg_approxdc_hash_next);
 }

@@ -137,12 +137,12 @@ template <class V, class Formula> struct CellStatistic {
 
 }  // namespace
 
-#define DEFINE(name, Element, ...)                                                                      \
-    extern "C" QVO_RET name##_next(qvo_seq_iterator_h iterator) {                                       \
-        return grid_next(iterator, __VA_ARGS__::cells, Where::here());                                  \
-    }                                                                                                   \
-    extern "C" QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t interval) { \
-        return construct_grid(result, input, interval, Element::code, name##_next);                     \
+#define DEFINE(name, Element, ...)                                                                              \
+    extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h iterator) {                                       \
+        return grid_next(iterator, __VA_ARGS__::cells, Where::here());                                          \
+    }                                                                                                           \
+    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t interval) { \
+        return construct_grid(result, input, interval, Element::code, name##_next);                             \
     }
 #define STAMP(type, sum, avg)                                                                        \
     DEFINE(qvo_seq_grid_agg_max_##type, elem_##type, CellFold<qvo_##type, qvo_##type, Greater>)      \

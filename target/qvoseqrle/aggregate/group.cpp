@@ -241,12 +241,13 @@ QVO_RET next_counts(qvo_seq_iterator_h it, Where where) {
 
 }  // namespace
 
-#define DEFINE_GROUP(name, Element, Result, Loops)                                                              \
-    extern "C" QVO_RET name##_next(qvo_seq_iterator_h iterator) {                                               \
-        return group_next(iterator, Loops::member, key_in_history(iterator), Where::here());                    \
-    }                                                                                                           \
-    extern "C" QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_seq_iterator_h group_by) { \
-        return construct_group<Element, Result>(result, input, group_by, name##_next);                          \
+#define DEFINE_GROUP(name, Element, Result, Loops)                                           \
+    extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h iterator) {                    \
+        return group_next(iterator, Loops::member, key_in_history(iterator), Where::here()); \
+    }                                                                                        \
+    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input,     \
+                                    qvo_seq_iterator_h group_by) {                           \
+        return construct_group<Element, Result>(result, input, group_by, name##_next);       \
     }
 #define DEFINE_FOLD(name, Element, Fold) DEFINE_GROUP(name, Element, Fold::Result, GroupLoops<Fold>)
 
@@ -265,11 +266,11 @@ QVO_RET next_counts(qvo_seq_iterator_h it, Where where) {
     DEFINE_FOLD(qvo_seq_group_agg_var_samp_##type, elem_##type, SampleVariance_##type)                                 \
     DEFINE_FOLD(qvo_seq_group_agg_dev_##type, elem_##type, Deviation_##type)                                           \
     DEFINE_FOLD(qvo_seq_group_agg_dev_samp_##type, elem_##type, SampleDeviation_##type)                                \
-    extern "C" QVO_RET qvo_seq_group_agg_wavg_##type##_next(qvo_seq_iterator_h iterator) {                             \
+    extern "C" QVO_API QVO_RET qvo_seq_group_agg_wavg_##type##_next(qvo_seq_iterator_h iterator) {                     \
         return group_pair_next(iterator, WeightedLoops<elem_##type>::member, key_in_history(iterator), Where::here()); \
     }                                                                                                                  \
-    extern "C" QVO_RET qvo_seq_group_agg_wavg_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h left,               \
-                                                     qvo_seq_iterator_h right, qvo_seq_iterator_h group_by) {          \
+    extern "C" QVO_API QVO_RET qvo_seq_group_agg_wavg_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h left,       \
+                                                             qvo_seq_iterator_h right, qvo_seq_iterator_h group_by) {  \
         return construct_weighted<elem_##type, sum_element<elem_##type>>(result, left, right, group_by,                \
                                                                          qvo_seq_group_agg_wavg_##type##_next);        \
     }
@@ -282,11 +283,11 @@ QVO_SEQ_FOR_FIXED_TYPES(STAMP)
 
 extern "C" {
 
-QVO_RET qvo_seq_group_agg_count_next(qvo_seq_iterator_h iterator) {
+QVO_API QVO_RET qvo_seq_group_agg_count_next(qvo_seq_iterator_h iterator) {
     return qvo::next_counts(iterator, qvo::Where::here());
 }
 
-QVO_RET qvo_seq_group_agg_count(qvo_seq_iterator_h result, qvo_seq_iterator_h group_by) {
+QVO_API QVO_RET qvo_seq_group_agg_count(qvo_seq_iterator_h result, qvo_seq_iterator_h group_by) {
     if (const QVO_RET rc = qvo::bind({group_by}); rc != QVO_S_OK) return rc;
     return qvo::fill_group(result, qvo::layout_of<qvo::elem_uint8>, {group_by}, group_by, qvo_seq_group_agg_count_next,
                            qvo_seq_reset_unary_agg_iterator);

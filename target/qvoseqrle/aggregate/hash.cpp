@@ -120,28 +120,28 @@ template <class E> QVO_RET check_input(qvo_seq_iterator_h input) {
 }
 
 // One member; `check` is the code of its look at the input.
-#define DEFINE_HASH(name, initialize, merge_name, Loops, Result, check)                                             \
-    extern "C" QVO_RET initialize(qvo_seq_iterator_h iterator) {                                                    \
-        return build_hash(iterator, Loops::member, Where::here());                                                  \
-    }                                                                                                               \
-    extern "C" QVO_RET merge_name(qvo_seq_iterator_h dst, qvo_seq_iterator_h src) {                                 \
-        if (const QVO_RET rc = initialize(dst); rc != QVO_S_OK) return rc;                                          \
-        if (const QVO_RET rc = initialize(src); rc != QVO_S_OK) return rc;                                          \
-        return merge_hash(dst, src, Loops::member);                                                                 \
-    }                                                                                                               \
-    extern "C" QVO_RET name##_next_agg(qvo_seq_iterator_h iterator) {                                               \
-        if (const QVO_RET rc = initialize(iterator); rc != QVO_S_OK) return rc;                                     \
-        return next_aggregates(iterator, Loops::member.deliver);                                                    \
-    }                                                                                                               \
-    extern "C" QVO_RET name##_next_grp(qvo_seq_iterator_h iterator) {                                               \
-        if (const QVO_RET rc = initialize(iterator); rc != QVO_S_OK) return rc;                                     \
-        return next_groups(iterator);                                                                               \
-    }                                                                                                               \
-    extern "C" QVO_RET name(qvo_seq_iterator_h result_agg, qvo_seq_iterator_h result_grp, qvo_seq_iterator_h input, \
-                            qvo_seq_iterator_h group_by, qvo_size_t n_groups) {                                     \
-        if (const QVO_RET rc = check; rc != QVO_S_OK) return rc;                                                    \
-        return construct_hash(result_agg, result_grp, input, group_by, n_groups, layout_of<Result>,                 \
-                              {name##_next_agg, name##_next_grp, initialize, merge_name});                          \
+#define DEFINE_HASH(name, initialize, merge_name, Loops, Result, check)                                           \
+    extern "C" QVO_API QVO_RET initialize(qvo_seq_iterator_h iterator) {                                          \
+        return build_hash(iterator, Loops::member, Where::here());                                                \
+    }                                                                                                             \
+    extern "C" QVO_API QVO_RET merge_name(qvo_seq_iterator_h dst, qvo_seq_iterator_h src) {                       \
+        if (const QVO_RET rc = initialize(dst); rc != QVO_S_OK) return rc;                                        \
+        if (const QVO_RET rc = initialize(src); rc != QVO_S_OK) return rc;                                        \
+        return merge_hash(dst, src, Loops::member);                                                               \
+    }                                                                                                             \
+    extern "C" QVO_API QVO_RET name##_next_agg(qvo_seq_iterator_h iterator) {                                     \
+        if (const QVO_RET rc = initialize(iterator); rc != QVO_S_OK) return rc;                                   \
+        return next_aggregates(iterator, Loops::member.deliver);                                                  \
+    }                                                                                                             \
+    extern "C" QVO_API QVO_RET name##_next_grp(qvo_seq_iterator_h iterator) {                                     \
+        if (const QVO_RET rc = initialize(iterator); rc != QVO_S_OK) return rc;                                   \
+        return next_groups(iterator);                                                                             \
+    }                                                                                                             \
+    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result_agg, qvo_seq_iterator_h result_grp,                 \
+                                    qvo_seq_iterator_h input, qvo_seq_iterator_h group_by, qvo_size_t n_groups) { \
+        if (const QVO_RET rc = check; rc != QVO_S_OK) return rc;                                                  \
+        return construct_hash(result_agg, result_grp, input, group_by, n_groups, layout_of<Result>,               \
+                              {name##_next_agg, name##_next_grp, initialize, merge_name});                        \
     }
 
 #define STAMP_FOLD(name, initialize, merge_name, Fold, type) \
@@ -206,38 +206,38 @@ extern "C" {
 double qvo_seq_hash_table_load_factor = 1.0;
 qvo_size_t qvo_seq_hash_table_init_size = 1361;
 
-QVO_RET qvo_seq_hash_agg_count(qvo_seq_iterator_h result_agg, qvo_seq_iterator_h result_grp,
-                               qvo_seq_iterator_h group_by, qvo_size_t n_groups) {
+QVO_API QVO_RET qvo_seq_hash_agg_count(qvo_seq_iterator_h result_agg, qvo_seq_iterator_h result_grp,
+                                       qvo_seq_iterator_h group_by, qvo_size_t n_groups) {
     return qvo_seq_hash_agg_count_uint8(result_agg, result_grp, nullptr, group_by, n_groups);
 }
 
-QVO_RET qvo_seq_hash_agg_reset(qvo_seq_iterator_h iterator) {
+QVO_API QVO_RET qvo_seq_hash_agg_reset(qvo_seq_iterator_h iterator) {
     auto& context = qvo::state<qvo_seq_hash_iterator_context_t>(iterator);
     context.curr_elem = nullptr;
     context.chain_no = 0;
     return qvo_seq_reset_iterator(iterator);
 }
 
-qvo_bool qvo_seq_is_hash_aggreate(qvo_seq_iterator_h iterator) { return qvo::is_hash_aggregate(iterator); }
+QVO_API qvo_bool qvo_seq_is_hash_aggreate(qvo_seq_iterator_h iterator) { return qvo::is_hash_aggregate(iterator); }
 
-void qvo_seq_release_hash(qvo_seq_iterator_h iterator) {
+QVO_API void qvo_seq_release_hash(qvo_seq_iterator_h iterator) {
     qvo_seq_shared_hash_t* shared = qvo::state<qvo_seq_hash_iterator_context_t>(iterator).shared;
     if (shared == nullptr) qvo::fatal_stop(qvo::Where::here());
     qvo::release(iterator, shared);
 }
 
-int qvo_seq_free_hash(qvo_seq_iterator_h iterator) {
+QVO_API int qvo_seq_free_hash(qvo_seq_iterator_h iterator) {
     qvo_seq_shared_hash_t* shared = qvo::state<qvo_seq_hash_iterator_context_t>(iterator).shared;
     if (shared == nullptr) return 0;
     qvo::release(iterator, shared);
     return 1;
 }
 
-QVO_RET qvo_seq_hash_next(qvo_seq_iterator_h iterator) {
+QVO_API QVO_RET qvo_seq_hash_next(qvo_seq_iterator_h iterator) {
     return iterator->opd[1] != nullptr ? qvo::next_chained_hashes(iterator) : qvo::next_hashes(iterator);
 }
 
-QVO_RET qvo_seq_hash(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right) {
+QVO_API QVO_RET qvo_seq_hash(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right) {
     if (right == nullptr) {
         if (const QVO_RET rc = qvo::bind({left}); rc != QVO_S_OK) return rc;
         qvo::fill_result(result, qvo::layout_of<qvo::elem_uint4>, {left, nullptr}, qvo_seq_hash_next,

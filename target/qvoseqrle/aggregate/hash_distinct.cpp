@@ -127,25 +127,27 @@ bool merge_pairs(qvo_seq_iterator_h dst, qvo_seq_hash_t* others) {
 
 extern "C" {
 
-QVO_RET qvo_seq_dup_hash_prepare(qvo_seq_iterator_h iterator) { return qvo::build_both(iterator, qvo::Where::here()); }
+QVO_API QVO_RET qvo_seq_dup_hash_prepare(qvo_seq_iterator_h iterator) {
+    return qvo::build_both(iterator, qvo::Where::here());
+}
 
-QVO_RET qvo_seq_dup_hash_initialize(qvo_seq_iterator_h iterator) {
+QVO_API QVO_RET qvo_seq_dup_hash_initialize(qvo_seq_iterator_h iterator) {
     const QVO_RET rc = qvo::build_both(iterator, qvo::Where::here());
     qvo::free_pairs(iterator);
     return rc;
 }
 
-QVO_RET qvo_seq_dup_hash_next_count(qvo_seq_iterator_h iterator) {
+QVO_API QVO_RET qvo_seq_dup_hash_next_count(qvo_seq_iterator_h iterator) {
     if (const QVO_RET rc = qvo_seq_dup_hash_initialize(iterator); rc != QVO_S_OK) return rc;
     return qvo::next_aggregates(iterator, qvo::deliver_counts);
 }
 
-QVO_RET qvo_seq_dup_hash_next_grp(qvo_seq_iterator_h iterator) {
+QVO_API QVO_RET qvo_seq_dup_hash_next_grp(qvo_seq_iterator_h iterator) {
     if (const QVO_RET rc = qvo_seq_dup_hash_initialize(iterator); rc != QVO_S_OK) return rc;
     return qvo::next_groups(iterator);
 }
 
-QVO_RET qvo_seq_dup_hash_merge(qvo_seq_iterator_h dst, qvo_seq_iterator_h src) {
+QVO_API QVO_RET qvo_seq_dup_hash_merge(qvo_seq_iterator_h dst, qvo_seq_iterator_h src) {
     if (const QVO_RET rc = qvo_seq_dup_hash_prepare(dst); rc != QVO_S_OK) return rc;
     if (const QVO_RET rc = qvo_seq_dup_hash_prepare(src); rc != QVO_S_OK) return rc;
     auto &into = qvo::state<qvo::Context>(dst), &from = qvo::state<qvo::Context>(src);
@@ -163,9 +165,9 @@ QVO_RET qvo_seq_dup_hash_merge(qvo_seq_iterator_h dst, qvo_seq_iterator_h src) {
     return grown ? rc : QVO_E_NOMEM;
 }
 
-QVO_RET qvo_seq_hash_agg_dup_count(qvo_seq_iterator_h result_cnt, qvo_seq_iterator_h result_grp,
-                                   qvo_seq_iterator_h input, qvo_seq_iterator_h group_by, qvo_size_t n_groups,
-                                   qvo_size_t n_pairs, qvo_size_t min_occurrences) {
+QVO_API QVO_RET qvo_seq_hash_agg_dup_count(qvo_seq_iterator_h result_cnt, qvo_seq_iterator_h result_grp,
+                                           qvo_seq_iterator_h input, qvo_seq_iterator_h group_by, qvo_size_t n_groups,
+                                           qvo_size_t n_pairs, qvo_size_t min_occurrences) {
     if (const QVO_RET rc = qvo::bind({input, group_by}); rc != QVO_S_OK) return rc;
     const qvo::HashOperations operations{qvo_seq_dup_hash_next_count, qvo_seq_dup_hash_next_grp,
                                          qvo_seq_dup_hash_prepare, qvo_seq_dup_hash_merge};
@@ -182,9 +184,9 @@ QVO_RET qvo_seq_hash_agg_dup_count(qvo_seq_iterator_h result_cnt, qvo_seq_iterat
     return QVO_S_OK;
 }
 
-QVO_RET qvo_seq_hash_agg_distinct_count(qvo_seq_iterator_h result_cnt, qvo_seq_iterator_h result_grp,
-                                        qvo_seq_iterator_h input, qvo_seq_iterator_h group_by, qvo_size_t n_groups,
-                                        qvo_size_t n_pairs) {
+QVO_API QVO_RET qvo_seq_hash_agg_distinct_count(qvo_seq_iterator_h result_cnt, qvo_seq_iterator_h result_grp,
+                                                qvo_seq_iterator_h input, qvo_seq_iterator_h group_by,
+                                                qvo_size_t n_groups, qvo_size_t n_pairs) {
     return qvo_seq_hash_agg_dup_count(result_cnt, result_grp, input, group_by, n_groups, n_pairs, 1);
 }
 

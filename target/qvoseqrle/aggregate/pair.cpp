@@ -154,13 +154,15 @@ QVO_RET construct_pair(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_s
 
 }  // namespace
 
-#define DEFINE(name, E, Family)                                                                                   \
-    extern "C" QVO_RET name##_next(qvo_seq_iterator_h iterator) { return pair_next<E::value, Family>(iterator); } \
-    extern "C" QVO_RET name##_merge(qvo_seq_iterator_h iterator, qvo_seq_iterator_h other) {                      \
-        return pair_merge<Family>(iterator, other);                                                               \
-    }                                                                                                             \
-    extern "C" QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right) {       \
-        return construct_pair<E>(result, left, right, name##_next, name##_merge);                                 \
+#define DEFINE(name, E, Family)                                                                                     \
+    extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h iterator) {                                           \
+        return pair_next<E::value, Family>(iterator);                                                               \
+    }                                                                                                               \
+    extern "C" QVO_API QVO_RET name##_merge(qvo_seq_iterator_h iterator, qvo_seq_iterator_h other) {                \
+        return pair_merge<Family>(iterator, other);                                                                 \
+    }                                                                                                               \
+    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right) { \
+        return construct_pair<E>(result, left, right, name##_next, name##_merge);                                   \
     }
 #define STAMP(type)                                       \
     DEFINE(qvo_seq_cov_##type, elem_##type, Covariance)   \

@@ -173,22 +173,22 @@ QVO_RET construct_positions(qvo_seq_iterator_h result, qvo_seq_iterator_h input,
 
 }  // namespace
 
-#define DEFINE_TOP(name, type, Order)                                                              \
-    extern "C" QVO_RET name##_next(qvo_seq_iterator_h iterator) {                                  \
-        return next_values<Order, qvo_##type>(iterator, Where::here());                            \
-    }                                                                                              \
-    extern "C" QVO_RET name##_merge(qvo_seq_iterator_h dst, qvo_seq_iterator_h src) {              \
-        return merge_values<Order, qvo_##type>(dst, src, Where::here());                           \
-    }                                                                                              \
-    extern "C" QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t top) { \
-        return construct_values<elem_##type>(result, input, top, name##_next, name##_merge);       \
+#define DEFINE_TOP(name, type, Order)                                                                      \
+    extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h iterator) {                                  \
+        return next_values<Order, qvo_##type>(iterator, Where::here());                                    \
+    }                                                                                                      \
+    extern "C" QVO_API QVO_RET name##_merge(qvo_seq_iterator_h dst, qvo_seq_iterator_h src) {              \
+        return merge_values<Order, qvo_##type>(dst, src, Where::here());                                   \
+    }                                                                                                      \
+    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t top) { \
+        return construct_values<elem_##type>(result, input, top, name##_next, name##_merge);               \
     }
-#define DEFINE_TOP_POS(name, type, Order)                                                          \
-    extern "C" QVO_RET name##_next(qvo_seq_iterator_h iterator) {                                  \
-        return next_positions<Order, qvo_##type>(iterator, Where::here());                         \
-    }                                                                                              \
-    extern "C" QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t top) { \
-        return construct_positions<elem_##type>(result, input, top, name##_next);                  \
+#define DEFINE_TOP_POS(name, type, Order)                                                                  \
+    extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h iterator) {                                  \
+        return next_positions<Order, qvo_##type>(iterator, Where::here());                                 \
+    }                                                                                                      \
+    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t top) { \
+        return construct_positions<elem_##type>(result, input, top, name##_next);                          \
     }
 #define STAMP(type)                                           \
     DEFINE_TOP(qvo_seq_top_max_##type, type, Greater)         \

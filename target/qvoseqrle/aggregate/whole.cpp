@@ -372,22 +372,22 @@ template <class Record, class R> constexpr bool is_state_of() {
     static_assert(is_state_of<name##_context_t, __VA_ARGS__>(), #name); \
     QVO_DEFINE_REDUCER(name, Element, Result, __VA_ARGS__)
 
-#define STAMP(type, sum, avg)                                                                               \
-    DEFINE(qvo_seq_agg_max_##type, elem_##type, elem_##type, Max<elem_##type>)                              \
-    DEFINE(qvo_seq_agg_min_##type, elem_##type, elem_##type, Min<elem_##type>)                              \
-    DEFINE(qvo_seq_agg_sum_##type, elem_##type, elem_##sum, Summed<elem_##type, elem_##sum>)                \
-    DEFINE(qvo_seq_agg_prd_##type, elem_##type, elem_##sum, Multiplied<elem_##type, elem_##sum>)            \
-    DEFINE(qvo_seq_agg_avg_##type, elem_##type, elem_##avg, Averaged<elem_##type, elem_##avg>)              \
-    DEFINE(qvo_seq_agg_var_##type, elem_##type, elem_double, SpreadOf<elem_##type, Variance>)               \
-    DEFINE(qvo_seq_agg_var_samp_##type, elem_##type, elem_double, SpreadOf<elem_##type, SampleVariance>)    \
-    DEFINE(qvo_seq_agg_dev_##type, elem_##type, elem_double, SpreadOf<elem_##type, Deviation>)              \
-    DEFINE(qvo_seq_agg_dev_samp_##type, elem_##type, elem_double, SpreadOf<elem_##type, SampleDeviation>)   \
-    extern "C" QVO_RET qvo_seq_agg_min_max_##type##_next(qvo_seq_iterator_h iterator) {                     \
-        return min_max_next<elem_##type::value, MinMaxResult<elem_##type>::value>(iterator, Where::here()); \
-    }                                                                                                       \
-    extern "C" QVO_RET qvo_seq_agg_min_max_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) {    \
-        return construct_unary<elem_##type, MinMaxResult<elem_##type>>(result, input,                       \
-                                                                       qvo_seq_agg_min_max_##type##_next);  \
+#define STAMP(type, sum, avg)                                                                                    \
+    DEFINE(qvo_seq_agg_max_##type, elem_##type, elem_##type, Max<elem_##type>)                                   \
+    DEFINE(qvo_seq_agg_min_##type, elem_##type, elem_##type, Min<elem_##type>)                                   \
+    DEFINE(qvo_seq_agg_sum_##type, elem_##type, elem_##sum, Summed<elem_##type, elem_##sum>)                     \
+    DEFINE(qvo_seq_agg_prd_##type, elem_##type, elem_##sum, Multiplied<elem_##type, elem_##sum>)                 \
+    DEFINE(qvo_seq_agg_avg_##type, elem_##type, elem_##avg, Averaged<elem_##type, elem_##avg>)                   \
+    DEFINE(qvo_seq_agg_var_##type, elem_##type, elem_double, SpreadOf<elem_##type, Variance>)                    \
+    DEFINE(qvo_seq_agg_var_samp_##type, elem_##type, elem_double, SpreadOf<elem_##type, SampleVariance>)         \
+    DEFINE(qvo_seq_agg_dev_##type, elem_##type, elem_double, SpreadOf<elem_##type, Deviation>)                   \
+    DEFINE(qvo_seq_agg_dev_samp_##type, elem_##type, elem_double, SpreadOf<elem_##type, SampleDeviation>)        \
+    extern "C" QVO_API QVO_RET qvo_seq_agg_min_max_##type##_next(qvo_seq_iterator_h iterator) {                  \
+        return min_max_next<elem_##type::value, MinMaxResult<elem_##type>::value>(iterator, Where::here());      \
+    }                                                                                                            \
+    extern "C" QVO_API QVO_RET qvo_seq_agg_min_max_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) { \
+        return construct_unary<elem_##type, MinMaxResult<elem_##type>>(result, input,                            \
+                                                                       qvo_seq_agg_min_max_##type##_next);       \
     }
 QVO_SEQ_FOR_AGGREGATE_TYPES(STAMP)
 #undef STAMP

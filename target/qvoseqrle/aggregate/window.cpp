@@ -220,14 +220,16 @@ template <class E, class Finish> using WindowSpread = WindowSums<typename E::val
 
 }  // namespace
 
-#define DEFINE(name, Element, Result, ...)                                                                          \
-    extern "C" QVO_RET name##_next(qvo_seq_iterator_h iterator) {                                                   \
-        return window_next(iterator, Element::width, __VA_ARGS__::run, Where::here());                              \
-    }                                                                                                               \
-    extern "C" QVO_RET name##_reset(qvo_seq_iterator_h iterator) { return window_reset(iterator, Element::width); } \
-    extern "C" QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t interval) {             \
-        return construct_window(result, input, interval, layout_of<Element>, layout_of<Result>, name##_next,        \
-                                name##_reset);                                                                      \
+#define DEFINE(name, Element, Result, ...)                                                                      \
+    extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h iterator) {                                       \
+        return window_next(iterator, Element::width, __VA_ARGS__::run, Where::here());                          \
+    }                                                                                                           \
+    extern "C" QVO_API QVO_RET name##_reset(qvo_seq_iterator_h iterator) {                                      \
+        return window_reset(iterator, Element::width);                                                          \
+    }                                                                                                           \
+    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t interval) { \
+        return construct_window(result, input, interval, layout_of<Element>, layout_of<Result>, name##_next,    \
+                                name##_reset);                                                                  \
     }
 #define STAMP(type, sum, avg)                                                                                   \
     DEFINE(qvo_seq_window_agg_sum_##type, elem_##type, elem_##sum, WindowSums<qvo_##type, qvo_##sum, AsIs>)     \

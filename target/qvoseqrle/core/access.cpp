@@ -79,16 +79,17 @@ QVO_RET get_nullable(qvo_seq_iterator_h it, uint8_t code, void* values, qvo_size
 
 }  // namespace
 
-#define STAMP_READERS(type, value_type, code, Width)                                                                   \
-    extern "C" QVO_RET qvo_seq_next_##type(qvo_seq_iterator_h iterator, value_type* value) {                           \
-        return next_position<Width>(iterator, code, value, Where::here());                                             \
-    }                                                                                                                  \
-    extern "C" QVO_RET qvo_seq_get_##type(qvo_seq_iterator_h iterator, value_type* values, qvo_size_t* count) {        \
-        return get_positions(iterator, code, Width::expected, values, count, Where::here());                           \
-    }                                                                                                                  \
-    extern "C" QVO_RET qvo_seq_get_nullable_##type(qvo_seq_iterator_h iterator, value_type* values, qvo_size_t* count, \
-                                                   qvo_bitmap_word_t* null_bitmap) {                                   \
-        return get_nullable(iterator, code, values, count, null_bitmap, Where::here());                                \
+#define STAMP_READERS(type, value_type, code, Width)                                                            \
+    extern "C" QVO_API QVO_RET qvo_seq_next_##type(qvo_seq_iterator_h iterator, value_type* value) {            \
+        return next_position<Width>(iterator, code, value, Where::here());                                      \
+    }                                                                                                           \
+    extern "C" QVO_API QVO_RET qvo_seq_get_##type(qvo_seq_iterator_h iterator, value_type* values,              \
+                                                  qvo_size_t* count) {                                          \
+        return get_positions(iterator, code, Width::expected, values, count, Where::here());                    \
+    }                                                                                                           \
+    extern "C" QVO_API QVO_RET qvo_seq_get_nullable_##type(qvo_seq_iterator_h iterator, value_type* values,     \
+                                                           qvo_size_t* count, qvo_bitmap_word_t* null_bitmap) { \
+        return get_nullable(iterator, code, values, count, null_bitmap, Where::here());                         \
     }
 #define STAMP(type) STAMP_READERS(type, qvo_##type, elem_##type::code, FixedWidth<elem_##type::width>)
 QVO_SEQ_FOR_FIXED_TYPES(STAMP)

@@ -161,20 +161,22 @@ void copy_loop(qvo_seq_iterator_h it, size_t to, size_t from, size_t n);
 // A two-operand element-wise member: operands of Element, results of Result, Op::apply per element.
 #define QVO_DEFINE_BINARY(name, Element, Result, Op) QVO_DEFINE_BINARY_NAMED(name, name##_next, Element, Result, Op)
 
-#define QVO_DEFINE_BINARY_NAMED(name, next_name, Element, Result, Op)                                                \
-    extern "C" QVO_RET next_name(qvo_seq_iterator_h iterator) { return binary_next<Element, Result, Op>(iterator); } \
-    extern "C" QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right) {          \
-        return construct_binary<Element, Result>(result, left, right, next_name);                                    \
+#define QVO_DEFINE_BINARY_NAMED(name, next_name, Element, Result, Op)                                               \
+    extern "C" QVO_API QVO_RET next_name(qvo_seq_iterator_h iterator) {                                             \
+        return binary_next<Element, Result, Op>(iterator);                                                          \
+    }                                                                                                               \
+    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right) { \
+        return construct_binary<Element, Result>(result, left, right, next_name);                                   \
     }
 
 // The same with three operands of Element.
-#define QVO_DEFINE_TERNARY(name, Element, Result, Op)                                                       \
-    extern "C" QVO_RET name##_next(qvo_seq_iterator_h iterator) {                                           \
-        return ternary_next<Element, Result, Op>(iterator);                                                 \
-    }                                                                                                       \
-    extern "C" QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h first, qvo_seq_iterator_h second, \
-                            qvo_seq_iterator_h third) {                                                     \
-        return construct_ternary<Element, Result>(result, first, second, third, name##_next);               \
+#define QVO_DEFINE_TERNARY(name, Element, Result, Op)                                                               \
+    extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h iterator) {                                           \
+        return ternary_next<Element, Result, Op>(iterator);                                                         \
+    }                                                                                                               \
+    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h first, qvo_seq_iterator_h second, \
+                                    qvo_seq_iterator_h third) {                                                     \
+        return construct_ternary<Element, Result>(result, first, second, third, name##_next);                       \
     }
 
 // A one-operand element-wise member, from its operation or from its loop (the last argument, commas and all).
@@ -183,10 +185,10 @@ void copy_loop(qvo_seq_iterator_h it, size_t to, size_t from, size_t n);
 #define QVO_DEFINE_UNARY_NAMED(name, next_name, Element, Result, Op) \
     QVO_DEFINE_UNARY_LOOP(name, next_name, Element, Result, ValueLoop<Element::value, Result::value, Op>::run)
 
-#define QVO_DEFINE_UNARY_LOOP(name, next_name, Element, Result, ...)                 \
-    extern "C" QVO_RET next_name(qvo_seq_iterator_h iterator) {                      \
-        return elements_next(iterator, __VA_ARGS__, Where::here());                  \
-    }                                                                                \
-    extern "C" QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h operand) { \
-        return construct_unary<Element, Result>(result, operand, next_name);         \
+#define QVO_DEFINE_UNARY_LOOP(name, next_name, Element, Result, ...)                         \
+    extern "C" QVO_API QVO_RET next_name(qvo_seq_iterator_h iterator) {                      \
+        return elements_next(iterator, __VA_ARGS__, Where::here());                          \
+    }                                                                                        \
+    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h operand) { \
+        return construct_unary<Element, Result>(result, operand, next_name);                 \
     }

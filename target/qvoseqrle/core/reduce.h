@@ -89,11 +89,11 @@ QVO_RET construct_reducer(qvo_seq_iterator_h result, qvo_seq_iterator_h input, q
 }  // namespace qvo
 
 // A member: operand of Element, result of Result; then the reducer.
-#define QVO_DEFINE_REDUCER(name, Element, Result, ...)                                                         \
-    extern "C" QVO_RET name##_next(qvo_seq_iterator_h iterator) { return reduce_next<__VA_ARGS__>(iterator); } \
-    extern "C" QVO_RET name##_merge(qvo_seq_iterator_h iterator, qvo_seq_iterator_h other) {                   \
-        return reduce_merge<__VA_ARGS__>(iterator, other);                                                     \
-    }                                                                                                          \
-    extern "C" QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input) {                             \
-        return construct_reducer<Element, Result, __VA_ARGS__>(result, input, name##_next, name##_merge);      \
+#define QVO_DEFINE_REDUCER(name, Element, Result, ...)                                                                 \
+    extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h iterator) { return reduce_next<__VA_ARGS__>(iterator); } \
+    extern "C" QVO_API QVO_RET name##_merge(qvo_seq_iterator_h iterator, qvo_seq_iterator_h other) {                   \
+        return reduce_merge<__VA_ARGS__>(iterator, other);                                                             \
+    }                                                                                                                  \
+    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input) {                             \
+        return construct_reducer<Element, Result, __VA_ARGS__>(result, input, name##_next, name##_merge);              \
     }

@@ -115,9 +115,10 @@ QVO_RET rle_decode_next(qvo_seq_iterator_h it, Where where) {
 
 extern "C" {
 
-QVO_RET qvo_seq_limit_next(qvo_seq_iterator_h iterator) { return limit_next(iterator, Where::here()); }
+QVO_API QVO_RET qvo_seq_limit_next(qvo_seq_iterator_h iterator) { return limit_next(iterator, Where::here()); }
 
-QVO_RET qvo_seq_limit(qvo_seq_iterator_h result, qvo_seq_iterator_h operand, qvo_seq_no_t first, qvo_seq_no_t last) {
+QVO_API QVO_RET qvo_seq_limit(qvo_seq_iterator_h result, qvo_seq_iterator_h operand, qvo_seq_no_t first,
+                              qvo_seq_no_t last) {
     if (const QVO_RET rc = bind({operand}); rc != QVO_S_OK) return rc;
     fill_result(result, layout_like(operand), {operand}, qvo_seq_limit_next, qvo_seq_reset_unary_agg_iterator);
     result->first_seq_no = first;
@@ -125,9 +126,9 @@ QVO_RET qvo_seq_limit(qvo_seq_iterator_h result, qvo_seq_iterator_h operand, qvo
     return QVO_S_OK;
 }
 
-QVO_RET qvo_seq_tee_next(qvo_seq_iterator_h iterator) { return tee_next(iterator, Where::here()); }
+QVO_API QVO_RET qvo_seq_tee_next(qvo_seq_iterator_h iterator) { return tee_next(iterator, Where::here()); }
 
-QVO_RET qvo_seq_reset_tee_iterator(qvo_seq_iterator_h iterator) {
+QVO_API QVO_RET qvo_seq_reset_tee_iterator(qvo_seq_iterator_h iterator) {
     const qvo_seq_iterator_h twin = iterator->opd[1];
     twin->tile_offs = 0;
     twin->tile_size = 0;
@@ -136,17 +137,19 @@ QVO_RET qvo_seq_reset_tee_iterator(qvo_seq_iterator_h iterator) {
     return qvo_seq_reset_unary_iterator(iterator);
 }
 
-QVO_RET qvo_seq_tee(qvo_seq_iterator_h first, qvo_seq_iterator_h second, qvo_seq_iterator_h source) {
+QVO_API QVO_RET qvo_seq_tee(qvo_seq_iterator_h first, qvo_seq_iterator_h second, qvo_seq_iterator_h source) {
     if (const QVO_RET rc = bind({source}); rc != QVO_S_OK) return rc;
     fill_tee(first, source, second);
     fill_tee(second, source, first);
     return QVO_S_OK;
 }
 
-QVO_RET qvo_seq_rle_decode_next(qvo_seq_iterator_h iterator) { return rle_decode_next(iterator, Where::here()); }
+QVO_API QVO_RET qvo_seq_rle_decode_next(qvo_seq_iterator_h iterator) {
+    return rle_decode_next(iterator, Where::here());
+}
 
 // The result's type is set before the check, deliberately: a refused call has changed it.
-QVO_RET qvo_seq_rle_decode(qvo_seq_iterator_h result, qvo_seq_iterator_h operand) {
+QVO_API QVO_RET qvo_seq_rle_decode(qvo_seq_iterator_h result, qvo_seq_iterator_h operand) {
     result->elem_type = operand->elem_type;
     result->elem_size = operand->elem_size;
     if (const QVO_RET rc = bind({operand}); rc != QVO_S_OK) return rc;

@@ -60,35 +60,40 @@ QVO_RET constant_next(qvo_seq_iterator_h it) {
 
 }  // namespace
 
-#define STAMP(type)                                                                                                  \
-    extern "C" QVO_RET qvo_seq_unget_##type##_next(qvo_seq_iterator_h iterator) { return array_next(iterator); }     \
-    extern "C" QVO_RET qvo_seq_unget_##type(qvo_seq_iterator_h result, const qvo_##type* values, qvo_size_t count) { \
-        construct_array(result, layout_of<elem_##type>, values, count, qvo_seq_unget_##type##_next);                 \
-        return QVO_S_OK;                                                                                             \
-    }                                                                                                                \
-    extern "C" QVO_RET qvo_seq_const_##type##_next(qvo_seq_iterator_h iterator) { return constant_next(iterator); }  \
-    extern "C" QVO_RET qvo_seq_const_##type(qvo_seq_iterator_h result, qvo_##type value) {                           \
-        construct_constant(result, layout_of<elem_##type>, &value, qvo_seq_const_##type##_next);                     \
-        return QVO_S_OK;                                                                                             \
+#define STAMP(type)                                                                                      \
+    extern "C" QVO_API QVO_RET qvo_seq_unget_##type##_next(qvo_seq_iterator_h iterator) {                \
+        return array_next(iterator);                                                                     \
+    }                                                                                                    \
+    extern "C" QVO_API QVO_RET qvo_seq_unget_##type(qvo_seq_iterator_h result, const qvo_##type* values, \
+                                                    qvo_size_t count) {                                  \
+        construct_array(result, layout_of<elem_##type>, values, count, qvo_seq_unget_##type##_next);     \
+        return QVO_S_OK;                                                                                 \
+    }                                                                                                    \
+    extern "C" QVO_API QVO_RET qvo_seq_const_##type##_next(qvo_seq_iterator_h iterator) {                \
+        return constant_next(iterator);                                                                  \
+    }                                                                                                    \
+    extern "C" QVO_API QVO_RET qvo_seq_const_##type(qvo_seq_iterator_h result, qvo_##type value) {       \
+        construct_constant(result, layout_of<elem_##type>, &value, qvo_seq_const_##type##_next);         \
+        return QVO_S_OK;                                                                                 \
     }
 QVO_SEQ_FOR_FIXED_TYPES(STAMP)
 #undef STAMP
 
 extern "C" {
 
-QVO_RET qvo_seq_unget_reset(qvo_seq_iterator_h iterator) { return qvo_seq_reset_iterator(iterator); }
+QVO_API QVO_RET qvo_seq_unget_reset(qvo_seq_iterator_h iterator) { return qvo_seq_reset_iterator(iterator); }
 
-QVO_RET qvo_seq_unget_char_next(qvo_seq_iterator_h iterator) { return array_next(iterator); }
+QVO_API QVO_RET qvo_seq_unget_char_next(qvo_seq_iterator_h iterator) { return array_next(iterator); }
 
-QVO_RET qvo_seq_unget_char(qvo_seq_iterator_h result, const char* values, qvo_size_t count, qvo_size_t width) {
+QVO_API QVO_RET qvo_seq_unget_char(qvo_seq_iterator_h result, const char* values, qvo_size_t count, qvo_size_t width) {
     if (width > max_width) return QVO_E_ILLEGAL_PARAM;
     construct_array(result, {QVO_DD_CHAR, static_cast<uint16_t>(width)}, values, count, qvo_seq_unget_char_next);
     return QVO_S_OK;
 }
 
-QVO_RET qvo_seq_const_next_char(qvo_seq_iterator_h iterator) { return constant_next(iterator); }
+QVO_API QVO_RET qvo_seq_const_next_char(qvo_seq_iterator_h iterator) { return constant_next(iterator); }
 
-QVO_RET qvo_seq_const_char(qvo_seq_iterator_h result, const char* value, qvo_size_t width) {
+QVO_API QVO_RET qvo_seq_const_char(qvo_seq_iterator_h result, const char* value, qvo_size_t width) {
     if (width > sizeof result->context) return QVO_E_ILLEGAL_PARAM;
     construct_constant(result, {QVO_DD_CHAR, static_cast<uint16_t>(width)}, value, qvo_seq_const_next_char);
     return QVO_S_OK;

@@ -68,14 +68,14 @@ QVO_RET construct_asof_join(qvo_seq_iterator_h result, qvo_seq_iterator_h ts1, q
 }  // namespace
 
 #define DEFINE(name, ts, type)                                                                                      \
-    extern "C" QVO_RET name##_next(qvo_seq_iterator_h iterator) {                                                   \
+    extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h iterator) {                                           \
         return asof_join_next<elem_##type::bits, elem_##ts::bits>(iterator, Where::here());                         \
     }                                                                                                               \
-    extern "C" QVO_RET name##_reset(qvo_seq_iterator_h iterator) {                                                  \
+    extern "C" QVO_API QVO_RET name##_reset(qvo_seq_iterator_h iterator) {                                          \
         return asof_join_reset<elem_##type::bits, elem_##ts::bits>(iterator);                                       \
     }                                                                                                               \
-    extern "C" QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h ts1, qvo_seq_iterator_h ts2,              \
-                            qvo_seq_iterator_h values) {                                                            \
+    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h ts1, qvo_seq_iterator_h ts2,      \
+                                    qvo_seq_iterator_h values) {                                                    \
         return construct_asof_join<elem_##type, elem_##ts, name##_context_t>(result, ts1, ts2, values, name##_next, \
                                                                              name##_reset);                         \
     }

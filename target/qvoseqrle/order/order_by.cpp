@@ -82,12 +82,12 @@ QVO_RET construct_order_by(qvo_seq_iterator_h result, ElementLayout layout, qvo_
 }  // namespace
 
 #define STAMP_ORDER_BY(type, value_type, layout)                                                                      \
-    extern "C" QVO_RET qvo_seq_order_by_##type##_next(qvo_seq_iterator_h iterator) {                                  \
+    extern "C" QVO_API QVO_RET qvo_seq_order_by_##type##_next(qvo_seq_iterator_h iterator) {                          \
         return order_by_next(iterator, Where::here());                                                                \
     }                                                                                                                 \
-    extern "C" QVO_RET qvo_seq_order_by_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,                   \
-                                               const qvo_seq_no_t* permutation, qvo_size_t n_elems,                   \
-                                               const value_type* data) {                                              \
+    extern "C" QVO_API QVO_RET qvo_seq_order_by_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,           \
+                                                       const qvo_seq_no_t* permutation, qvo_size_t n_elems,           \
+                                                       const value_type* data) {                                      \
         return construct_order_by(result, layout, input, permutation, n_elems, data, qvo_seq_order_by_##type##_next); \
     }
 #define STAMP(type) STAMP_ORDER_BY(type, qvo_##type, layout_of<elem_##type>)
@@ -98,7 +98,7 @@ STAMP_ORDER_BY(char, char, (ElementLayout{QVO_DD_CHAR, input->elem_size}))
 
 }  // namespace qvo
 
-extern "C" QVO_RET qvo_seq_order_by_reset(qvo_seq_iterator_h iterator) {
+extern "C" QVO_API QVO_RET qvo_seq_order_by_reset(qvo_seq_iterator_h iterator) {
     qvo_seq_free_buffer(iterator);
     return qvo_seq_reset_unary_iterator(iterator);
 }

@@ -283,8 +283,8 @@ void sort(const V* data, qvo_seq_no_t* permutation, size_t n, qvo_seq_order_t or
 // datetime and uint8 are one C++ type and share the code, but not the seed.
 #define STAMP(type)                                                                                                    \
     static PivotSeed seed_##type;                                                                                      \
-    extern "C" QVO_RET qvo_seq_sort_##type(const qvo_##type* data, qvo_seq_no_t* permutation, qvo_size_t n_elems,      \
-                                           qvo_seq_order_t order) {                                                    \
+    extern "C" QVO_API QVO_RET qvo_seq_sort_##type(const qvo_##type* data, qvo_seq_no_t* permutation,                  \
+                                                   qvo_size_t n_elems, qvo_seq_order_t order) {                        \
         sort(data, permutation, n_elems, order, seed_##type);                                                          \
         return QVO_S_OK;                                                                                               \
     }                                                                                                                  \

@@ -200,13 +200,13 @@ QVO_RET construct_stretch0(qvo_seq_iterator_h result, qvo_seq_iterator_h ts1, qv
 
 }  // namespace
 
-#define DEFINE(name, ts, type, construct, next_of, reset_of)                                                      \
-    extern "C" QVO_RET name##_next(qvo_seq_iterator_h iterator) { return next_of(iterator, Where::here()); }      \
-    extern "C" QVO_RET name##_reset(qvo_seq_iterator_h iterator) { return reset_of(iterator); }                   \
-    extern "C" QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h ts1, qvo_seq_iterator_h ts2,            \
-                            qvo_seq_iterator_h values, qvo_##type filler) {                                       \
-        return construct<elem_##type, elem_##ts, name##_context_t>(result, ts1, ts2, values, filler, name##_next, \
-                                                                   name##_reset);                                 \
+#define DEFINE(name, ts, type, construct, next_of, reset_of)                                                         \
+    extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h iterator) { return next_of(iterator, Where::here()); } \
+    extern "C" QVO_API QVO_RET name##_reset(qvo_seq_iterator_h iterator) { return reset_of(iterator); }              \
+    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h ts1, qvo_seq_iterator_h ts2,       \
+                                    qvo_seq_iterator_h values, qvo_##type filler) {                                  \
+        return construct<elem_##type, elem_##ts, name##_context_t>(result, ts1, ts2, values, filler, name##_next,    \
+                                                                   name##_reset);                                    \
     }
 #define STAMP(ts, type)                                                                                             \
     DEFINE(qvo_seq_stretch_##ts##_##type, ts, type, construct_stretch,                                              \

@@ -149,35 +149,36 @@ template <class Record, class Func> QVO_RET keep(QVO_RET rc, qvo_seq_iterator_h 
 
 // A shape may contain commas, so it comes last.
 #define DEFINE_NEXT(name, ...)                                                              \
-    extern "C" QVO_RET name##_next(qvo_seq_iterator_h iterator) {                           \
+    extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h iterator) {                   \
         return elements_next(iterator, __VA_ARGS__::loop<name##_context_t>, Where::here()); \
     }
 #define DEFINE_NEXT2(name, Shape)                                                                          \
-    extern "C" QVO_RET name##_next(qvo_seq_iterator_h iterator) {                                          \
+    extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h iterator) {                                  \
         return overlap_next(iterator, loops_of<MappedLoops<Shape::Map<name##_context_t>>>, Where::here()); \
     }
 
 // A function of one operand, and its form with a context pointer; then those of two operands.
-#define DEFINE_FUNC(name, ...)                                                                           \
-    DEFINE_NEXT(name, __VA_ARGS__)                                                                       \
-    extern "C" QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, name##_ptr_t func) {    \
-        return keep<name##_context_t>(__VA_ARGS__::construct(result, input, name##_next), result, func); \
+#define DEFINE_FUNC(name, ...)                                                                                \
+    DEFINE_NEXT(name, __VA_ARGS__)                                                                            \
+    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, name##_ptr_t func) { \
+        return keep<name##_context_t>(__VA_ARGS__::construct(result, input, name##_next), result, func);      \
     }
-#define DEFINE_FUNC_CTX(name, ...)                                                                                    \
-    DEFINE_NEXT(name, __VA_ARGS__)                                                                                    \
-    extern "C" QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, name##_ptr_t func, void* func_ctx) { \
-        return keep<name##_context_t>(__VA_ARGS__::construct(result, input, name##_next), result, func, func_ctx);    \
+#define DEFINE_FUNC_CTX(name, ...)                                                                                 \
+    DEFINE_NEXT(name, __VA_ARGS__)                                                                                 \
+    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h input, name##_ptr_t func,        \
+                                    void* func_ctx) {                                                              \
+        return keep<name##_context_t>(__VA_ARGS__::construct(result, input, name##_next), result, func, func_ctx); \
     }
-#define DEFINE_FUNC2(name, Shape)                                                                         \
-    DEFINE_NEXT2(name, Shape)                                                                             \
-    extern "C" QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right, \
-                            name##_ptr_t func) {                                                          \
-        return keep<name##_context_t>(Shape::construct(result, left, right, name##_next), result, func);  \
+#define DEFINE_FUNC2(name, Shape)                                                                                 \
+    DEFINE_NEXT2(name, Shape)                                                                                     \
+    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right, \
+                                    name##_ptr_t func) {                                                          \
+        return keep<name##_context_t>(Shape::construct(result, left, right, name##_next), result, func);          \
     }
 #define DEFINE_FUNC2_CTX(name, Shape)                                                                              \
     DEFINE_NEXT2(name, Shape)                                                                                      \
-    extern "C" QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right,          \
-                            name##_ptr_t func, void* func_ctx) {                                                   \
+    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right,  \
+                                    name##_ptr_t func, void* func_ctx) {                                           \
         return keep<name##_context_t>(Shape::construct(result, left, right, name##_next), result, func, func_ctx); \
     }
 

@@ -249,25 +249,25 @@ QVO_RET reset_choice(qvo_seq_iterator_h it) {
 
 }  // namespace
 
-extern "C" QVO_RET qvo_seq_iif_reset(qvo_seq_iterator_h iterator) { return reset_choice(iterator); }
-extern "C" QVO_RET qvo_seq_if_reset(qvo_seq_iterator_h iterator) { return reset_choice(iterator); }
+extern "C" QVO_API QVO_RET qvo_seq_iif_reset(qvo_seq_iterator_h iterator) { return reset_choice(iterator); }
+extern "C" QVO_API QVO_RET qvo_seq_if_reset(qvo_seq_iterator_h iterator) { return reset_choice(iterator); }
 
-#define STAMP(type, code, width)                                                                              \
-    extern "C" QVO_RET qvo_seq_iif_##type##_next(qvo_seq_iterator_h iterator) {                               \
-        return iif_next(iterator, Where::here());                                                             \
-    }                                                                                                         \
-    extern "C" QVO_RET qvo_seq_if_##type##_next(qvo_seq_iterator_h iterator) {                                \
-        return if_next(iterator, Where::here());                                                              \
-    }                                                                                                         \
-    extern "C" QVO_RET qvo_seq_iif_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h cond,                 \
-                                          qvo_seq_iterator_h then_iter, qvo_seq_iterator_h else_iter) {       \
-        return construct_choice(result, cond, then_iter, else_iter, {code, width}, qvo_seq_iif_##type##_next, \
-                                qvo_seq_iif_reset);                                                           \
-    }                                                                                                         \
-    extern "C" QVO_RET qvo_seq_if_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h cond,                  \
-                                         qvo_seq_iterator_h then_iter, qvo_seq_iterator_h else_iter) {        \
-        return construct_choice(result, cond, then_iter, else_iter, {code, width}, qvo_seq_if_##type##_next,  \
-                                qvo_seq_if_reset);                                                            \
+#define STAMP(type, code, width)                                                                                \
+    extern "C" QVO_API QVO_RET qvo_seq_iif_##type##_next(qvo_seq_iterator_h iterator) {                         \
+        return iif_next(iterator, Where::here());                                                               \
+    }                                                                                                           \
+    extern "C" QVO_API QVO_RET qvo_seq_if_##type##_next(qvo_seq_iterator_h iterator) {                          \
+        return if_next(iterator, Where::here());                                                                \
+    }                                                                                                           \
+    extern "C" QVO_API QVO_RET qvo_seq_iif_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h cond,           \
+                                                  qvo_seq_iterator_h then_iter, qvo_seq_iterator_h else_iter) { \
+        return construct_choice(result, cond, then_iter, else_iter, {code, width}, qvo_seq_iif_##type##_next,   \
+                                qvo_seq_iif_reset);                                                             \
+    }                                                                                                           \
+    extern "C" QVO_API QVO_RET qvo_seq_if_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h cond,            \
+                                                 qvo_seq_iterator_h then_iter, qvo_seq_iterator_h else_iter) {  \
+        return construct_choice(result, cond, then_iter, else_iter, {code, width}, qvo_seq_if_##type##_next,    \
+                                qvo_seq_if_reset);                                                              \
     }
 #define STAMP_FIXED(type) STAMP(type, elem_##type::code, elem_##type::width)
 QVO_SEQ_FOR_FIXED_TYPES(STAMP_FIXED)

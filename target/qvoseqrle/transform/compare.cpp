@@ -65,12 +65,12 @@ QVO_RET construct_char_compare(qvo_seq_iterator_h result, qvo_seq_iterator_h lef
 QVO_SEQ_FOR_FIXED_TYPES(STAMP)
 #undef STAMP
 
-#define STAMP_CHAR(name, Op)                                                                                \
-    extern "C" QVO_RET name##_next(qvo_seq_iterator_h iterator) {                                           \
-        return overlap_next(iterator, loops_of<MappedLoops<CharCompare<Op>>>, Where::here());               \
-    }                                                                                                       \
-    extern "C" QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right) { \
-        return construct_char_compare(result, left, right, name##_next);                                    \
+#define STAMP_CHAR(name, Op)                                                                                        \
+    extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h iterator) {                                           \
+        return overlap_next(iterator, loops_of<MappedLoops<CharCompare<Op>>>, Where::here());                       \
+    }                                                                                                               \
+    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right) { \
+        return construct_char_compare(result, left, right, name##_next);                                            \
     }
 STAMP_CHAR(qvo_seq_eq_char, Eq)
 STAMP_CHAR(qvo_seq_ne_char, Ne)

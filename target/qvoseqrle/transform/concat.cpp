@@ -23,14 +23,17 @@ QVO_RET concat_next(qvo_seq_iterator_h it, Where where) {
 
 }  // namespace
 
-extern "C" QVO_RET qvo_seq_concat_next(qvo_seq_iterator_h iterator) { return concat_next(iterator, Where::here()); }
+extern "C" QVO_API QVO_RET qvo_seq_concat_next(qvo_seq_iterator_h iterator) {
+    return concat_next(iterator, Where::here());
+}
 
-extern "C" QVO_RET qvo_seq_concat_reset(qvo_seq_iterator_h iterator) {
+extern "C" QVO_API QVO_RET qvo_seq_concat_reset(qvo_seq_iterator_h iterator) {
     state<qvo_seq_concat_context_t>(iterator).left_array = 1;
     return qvo_seq_reset_binary_iterator(iterator);
 }
 
-extern "C" QVO_RET qvo_seq_concat(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right) {
+extern "C" QVO_API QVO_RET qvo_seq_concat(qvo_seq_iterator_h result, qvo_seq_iterator_h left,
+                                          qvo_seq_iterator_h right) {
     if (!has_type(right, left->elem_type)) return QVO_E_ILLEGAL_TYPE;
     if (has_type(left, QVO_DD_CHAR) && left->elem_size != right->elem_size) return QVO_E_ILLEGAL_TYPE;
     if (const QVO_RET rc = bind({left, right}); rc != QVO_S_OK) return rc;

@@ -64,11 +64,11 @@ template <class From, class To> constexpr UnaryLoop conversion_loop() {
 
 }  // namespace
 
-#define STAMP(from, to)                                                                                      \
-    QVO_DEFINE_UNARY_LOOP(qvo_seq_##from##_to_##to, qvo_seq_##from##_to_##to##_next, elem_##from, elem_##to, \
-                          conversion_loop<qvo_##from, qvo_##to>())                                           \
-    extern "C" QVO_RET qvo_seq_##to##_from_##from(qvo_seq_iterator_h result, qvo_seq_iterator_h operand) {   \
-        return qvo_seq_##from##_to_##to(result, operand);                                                    \
+#define STAMP(from, to)                                                                                            \
+    QVO_DEFINE_UNARY_LOOP(qvo_seq_##from##_to_##to, qvo_seq_##from##_to_##to##_next, elem_##from, elem_##to,       \
+                          conversion_loop<qvo_##from, qvo_##to>())                                                 \
+    extern "C" QVO_API QVO_RET qvo_seq_##to##_from_##from(qvo_seq_iterator_h result, qvo_seq_iterator_h operand) { \
+        return qvo_seq_##from##_to_##to(result, operand);                                                          \
     }
 QVO_SEQ_FOR_FIXED_TYPES_WITH(STAMP, int1)
 QVO_SEQ_FOR_FIXED_TYPES_WITH(STAMP, int2)

@@ -99,7 +99,7 @@ QVO_RET construct_cross(qvo_seq_iterator_h result, qvo_seq_iterator_h input, int
 
 }  // namespace
 
-extern "C" QVO_RET qvo_seq_cross_reset_iterator(qvo_seq_iterator_h iterator) {
+extern "C" QVO_API QVO_RET qvo_seq_cross_reset_iterator(qvo_seq_iterator_h iterator) {
     auto& s = state<qvo_seq_cross_context_t>(iterator);
     s.prev_sign = s.n_zeros = 0;
     s.pos = 0;
@@ -107,11 +107,11 @@ extern "C" QVO_RET qvo_seq_cross_reset_iterator(qvo_seq_iterator_h iterator) {
 }
 
 #define STAMP(type)                                                                                                   \
-    extern "C" QVO_RET qvo_seq_cross_##type##_next(qvo_seq_iterator_h iterator) {                                     \
+    extern "C" QVO_API QVO_RET qvo_seq_cross_##type##_next(qvo_seq_iterator_h iterator) {                             \
         return cross_next(iterator, find_signs<qvo_##type>, Where::here());                                           \
     }                                                                                                                 \
-    extern "C" QVO_RET qvo_seq_cross_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,                      \
-                                            int first_cross_direction) {                                              \
+    extern "C" QVO_API QVO_RET qvo_seq_cross_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,              \
+                                                    int first_cross_direction) {                                      \
         return construct_cross(result, input, first_cross_direction, elem_##type::code, qvo_seq_cross_##type##_next); \
     }
 STAMP(int1)
@@ -124,8 +124,10 @@ STAMP(datetime)
 #undef STAMP
 
 // Values without a sign have nothing to cross. (datetime has a member all the same, which finds no position.)
-#define STAMP(type) \
-    extern "C" QVO_RET qvo_seq_cross_##type(qvo_seq_iterator_h, qvo_seq_iterator_h, int) { return QVO_E_UNSUPPORTED; }
+#define STAMP(type)                                                                                \
+    extern "C" QVO_API QVO_RET qvo_seq_cross_##type(qvo_seq_iterator_h, qvo_seq_iterator_h, int) { \
+        return QVO_E_UNSUPPORTED;                                                                  \
+    }
 STAMP(uint1)
 STAMP(uint2)
 STAMP(uint4)

@@ -120,14 +120,14 @@ QVO_RET construct_extrema(qvo_seq_iterator_h result, qvo_seq_iterator_h input, i
 }  // namespace
 
 #define STAMP(type)                                                                                               \
-    extern "C" QVO_RET qvo_seq_extrema_##type##_next(qvo_seq_iterator_h iterator) {                               \
+    extern "C" QVO_API QVO_RET qvo_seq_extrema_##type##_next(qvo_seq_iterator_h iterator) {                       \
         return extrema_next(iterator, find_directions<qvo_##type>, Where::here());                                \
     }                                                                                                             \
-    extern "C" QVO_RET qvo_seq_extrema_##type##_reset_iterator(qvo_seq_iterator_h iterator) {                     \
+    extern "C" QVO_API QVO_RET qvo_seq_extrema_##type##_reset_iterator(qvo_seq_iterator_h iterator) {             \
         return extrema_reset(iterator);                                                                           \
     }                                                                                                             \
-    extern "C" QVO_RET qvo_seq_extrema_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,                \
-                                              int first_extremum) {                                               \
+    extern "C" QVO_API QVO_RET qvo_seq_extrema_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,        \
+                                                      int first_extremum) {                                       \
         using Record = qvo_seq_extrema_##type##_context_t;                                                        \
         static_assert(sizeof(ExtremaState) == sizeof(Record) &&                                                   \
                       offsetof(ExtremaState, pos) == offsetof(Record, pos) &&                                     \

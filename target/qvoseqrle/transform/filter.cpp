@@ -221,13 +221,13 @@ QVO_RET construct_filter_pos(qvo_seq_iterator_h result, qvo_seq_iterator_h condi
 
 }  // namespace
 
-#define STAMP(type, code, width)                                                                   \
-    extern "C" QVO_RET qvo_seq_filter_##type##_next(qvo_seq_iterator_h iterator) {                 \
-        return filter_next(iterator, Where::here());                                               \
-    }                                                                                              \
-    extern "C" QVO_RET qvo_seq_filter_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h cond,   \
-                                             qvo_seq_iterator_h input) {                           \
-        return construct_filter(result, cond, input, {code, width}, qvo_seq_filter_##type##_next); \
+#define STAMP(type, code, width)                                                                         \
+    extern "C" QVO_API QVO_RET qvo_seq_filter_##type##_next(qvo_seq_iterator_h iterator) {               \
+        return filter_next(iterator, Where::here());                                                     \
+    }                                                                                                    \
+    extern "C" QVO_API QVO_RET qvo_seq_filter_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h cond, \
+                                                     qvo_seq_iterator_h input) {                         \
+        return construct_filter(result, cond, input, {code, width}, qvo_seq_filter_##type##_next);       \
     }
 #define STAMP_FIXED(type) STAMP(type, elem_##type::code, elem_##type::width)
 QVO_SEQ_FOR_FIXED_TYPES(STAMP_FIXED)
@@ -239,25 +239,26 @@ STAMP(char, QVO_DD_CHAR, input->elem_size)
 
 extern "C" {
 
-QVO_RET qvo_seq_filter_pos_next(qvo_seq_iterator_h iterator) {
+QVO_API QVO_RET qvo_seq_filter_pos_next(qvo_seq_iterator_h iterator) {
     return qvo::filter_pos_next(iterator, qvo::Where::here());
 }
 
-QVO_RET qvo_seq_filter_pos_reset(qvo_seq_iterator_h iterator) {
+QVO_API QVO_RET qvo_seq_filter_pos_reset(qvo_seq_iterator_h iterator) {
     qvo_seq_filter_pos_context_t& pos = qvo::state<qvo_seq_filter_pos_context_t>(iterator);
     pos.curr_pos = pos.first_pos;
     return qvo_seq_reset_unary_iterator(iterator);
 }
 
-QVO_RET qvo_seq_filter_pos(qvo_seq_iterator_h result, qvo_seq_iterator_h cond) {
+QVO_API QVO_RET qvo_seq_filter_pos(qvo_seq_iterator_h result, qvo_seq_iterator_h cond) {
     return qvo::construct_filter_pos(result, cond, 0);
 }
 
-QVO_RET qvo_seq_filter_search(qvo_seq_iterator_h result, qvo_seq_iterator_h cond, qvo_seq_iterator_h search_result) {
+QVO_API QVO_RET qvo_seq_filter_search(qvo_seq_iterator_h result, qvo_seq_iterator_h cond,
+                                      qvo_seq_iterator_h search_result) {
     return qvo::construct_filter_pos(result, cond, search_result->first_seq_no);
 }
 
-qvo_seq_no_t qvo_seq_get_first_pos(qvo_seq_iterator_h iterator) {
+QVO_API qvo_seq_no_t qvo_seq_get_first_pos(qvo_seq_iterator_h iterator) {
     qvo_seq_no_t first = iterator->first_seq_no;
     // The second slot of one of two readers of a source holds the other one, whose second slot holds this one.
     const bool is_twin = iterator->next == qvo_seq_tee_next;
@@ -267,16 +268,16 @@ qvo_seq_no_t qvo_seq_get_first_pos(qvo_seq_iterator_h iterator) {
     return first;
 }
 
-QVO_RET qvo_seq_filter_first_pos_next(qvo_seq_iterator_h iterator) {
+QVO_API QVO_RET qvo_seq_filter_first_pos_next(qvo_seq_iterator_h iterator) {
     return qvo::filter_first_pos_next(iterator, qvo::Where::here());
 }
 
-QVO_RET qvo_seq_filter_first_pos_merge(qvo_seq_iterator_h dst, qvo_seq_iterator_h src) {
+QVO_API QVO_RET qvo_seq_filter_first_pos_merge(qvo_seq_iterator_h dst, qvo_seq_iterator_h src) {
     return qvo::filter_first_pos_merge(dst, src);
 }
 
 // Deliberately unlike every other constructor: the condition is not marked bound, and reset stays as the caller set it.
-QVO_RET qvo_seq_filter_first_pos(qvo_seq_iterator_h result, qvo_seq_iterator_h cond, qvo_uint8 n) {
+QVO_API QVO_RET qvo_seq_filter_first_pos(qvo_seq_iterator_h result, qvo_seq_iterator_h cond, qvo_uint8 n) {
     if (!qvo::has_type(cond, qvo::elem_bool::code)) return QVO_E_ILLEGAL_TYPE;
     if (qvo::is_bound(cond)) return QVO_E_SEQ_BOUNDED;
     if (n > qvo::elem_uint8::capacity) return QVO_E_ILLEGAL_PARAM;

@@ -113,15 +113,16 @@ QVO_RET construct_histogram(qvo_seq_iterator_h result, qvo_seq_iterator_h input,
 
 }  // namespace
 
-#define STAMP(type)                                                                                                 \
-    extern "C" QVO_RET qvo_seq_histogram_##type##_next(qvo_seq_iterator_h iterator) {                               \
-        return histogram_next(iterator, find_intervals<qvo_##type>,                                                 \
-                              state<HistogramState<qvo_##type>>(iterator).n_intervals, Where::here());              \
-    }                                                                                                               \
-    extern "C" QVO_RET qvo_seq_histogram_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,                \
-                                                qvo_##type min_value, qvo_##type max_value, uint64_t n_intervals) { \
-        return construct_histogram<elem_##type>(result, input, min_value, max_value, n_intervals,                   \
-                                                qvo_seq_histogram_##type##_next);                                   \
+#define STAMP(type)                                                                                          \
+    extern "C" QVO_API QVO_RET qvo_seq_histogram_##type##_next(qvo_seq_iterator_h iterator) {                \
+        return histogram_next(iterator, find_intervals<qvo_##type>,                                          \
+                              state<HistogramState<qvo_##type>>(iterator).n_intervals, Where::here());       \
+    }                                                                                                        \
+    extern "C" QVO_API QVO_RET qvo_seq_histogram_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, \
+                                                        qvo_##type min_value, qvo_##type max_value,          \
+                                                        uint64_t n_intervals) {                              \
+        return construct_histogram<elem_##type>(result, input, min_value, max_value, n_intervals,            \
+                                                qvo_seq_histogram_##type##_next);                            \
     }
 QVO_SEQ_FOR_FIXED_TYPES(STAMP)
 #undef STAMP

@@ -60,23 +60,23 @@ QVO_RET construct_join(qvo_seq_iterator_h result, qvo_seq_meta_iterator_h meta_i
 
 }  // namespace
 
-extern "C" QVO_RET qvo_seq_meta_iterator_next(qvo_seq_iterator_h iterator) {
+extern "C" QVO_API QVO_RET qvo_seq_meta_iterator_next(qvo_seq_iterator_h iterator) {
     return join_next(iterator, Where::here());
 }
 
-extern "C" QVO_RET qvo_seq_meta_iterator_reset(qvo_seq_iterator_h iterator) {
+extern "C" QVO_API QVO_RET qvo_seq_meta_iterator_reset(qvo_seq_iterator_h iterator) {
     state<qvo_seq_meta_iterator_context_t>(iterator).pos_kind = BEFORE_FIRST;
     return qvo_seq_reset_iterator(iterator);
 }
 
-#define STAMP(type)                                                                                            \
-    extern "C" QVO_RET qvo_seq_join_##type(qvo_seq_iterator_h result, qvo_seq_meta_iterator_h meta_iterator) { \
-        return construct_join(result, meta_iterator, layout_of<elem_##type>);                                  \
+#define STAMP(type)                                                                                                    \
+    extern "C" QVO_API QVO_RET qvo_seq_join_##type(qvo_seq_iterator_h result, qvo_seq_meta_iterator_h meta_iterator) { \
+        return construct_join(result, meta_iterator, layout_of<elem_##type>);                                          \
     }
 QVO_SEQ_FOR_FIXED_TYPES(STAMP)
 #undef STAMP
 
-extern "C" QVO_RET qvo_seq_join_char(qvo_seq_iterator_h result, qvo_seq_meta_iterator_h meta_iterator) {
+extern "C" QVO_API QVO_RET qvo_seq_join_char(qvo_seq_iterator_h result, qvo_seq_meta_iterator_h meta_iterator) {
     return construct_join(result, meta_iterator, {QVO_DD_CHAR, meta_iterator->iterator.elem_size});
 }
 

@@ -112,18 +112,18 @@ QVO_RET construct_map(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_s
 
 }  // namespace
 
-extern "C" QVO_RET qvo_seq_map_reset(qvo_seq_iterator_h iterator) {
+extern "C" QVO_API QVO_RET qvo_seq_map_reset(qvo_seq_iterator_h iterator) {
     state<MapState>(iterator).right_seq_no = 0;
     return qvo_seq_reset_binary_iterator(iterator);
 }
 
-#define STAMP(type, code)                                                                      \
-    extern "C" QVO_RET qvo_seq_map_##type##_next(qvo_seq_iterator_h iterator) {                \
-        return map_next(iterator, Where::here());                                              \
-    }                                                                                          \
-    extern "C" QVO_RET qvo_seq_map_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, \
-                                          qvo_seq_iterator_h positions) {                      \
-        return construct_map(result, input, positions, code, qvo_seq_map_##type##_next);       \
+#define STAMP(type, code)                                                                              \
+    extern "C" QVO_API QVO_RET qvo_seq_map_##type##_next(qvo_seq_iterator_h iterator) {                \
+        return map_next(iterator, Where::here());                                                      \
+    }                                                                                                  \
+    extern "C" QVO_API QVO_RET qvo_seq_map_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, \
+                                                  qvo_seq_iterator_h positions) {                      \
+        return construct_map(result, input, positions, code, qvo_seq_map_##type##_next);               \
     }
 #define STAMP_FIXED(type) STAMP(type, elem_##type::code)
 QVO_SEQ_FOR_FIXED_TYPES(STAMP_FIXED)

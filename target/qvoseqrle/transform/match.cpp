@@ -70,7 +70,7 @@ void match_elements(qvo_seq_iterator_h it, size_t to, size_t /*from*/, size_t n)
 
 extern "C" {
 
-qvo_bool qvo_seq_exact_match(const qvo_seq_match_context_t* ctx, const char* str) {
+QVO_API qvo_bool qvo_seq_exact_match(const qvo_seq_match_context_t* ctx, const char* str) {
     for (int i = 0; i < ctx->elem_size; ++i) {
         if (str[i] != ctx->pattern[i]) return 0;
         if (str[i] == '\0') return 1;
@@ -78,7 +78,7 @@ qvo_bool qvo_seq_exact_match(const qvo_seq_match_context_t* ctx, const char* str
     return ctx->pattern[ctx->elem_size] == '\0';
 }
 
-qvo_bool qvo_seq_match_substring(const qvo_seq_match_context_t* ctx, const char* str) {
+QVO_API qvo_bool qvo_seq_match_substring(const qvo_seq_match_context_t* ctx, const char* str) {
     const char* const needle = ctx->pattern + 1;
     const int last = ctx->pn - 3;  // of the needle
     if (last < 0) return 1;
@@ -92,7 +92,7 @@ qvo_bool qvo_seq_match_substring(const qvo_seq_match_context_t* ctx, const char*
     return 0;
 }
 
-qvo_bool qvo_seq_match_regex(const qvo_seq_match_context_t* ctx, const char* str) {
+QVO_API qvo_bool qvo_seq_match_regex(const qvo_seq_match_context_t* ctx, const char* str) {
     const char* const pattern = ctx->pattern;
     const int n = ctx->pn;
     int pi = 0, si = 0;
@@ -119,11 +119,11 @@ qvo_bool qvo_seq_match_regex(const qvo_seq_match_context_t* ctx, const char* str
     }
 }
 
-QVO_RET qvo_seq_match_next(qvo_seq_iterator_h iterator) {
+QVO_API QVO_RET qvo_seq_match_next(qvo_seq_iterator_h iterator) {
     return elements_next(iterator, match_elements, Where::here());
 }
 
-QVO_RET qvo_seq_match(qvo_seq_iterator_h result, qvo_seq_iterator_h input, const char* pattern) {
+QVO_API QVO_RET qvo_seq_match(qvo_seq_iterator_h result, qvo_seq_iterator_h input, const char* pattern) {
     if (const QVO_RET rc = construct_typed(result, input, QVO_DD_CHAR, layout_of<elem_bool>, qvo_seq_match_next);
         rc != QVO_S_OK)
         return rc;

@@ -52,13 +52,13 @@ QVO_RET norm_next(qvo_seq_iterator_h it, SumSquares sum_squares, UnaryLoop divid
 
 }  // namespace
 
-#define STAMP(type)                                                                                  \
-    extern "C" QVO_RET qvo_seq_norm_##type##_next(qvo_seq_iterator_h iterator) {                     \
-        using Loops = NormLoops<elem_##type::value>;                                                 \
-        return norm_next(iterator, Loops::sum_squares, Loops::divide, Where::here());                \
-    }                                                                                                \
-    extern "C" QVO_RET qvo_seq_norm_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) {    \
-        return construct_unary<elem_##type, elem_double>(result, input, qvo_seq_norm_##type##_next); \
+#define STAMP(type)                                                                                       \
+    extern "C" QVO_API QVO_RET qvo_seq_norm_##type##_next(qvo_seq_iterator_h iterator) {                  \
+        using Loops = NormLoops<elem_##type::value>;                                                      \
+        return norm_next(iterator, Loops::sum_squares, Loops::divide, Where::here());                     \
+    }                                                                                                     \
+    extern "C" QVO_API QVO_RET qvo_seq_norm_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) { \
+        return construct_unary<elem_##type, elem_double>(result, input, qvo_seq_norm_##type##_next);      \
     }
 QVO_SEQ_FOR_FIXED_TYPES(STAMP)
 #undef STAMP

@@ -219,10 +219,10 @@ Fit fit_string(qvo_seq_iterator_h it, size_t index, size_t length) {
 }  // namespace
 
 #define STAMP(type)                                                                                \
-    extern "C" QVO_RET qvo_seq_parse_##type##_next(qvo_seq_iterator_h iterator) {                  \
+    extern "C" QVO_API QVO_RET qvo_seq_parse_##type##_next(qvo_seq_iterator_h iterator) {          \
         return parse_next<elem_##type>(iterator);                                                  \
     }                                                                                              \
-    extern "C" QVO_RET qvo_seq_parse_##type(qvo_seq_iterator_h result, const char* text) {         \
+    extern "C" QVO_API QVO_RET qvo_seq_parse_##type(qvo_seq_iterator_h result, const char* text) { \
         return construct_parser(result, text, layout_of<elem_##type>, qvo_seq_parse_##type##_next, \
                                 qvo_seq_reset_parse_iterator);                                     \
     }
@@ -231,17 +231,17 @@ QVO_SEQ_FOR_FIXED_TYPES(STAMP)
 
 extern "C" {
 
-QVO_RET qvo_seq_reset_parse_iterator(qvo_seq_iterator_h iterator) {
+QVO_API QVO_RET qvo_seq_reset_parse_iterator(qvo_seq_iterator_h iterator) {
     TextPosition& position = state<TextPosition>(iterator);
     position.at = position.start;
     return qvo_seq_reset_iterator(iterator);
 }
 
-QVO_RET qvo_seq_reset_custom_parse_iterator(qvo_seq_iterator_h iterator) {
+QVO_API QVO_RET qvo_seq_reset_custom_parse_iterator(qvo_seq_iterator_h iterator) {
     return qvo_seq_reset_parse_iterator(iterator);
 }
 
-QVO_RET qvo_seq_parse_char_next(qvo_seq_iterator_h iterator) {
+QVO_API QVO_RET qvo_seq_parse_char_next(qvo_seq_iterator_h iterator) {
     static constexpr char null_word[] = {'n', 'u', 'l', 'l'};
     char* const values = values_of<char>(iterator);
     const char* text = state<TextPosition>(iterator).at;
@@ -266,13 +266,13 @@ QVO_RET qvo_seq_parse_char_next(qvo_seq_iterator_h iterator) {
     return finish(iterator, text, i);
 }
 
-QVO_RET qvo_seq_parse_char(qvo_seq_iterator_h result, const char* text, int width) {
+QVO_API QVO_RET qvo_seq_parse_char(qvo_seq_iterator_h result, const char* text, int width) {
     if (width < 0 || static_cast<size_t>(width) > max_width) return QVO_E_ILLEGAL_PARAM;
     return construct_parser(result, text, {QVO_DD_CHAR, static_cast<uint16_t>(width)}, qvo_seq_parse_char_next,
                             qvo_seq_reset_parse_iterator);
 }
 
-QVO_RET qvo_seq_custom_parse_next(qvo_seq_iterator_h iterator) {
+QVO_API QVO_RET qvo_seq_custom_parse_next(qvo_seq_iterator_h iterator) {
     const CustomParser& parser = state<CustomParser>(iterator);
     const size_t capacity = capacity_of(iterator->elem_size);
     char* text = const_cast<char*>(parser.position.at);  // the constructor took a text that may be written to
@@ -292,8 +292,8 @@ QVO_RET qvo_seq_custom_parse_next(qvo_seq_iterator_h iterator) {
     return finish(iterator, text, i);
 }
 
-QVO_RET qvo_seq_custom_parse(qvo_seq_iterator_h result, char* text, uint8_t elem_type, uint16_t elem_size,
-                             qvo_seq_custom_parser_t parser) {
+QVO_API QVO_RET qvo_seq_custom_parse(qvo_seq_iterator_h result, char* text, uint8_t elem_type, uint16_t elem_size,
+                                     qvo_seq_custom_parser_t parser) {
     if (elem_size > max_width) return QVO_E_ILLEGAL_PARAM;
     construct_parser(result, text, {elem_type, elem_size}, qvo_seq_custom_parse_next,
                      qvo_seq_reset_custom_parse_iterator);

@@ -171,7 +171,7 @@ void fill_texts(char* to, size_t stride, const char* text, size_t n, size_t coun
 
 extern "C" {
 
-QVO_RET qvo_seq_print_char_next(qvo_seq_iterator_h iterator) {
+QVO_API QVO_RET qvo_seq_print_char_next(qvo_seq_iterator_h iterator) {
     const qvo_seq_iterator_h operand = iterator->opd[0];
     Operand input(operand);
     if (const QVO_RET rc = input.refill(Where::here()); rc != QVO_S_OK) return rc;
@@ -187,7 +187,7 @@ QVO_RET qvo_seq_print_char_next(qvo_seq_iterator_h iterator) {
     return tile.finish(QVO_S_OK, Counted::elements);
 }
 
-QVO_RET qvo_seq_print_char(qvo_seq_iterator_h result, qvo_seq_iterator_h input, int width, const char* format) {
+QVO_API QVO_RET qvo_seq_print_char(qvo_seq_iterator_h result, qvo_seq_iterator_h input, int width, const char* format) {
     if (!has_type(input, QVO_DD_CHAR)) return QVO_E_ILLEGAL_TYPE;
     // Before the binding check, unlike other parameters.
     if (width < 1 || static_cast<size_t>(width) > max_text_width) return QVO_E_ILLEGAL_PARAM;

@@ -53,11 +53,11 @@ QVO_RET construct_progression(qvo_seq_iterator_h result, typename E::value init_
 }  // namespace
 
 #define STAMP(type)                                                                                                 \
-    extern "C" QVO_RET qvo_seq_aprogres_##type##_next(qvo_seq_iterator_h iterator) {                                \
+    extern "C" QVO_API QVO_RET qvo_seq_aprogres_##type##_next(qvo_seq_iterator_h iterator) {                        \
         return progression_next(iterator, fill_progression<qvo_##type>);                                            \
     }                                                                                                               \
-    extern "C" QVO_RET qvo_seq_aprogres_##type(qvo_seq_iterator_h result, qvo_##type init_value, qvo_##type step,   \
-                                               uint64_t count) {                                                    \
+    extern "C" QVO_API QVO_RET qvo_seq_aprogres_##type(qvo_seq_iterator_h result, qvo_##type init_value,            \
+                                                       qvo_##type step, uint64_t count) {                           \
         return construct_progression<elem_##type>(result, init_value, step, count, qvo_seq_aprogres_##type##_next); \
     }
 QVO_SEQ_FOR_FIXED_TYPES(STAMP)

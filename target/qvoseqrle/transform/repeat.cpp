@@ -35,16 +35,17 @@ QVO_RET construct_repeat(qvo_seq_iterator_h result, qvo_seq_iterator_h input, El
 
 }  // namespace
 
-extern "C" QVO_RET qvo_seq_reset_repeat_iterator(qvo_seq_iterator_h iterator) {
+extern "C" QVO_API QVO_RET qvo_seq_reset_repeat_iterator(qvo_seq_iterator_h iterator) {
     return qvo_seq_reset_unary_iterator(iterator);
 }
 
-#define STAMP(type, code, width)                                                                                 \
-    extern "C" QVO_RET qvo_seq_repeat_##type##_next(qvo_seq_iterator_h iterator) {                               \
-        return repeat_next(iterator, Where::here());                                                             \
-    }                                                                                                            \
-    extern "C" QVO_RET qvo_seq_repeat_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, int n_times) { \
-        return construct_repeat(result, input, {code, width}, n_times, qvo_seq_repeat_##type##_next);            \
+#define STAMP(type, code, width)                                                                          \
+    extern "C" QVO_API QVO_RET qvo_seq_repeat_##type##_next(qvo_seq_iterator_h iterator) {                \
+        return repeat_next(iterator, Where::here());                                                      \
+    }                                                                                                     \
+    extern "C" QVO_API QVO_RET qvo_seq_repeat_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, \
+                                                     int n_times) {                                       \
+        return construct_repeat(result, input, {code, width}, n_times, qvo_seq_repeat_##type##_next);     \
     }
 #define STAMP_FIXED(type) STAMP(type, elem_##type::code, elem_##type::width)
 QVO_SEQ_FOR_FIXED_TYPES(STAMP_FIXED)

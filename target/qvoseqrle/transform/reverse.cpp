@@ -121,24 +121,24 @@ QVO_RET reverse_reset(qvo_seq_iterator_h it, qvo_seq_iterator_next_t next) {
 
 }  // namespace
 
-#define STAMP_REVERSE(type, value_type, code, width, ...)                                            \
-    extern "C" QVO_RET qvo_seq_reverse_##type##_next(qvo_seq_iterator_h iterator) {                  \
-        static constexpr ReverseMember member{                                                       \
-            [](qvo_seq_iterator_h input, void* values, qvo_size_t* count) {                          \
-                return qvo_seq_get_##type(input, static_cast<value_type*>(values), count);           \
-            },                                                                                       \
-            [](qvo_seq_iterator_h result, const void* values, qvo_size_t count) {                    \
-                return qvo_seq_unget_##type(result, static_cast<const value_type*>(values),          \
-                                            count __VA_OPT__(, ) __VA_ARGS__);                       \
-            },                                                                                       \
-            qvo_seq_reverse_##type##_reset};                                                         \
-        return reverse_next(iterator, member, Where::here());                                        \
-    }                                                                                                \
-    extern "C" QVO_RET qvo_seq_reverse_##type##_reset(qvo_seq_iterator_h iterator) {                 \
-        return reverse_reset(iterator, qvo_seq_reverse_##type##_next);                               \
-    }                                                                                                \
-    extern "C" QVO_RET qvo_seq_reverse_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) { \
-        return construct_reverse(result, input, {code, width}, qvo_seq_reverse_##type##_next);       \
+#define STAMP_REVERSE(type, value_type, code, width, ...)                                                    \
+    extern "C" QVO_API QVO_RET qvo_seq_reverse_##type##_next(qvo_seq_iterator_h iterator) {                  \
+        static constexpr ReverseMember member{                                                               \
+            [](qvo_seq_iterator_h input, void* values, qvo_size_t* count) {                                  \
+                return qvo_seq_get_##type(input, static_cast<value_type*>(values), count);                   \
+            },                                                                                               \
+            [](qvo_seq_iterator_h result, const void* values, qvo_size_t count) {                            \
+                return qvo_seq_unget_##type(result, static_cast<const value_type*>(values),                  \
+                                            count __VA_OPT__(, ) __VA_ARGS__);                               \
+            },                                                                                               \
+            qvo_seq_reverse_##type##_reset};                                                                 \
+        return reverse_next(iterator, member, Where::here());                                                \
+    }                                                                                                        \
+    extern "C" QVO_API QVO_RET qvo_seq_reverse_##type##_reset(qvo_seq_iterator_h iterator) {                 \
+        return reverse_reset(iterator, qvo_seq_reverse_##type##_next);                                       \
+    }                                                                                                        \
+    extern "C" QVO_API QVO_RET qvo_seq_reverse_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) { \
+        return construct_reverse(result, input, {code, width}, qvo_seq_reverse_##type##_next);               \
     }
 #define STAMP(type) STAMP_REVERSE(type, qvo_##type, elem_##type::code, elem_##type::width)
 QVO_SEQ_FOR_FIXED_TYPES(STAMP)

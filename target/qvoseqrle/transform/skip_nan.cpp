@@ -31,13 +31,13 @@ QVO_RET skip_nan_next(qvo_seq_iterator_h it, NumberLoop loop, Where where) {
 
 }  // namespace
 
-#define STAMP(type)                                                                                   \
-    extern "C" QVO_RET qvo_seq_skip_nan_##type##_next(qvo_seq_iterator_h iterator) {                  \
-        return skip_nan_next(iterator, find_numbers<qvo_##type>, Where::here());                      \
-    }                                                                                                 \
-    extern "C" QVO_RET qvo_seq_skip_nan_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) { \
-        return construct_typed(result, input, elem_##type::code, layout_of<elem_##type>,              \
-                               qvo_seq_skip_nan_##type##_next, qvo_seq_reset_unary_agg_iterator);     \
+#define STAMP(type)                                                                                           \
+    extern "C" QVO_API QVO_RET qvo_seq_skip_nan_##type##_next(qvo_seq_iterator_h iterator) {                  \
+        return skip_nan_next(iterator, find_numbers<qvo_##type>, Where::here());                              \
+    }                                                                                                         \
+    extern "C" QVO_API QVO_RET qvo_seq_skip_nan_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) { \
+        return construct_typed(result, input, elem_##type::code, layout_of<elem_##type>,                      \
+                               qvo_seq_skip_nan_##type##_next, qvo_seq_reset_unary_agg_iterator);             \
     }
 STAMP(float)
 STAMP(double)

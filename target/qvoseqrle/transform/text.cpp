@@ -79,20 +79,20 @@ QVO_RET construct_join(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_s
 
 extern "C" {
 
-QVO_RET qvo_seq_add_char_next(qvo_seq_iterator_h iterator) {
+QVO_API QVO_RET qvo_seq_add_char_next(qvo_seq_iterator_h iterator) {
     return qvo::overlap_next(iterator, qvo::loops_of<qvo::MappedLoops<qvo::AddChar>>, qvo::Where::here());
 }
 
-QVO_RET qvo_seq_add_char(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right) {
+QVO_API QVO_RET qvo_seq_add_char(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right) {
     if (!qvo::has_type(left, QVO_DD_CHAR) || !qvo::has_type(right, QVO_DD_CHAR)) return QVO_E_ILLEGAL_TYPE;
     return qvo::construct_join(result, left, right, qvo_seq_add_char_next);
 }
 
-QVO_RET qvo_seq_cat_next(qvo_seq_iterator_h iterator) {
+QVO_API QVO_RET qvo_seq_cat_next(qvo_seq_iterator_h iterator) {
     return qvo::overlap_next(iterator, qvo::loops_of<qvo::MappedLoops<qvo::Cat>>, qvo::Where::here());
 }
 
-QVO_RET qvo_seq_cat(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right) {
+QVO_API QVO_RET qvo_seq_cat(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_seq_iterator_h right) {
     return qvo::construct_join(result, left, right, qvo_seq_cat_next);
 }
 

@@ -119,13 +119,13 @@ QVO_RET construct_thin(qvo_seq_iterator_h result, qvo_seq_iterator_h input, Elem
 
 }  // namespace
 
-#define STAMP(type, code, width)                                                                                   \
-    extern "C" QVO_RET qvo_seq_thin_##type##_next(qvo_seq_iterator_h iterator) {                                   \
-        return thin_next(iterator, Where::here());                                                                 \
-    }                                                                                                              \
-    extern "C" QVO_RET qvo_seq_thin_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_size_t origin, \
-                                           qvo_size_t step) {                                                      \
-        return construct_thin(result, input, {code, width}, origin, step, qvo_seq_thin_##type##_next);             \
+#define STAMP(type, code, width)                                                                        \
+    extern "C" QVO_API QVO_RET qvo_seq_thin_##type##_next(qvo_seq_iterator_h iterator) {                \
+        return thin_next(iterator, Where::here());                                                      \
+    }                                                                                                   \
+    extern "C" QVO_API QVO_RET qvo_seq_thin_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, \
+                                                   qvo_size_t origin, qvo_size_t step) {                \
+        return construct_thin(result, input, {code, width}, origin, step, qvo_seq_thin_##type##_next);  \
     }
 #define STAMP_FIXED(type) STAMP(type, elem_##type::code, elem_##type::width)
 QVO_SEQ_FOR_FIXED_TYPES(STAMP_FIXED)

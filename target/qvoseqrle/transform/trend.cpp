@@ -151,19 +151,19 @@ QVO_RET trend_next(qvo_seq_iterator_h it, void (*signs)(qvo_seq_iterator_h it, s
 
 }  // namespace
 
-#define STAMP(type)                                                                                  \
-    extern "C" QVO_RET qvo_seq_diff_##type##_next(qvo_seq_iterator_h iterator) {                     \
-        using Loops = DiffOf<elem_##type::value>;                                                    \
-        return diff_next(iterator, {Loops::differences, Loops::with_rests}, Where::here());          \
-    }                                                                                                \
-    extern "C" QVO_RET qvo_seq_diff_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) {    \
-        return construct_unary<elem_##type, elem_##type>(result, input, qvo_seq_diff_##type##_next); \
-    }                                                                                                \
-    extern "C" QVO_RET qvo_seq_trend_##type##_next(qvo_seq_iterator_h iterator) {                    \
-        return trend_next(iterator, TrendOf<elem_##type::value>::signs, Where::here());              \
-    }                                                                                                \
-    extern "C" QVO_RET qvo_seq_trend_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) {   \
-        return construct_unary<elem_##type, elem_int1>(result, input, qvo_seq_trend_##type##_next);  \
+#define STAMP(type)                                                                                        \
+    extern "C" QVO_API QVO_RET qvo_seq_diff_##type##_next(qvo_seq_iterator_h iterator) {                   \
+        using Loops = DiffOf<elem_##type::value>;                                                          \
+        return diff_next(iterator, {Loops::differences, Loops::with_rests}, Where::here());                \
+    }                                                                                                      \
+    extern "C" QVO_API QVO_RET qvo_seq_diff_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) {  \
+        return construct_unary<elem_##type, elem_##type>(result, input, qvo_seq_diff_##type##_next);       \
+    }                                                                                                      \
+    extern "C" QVO_API QVO_RET qvo_seq_trend_##type##_next(qvo_seq_iterator_h iterator) {                  \
+        return trend_next(iterator, TrendOf<elem_##type::value>::signs, Where::here());                    \
+    }                                                                                                      \
+    extern "C" QVO_API QVO_RET qvo_seq_trend_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) { \
+        return construct_unary<elem_##type, elem_int1>(result, input, qvo_seq_trend_##type##_next);        \
     }
 QVO_SEQ_FOR_FIXED_TYPES(STAMP)
 #undef STAMP

@@ -84,18 +84,18 @@ QVO_RET construct_union(qvo_seq_iterator_h result, qvo_seq_iterator_h left, qvo_
 
 }  // namespace
 
-extern "C" QVO_RET qvo_seq_reset_union_iterator(qvo_seq_iterator_h iterator) {
+extern "C" QVO_API QVO_RET qvo_seq_reset_union_iterator(qvo_seq_iterator_h iterator) {
     auto& s = state<qvo_seq_union_context_t>(iterator);
     s.left_end = s.right_end = 0;
     return qvo_seq_reset_binary_iterator(iterator);
 }
 
 #define STAMP(type)                                                                                              \
-    extern "C" QVO_RET qvo_seq_union_##type##_next(qvo_seq_iterator_h iterator) {                                \
+    extern "C" QVO_API QVO_RET qvo_seq_union_##type##_next(qvo_seq_iterator_h iterator) {                        \
         return union_next(iterator, merge<qvo_##type, false>, merge<qvo_##type, true>, Where::here());           \
     }                                                                                                            \
-    extern "C" QVO_RET qvo_seq_union_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h left,                  \
-                                            qvo_seq_iterator_h right, qvo_seq_order_t order) {                   \
+    extern "C" QVO_API QVO_RET qvo_seq_union_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h left,          \
+                                                    qvo_seq_iterator_h right, qvo_seq_order_t order) {           \
         return construct_union(result, left, right, order, layout_of<elem_##type>, qvo_seq_union_##type##_next); \
     }
 QVO_SEQ_FOR_FIXED_TYPES(STAMP)

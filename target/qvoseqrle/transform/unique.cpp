@@ -77,12 +77,12 @@ QVO_RET construct_unique(qvo_seq_iterator_h result, qvo_seq_iterator_h input, ui
 
 }  // namespace
 
-#define STAMP(type, code, loop)                                                                     \
-    extern "C" QVO_RET qvo_seq_unique_##type##_next(qvo_seq_iterator_h iterator) {                  \
-        return unique_next(iterator, loop, Where::here());                                          \
-    }                                                                                               \
-    extern "C" QVO_RET qvo_seq_unique_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) { \
-        return construct_unique(result, input, code, qvo_seq_unique_##type##_next);                 \
+#define STAMP(type, code, loop)                                                                             \
+    extern "C" QVO_API QVO_RET qvo_seq_unique_##type##_next(qvo_seq_iterator_h iterator) {                  \
+        return unique_next(iterator, loop, Where::here());                                                  \
+    }                                                                                                       \
+    extern "C" QVO_API QVO_RET qvo_seq_unique_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) { \
+        return construct_unique(result, input, code, qvo_seq_unique_##type##_next);                         \
     }
 #define STAMP_FIXED(type, Value) STAMP(type, elem_##type::code, find_changes<Value>)
 STAMP_FIXED(int1, uint8_t)
