@@ -40,7 +40,7 @@ static int comes_back(const double* values, size_t n) {
     void* read = NULL;
     qvo_type_t type = QVO_TYPE_BOOLEAN;
     uint64_t count = 0;
-    qvo_error_t error = {QVO_VALUE_OK, ""};
+    qvo_error_t error = {.code = QVO_VALUE_OK};
     qvo_value_code_t code = qvo_expression_array(QVO_TYPE_DOUBLE, 0, values, n, NULL, NULL, &array, &error);
     if (code == QVO_VALUE_OK) code = qvo_expression_evaluate(array, NULL, &bytes, &error);
     if (code == QVO_VALUE_OK)
@@ -59,7 +59,7 @@ static int comes_back(const double* values, size_t n) {
 static int is_refused(void) {
     const qvo_datum_t arguments[] = {{QVO_DATUM_INTEGER, {.integer = 1}}};
     qvo_datum_t nothing = {.kind = QVO_DATUM_NULL};
-    qvo_error_t error = {QVO_VALUE_OK, ""};
+    qvo_error_t error = {.code = QVO_VALUE_OK};
     const qvo_value_code_t code = qvo_call(qvo_function_named("length"), arguments, 1, NULL, &nothing, &error);
     puts(error.message);
     return code == QVO_VALUE_ERROR && strncmp(error.message, "seq_length: ", 12) == 0;

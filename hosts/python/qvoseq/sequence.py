@@ -1,10 +1,9 @@
 """A sequence: an ordered column of values of one type, immutable, computed when its values are asked for."""
 
-from typing import Any, Iterator
+from typing import Any
 
 import numpy as np
 
-from qvoseq import _qvoseq
 from qvoseq._columns import DTYPES, TYPES, expression_of
 from qvoseq._methods import Methods
 
