@@ -1,8 +1,10 @@
 #!/usr/bin/env python3
-"""The SQL script of the PostgreSQL extension and the list of its entry points, from the catalog inside the value library.
+"""The SQL scripts of the PostgreSQL extension and the list of its entry points, from the catalog inside the value library.
 
     postgres_script.py write|check LIBRARY FOLDER     FOLDER/catalog.h and the script of the version in qvoseq.control
-    postgres_script.py update OLD NEW                         prints the statements that make an OLD installation a NEW one
+
+The script of the first version makes everything; that of each version after it makes what is new or changed since the
+one before. Scripts of former versions stay as they are, and a new version begins with its number in qvoseq.control.
 
 What SQL needs beyond the catalog stands here: which type a parameter or a result has, and how operators are spelled.
 """
@@ -13,14 +15,16 @@ import sys
 import catalog
 import pages
 
-# Parameters that are sequences or scalars are "any", so that literals of every type find the function; see datum.c.
+# Parameters that are sequences or scalars are "any", so that literals of every type find the function; see datum.c. So are
+# those that name something: were they text, they would have a collation, for which postgres_fdw would send no call with a
+# constant there to another server.
 PARAMETER = {
     "sequence": "qvoseq",
     "operand": '"any"',
     "scalar": '"any"',
     "integer": "bigint",
     "real": "float8",
-    "text": "text",
+    "text": '"any"',
     "bytes": "qvoseq_state",
     "anything": '"any"',
 }
@@ -35,9 +39,11 @@ OPERATORS = {
 }  # fmt: skip
 PREFIX_OPERATORS = {"neg": "-", "not": "!"}
 # On the left of an operator: were it "any" too, two sequences would find two operators.
-SCALARS = "smallint integer bigint real float8 numeric text date timestamp timestamptz".split()
+TIMES = ["text", "date", "timestamp", "timestamptz"]
+SCALARS = ["smallint", "integer", "bigint", "real", "float8", "numeric", *TIMES]
 ARRAYS_IN = "boolean smallint integer bigint real float8 numeric timestamptz text".split()
 ARRAYS_OUT = "boolean bigint float8 timestamptz text".split()
+RESERVED = {"limit", "order", "window"}
 CALL_COST, STEP_COST, ROWS = 100, 100, 10000
 
 
@@ -63,12 +69,20 @@ def arities(function):
         yield (function.parameters + [function.parameters[-1]] * n)[:n]
 
 
+def type_of(parameters, i):
+    # A text that is all there is to a function is data, and may be a parameter of the statement.
+    return "text" if i == 0 and parameters[0].name == "text" else PARAMETER[parameters[i].takes]
+
+
 def signature(parameters):
-    return ", ".join(f"{p.name}{i if parameters[:i].count(p) else ''} {PARAMETER[p.takes]}" for i, p in enumerate(parameters, 1))
+    """Names and types; a parameter that comes again is numbered."""
+    names = [f"{p.name}{i if parameters.count(p) > 1 else ''}" for i, p in enumerate(parameters, 1)]
+    names = [f'"{name}"' if name in RESERVED else name for name in names]
+    return ", ".join(f"{name} {type_of(parameters, i)}" for i, name in enumerate(names))
 
 
 def types(parameters):
-    return ", ".join(PARAMETER[p.takes] for p in parameters)
+    return ", ".join(type_of(parameters, i) for i in range(len(parameters)))
 
 
 def create_function(name, arguments, result, symbol, strict=True, more=""):
@@ -117,11 +131,11 @@ def aggregate(f):
     # The type of a sequence of values follows that of the values, unless it is named: the last function is told it.
     told = f.parameters[0].takes == "anything" and "qvoseq" in results(f).values()
     for parameters in arities(f):
-        step = f"state qvoseq_state, {signature(parameters)}"
+        step = f"running qvoseq_state, {signature(parameters)}"
         cost = f" COST {STEP_COST}"
         yield create_function(f"seq_step_{f.name}", step, "qvoseq_state", f"qvoseq_step_{f.name}", False, cost)
     if f.has_state and f.name not in IN_ORDER:
-        states = "state qvoseq_state, other qvoseq_state"
+        states = "running qvoseq_state, other qvoseq_state"
         yield create_function(
             f"seq_combine_{f.name}", states, "qvoseq_state", f"qvoseq_combine_{f.name}", False, f" COST {STEP_COST}"
         )
@@ -140,6 +154,8 @@ def aggregate(f):
 
 def table(f):
     names = f.columns.split()
+    # How many rows there are is known beforehand where sequences that the query names are opened.
+    support = " SUPPORT seq_rows_support" if f.parameters[0].takes == "sequence" else ""
     fixed = {"pos": "bigint", "count": "bigint"}
     for parameters in arities(f):
         if len(parameters) > 8:
@@ -149,33 +165,34 @@ def table(f):
         for suffix, kind in VARIANTS.items():
             of = {name: fixed.get(name, kind if name == "key" or name[0] == "v" and name[1:].isdigit() else "float8") for name in columns}
             result = "TABLE(" + ", ".join(f"{name} {of[name]}" for name in columns) + ")"
-            yield rows_function(f, f"seq_{f.name}{suffix}", parameters, result)
-        yield rows_function(f, f"seq_{f.name}_as", parameters, "SETOF record")
+            yield from rows_function(f, f"seq_{f.name}{suffix}", parameters, result, support)
+        yield from rows_function(f, f"seq_{f.name}_as", parameters, "SETOF record", support)
 
 
-def rows_function(f, name, parameters, result):
-    more = f" COST {CALL_COST} ROWS {ROWS}"
+def rows_function(f, name, parameters, result, support):
+    more = f" COST {CALL_COST} ROWS {ROWS}{support}"
     symbol = f"qvoseq_rows_{f.name}"
-    created = create_function(name, signature(parameters), result, symbol, True, more)
-    return created + "\n" + comment("FUNCTION", name, types(parameters), f)
+    yield create_function(name, signature(parameters), result, symbol, True, more)
+    yield comment("FUNCTION", name, types(parameters), f)
 
 
 def operators(functions):
     by_name = {f.name: f for f in functions}
     for name, spelled in OPERATORS.items():
         symbol = f"qvoseq_call_{by_name[name].name}"
-        lefts = ["boolean"] if name in ("and", "or") else SCALARS
-        yield operator(spelled, symbol, name, "qvoseq", '"any"')
+        accepted = by_name[name].parameters[0].of
+        lefts = ["boolean"] if accepted == "boolean" else [s for s in SCALARS if accepted != "number" or s not in TIMES]
+        yield from operator(spelled, symbol, name, "qvoseq", '"any"')
         for left in lefts:
-            yield operator(spelled, symbol, name, left, "qvoseq")
+            yield from operator(spelled, symbol, name, left, "qvoseq")
     for name, spelled in PREFIX_OPERATORS.items():
         yield f"CREATE OPERATOR {spelled} (FUNCTION = seq_{by_name[name].name}, RIGHTARG = qvoseq);"
 
 
 def operator(spelled, symbol, name, left, right):
     function = f"seq_op_{name}"
-    created = create_function(function, f"x {left}, y {right}", "qvoseq", symbol, True, f" COST {CALL_COST}")
-    return f"{created}\nCREATE OPERATOR {spelled} (FUNCTION = {function}, LEFTARG = {left}, RIGHTARG = {right});"
+    yield create_function(function, f"x {left}, y {right}", "qvoseq", symbol, True, f" COST {CALL_COST}")
+    yield f"CREATE OPERATOR {spelled} (FUNCTION = {function}, LEFTARG = {left}, RIGHTARG = {right});"
 
 
 def type_statements():
@@ -210,25 +227,23 @@ def casts():
         yield f"CREATE CAST (qvoseq AS {element}[]) WITH FUNCTION {name}(qvoseq) AS ASSIGNMENT;"
 
 
-def script(functions, version):
+def all_statements(functions):
     kinds = {"scalar": scalar, "aggregate": aggregate, "table": table}
-    parts = [*type_statements(), *casts(), SETTINGS]
+    yield from [*type_statements(), *casts(), *SETTINGS]
+    yield create_function("seq_rows_support", "internal", "internal", "qvoseq_rows_support")
     for f in functions:
-        parts += kinds[f.kind](f)
-    parts += operators(functions)
-    head = (
-        f"-- The extension qvoseq, version {version}: written by tools/postgres_script.py from the catalog of functions.\n"
-        '\\echo Use "CREATE EXTENSION qvoseq" to load this file. \\quit\n'
-    )
-    return head + "\n" + "\n".join(parts) + "\n"
+        yield from kinds[f.kind](f)
+    yield from operators(functions)
 
 
-SETTINGS = """CREATE FUNCTION seq_budget() RETURNS bigint
-    AS $$SELECT current_setting('qvoseq.budget')::bigint$$ LANGUAGE SQL STABLE PARALLEL SAFE;
-CREATE FUNCTION seq_budget(n bigint) RETURNS bigint
-    AS 'MODULE_PATHNAME', 'qvoseq_set_budget' LANGUAGE C VOLATILE STRICT;
-COMMENT ON FUNCTION seq_budget() IS 'How many positions a call may read or expand for one result.';
-COMMENT ON FUNCTION seq_budget(bigint) IS 'Sets qvoseq.budget for the session, and returns the budget before.';"""
+SETTINGS = [
+    """CREATE FUNCTION seq_budget() RETURNS bigint
+    AS $$SELECT current_setting('qvoseq.budget')::bigint$$ LANGUAGE SQL STABLE PARALLEL SAFE;""",
+    """CREATE FUNCTION seq_budget(n bigint) RETURNS bigint
+    AS 'MODULE_PATHNAME', 'qvoseq_set_budget' LANGUAGE C VOLATILE STRICT;""",
+    "COMMENT ON FUNCTION seq_budget() IS 'How many positions a call may read or expand for one result.';",
+    "COMMENT ON FUNCTION seq_budget(bigint) IS 'Sets qvoseq.budget for the session, and returns the budget before.';",
+]
 
 
 def entries(functions):
@@ -238,23 +253,44 @@ def entries(functions):
     return head + "\n".join(lines) + "\n"
 
 
+def made(statement):
+    """What a statement makes: all before its attributes."""
+    return re.match(r"CREATE FUNCTION .*?(?=\n)|.*", statement, re.DOTALL)[0]
+
+
 def statements(path):
     with open(path, encoding="utf-8") as file:
         text = re.sub(r"^(--|\\echo).*\n", "", file.read(), flags=re.MULTILINE)
-    return [s.strip() + ";" for s in re.split(r";\n", text) if s.strip()]
+    text = text.replace("CREATE OR REPLACE", "CREATE")
+    return {made(s.strip()): s.strip() for s in re.findall(r".*?;\n", text, re.DOTALL)}
 
 
-def update(old, new):
-    before, after = statements(old), statements(new)
-    for statement in before:
-        if statement not in set(after):
-            sys.exit(f"{old} has what {new} has not: write its removal by hand\n{statement}")
-    print("\n".join(s for s in after if s not in set(before)))
+def script(folder, version, functions):
+    """(name, text) of the version's script."""
+    names = [re.fullmatch(r"qvoseq--(?:([\d.]+)--)?([\d.]+)\.sql", name) for name in os.listdir(folder)]
+    after = {name[1]: name for name in names if name and name[2] != version}  # by the version that each is to follow
+    installed, at = {}, None
+    while at in after:
+        installed |= statements(os.path.join(folder, after[at][0]))
+        at = after[at][2]
+    wanted = {made(s): s for s in all_statements(functions)}
+    gone = installed.keys() - wanted.keys()
+    if gone:
+        sys.exit("what the catalog has not any more is to be removed by hand:\n" + "\n".join(gone))
+    lines = [
+        s.replace("CREATE", "CREATE OR REPLACE", 1) if name in installed else s
+        for name, s in wanted.items()
+        if installed.get(name) != s
+    ]
+    command = "ALTER EXTENSION qvoseq UPDATE" if at else "CREATE EXTENSION qvoseq"
+    head = (
+        f"-- The extension qvoseq, version {version}: written by tools/postgres_script.py from the catalog of functions.\n"
+        f'\\echo Use "{command}" to load this file. \\quit\n\n'
+    )
+    return f"qvoseq--{at + '--' if at else ''}{version}.sql", head + "\n".join(lines) + "\n"
 
 
 def main():
-    if len(sys.argv) == 4 and sys.argv[1] == "update":
-        return update(*sys.argv[2:])
     if len(sys.argv) != 4 or sys.argv[1] not in ("write", "check"):
         sys.exit(__doc__)
     verb, library, folder = sys.argv[1:]
@@ -262,11 +298,8 @@ def main():
         version = re.search(r"^default_version = '(.*)'$", file.read(), re.MULTILINE)[1]
     functions = catalog.read(library)
     stale = "the PostgreSQL extension does not follow the catalog: run tools/postgres_script.py write"
-    wrong = [
-        pages.keep(verb, os.path.join(folder, name), text, f"{name}: {stale}")
-        for name, text in ((f"qvoseq--{version}.sql", script(functions, version)), ("catalog.h", entries(functions)))
-    ]
-    return max(wrong)
+    files = [script(folder, version, functions), ("catalog.h", entries(functions))]
+    return max(pages.keep(verb, os.path.join(folder, name), text, f"{name}: {stale}") for name, text in files)
 
 
 if __name__ == "__main__":

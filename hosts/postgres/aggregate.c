@@ -48,7 +48,7 @@ static State* new_state(const CallSite* site, MemoryContext parent) {
     qvo_error_t error;
     const qvo_value_code_t code = qvo_aggregate_new(site->function, &state->aggregate, &error);
     MemoryContextSwitchTo(before);
-    if (code != QVO_VALUE_OK) raise_error(&error, ERRCODE_DATA_EXCEPTION);
+    if (code != QVO_VALUE_OK) raise_error(&error, 0);
     return state;
 }
 
@@ -61,7 +61,7 @@ static void merge(State* state, Datum other) {
         qvo_aggregate_merge(state->aggregate, bytes.as.bytes.data, bytes.as.bytes.size, &error);
     qvo_datum_free(&state->flat);
     MemoryContextSwitchTo(before);
-    if (code != QVO_VALUE_OK) raise_error(&error, ERRCODE_DATA_EXCEPTION);
+    if (code != QVO_VALUE_OK) raise_error(&error, 0);
 }
 
 static bool is_expanded(Datum datum) {
@@ -93,7 +93,7 @@ Datum step_aggregate(FunctionCallInfo fcinfo, const char* name) {
         qvo_aggregate_step(state->aggregate, arguments, (size_t)site->n_arguments, &limits, &error);
     qvo_datum_free(&state->flat);
     MemoryContextSwitchTo(before);
-    if (code != QVO_VALUE_OK) raise_error(&error, ERRCODE_DATA_EXCEPTION);
+    if (code != QVO_VALUE_OK) raise_error(&error, 0);
     return EOHPGetRWDatum(&state->header);
 }
 
@@ -115,7 +115,7 @@ static qvo_datum_t with_type_of_values(const CallSite* site, qvo_datum_t sequenc
     const bool time = site->forms[0] == FROM_TIMESTAMP || site->forms[0] == FROM_DATE;
     if (sequence.kind != QVO_DATUM_BYTES || !(time || site->forms[0] == FROM_BOOLEAN)) return sequence;
     const qvo_datum_t arguments[2] = {sequence, text_of(time ? "timestamp" : "boolean")};
-    const qvo_datum_t typed = call_named("cast", arguments, 2, ERRCODE_DATA_EXCEPTION);
+    const qvo_datum_t typed = call_named("cast", arguments, 2, 0);
     qvo_datum_free(&sequence);
     return typed;
 }
@@ -132,8 +132,7 @@ Datum finish_aggregate(FunctionCallInfo fcinfo, const char* name) {
     }
     qvo_datum_t result = {0};
     qvo_error_t error;
-    if (qvo_aggregate_finish(state->aggregate, &limits, &result, &error) != QVO_VALUE_OK)
-        raise_error(&error, ERRCODE_DATA_EXCEPTION);
+    if (qvo_aggregate_finish(state->aggregate, &limits, &result, &error) != QVO_VALUE_OK) raise_error(&error, 0);
     if (site->n_arguments != 0) result = with_type_of_values(site, result);
     return give_result(name, site->result, &result, &fcinfo->isnull);
 }

@@ -138,10 +138,10 @@ static Datum store(const Values* values) {
     const unsigned width = values->type == QVO_TYPE_CHAR ? values->width : 0;
     if (qvo_expression_array(values->type, width, values->values, (uint64_t)values->count, NULL, NULL, &expression,
                              &error) != QVO_VALUE_OK)
-        raise_error(&error, ERRCODE_DATA_EXCEPTION);
+        raise_error(&error, 0);
     const qvo_value_code_t code = qvo_expression_evaluate(expression, &limits, &result, &error);
     qvo_expression_release(expression);
-    if (code != QVO_VALUE_OK) raise_error(&error, ERRCODE_DATA_EXCEPTION);
+    if (code != QVO_VALUE_OK) raise_error(&error, 0);
     const Datum sequence = make_varlena(result.as.bytes.data, result.as.bytes.size);
     qvo_datum_free(&result);
     return sequence;
@@ -195,19 +195,19 @@ static const char* type_for(Oid element) {
 /* All values of a sequence, in the type that seq_cast gives. */
 static Values read_as(qvo_datum_t sequence, const char* type) {
     const qvo_datum_t arguments[2] = {sequence, text_of(type)};
-    const qvo_datum_t cast = call_named("cast", arguments, 2, ERRCODE_DATA_EXCEPTION);
+    const qvo_datum_t cast = call_named("cast", arguments, 2, 0);
     qvo_expression_t* expression = NULL;
     qvo_error_t error;
     const qvo_limits_t limits = session_limits();
     if (qvo_expression_stored(cast.as.bytes.data, cast.as.bytes.size, NULL, NULL, &expression, &error) != QVO_VALUE_OK)
-        raise_error(&error, ERRCODE_DATA_EXCEPTION);
+        raise_error(&error, 0);
     Values values = {0};
     uint64_t count = 0;
     void* read = NULL;
     const qvo_value_code_t code =
         qvo_expression_read(expression, &limits, &read, &values.type, &values.width, &count, &error);
     qvo_expression_release(expression);
-    if (code != QVO_VALUE_OK) raise_error(&error, ERRCODE_DATA_EXCEPTION);
+    if (code != QVO_VALUE_OK) raise_error(&error, 0);
     if (count > MaxArraySize)
         ereport(ERROR,
                 (errcode(ERRCODE_PROGRAM_LIMIT_EXCEEDED), errmsg("an array holds at most %zu values", MaxArraySize)));

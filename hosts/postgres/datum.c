@@ -10,6 +10,7 @@
 #include <math.h>
 
 #include "catalog/pg_type.h"
+#include "common/int.h"
 #include "instant.h"
 #include "mb/pg_wchar.h"
 #include "miscadmin.h"
@@ -17,6 +18,7 @@
 #include "utils/builtins.h"
 #include "utils/lsyscache.h"
 #include "utils/memutils.h"
+#include "utils/timestamp.h"
 
 /* ---- Limits and errors --------------------------------------------------------------------------- */
 
@@ -34,7 +36,22 @@ qvo_limits_t session_limits(void) {
     return (qvo_limits_t){.budget = (uint64_t)qvoseq_budget, .interrupted = interrupted, .data = NULL};
 }
 
+static int state_of_fault(qvo_fault_t fault) {
+    switch (fault) {
+        case QVO_FAULT_TYPE:
+            return ERRCODE_DATATYPE_MISMATCH;
+        case QVO_FAULT_OVERFLOW:
+            return ERRCODE_NUMERIC_VALUE_OUT_OF_RANGE;
+        case QVO_FAULT_LIMIT:
+            return ERRCODE_PROGRAM_LIMIT_EXCEEDED;
+        case QVO_FAULT_VALUE:
+            break;
+    }
+    return ERRCODE_INVALID_PARAMETER_VALUE;
+}
+
 void raise_error(const qvo_error_t* error, int state) {
+    if (state == 0) state = state_of_fault(error->fault);
     if (error->code == QVO_VALUE_INTERRUPTED) {
         CHECK_FOR_INTERRUPTS();
         state = ERRCODE_QUERY_CANCELED; /* unless it had nothing to say after all */
@@ -121,6 +138,8 @@ static ArgumentForm form_of(Oid type, const char* name, int argument, const char
         case TIMESTAMPOID:
         case TIMESTAMPTZOID:
             return FROM_TIMESTAMP;
+        case INTERVALOID:
+            return FROM_INTERVAL;
         default:
             if (is_own_type(type)) return FROM_BYTES;
             ereport(ERROR, (errcode(ERRCODE_DATATYPE_MISMATCH),
@@ -143,6 +162,7 @@ static void describe_argument(CallSite* site, FunctionCallInfo fcinfo, Oid decla
     site->forms[i] = form_of(type, site->name, i, parameter.name);
     /* Beside sequences times are texts. Where anything is taken, as a key or a value, they are numbers that order well. */
     site->instants[i] = parameter.takes == QVO_TAKES_ANYTHING;
+    site->texts[i] = parameter.takes == QVO_TAKES_TEXT;
 }
 
 const CallSite* call_site(FunctionCallInfo fcinfo, const char* name, int first) {
@@ -177,6 +197,16 @@ static qvo_datum_t instant(const CallSite* site, int i, int64 since_2000) {
     return text_of(time_as_text(since_1970));
 }
 
+static qvo_datum_t length_of_time(const CallSite* site, int i, const Interval* interval) {
+    int64 days, all;
+    if (interval->month != 0 || pg_mul_s64_overflow(interval->day, USECS_PER_DAY, &days) ||
+        pg_add_s64_overflow(days, interval->time, &all))
+        ereport(ERROR, (errcode(ERRCODE_INTERVAL_FIELD_OVERFLOW),
+                        errmsg("seq_%s: argument %d: an interval must be of days and less, which have a fixed length",
+                               site->name, i + 1)));
+    return site->texts[i] ? text_of(psprintf(INT64_FORMAT " microseconds", all)) : integer(all);
+}
+
 static qvo_datum_t argument(const CallSite* site, int i, Datum value) {
     switch (site->forms[i]) {
         case FROM_BYTES:
@@ -205,6 +235,8 @@ static qvo_datum_t argument(const CallSite* site, int i, Datum value) {
             return instant(site, i, time_of_date(DatumGetInt32(value)));
         case FROM_TIMESTAMP:
             return instant(site, i, DatumGetInt64(value));
+        case FROM_INTERVAL:
+            return length_of_time(site, i, DatumGetIntervalP(value));
     }
     pg_unreachable();
 }

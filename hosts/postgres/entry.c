@@ -30,7 +30,7 @@ static Datum call(FunctionCallInfo fcinfo, const char* name) {
     qvo_datum_t result = {0};
     qvo_error_t error;
     if (qvo_call(site->function, arguments, (size_t)site->n_arguments, &limits, &result, &error) != QVO_VALUE_OK)
-        raise_error(&error, ERRCODE_DATA_EXCEPTION);
+        raise_error(&error, 0);
     return give_result(name, site->result, &result, &fcinfo->isnull);
 }
 

@@ -30,6 +30,7 @@ typedef enum {
     FROM_NUMERIC,
     FROM_DATE,
     FROM_TIMESTAMP, /* with and without a time zone: both count microseconds from the same instant */
+    FROM_INTERVAL,  /* its microseconds, or a text that says so */
 } ArgumentForm;
 
 /* What one call site knows of its function, kept in fn_extra. */
@@ -40,6 +41,7 @@ typedef struct {
     int n_arguments;
     ArgumentForm forms[qvo_most_arguments];
     bool instants[qvo_most_arguments]; /* times go as microseconds, not as text */
+    bool texts[qvo_most_arguments];    /* a text is expected: an interval goes as one */
 } CallSite;
 
 /* The site of this call. The first argument of the function in the catalog is SQL's argument number `first`. */
@@ -55,7 +57,7 @@ Datum give_result(const char* name, Oid type, qvo_datum_t* result, bool* is_null
 qvo_limits_t session_limits(void);
 extern int qvoseq_budget;
 
-/* Raises an error of the value library. `state` is the SQLSTATE of what is wrong with arguments. */
+/* Raises an error of the value library, with an SQLSTATE or, if that is 0, the one of its kind of fault. */
 void raise_error(const qvo_error_t* error, int state) pg_attribute_noreturn();
 
 /* Bytes as a varlena of this memory context. */
@@ -68,7 +70,7 @@ Datum make_text(const void* data, size_t size);
 qvo_datum_t bytes_of(Datum varlena);
 qvo_datum_t text_of(const char* text);
 
-/* Calls a function of the catalog by its name; raises its errors. */
+/* Calls a function of the catalog by its name; raises its errors, with the SQLSTATE if it is not 0. */
 qvo_datum_t call_named(const char* name, const qvo_datum_t* arguments, size_t n, int state);
 
 /* Microseconds from 1970-01-01 to PostgreSQL's epoch, 2000-01-01. */

@@ -85,15 +85,15 @@ CREATE FUNCTION seq_budget(n bigint) RETURNS bigint
     AS 'MODULE_PATHNAME', 'qvoseq_set_budget' LANGUAGE C VOLATILE STRICT;
 COMMENT ON FUNCTION seq_budget() IS 'How many positions a call may read or expand for one result.';
 COMMENT ON FUNCTION seq_budget(bigint) IS 'Sets qvoseq.budget for the session, and returns the budget before.';
-CREATE FUNCTION seq_step_pack(state qvoseq_state, v1 "any") RETURNS qvoseq_state
+CREATE FUNCTION seq_step_pack(running qvoseq_state, v "any") RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_pack' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_step_pack(state qvoseq_state, v1 "any", key2 "any") RETURNS qvoseq_state
+CREATE FUNCTION seq_step_pack(running qvoseq_state, v "any", key "any") RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_pack' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_step_pack(state qvoseq_state, v1 "any", key2 "any", type3 text) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_pack(running qvoseq_state, v "any", key "any", type "any") RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_pack' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_final_pack(state qvoseq_state, v1 "any") RETURNS qvoseq
+CREATE FUNCTION seq_final_pack(state qvoseq_state, v "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_final_pack' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_pack(v1 "any") (
+CREATE AGGREGATE seq_pack(v "any") (
     SFUNC = seq_step_pack,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -102,9 +102,9 @@ CREATE AGGREGATE seq_pack(v1 "any") (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_pack("any") IS 'The values of the rows as a sequence, ordered by a key.';
-CREATE FUNCTION seq_final_pack(state qvoseq_state, v1 "any", key2 "any") RETURNS qvoseq
+CREATE FUNCTION seq_final_pack(state qvoseq_state, v "any", key "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_final_pack' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_pack(v1 "any", key2 "any") (
+CREATE AGGREGATE seq_pack(v "any", key "any") (
     SFUNC = seq_step_pack,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -115,27 +115,27 @@ CREATE AGGREGATE seq_pack(v1 "any", key2 "any") (
 COMMENT ON AGGREGATE seq_pack("any", "any") IS 'The values of the rows as a sequence, ordered by a key.';
 CREATE FUNCTION seq_final_pack(state qvoseq_state) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_final_pack' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_pack(v1 "any", key2 "any", type3 text) (
+CREATE AGGREGATE seq_pack(v "any", key "any", type "any") (
     SFUNC = seq_step_pack,
     STYPE = qvoseq_state,
     SSPACE = 2048,
     FINALFUNC = seq_final_pack,
     PARALLEL = SAFE
 );
-COMMENT ON AGGREGATE seq_pack("any", "any", text) IS 'The values of the rows as a sequence, ordered by a key.';
-CREATE FUNCTION seq_rows(x1 qvoseq) RETURNS TABLE(pos bigint, v1 float8)
+COMMENT ON AGGREGATE seq_pack("any", "any", "any") IS 'The values of the rows as a sequence, ordered by a key.';
+CREATE FUNCTION seq_rows(x qvoseq) RETURNS TABLE(pos bigint, v1 float8)
     AS 'MODULE_PATHNAME', 'qvoseq_rows_rows' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100 ROWS 10000;
 COMMENT ON FUNCTION seq_rows(qvoseq) IS 'The positions and values of sequences of equal length, a row each.';
-CREATE FUNCTION seq_rows_int(x1 qvoseq) RETURNS TABLE(pos bigint, v1 bigint)
+CREATE FUNCTION seq_rows_int(x qvoseq) RETURNS TABLE(pos bigint, v1 bigint)
     AS 'MODULE_PATHNAME', 'qvoseq_rows_rows' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100 ROWS 10000;
 COMMENT ON FUNCTION seq_rows_int(qvoseq) IS 'The positions and values of sequences of equal length, a row each.';
-CREATE FUNCTION seq_rows_time(x1 qvoseq) RETURNS TABLE(pos bigint, v1 timestamptz)
+CREATE FUNCTION seq_rows_time(x qvoseq) RETURNS TABLE(pos bigint, v1 timestamptz)
     AS 'MODULE_PATHNAME', 'qvoseq_rows_rows' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100 ROWS 10000;
 COMMENT ON FUNCTION seq_rows_time(qvoseq) IS 'The positions and values of sequences of equal length, a row each.';
-CREATE FUNCTION seq_rows_text(x1 qvoseq) RETURNS TABLE(pos bigint, v1 text)
+CREATE FUNCTION seq_rows_text(x qvoseq) RETURNS TABLE(pos bigint, v1 text)
     AS 'MODULE_PATHNAME', 'qvoseq_rows_rows' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100 ROWS 10000;
 COMMENT ON FUNCTION seq_rows_text(qvoseq) IS 'The positions and values of sequences of equal length, a row each.';
-CREATE FUNCTION seq_rows_as(x1 qvoseq) RETURNS SETOF record
+CREATE FUNCTION seq_rows_as(x qvoseq) RETURNS SETOF record
     AS 'MODULE_PATHNAME', 'qvoseq_rows_rows' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100 ROWS 10000;
 COMMENT ON FUNCTION seq_rows_as(qvoseq) IS 'The positions and values of sequences of equal length, a row each.';
 CREATE FUNCTION seq_rows(x1 qvoseq, x2 qvoseq) RETURNS TABLE(pos bigint, v1 float8, v2 float8)
@@ -243,61 +243,61 @@ COMMENT ON FUNCTION seq_rows_text(qvoseq, qvoseq, qvoseq, qvoseq, qvoseq, qvoseq
 CREATE FUNCTION seq_rows_as(x1 qvoseq, x2 qvoseq, x3 qvoseq, x4 qvoseq, x5 qvoseq, x6 qvoseq, x7 qvoseq, x8 qvoseq) RETURNS SETOF record
     AS 'MODULE_PATHNAME', 'qvoseq_rows_rows' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100 ROWS 10000;
 COMMENT ON FUNCTION seq_rows_as(qvoseq, qvoseq, qvoseq, qvoseq, qvoseq, qvoseq, qvoseq, qvoseq) IS 'The positions and values of sequences of equal length, a row each.';
-CREATE FUNCTION seq_from_json(text1 text) RETURNS qvoseq
+CREATE FUNCTION seq_from_json(text text) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_from_json' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_from_json(text) IS 'A JSON array as a sequence.';
-CREATE FUNCTION seq_from_json(text1 text, type2 text) RETURNS qvoseq
+CREATE FUNCTION seq_from_json(text text, type "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_from_json' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-COMMENT ON FUNCTION seq_from_json(text, text) IS 'A JSON array as a sequence.';
-CREATE FUNCTION seq_to_json(x1 qvoseq) RETURNS text
+COMMENT ON FUNCTION seq_from_json(text, "any") IS 'A JSON array as a sequence.';
+CREATE FUNCTION seq_to_json(x qvoseq) RETURNS text
     AS 'MODULE_PATHNAME', 'qvoseq_call_to_json' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_to_json(qvoseq) IS 'The sequence as a JSON array.';
-CREATE FUNCTION seq_length(x1 qvoseq) RETURNS bigint
+CREATE FUNCTION seq_length(x qvoseq) RETURNS bigint
     AS 'MODULE_PATHNAME', 'qvoseq_call_length' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_length(qvoseq) IS 'The number of positions, missing values included.';
-CREATE FUNCTION seq_type(x1 qvoseq) RETURNS text
+CREATE FUNCTION seq_type(x qvoseq) RETURNS text
     AS 'MODULE_PATHNAME', 'qvoseq_call_type' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_type(qvoseq) IS 'The name of the type.';
-CREATE FUNCTION seq_get(x1 qvoseq, i2 bigint) RETURNS float8
+CREATE FUNCTION seq_get(x qvoseq, i bigint) RETURNS float8
     AS 'MODULE_PATHNAME', 'qvoseq_call_get' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_get(qvoseq, bigint) IS 'The value at a position.';
-CREATE FUNCTION seq_get_int(x1 qvoseq, i2 bigint) RETURNS bigint
+CREATE FUNCTION seq_get_int(x qvoseq, i bigint) RETURNS bigint
     AS 'MODULE_PATHNAME', 'qvoseq_call_get' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_get_int(qvoseq, bigint) IS 'The value at a position.';
-CREATE FUNCTION seq_get_time(x1 qvoseq, i2 bigint) RETURNS timestamptz
+CREATE FUNCTION seq_get_time(x qvoseq, i bigint) RETURNS timestamptz
     AS 'MODULE_PATHNAME', 'qvoseq_call_get' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_get_time(qvoseq, bigint) IS 'The value at a position.';
-CREATE FUNCTION seq_get_text(x1 qvoseq, i2 bigint) RETURNS text
+CREATE FUNCTION seq_get_text(x qvoseq, i bigint) RETURNS text
     AS 'MODULE_PATHNAME', 'qvoseq_call_get' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_get_text(qvoseq, bigint) IS 'The value at a position.';
-CREATE FUNCTION seq_slice(x1 qvoseq, start2 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_slice(x qvoseq, start bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_slice' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_slice(qvoseq, bigint) IS 'The positions from start up to, not including, stop.';
-CREATE FUNCTION seq_slice(x1 qvoseq, start2 bigint, stop3 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_slice(x qvoseq, start bigint, stop bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_slice' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_slice(qvoseq, bigint, bigint) IS 'The positions from start up to, not including, stop.';
-CREATE FUNCTION seq_info(x1 qvoseq) RETURNS text
+CREATE FUNCTION seq_info(x qvoseq) RETURNS text
     AS 'MODULE_PATHNAME', 'qvoseq_call_info' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_info(qvoseq) IS 'What is known of a stored sequence without reading its values.';
-CREATE FUNCTION seq_valid(blob1 "any") RETURNS boolean
+CREATE FUNCTION seq_valid(blob "any") RETURNS boolean
     AS 'MODULE_PATHNAME', 'qvoseq_call_valid' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_valid("any") IS '1 if the bytes are a sound sequence in every part, else 0.';
-CREATE FUNCTION seq_range(start1 "any", n2 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_range(start "any", n bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_range' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_range("any", bigint) IS 'start, start + step, start + 2 step …: n values.';
-CREATE FUNCTION seq_range(start1 "any", n2 bigint, step3 "any") RETURNS qvoseq
+CREATE FUNCTION seq_range(start "any", n bigint, step "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_range' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_range("any", bigint, "any") IS 'start, start + step, start + 2 step …: n values.';
-CREATE FUNCTION seq_repeat(v1 "any", n2 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_repeat(v "any", n bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_repeat' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_repeat("any", bigint) IS 'A value n times.';
-CREATE FUNCTION seq_step_join(state qvoseq_state, x1 qvoseq) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_join(running qvoseq_state, x qvoseq) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_join' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_step_join(state qvoseq_state, x1 qvoseq, key2 "any") RETURNS qvoseq_state
+CREATE FUNCTION seq_step_join(running qvoseq_state, x qvoseq, key "any") RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_join' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_join(state qvoseq_state) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_final_join' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_join(x1 qvoseq) (
+CREATE AGGREGATE seq_join(x qvoseq) (
     SFUNC = seq_step_join,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -305,7 +305,7 @@ CREATE AGGREGATE seq_join(x1 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_join(qvoseq) IS 'The sequences of the rows one behind the other, ordered by a key.';
-CREATE AGGREGATE seq_join(x1 qvoseq, key2 "any") (
+CREATE AGGREGATE seq_join(x qvoseq, key "any") (
     SFUNC = seq_step_join,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -313,331 +313,331 @@ CREATE AGGREGATE seq_join(x1 qvoseq, key2 "any") (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_join(qvoseq, "any") IS 'The sequences of the rows one behind the other, ordered by a key.';
-CREATE FUNCTION seq_append(x1 qvoseq, y2 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_append(x qvoseq, y qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_append' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_append(qvoseq, qvoseq) IS 'x, and y behind it.';
-CREATE FUNCTION seq_cast(x1 qvoseq, type2 text) RETURNS qvoseq
+CREATE FUNCTION seq_cast(x qvoseq, type "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_cast' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-COMMENT ON FUNCTION seq_cast(qvoseq, text) IS 'Every value as another type.';
-CREATE FUNCTION seq_compress(x1 qvoseq) RETURNS qvoseq
+COMMENT ON FUNCTION seq_cast(qvoseq, "any") IS 'Every value as another type.';
+CREATE FUNCTION seq_compress(x qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_compress' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_compress(qvoseq) IS 'The same sequence in fewer bytes, slower to read.';
-CREATE FUNCTION seq_decompress(x1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_decompress(x qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_decompress' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_decompress(qvoseq) IS 'The sequence without compression.';
-CREATE FUNCTION seq_add(x1 "any", y2 "any") RETURNS qvoseq
+CREATE FUNCTION seq_add(x "any", y "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_add' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_add("any", "any") IS 'x + y.';
-CREATE FUNCTION seq_sub(x1 "any", y2 "any") RETURNS qvoseq
+CREATE FUNCTION seq_sub(x "any", y "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_sub' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_sub("any", "any") IS 'x - y.';
-CREATE FUNCTION seq_mul(x1 "any", y2 "any") RETURNS qvoseq
+CREATE FUNCTION seq_mul(x "any", y "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_mul' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_mul("any", "any") IS 'x · y.';
-CREATE FUNCTION seq_div(x1 "any", y2 "any") RETURNS qvoseq
+CREATE FUNCTION seq_div(x "any", y "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_div' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_div("any", "any") IS 'x / y.';
-CREATE FUNCTION seq_floordiv(x1 "any", y2 "any") RETURNS qvoseq
+CREATE FUNCTION seq_floordiv(x "any", y "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_floordiv' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_floordiv("any", "any") IS 'x / y rounded down.';
-CREATE FUNCTION seq_mod(x1 "any", y2 "any") RETURNS qvoseq
+CREATE FUNCTION seq_mod(x "any", y "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_mod' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_mod("any", "any") IS 'The remainder of x // y.';
-CREATE FUNCTION seq_neg(x1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_neg(x qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_neg' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_neg(qvoseq) IS '-x.';
-CREATE FUNCTION seq_abs(x1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_abs(x qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_abs' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_abs(qvoseq) IS 'The absolute value.';
-CREATE FUNCTION seq_sign(x1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_sign(x qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_sign' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_sign(qvoseq) IS '-1, 0 or 1, as x is below, at or above 0.';
-CREATE FUNCTION seq_sqrt(x1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_sqrt(x qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_sqrt' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_sqrt(qvoseq) IS 'The square root.';
-CREATE FUNCTION seq_exp(x1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_exp(x qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_exp' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_exp(qvoseq) IS 'e to the power of x.';
-CREATE FUNCTION seq_ln(x1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_ln(x qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_ln' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_ln(qvoseq) IS 'The natural logarithm.';
-CREATE FUNCTION seq_log10(x1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_log10(x qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_log10' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_log10(qvoseq) IS 'The decimal logarithm.';
-CREATE FUNCTION seq_pow(x1 "any", y2 "any") RETURNS qvoseq
+CREATE FUNCTION seq_pow(x "any", y "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_pow' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_pow("any", "any") IS 'x to the power of y.';
-CREATE FUNCTION seq_round(x1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_round(x qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_round' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_round(qvoseq) IS 'Rounded to a number of decimal digits, half to even.';
-CREATE FUNCTION seq_round(x1 qvoseq, digits2 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_round(x qvoseq, digits bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_round' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_round(qvoseq, bigint) IS 'Rounded to a number of decimal digits, half to even.';
-CREATE FUNCTION seq_floor(x1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_floor(x qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_floor' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_floor(qvoseq) IS 'The largest whole number not above x.';
-CREATE FUNCTION seq_ceil(x1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_ceil(x qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_ceil' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_ceil(qvoseq) IS 'The smallest whole number not below x.';
-CREATE FUNCTION seq_least(x1 "any", y2 "any") RETURNS qvoseq
+CREATE FUNCTION seq_least(x "any", y "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_least' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_least("any", "any") IS 'The smaller of x and y.';
-CREATE FUNCTION seq_greatest(x1 "any", y2 "any") RETURNS qvoseq
+CREATE FUNCTION seq_greatest(x "any", y "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_greatest' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_greatest("any", "any") IS 'The larger of x and y.';
-CREATE FUNCTION seq_clip(x1 "any", lo2 "any", hi3 "any") RETURNS qvoseq
+CREATE FUNCTION seq_clip(x "any", lo "any", hi "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_clip' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_clip("any", "any", "any") IS 'x, but not below lo and not above hi.';
-CREATE FUNCTION seq_eq(x1 "any", y2 "any") RETURNS qvoseq
+CREATE FUNCTION seq_eq(x "any", y "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_eq' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_eq("any", "any") IS 'x = y.';
-CREATE FUNCTION seq_ne(x1 "any", y2 "any") RETURNS qvoseq
+CREATE FUNCTION seq_ne(x "any", y "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_ne' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_ne("any", "any") IS 'x ≠ y.';
-CREATE FUNCTION seq_lt(x1 "any", y2 "any") RETURNS qvoseq
+CREATE FUNCTION seq_lt(x "any", y "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_lt' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_lt("any", "any") IS 'x < y.';
-CREATE FUNCTION seq_le(x1 "any", y2 "any") RETURNS qvoseq
+CREATE FUNCTION seq_le(x "any", y "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_le' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_le("any", "any") IS 'x ≤ y.';
-CREATE FUNCTION seq_gt(x1 "any", y2 "any") RETURNS qvoseq
+CREATE FUNCTION seq_gt(x "any", y "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_gt' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_gt("any", "any") IS 'x > y.';
-CREATE FUNCTION seq_ge(x1 "any", y2 "any") RETURNS qvoseq
+CREATE FUNCTION seq_ge(x "any", y "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_ge' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_ge("any", "any") IS 'x ≥ y.';
-CREATE FUNCTION seq_between(x1 "any", lo2 "any", hi3 "any") RETURNS qvoseq
+CREATE FUNCTION seq_between(x "any", lo "any", hi "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_between' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_between("any", "any", "any") IS 'lo ≤ x and x ≤ hi.';
-CREATE FUNCTION seq_and(c1 "any", d2 "any") RETURNS qvoseq
+CREATE FUNCTION seq_and(c "any", d "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_and' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_and("any", "any") IS 'True where both are.';
-CREATE FUNCTION seq_or(c1 "any", d2 "any") RETURNS qvoseq
+CREATE FUNCTION seq_or(c "any", d "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_or' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_or("any", "any") IS 'True where one or both are.';
-CREATE FUNCTION seq_xor(c1 "any", d2 "any") RETURNS qvoseq
+CREATE FUNCTION seq_xor(c "any", d "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_xor' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_xor("any", "any") IS 'True where exactly one is.';
-CREATE FUNCTION seq_not(c1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_not(c qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_not' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_not(qvoseq) IS 'True where c is false.';
-CREATE FUNCTION seq_like(x1 qvoseq, pattern2 text) RETURNS qvoseq
+CREATE FUNCTION seq_like(x qvoseq, pattern "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_like' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-COMMENT ON FUNCTION seq_like(qvoseq, text) IS 'True where the text matches a pattern.';
-CREATE FUNCTION seq_is_missing(x1 qvoseq) RETURNS qvoseq
+COMMENT ON FUNCTION seq_like(qvoseq, "any") IS 'True where the text matches a pattern.';
+CREATE FUNCTION seq_is_missing(x qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_is_missing' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_is_missing(qvoseq) IS 'True where the value is missing.';
-CREATE FUNCTION seq_fill(x1 "any", v2 "any") RETURNS qvoseq
+CREATE FUNCTION seq_fill(x "any", v "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_fill' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_fill("any", "any") IS 'x, with v where it is missing.';
-CREATE FUNCTION seq_where(c1 "any", x2 "any", y3 "any") RETURNS qvoseq
+CREATE FUNCTION seq_where(c "any", x "any", y "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_where' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_where("any", "any", "any") IS 'x where c is true, else y.';
-CREATE FUNCTION seq_year(t1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_year(t qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_year' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_year(qvoseq) IS 'The year.';
-CREATE FUNCTION seq_month(t1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_month(t qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_month' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_month(qvoseq) IS 'The month, from 1.';
-CREATE FUNCTION seq_day(t1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_day(t qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_day' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_day(qvoseq) IS 'The day of the month, from 1.';
-CREATE FUNCTION seq_hour(t1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_hour(t qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_hour' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_hour(qvoseq) IS 'The hour, from 0.';
-CREATE FUNCTION seq_minute(t1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_minute(t qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_minute' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_minute(qvoseq) IS 'The minute, from 0.';
-CREATE FUNCTION seq_second(t1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_second(t qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_second' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_second(qvoseq) IS 'The second, from 0, without its fraction.';
-CREATE FUNCTION seq_weekday(t1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_weekday(t qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_weekday' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_weekday(qvoseq) IS 'The day of the week: Monday is 0.';
-CREATE FUNCTION seq_floor_time(t1 qvoseq, width2 text) RETURNS qvoseq
+CREATE FUNCTION seq_floor_time(t qvoseq, width "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_floor_time' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-COMMENT ON FUNCTION seq_floor_time(qvoseq, text) IS 'The start of the bucket of time that holds t.';
-CREATE FUNCTION seq_diff(x1 qvoseq) RETURNS qvoseq
+COMMENT ON FUNCTION seq_floor_time(qvoseq, "any") IS 'The start of the bucket of time that holds t.';
+CREATE FUNCTION seq_diff(x qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_diff' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_diff(qvoseq) IS 'The difference to the value n positions before.';
-CREATE FUNCTION seq_diff(x1 qvoseq, n2 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_diff(x qvoseq, n bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_diff' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_diff(qvoseq, bigint) IS 'The difference to the value n positions before.';
-CREATE FUNCTION seq_pct_change(x1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_pct_change(x qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_pct_change' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_pct_change(qvoseq) IS 'The relative change from the value n positions before.';
-CREATE FUNCTION seq_pct_change(x1 qvoseq, n2 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_pct_change(x qvoseq, n bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_pct_change' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_pct_change(qvoseq, bigint) IS 'The relative change from the value n positions before.';
-CREATE FUNCTION seq_shift(x1 qvoseq, n2 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_shift(x qvoseq, n bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_shift' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_shift(qvoseq, bigint) IS 'The value n positions before.';
-CREATE FUNCTION seq_shift(x1 qvoseq, n2 bigint, v3 "any") RETURNS qvoseq
+CREATE FUNCTION seq_shift(x qvoseq, n bigint, v "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_shift' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_shift(qvoseq, bigint, "any") IS 'The value n positions before.';
-CREATE FUNCTION seq_cumsum(x1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_cumsum(x qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_cumsum' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_cumsum(qvoseq) IS 'The sum of all values up to each position.';
-CREATE FUNCTION seq_cumprod(x1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_cumprod(x qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_cumprod' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_cumprod(qvoseq) IS 'The product of all values up to each position.';
-CREATE FUNCTION seq_cummax(x1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_cummax(x qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_cummax' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_cummax(qvoseq) IS 'The largest value up to each position.';
-CREATE FUNCTION seq_cummin(x1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_cummin(x qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_cummin' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_cummin(qvoseq) IS 'The smallest value up to each position.';
-CREATE FUNCTION seq_ffill(x1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_ffill(x qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_ffill' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_ffill(qvoseq) IS 'Missing values replaced with the last value before them.';
-CREATE FUNCTION seq_ffill(x1 qvoseq, limit2 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_ffill(x qvoseq, "limit" bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_ffill' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_ffill(qvoseq, bigint) IS 'Missing values replaced with the last value before them.';
-CREATE FUNCTION seq_bfill(x1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_bfill(x qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_bfill' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_bfill(qvoseq) IS 'Missing values replaced with the next value behind them.';
-CREATE FUNCTION seq_bfill(x1 qvoseq, limit2 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_bfill(x qvoseq, "limit" bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_bfill' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_bfill(qvoseq, bigint) IS 'Missing values replaced with the next value behind them.';
-CREATE FUNCTION seq_interpolate(x1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_interpolate(x qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_interpolate' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_interpolate(qvoseq) IS 'Missing values replaced with the straight line between the values around them.';
-CREATE FUNCTION seq_rolling_sum(x1 qvoseq, window2 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_rolling_sum(x qvoseq, "window" bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_rolling_sum' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_rolling_sum(qvoseq, bigint) IS 'The sum of the last values at each position.';
-CREATE FUNCTION seq_rolling_sum(x1 qvoseq, window2 bigint, min_periods3 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_rolling_sum(x qvoseq, "window" bigint, min_periods bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_rolling_sum' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_rolling_sum(qvoseq, bigint, bigint) IS 'The sum of the last values at each position.';
-CREATE FUNCTION seq_rolling_mean(x1 qvoseq, window2 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_rolling_mean(x qvoseq, "window" bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_rolling_mean' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_rolling_mean(qvoseq, bigint) IS 'The mean of the last values at each position.';
-CREATE FUNCTION seq_rolling_mean(x1 qvoseq, window2 bigint, min_periods3 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_rolling_mean(x qvoseq, "window" bigint, min_periods bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_rolling_mean' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_rolling_mean(qvoseq, bigint, bigint) IS 'The mean of the last values at each position.';
-CREATE FUNCTION seq_rolling_min(x1 qvoseq, window2 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_rolling_min(x qvoseq, "window" bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_rolling_min' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_rolling_min(qvoseq, bigint) IS 'The smallest of the last values at each position.';
-CREATE FUNCTION seq_rolling_min(x1 qvoseq, window2 bigint, min_periods3 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_rolling_min(x qvoseq, "window" bigint, min_periods bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_rolling_min' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_rolling_min(qvoseq, bigint, bigint) IS 'The smallest of the last values at each position.';
-CREATE FUNCTION seq_rolling_max(x1 qvoseq, window2 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_rolling_max(x qvoseq, "window" bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_rolling_max' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_rolling_max(qvoseq, bigint) IS 'The largest of the last values at each position.';
-CREATE FUNCTION seq_rolling_max(x1 qvoseq, window2 bigint, min_periods3 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_rolling_max(x qvoseq, "window" bigint, min_periods bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_rolling_max' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_rolling_max(qvoseq, bigint, bigint) IS 'The largest of the last values at each position.';
-CREATE FUNCTION seq_rolling_var(x1 qvoseq, window2 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_rolling_var(x qvoseq, "window" bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_rolling_var' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_rolling_var(qvoseq, bigint) IS 'The sample variance of the last values at each position.';
-CREATE FUNCTION seq_rolling_var(x1 qvoseq, window2 bigint, min_periods3 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_rolling_var(x qvoseq, "window" bigint, min_periods bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_rolling_var' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_rolling_var(qvoseq, bigint, bigint) IS 'The sample variance of the last values at each position.';
-CREATE FUNCTION seq_rolling_std(x1 qvoseq, window2 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_rolling_std(x qvoseq, "window" bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_rolling_std' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_rolling_std(qvoseq, bigint) IS 'The sample standard deviation of the last values at each position.';
-CREATE FUNCTION seq_rolling_std(x1 qvoseq, window2 bigint, min_periods3 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_rolling_std(x qvoseq, "window" bigint, min_periods bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_rolling_std' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_rolling_std(qvoseq, bigint, bigint) IS 'The sample standard deviation of the last values at each position.';
-CREATE FUNCTION seq_rolling_count(x1 qvoseq, window2 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_rolling_count(x qvoseq, "window" bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_rolling_count' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_rolling_count(qvoseq, bigint) IS 'The number of values present among the last ones at each position.';
-CREATE FUNCTION seq_rolling_count(x1 qvoseq, window2 bigint, min_periods3 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_rolling_count(x qvoseq, "window" bigint, min_periods bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_rolling_count' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_rolling_count(qvoseq, bigint, bigint) IS 'The number of values present among the last ones at each position.';
-CREATE FUNCTION seq_rolling_median(x1 qvoseq, window2 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_rolling_median(x qvoseq, "window" bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_rolling_median' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_rolling_median(qvoseq, bigint) IS 'The median of the last values at each position.';
-CREATE FUNCTION seq_rolling_median(x1 qvoseq, window2 bigint, min_periods3 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_rolling_median(x qvoseq, "window" bigint, min_periods bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_rolling_median' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_rolling_median(qvoseq, bigint, bigint) IS 'The median of the last values at each position.';
-CREATE FUNCTION seq_rolling_sum_time(x1 qvoseq, t2 qvoseq, width3 text) RETURNS qvoseq
+CREATE FUNCTION seq_rolling_sum_time(x qvoseq, t qvoseq, width "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_rolling_sum_time' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-COMMENT ON FUNCTION seq_rolling_sum_time(qvoseq, qvoseq, text) IS 'The sum of the values of the last width of time at each position.';
-CREATE FUNCTION seq_rolling_sum_time(x1 qvoseq, t2 qvoseq, width3 text, min_periods4 bigint) RETURNS qvoseq
+COMMENT ON FUNCTION seq_rolling_sum_time(qvoseq, qvoseq, "any") IS 'The sum of the values of the last width of time at each position.';
+CREATE FUNCTION seq_rolling_sum_time(x qvoseq, t qvoseq, width "any", min_periods bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_rolling_sum_time' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-COMMENT ON FUNCTION seq_rolling_sum_time(qvoseq, qvoseq, text, bigint) IS 'The sum of the values of the last width of time at each position.';
-CREATE FUNCTION seq_rolling_mean_time(x1 qvoseq, t2 qvoseq, width3 text) RETURNS qvoseq
+COMMENT ON FUNCTION seq_rolling_sum_time(qvoseq, qvoseq, "any", bigint) IS 'The sum of the values of the last width of time at each position.';
+CREATE FUNCTION seq_rolling_mean_time(x qvoseq, t qvoseq, width "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_rolling_mean_time' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-COMMENT ON FUNCTION seq_rolling_mean_time(qvoseq, qvoseq, text) IS 'The mean of the values of the last width of time at each position.';
-CREATE FUNCTION seq_rolling_mean_time(x1 qvoseq, t2 qvoseq, width3 text, min_periods4 bigint) RETURNS qvoseq
+COMMENT ON FUNCTION seq_rolling_mean_time(qvoseq, qvoseq, "any") IS 'The mean of the values of the last width of time at each position.';
+CREATE FUNCTION seq_rolling_mean_time(x qvoseq, t qvoseq, width "any", min_periods bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_rolling_mean_time' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-COMMENT ON FUNCTION seq_rolling_mean_time(qvoseq, qvoseq, text, bigint) IS 'The mean of the values of the last width of time at each position.';
-CREATE FUNCTION seq_rolling_min_time(x1 qvoseq, t2 qvoseq, width3 text) RETURNS qvoseq
+COMMENT ON FUNCTION seq_rolling_mean_time(qvoseq, qvoseq, "any", bigint) IS 'The mean of the values of the last width of time at each position.';
+CREATE FUNCTION seq_rolling_min_time(x qvoseq, t qvoseq, width "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_rolling_min_time' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-COMMENT ON FUNCTION seq_rolling_min_time(qvoseq, qvoseq, text) IS 'The smallest of the values of the last width of time at each position.';
-CREATE FUNCTION seq_rolling_min_time(x1 qvoseq, t2 qvoseq, width3 text, min_periods4 bigint) RETURNS qvoseq
+COMMENT ON FUNCTION seq_rolling_min_time(qvoseq, qvoseq, "any") IS 'The smallest of the values of the last width of time at each position.';
+CREATE FUNCTION seq_rolling_min_time(x qvoseq, t qvoseq, width "any", min_periods bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_rolling_min_time' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-COMMENT ON FUNCTION seq_rolling_min_time(qvoseq, qvoseq, text, bigint) IS 'The smallest of the values of the last width of time at each position.';
-CREATE FUNCTION seq_rolling_max_time(x1 qvoseq, t2 qvoseq, width3 text) RETURNS qvoseq
+COMMENT ON FUNCTION seq_rolling_min_time(qvoseq, qvoseq, "any", bigint) IS 'The smallest of the values of the last width of time at each position.';
+CREATE FUNCTION seq_rolling_max_time(x qvoseq, t qvoseq, width "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_rolling_max_time' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-COMMENT ON FUNCTION seq_rolling_max_time(qvoseq, qvoseq, text) IS 'The largest of the values of the last width of time at each position.';
-CREATE FUNCTION seq_rolling_max_time(x1 qvoseq, t2 qvoseq, width3 text, min_periods4 bigint) RETURNS qvoseq
+COMMENT ON FUNCTION seq_rolling_max_time(qvoseq, qvoseq, "any") IS 'The largest of the values of the last width of time at each position.';
+CREATE FUNCTION seq_rolling_max_time(x qvoseq, t qvoseq, width "any", min_periods bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_rolling_max_time' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-COMMENT ON FUNCTION seq_rolling_max_time(qvoseq, qvoseq, text, bigint) IS 'The largest of the values of the last width of time at each position.';
-CREATE FUNCTION seq_rolling_count_time(x1 qvoseq, t2 qvoseq, width3 text) RETURNS qvoseq
+COMMENT ON FUNCTION seq_rolling_max_time(qvoseq, qvoseq, "any", bigint) IS 'The largest of the values of the last width of time at each position.';
+CREATE FUNCTION seq_rolling_count_time(x qvoseq, t qvoseq, width "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_rolling_count_time' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-COMMENT ON FUNCTION seq_rolling_count_time(qvoseq, qvoseq, text) IS 'The number of values present in the last width of time at each position.';
-CREATE FUNCTION seq_rolling_count_time(x1 qvoseq, t2 qvoseq, width3 text, min_periods4 bigint) RETURNS qvoseq
+COMMENT ON FUNCTION seq_rolling_count_time(qvoseq, qvoseq, "any") IS 'The number of values present in the last width of time at each position.';
+CREATE FUNCTION seq_rolling_count_time(x qvoseq, t qvoseq, width "any", min_periods bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_rolling_count_time' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-COMMENT ON FUNCTION seq_rolling_count_time(qvoseq, qvoseq, text, bigint) IS 'The number of values present in the last width of time at each position.';
-CREATE FUNCTION seq_ema(x1 qvoseq, span2 float8) RETURNS qvoseq
+COMMENT ON FUNCTION seq_rolling_count_time(qvoseq, qvoseq, "any", bigint) IS 'The number of values present in the last width of time at each position.';
+CREATE FUNCTION seq_ema(x qvoseq, span float8) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_ema' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_ema(qvoseq, float8) IS 'The exponential moving average of a span.';
-CREATE FUNCTION seq_wilder(x1 qvoseq, n2 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_wilder(x qvoseq, n bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_wilder' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_wilder(qvoseq, bigint) IS 'Wilder''s moving average over n positions.';
-CREATE FUNCTION seq_atr(high1 qvoseq, low2 qvoseq, close3 qvoseq, n4 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_atr(high qvoseq, low qvoseq, close qvoseq, n bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_atr' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_atr(qvoseq, qvoseq, qvoseq, bigint) IS 'Wilder''s average true range over n positions.';
-CREATE FUNCTION seq_rsi(x1 qvoseq, n2 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_rsi(x qvoseq, n bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_rsi' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_rsi(qvoseq, bigint) IS 'Wilder''s relative strength index over n positions.';
-CREATE FUNCTION seq_filter(x1 qvoseq, c2 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_filter(x qvoseq, c qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_filter' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_filter(qvoseq, qvoseq) IS 'The values of x where c is true.';
-CREATE FUNCTION seq_positions(c1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_positions(c qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_positions' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_positions(qvoseq) IS 'The positions at which c is true.';
-CREATE FUNCTION seq_take(x1 qvoseq, p2 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_take(x qvoseq, p qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_take' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_take(qvoseq, qvoseq) IS 'The values of x at the positions in p.';
-CREATE FUNCTION seq_mask(x1 qvoseq, c2 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_mask(x qvoseq, c qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_mask' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_mask(qvoseq, qvoseq) IS 'The values of x where c is true, missing where it is false.';
-CREATE FUNCTION seq_sort(x1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_sort(x qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_sort' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_sort(qvoseq) IS 'The values in ascending or descending order.';
-CREATE FUNCTION seq_sort(x1 qvoseq, order2 text) RETURNS qvoseq
+CREATE FUNCTION seq_sort(x qvoseq, "order" "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_sort' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-COMMENT ON FUNCTION seq_sort(qvoseq, text) IS 'The values in ascending or descending order.';
-CREATE FUNCTION seq_argsort(x1 qvoseq) RETURNS qvoseq
+COMMENT ON FUNCTION seq_sort(qvoseq, "any") IS 'The values in ascending or descending order.';
+CREATE FUNCTION seq_argsort(x qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_argsort' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_argsort(qvoseq) IS 'The positions of the values in ascending or descending order.';
-CREATE FUNCTION seq_argsort(x1 qvoseq, order2 text) RETURNS qvoseq
+CREATE FUNCTION seq_argsort(x qvoseq, "order" "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_argsort' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-COMMENT ON FUNCTION seq_argsort(qvoseq, text) IS 'The positions of the values in ascending or descending order.';
-CREATE FUNCTION seq_rank(x1 qvoseq) RETURNS qvoseq
+COMMENT ON FUNCTION seq_argsort(qvoseq, "any") IS 'The positions of the values in ascending or descending order.';
+CREATE FUNCTION seq_rank(x qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_rank' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_rank(qvoseq) IS 'The place of each value in ascending order.';
-CREATE FUNCTION seq_reverse(x1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_reverse(x qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_reverse' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_reverse(qvoseq) IS 'The values from the last to the first.';
-CREATE FUNCTION seq_unique(x1 qvoseq) RETURNS qvoseq
+CREATE FUNCTION seq_unique(x qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_unique' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_unique(qvoseq) IS 'The different values, in ascending order.';
-CREATE FUNCTION seq_top(x1 qvoseq, n2 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_top(x qvoseq, n bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_top' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_top(qvoseq, bigint) IS 'The n largest values, the largest first.';
-CREATE FUNCTION seq_bottom(x1 qvoseq, n2 bigint) RETURNS qvoseq
+CREATE FUNCTION seq_bottom(x qvoseq, n bigint) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_bottom' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_bottom(qvoseq, bigint) IS 'The n smallest values, the smallest first.';
-CREATE FUNCTION seq_step_count(state qvoseq_state, x1 qvoseq) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_count(running qvoseq_state, x qvoseq) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_count' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_combine_count(state qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
+CREATE FUNCTION seq_combine_count(running qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_combine_count' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_count(state qvoseq_state) RETURNS bigint
     AS 'MODULE_PATHNAME', 'qvoseq_final_count' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_count(x1 qvoseq) (
+CREATE AGGREGATE seq_count(x qvoseq) (
     SFUNC = seq_step_count,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -646,13 +646,13 @@ CREATE AGGREGATE seq_count(x1 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_count(qvoseq) IS 'The number of values that are present.';
-CREATE FUNCTION seq_step_sum(state qvoseq_state, x1 qvoseq) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_sum(running qvoseq_state, x qvoseq) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_sum' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_combine_sum(state qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
+CREATE FUNCTION seq_combine_sum(running qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_combine_sum' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_sum(state qvoseq_state) RETURNS float8
     AS 'MODULE_PATHNAME', 'qvoseq_final_sum' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_sum(x1 qvoseq) (
+CREATE AGGREGATE seq_sum(x qvoseq) (
     SFUNC = seq_step_sum,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -663,7 +663,7 @@ CREATE AGGREGATE seq_sum(x1 qvoseq) (
 COMMENT ON AGGREGATE seq_sum(qvoseq) IS 'The sum.';
 CREATE FUNCTION seq_final_sum_int(state qvoseq_state) RETURNS bigint
     AS 'MODULE_PATHNAME', 'qvoseq_final_sum' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_sum_int(x1 qvoseq) (
+CREATE AGGREGATE seq_sum_int(x qvoseq) (
     SFUNC = seq_step_sum,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -672,13 +672,13 @@ CREATE AGGREGATE seq_sum_int(x1 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_sum_int(qvoseq) IS 'The sum.';
-CREATE FUNCTION seq_step_prod(state qvoseq_state, x1 qvoseq) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_prod(running qvoseq_state, x qvoseq) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_prod' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_combine_prod(state qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
+CREATE FUNCTION seq_combine_prod(running qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_combine_prod' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_prod(state qvoseq_state) RETURNS float8
     AS 'MODULE_PATHNAME', 'qvoseq_final_prod' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_prod(x1 qvoseq) (
+CREATE AGGREGATE seq_prod(x qvoseq) (
     SFUNC = seq_step_prod,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -687,13 +687,13 @@ CREATE AGGREGATE seq_prod(x1 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_prod(qvoseq) IS 'The product.';
-CREATE FUNCTION seq_step_avg(state qvoseq_state, x1 qvoseq) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_avg(running qvoseq_state, x qvoseq) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_avg' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_combine_avg(state qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
+CREATE FUNCTION seq_combine_avg(running qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_combine_avg' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_avg(state qvoseq_state) RETURNS float8
     AS 'MODULE_PATHNAME', 'qvoseq_final_avg' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_avg(x1 qvoseq) (
+CREATE AGGREGATE seq_avg(x qvoseq) (
     SFUNC = seq_step_avg,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -702,13 +702,13 @@ CREATE AGGREGATE seq_avg(x1 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_avg(qvoseq) IS 'The mean.';
-CREATE FUNCTION seq_step_min(state qvoseq_state, x1 qvoseq) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_min(running qvoseq_state, x qvoseq) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_min' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_combine_min(state qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
+CREATE FUNCTION seq_combine_min(running qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_combine_min' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_min(state qvoseq_state) RETURNS float8
     AS 'MODULE_PATHNAME', 'qvoseq_final_min' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_min(x1 qvoseq) (
+CREATE AGGREGATE seq_min(x qvoseq) (
     SFUNC = seq_step_min,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -719,7 +719,7 @@ CREATE AGGREGATE seq_min(x1 qvoseq) (
 COMMENT ON AGGREGATE seq_min(qvoseq) IS 'The smallest value.';
 CREATE FUNCTION seq_final_min_int(state qvoseq_state) RETURNS bigint
     AS 'MODULE_PATHNAME', 'qvoseq_final_min' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_min_int(x1 qvoseq) (
+CREATE AGGREGATE seq_min_int(x qvoseq) (
     SFUNC = seq_step_min,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -730,7 +730,7 @@ CREATE AGGREGATE seq_min_int(x1 qvoseq) (
 COMMENT ON AGGREGATE seq_min_int(qvoseq) IS 'The smallest value.';
 CREATE FUNCTION seq_final_min_time(state qvoseq_state) RETURNS timestamptz
     AS 'MODULE_PATHNAME', 'qvoseq_final_min' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_min_time(x1 qvoseq) (
+CREATE AGGREGATE seq_min_time(x qvoseq) (
     SFUNC = seq_step_min,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -741,7 +741,7 @@ CREATE AGGREGATE seq_min_time(x1 qvoseq) (
 COMMENT ON AGGREGATE seq_min_time(qvoseq) IS 'The smallest value.';
 CREATE FUNCTION seq_final_min_text(state qvoseq_state) RETURNS text
     AS 'MODULE_PATHNAME', 'qvoseq_final_min' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_min_text(x1 qvoseq) (
+CREATE AGGREGATE seq_min_text(x qvoseq) (
     SFUNC = seq_step_min,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -750,13 +750,13 @@ CREATE AGGREGATE seq_min_text(x1 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_min_text(qvoseq) IS 'The smallest value.';
-CREATE FUNCTION seq_step_max(state qvoseq_state, x1 qvoseq) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_max(running qvoseq_state, x qvoseq) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_max' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_combine_max(state qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
+CREATE FUNCTION seq_combine_max(running qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_combine_max' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_max(state qvoseq_state) RETURNS float8
     AS 'MODULE_PATHNAME', 'qvoseq_final_max' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_max(x1 qvoseq) (
+CREATE AGGREGATE seq_max(x qvoseq) (
     SFUNC = seq_step_max,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -767,7 +767,7 @@ CREATE AGGREGATE seq_max(x1 qvoseq) (
 COMMENT ON AGGREGATE seq_max(qvoseq) IS 'The largest value.';
 CREATE FUNCTION seq_final_max_int(state qvoseq_state) RETURNS bigint
     AS 'MODULE_PATHNAME', 'qvoseq_final_max' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_max_int(x1 qvoseq) (
+CREATE AGGREGATE seq_max_int(x qvoseq) (
     SFUNC = seq_step_max,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -778,7 +778,7 @@ CREATE AGGREGATE seq_max_int(x1 qvoseq) (
 COMMENT ON AGGREGATE seq_max_int(qvoseq) IS 'The largest value.';
 CREATE FUNCTION seq_final_max_time(state qvoseq_state) RETURNS timestamptz
     AS 'MODULE_PATHNAME', 'qvoseq_final_max' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_max_time(x1 qvoseq) (
+CREATE AGGREGATE seq_max_time(x qvoseq) (
     SFUNC = seq_step_max,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -789,7 +789,7 @@ CREATE AGGREGATE seq_max_time(x1 qvoseq) (
 COMMENT ON AGGREGATE seq_max_time(qvoseq) IS 'The largest value.';
 CREATE FUNCTION seq_final_max_text(state qvoseq_state) RETURNS text
     AS 'MODULE_PATHNAME', 'qvoseq_final_max' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_max_text(x1 qvoseq) (
+CREATE AGGREGATE seq_max_text(x qvoseq) (
     SFUNC = seq_step_max,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -798,11 +798,11 @@ CREATE AGGREGATE seq_max_text(x1 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_max_text(qvoseq) IS 'The largest value.';
-CREATE FUNCTION seq_step_argmin(state qvoseq_state, x1 qvoseq) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_argmin(running qvoseq_state, x qvoseq) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_argmin' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_argmin(state qvoseq_state) RETURNS bigint
     AS 'MODULE_PATHNAME', 'qvoseq_final_argmin' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_argmin(x1 qvoseq) (
+CREATE AGGREGATE seq_argmin(x qvoseq) (
     SFUNC = seq_step_argmin,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -810,11 +810,11 @@ CREATE AGGREGATE seq_argmin(x1 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_argmin(qvoseq) IS 'The position of the smallest value.';
-CREATE FUNCTION seq_step_argmax(state qvoseq_state, x1 qvoseq) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_argmax(running qvoseq_state, x qvoseq) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_argmax' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_argmax(state qvoseq_state) RETURNS bigint
     AS 'MODULE_PATHNAME', 'qvoseq_final_argmax' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_argmax(x1 qvoseq) (
+CREATE AGGREGATE seq_argmax(x qvoseq) (
     SFUNC = seq_step_argmax,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -822,13 +822,13 @@ CREATE AGGREGATE seq_argmax(x1 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_argmax(qvoseq) IS 'The position of the largest value.';
-CREATE FUNCTION seq_step_any(state qvoseq_state, c1 qvoseq) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_any(running qvoseq_state, c qvoseq) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_any' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_combine_any(state qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
+CREATE FUNCTION seq_combine_any(running qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_combine_any' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_any(state qvoseq_state) RETURNS boolean
     AS 'MODULE_PATHNAME', 'qvoseq_final_any' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_any(c1 qvoseq) (
+CREATE AGGREGATE seq_any(c qvoseq) (
     SFUNC = seq_step_any,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -837,13 +837,13 @@ CREATE AGGREGATE seq_any(c1 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_any(qvoseq) IS '1 if some condition is true, else 0.';
-CREATE FUNCTION seq_step_all(state qvoseq_state, c1 qvoseq) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_all(running qvoseq_state, c qvoseq) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_all' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_combine_all(state qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
+CREATE FUNCTION seq_combine_all(running qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_combine_all' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_all(state qvoseq_state) RETURNS boolean
     AS 'MODULE_PATHNAME', 'qvoseq_final_all' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_all(c1 qvoseq) (
+CREATE AGGREGATE seq_all(c qvoseq) (
     SFUNC = seq_step_all,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -852,13 +852,13 @@ CREATE AGGREGATE seq_all(c1 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_all(qvoseq) IS '1 if every condition is true, else 0.';
-CREATE FUNCTION seq_step_first(state qvoseq_state, x1 qvoseq) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_first(running qvoseq_state, x qvoseq) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_first' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_step_first(state qvoseq_state, x1 qvoseq, key2 "any") RETURNS qvoseq_state
+CREATE FUNCTION seq_step_first(running qvoseq_state, x qvoseq, key "any") RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_first' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_first(state qvoseq_state) RETURNS float8
     AS 'MODULE_PATHNAME', 'qvoseq_final_first' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_first(x1 qvoseq) (
+CREATE AGGREGATE seq_first(x qvoseq) (
     SFUNC = seq_step_first,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -866,7 +866,7 @@ CREATE AGGREGATE seq_first(x1 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_first(qvoseq) IS 'The first value that is present.';
-CREATE AGGREGATE seq_first(x1 qvoseq, key2 "any") (
+CREATE AGGREGATE seq_first(x qvoseq, key "any") (
     SFUNC = seq_step_first,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -876,7 +876,7 @@ CREATE AGGREGATE seq_first(x1 qvoseq, key2 "any") (
 COMMENT ON AGGREGATE seq_first(qvoseq, "any") IS 'The first value that is present.';
 CREATE FUNCTION seq_final_first_int(state qvoseq_state) RETURNS bigint
     AS 'MODULE_PATHNAME', 'qvoseq_final_first' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_first_int(x1 qvoseq) (
+CREATE AGGREGATE seq_first_int(x qvoseq) (
     SFUNC = seq_step_first,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -884,7 +884,7 @@ CREATE AGGREGATE seq_first_int(x1 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_first_int(qvoseq) IS 'The first value that is present.';
-CREATE AGGREGATE seq_first_int(x1 qvoseq, key2 "any") (
+CREATE AGGREGATE seq_first_int(x qvoseq, key "any") (
     SFUNC = seq_step_first,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -894,7 +894,7 @@ CREATE AGGREGATE seq_first_int(x1 qvoseq, key2 "any") (
 COMMENT ON AGGREGATE seq_first_int(qvoseq, "any") IS 'The first value that is present.';
 CREATE FUNCTION seq_final_first_time(state qvoseq_state) RETURNS timestamptz
     AS 'MODULE_PATHNAME', 'qvoseq_final_first' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_first_time(x1 qvoseq) (
+CREATE AGGREGATE seq_first_time(x qvoseq) (
     SFUNC = seq_step_first,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -902,7 +902,7 @@ CREATE AGGREGATE seq_first_time(x1 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_first_time(qvoseq) IS 'The first value that is present.';
-CREATE AGGREGATE seq_first_time(x1 qvoseq, key2 "any") (
+CREATE AGGREGATE seq_first_time(x qvoseq, key "any") (
     SFUNC = seq_step_first,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -912,7 +912,7 @@ CREATE AGGREGATE seq_first_time(x1 qvoseq, key2 "any") (
 COMMENT ON AGGREGATE seq_first_time(qvoseq, "any") IS 'The first value that is present.';
 CREATE FUNCTION seq_final_first_text(state qvoseq_state) RETURNS text
     AS 'MODULE_PATHNAME', 'qvoseq_final_first' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_first_text(x1 qvoseq) (
+CREATE AGGREGATE seq_first_text(x qvoseq) (
     SFUNC = seq_step_first,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -920,7 +920,7 @@ CREATE AGGREGATE seq_first_text(x1 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_first_text(qvoseq) IS 'The first value that is present.';
-CREATE AGGREGATE seq_first_text(x1 qvoseq, key2 "any") (
+CREATE AGGREGATE seq_first_text(x qvoseq, key "any") (
     SFUNC = seq_step_first,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -928,13 +928,13 @@ CREATE AGGREGATE seq_first_text(x1 qvoseq, key2 "any") (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_first_text(qvoseq, "any") IS 'The first value that is present.';
-CREATE FUNCTION seq_step_last(state qvoseq_state, x1 qvoseq) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_last(running qvoseq_state, x qvoseq) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_last' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_step_last(state qvoseq_state, x1 qvoseq, key2 "any") RETURNS qvoseq_state
+CREATE FUNCTION seq_step_last(running qvoseq_state, x qvoseq, key "any") RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_last' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_last(state qvoseq_state) RETURNS float8
     AS 'MODULE_PATHNAME', 'qvoseq_final_last' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_last(x1 qvoseq) (
+CREATE AGGREGATE seq_last(x qvoseq) (
     SFUNC = seq_step_last,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -942,7 +942,7 @@ CREATE AGGREGATE seq_last(x1 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_last(qvoseq) IS 'The last value that is present.';
-CREATE AGGREGATE seq_last(x1 qvoseq, key2 "any") (
+CREATE AGGREGATE seq_last(x qvoseq, key "any") (
     SFUNC = seq_step_last,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -952,7 +952,7 @@ CREATE AGGREGATE seq_last(x1 qvoseq, key2 "any") (
 COMMENT ON AGGREGATE seq_last(qvoseq, "any") IS 'The last value that is present.';
 CREATE FUNCTION seq_final_last_int(state qvoseq_state) RETURNS bigint
     AS 'MODULE_PATHNAME', 'qvoseq_final_last' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_last_int(x1 qvoseq) (
+CREATE AGGREGATE seq_last_int(x qvoseq) (
     SFUNC = seq_step_last,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -960,7 +960,7 @@ CREATE AGGREGATE seq_last_int(x1 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_last_int(qvoseq) IS 'The last value that is present.';
-CREATE AGGREGATE seq_last_int(x1 qvoseq, key2 "any") (
+CREATE AGGREGATE seq_last_int(x qvoseq, key "any") (
     SFUNC = seq_step_last,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -970,7 +970,7 @@ CREATE AGGREGATE seq_last_int(x1 qvoseq, key2 "any") (
 COMMENT ON AGGREGATE seq_last_int(qvoseq, "any") IS 'The last value that is present.';
 CREATE FUNCTION seq_final_last_time(state qvoseq_state) RETURNS timestamptz
     AS 'MODULE_PATHNAME', 'qvoseq_final_last' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_last_time(x1 qvoseq) (
+CREATE AGGREGATE seq_last_time(x qvoseq) (
     SFUNC = seq_step_last,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -978,7 +978,7 @@ CREATE AGGREGATE seq_last_time(x1 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_last_time(qvoseq) IS 'The last value that is present.';
-CREATE AGGREGATE seq_last_time(x1 qvoseq, key2 "any") (
+CREATE AGGREGATE seq_last_time(x qvoseq, key "any") (
     SFUNC = seq_step_last,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -988,7 +988,7 @@ CREATE AGGREGATE seq_last_time(x1 qvoseq, key2 "any") (
 COMMENT ON AGGREGATE seq_last_time(qvoseq, "any") IS 'The last value that is present.';
 CREATE FUNCTION seq_final_last_text(state qvoseq_state) RETURNS text
     AS 'MODULE_PATHNAME', 'qvoseq_final_last' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_last_text(x1 qvoseq) (
+CREATE AGGREGATE seq_last_text(x qvoseq) (
     SFUNC = seq_step_last,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -996,7 +996,7 @@ CREATE AGGREGATE seq_last_text(x1 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_last_text(qvoseq) IS 'The last value that is present.';
-CREATE AGGREGATE seq_last_text(x1 qvoseq, key2 "any") (
+CREATE AGGREGATE seq_last_text(x qvoseq, key "any") (
     SFUNC = seq_step_last,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -1004,13 +1004,13 @@ CREATE AGGREGATE seq_last_text(x1 qvoseq, key2 "any") (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_last_text(qvoseq, "any") IS 'The last value that is present.';
-CREATE FUNCTION seq_step_var(state qvoseq_state, x1 qvoseq) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_var(running qvoseq_state, x qvoseq) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_var' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_combine_var(state qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
+CREATE FUNCTION seq_combine_var(running qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_combine_var' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_var(state qvoseq_state) RETURNS float8
     AS 'MODULE_PATHNAME', 'qvoseq_final_var' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_var(x1 qvoseq) (
+CREATE AGGREGATE seq_var(x qvoseq) (
     SFUNC = seq_step_var,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -1019,13 +1019,13 @@ CREATE AGGREGATE seq_var(x1 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_var(qvoseq) IS 'The sample variance.';
-CREATE FUNCTION seq_step_stddev(state qvoseq_state, x1 qvoseq) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_stddev(running qvoseq_state, x qvoseq) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_stddev' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_combine_stddev(state qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
+CREATE FUNCTION seq_combine_stddev(running qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_combine_stddev' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_stddev(state qvoseq_state) RETURNS float8
     AS 'MODULE_PATHNAME', 'qvoseq_final_stddev' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_stddev(x1 qvoseq) (
+CREATE AGGREGATE seq_stddev(x qvoseq) (
     SFUNC = seq_step_stddev,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -1034,13 +1034,13 @@ CREATE AGGREGATE seq_stddev(x1 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_stddev(qvoseq) IS 'The sample standard deviation.';
-CREATE FUNCTION seq_step_var_pop(state qvoseq_state, x1 qvoseq) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_var_pop(running qvoseq_state, x qvoseq) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_var_pop' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_combine_var_pop(state qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
+CREATE FUNCTION seq_combine_var_pop(running qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_combine_var_pop' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_var_pop(state qvoseq_state) RETURNS float8
     AS 'MODULE_PATHNAME', 'qvoseq_final_var_pop' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_var_pop(x1 qvoseq) (
+CREATE AGGREGATE seq_var_pop(x qvoseq) (
     SFUNC = seq_step_var_pop,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -1049,13 +1049,13 @@ CREATE AGGREGATE seq_var_pop(x1 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_var_pop(qvoseq) IS 'The population variance.';
-CREATE FUNCTION seq_step_stddev_pop(state qvoseq_state, x1 qvoseq) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_stddev_pop(running qvoseq_state, x qvoseq) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_stddev_pop' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_combine_stddev_pop(state qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
+CREATE FUNCTION seq_combine_stddev_pop(running qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_combine_stddev_pop' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_stddev_pop(state qvoseq_state) RETURNS float8
     AS 'MODULE_PATHNAME', 'qvoseq_final_stddev_pop' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_stddev_pop(x1 qvoseq) (
+CREATE AGGREGATE seq_stddev_pop(x qvoseq) (
     SFUNC = seq_step_stddev_pop,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -1064,13 +1064,13 @@ CREATE AGGREGATE seq_stddev_pop(x1 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_stddev_pop(qvoseq) IS 'The population standard deviation.';
-CREATE FUNCTION seq_step_histogram(state qvoseq_state, x1 qvoseq, lo2 float8, hi3 float8, n4 bigint) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_histogram(running qvoseq_state, x qvoseq, lo float8, hi float8, n bigint) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_histogram' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_combine_histogram(state qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
+CREATE FUNCTION seq_combine_histogram(running qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_combine_histogram' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_histogram(state qvoseq_state) RETURNS text
     AS 'MODULE_PATHNAME', 'qvoseq_final_histogram' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_histogram(x1 qvoseq, lo2 float8, hi3 float8, n4 bigint) (
+CREATE AGGREGATE seq_histogram(x qvoseq, lo float8, hi float8, n bigint) (
     SFUNC = seq_step_histogram,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -1079,93 +1079,93 @@ CREATE AGGREGATE seq_histogram(x1 qvoseq, lo2 float8, hi3 float8, n4 bigint) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_histogram(qvoseq, float8, float8, bigint) IS 'How many values lie in each of n buckets of equal width between lo and hi.';
-CREATE FUNCTION seq_step_state(state qvoseq_state, name1 text, x2 "any") RETURNS qvoseq_state
+CREATE FUNCTION seq_step_state(running qvoseq_state, name "any", x "any") RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_state' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_step_state(state qvoseq_state, name1 text, x2 "any", x3 "any") RETURNS qvoseq_state
+CREATE FUNCTION seq_step_state(running qvoseq_state, name "any", x2 "any", x3 "any") RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_state' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_step_state(state qvoseq_state, name1 text, x2 "any", x3 "any", x4 "any") RETURNS qvoseq_state
+CREATE FUNCTION seq_step_state(running qvoseq_state, name "any", x2 "any", x3 "any", x4 "any") RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_state' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_step_state(state qvoseq_state, name1 text, x2 "any", x3 "any", x4 "any", x5 "any") RETURNS qvoseq_state
+CREATE FUNCTION seq_step_state(running qvoseq_state, name "any", x2 "any", x3 "any", x4 "any", x5 "any") RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_state' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_step_state(state qvoseq_state, name1 text, x2 "any", x3 "any", x4 "any", x5 "any", x6 "any") RETURNS qvoseq_state
+CREATE FUNCTION seq_step_state(running qvoseq_state, name "any", x2 "any", x3 "any", x4 "any", x5 "any", x6 "any") RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_state' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_step_state(state qvoseq_state, name1 text, x2 "any", x3 "any", x4 "any", x5 "any", x6 "any", x7 "any") RETURNS qvoseq_state
+CREATE FUNCTION seq_step_state(running qvoseq_state, name "any", x2 "any", x3 "any", x4 "any", x5 "any", x6 "any", x7 "any") RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_state' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_step_state(state qvoseq_state, name1 text, x2 "any", x3 "any", x4 "any", x5 "any", x6 "any", x7 "any", x8 "any") RETURNS qvoseq_state
+CREATE FUNCTION seq_step_state(running qvoseq_state, name "any", x2 "any", x3 "any", x4 "any", x5 "any", x6 "any", x7 "any", x8 "any") RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_state' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_step_state(state qvoseq_state, name1 text, x2 "any", x3 "any", x4 "any", x5 "any", x6 "any", x7 "any", x8 "any", x9 "any") RETURNS qvoseq_state
+CREATE FUNCTION seq_step_state(running qvoseq_state, name "any", x2 "any", x3 "any", x4 "any", x5 "any", x6 "any", x7 "any", x8 "any", x9 "any") RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_state' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_state(state qvoseq_state) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_final_state' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_state(name1 text, x2 "any") (
+CREATE AGGREGATE seq_state(name "any", x "any") (
     SFUNC = seq_step_state,
     STYPE = qvoseq_state,
     SSPACE = 2048,
     FINALFUNC = seq_final_state,
     PARALLEL = SAFE
 );
-COMMENT ON AGGREGATE seq_state(text, "any") IS 'The running state of an aggregate, as bytes.';
-CREATE AGGREGATE seq_state(name1 text, x2 "any", x3 "any") (
+COMMENT ON AGGREGATE seq_state("any", "any") IS 'The running state of an aggregate, as bytes.';
+CREATE AGGREGATE seq_state(name "any", x2 "any", x3 "any") (
     SFUNC = seq_step_state,
     STYPE = qvoseq_state,
     SSPACE = 2048,
     FINALFUNC = seq_final_state,
     PARALLEL = SAFE
 );
-COMMENT ON AGGREGATE seq_state(text, "any", "any") IS 'The running state of an aggregate, as bytes.';
-CREATE AGGREGATE seq_state(name1 text, x2 "any", x3 "any", x4 "any") (
+COMMENT ON AGGREGATE seq_state("any", "any", "any") IS 'The running state of an aggregate, as bytes.';
+CREATE AGGREGATE seq_state(name "any", x2 "any", x3 "any", x4 "any") (
     SFUNC = seq_step_state,
     STYPE = qvoseq_state,
     SSPACE = 2048,
     FINALFUNC = seq_final_state,
     PARALLEL = SAFE
 );
-COMMENT ON AGGREGATE seq_state(text, "any", "any", "any") IS 'The running state of an aggregate, as bytes.';
-CREATE AGGREGATE seq_state(name1 text, x2 "any", x3 "any", x4 "any", x5 "any") (
+COMMENT ON AGGREGATE seq_state("any", "any", "any", "any") IS 'The running state of an aggregate, as bytes.';
+CREATE AGGREGATE seq_state(name "any", x2 "any", x3 "any", x4 "any", x5 "any") (
     SFUNC = seq_step_state,
     STYPE = qvoseq_state,
     SSPACE = 2048,
     FINALFUNC = seq_final_state,
     PARALLEL = SAFE
 );
-COMMENT ON AGGREGATE seq_state(text, "any", "any", "any", "any") IS 'The running state of an aggregate, as bytes.';
-CREATE AGGREGATE seq_state(name1 text, x2 "any", x3 "any", x4 "any", x5 "any", x6 "any") (
+COMMENT ON AGGREGATE seq_state("any", "any", "any", "any", "any") IS 'The running state of an aggregate, as bytes.';
+CREATE AGGREGATE seq_state(name "any", x2 "any", x3 "any", x4 "any", x5 "any", x6 "any") (
     SFUNC = seq_step_state,
     STYPE = qvoseq_state,
     SSPACE = 2048,
     FINALFUNC = seq_final_state,
     PARALLEL = SAFE
 );
-COMMENT ON AGGREGATE seq_state(text, "any", "any", "any", "any", "any") IS 'The running state of an aggregate, as bytes.';
-CREATE AGGREGATE seq_state(name1 text, x2 "any", x3 "any", x4 "any", x5 "any", x6 "any", x7 "any") (
+COMMENT ON AGGREGATE seq_state("any", "any", "any", "any", "any", "any") IS 'The running state of an aggregate, as bytes.';
+CREATE AGGREGATE seq_state(name "any", x2 "any", x3 "any", x4 "any", x5 "any", x6 "any", x7 "any") (
     SFUNC = seq_step_state,
     STYPE = qvoseq_state,
     SSPACE = 2048,
     FINALFUNC = seq_final_state,
     PARALLEL = SAFE
 );
-COMMENT ON AGGREGATE seq_state(text, "any", "any", "any", "any", "any", "any") IS 'The running state of an aggregate, as bytes.';
-CREATE AGGREGATE seq_state(name1 text, x2 "any", x3 "any", x4 "any", x5 "any", x6 "any", x7 "any", x8 "any") (
+COMMENT ON AGGREGATE seq_state("any", "any", "any", "any", "any", "any", "any") IS 'The running state of an aggregate, as bytes.';
+CREATE AGGREGATE seq_state(name "any", x2 "any", x3 "any", x4 "any", x5 "any", x6 "any", x7 "any", x8 "any") (
     SFUNC = seq_step_state,
     STYPE = qvoseq_state,
     SSPACE = 2048,
     FINALFUNC = seq_final_state,
     PARALLEL = SAFE
 );
-COMMENT ON AGGREGATE seq_state(text, "any", "any", "any", "any", "any", "any", "any") IS 'The running state of an aggregate, as bytes.';
-CREATE AGGREGATE seq_state(name1 text, x2 "any", x3 "any", x4 "any", x5 "any", x6 "any", x7 "any", x8 "any", x9 "any") (
+COMMENT ON AGGREGATE seq_state("any", "any", "any", "any", "any", "any", "any", "any") IS 'The running state of an aggregate, as bytes.';
+CREATE AGGREGATE seq_state(name "any", x2 "any", x3 "any", x4 "any", x5 "any", x6 "any", x7 "any", x8 "any", x9 "any") (
     SFUNC = seq_step_state,
     STYPE = qvoseq_state,
     SSPACE = 2048,
     FINALFUNC = seq_final_state,
     PARALLEL = SAFE
 );
-COMMENT ON AGGREGATE seq_state(text, "any", "any", "any", "any", "any", "any", "any", "any") IS 'The running state of an aggregate, as bytes.';
-CREATE FUNCTION seq_step_merge(state qvoseq_state, state1 qvoseq_state) RETURNS qvoseq_state
+COMMENT ON AGGREGATE seq_state("any", "any", "any", "any", "any", "any", "any", "any", "any") IS 'The running state of an aggregate, as bytes.';
+CREATE FUNCTION seq_step_merge(running qvoseq_state, state qvoseq_state) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_merge' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_merge(state qvoseq_state) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_final_merge' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_merge(state1 qvoseq_state) (
+CREATE AGGREGATE seq_merge(state qvoseq_state) (
     SFUNC = seq_step_merge,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -1173,25 +1173,25 @@ CREATE AGGREGATE seq_merge(state1 qvoseq_state) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_merge(qvoseq_state) IS 'The states of the rows combined.';
-CREATE FUNCTION seq_finish(state1 qvoseq_state) RETURNS float8
+CREATE FUNCTION seq_finish(state qvoseq_state) RETURNS float8
     AS 'MODULE_PATHNAME', 'qvoseq_call_finish' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_finish(qvoseq_state) IS 'The result of the aggregate whose state it is.';
-CREATE FUNCTION seq_finish_int(state1 qvoseq_state) RETURNS bigint
+CREATE FUNCTION seq_finish_int(state qvoseq_state) RETURNS bigint
     AS 'MODULE_PATHNAME', 'qvoseq_call_finish' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_finish_int(qvoseq_state) IS 'The result of the aggregate whose state it is.';
-CREATE FUNCTION seq_finish_time(state1 qvoseq_state) RETURNS timestamptz
+CREATE FUNCTION seq_finish_time(state qvoseq_state) RETURNS timestamptz
     AS 'MODULE_PATHNAME', 'qvoseq_call_finish' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_finish_time(qvoseq_state) IS 'The result of the aggregate whose state it is.';
-CREATE FUNCTION seq_finish_text(state1 qvoseq_state) RETURNS text
+CREATE FUNCTION seq_finish_text(state qvoseq_state) RETURNS text
     AS 'MODULE_PATHNAME', 'qvoseq_call_finish' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_finish_text(qvoseq_state) IS 'The result of the aggregate whose state it is.';
-CREATE FUNCTION seq_step_cov(state qvoseq_state, y1 qvoseq, x2 qvoseq) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_cov(running qvoseq_state, y qvoseq, x qvoseq) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_cov' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_combine_cov(state qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
+CREATE FUNCTION seq_combine_cov(running qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_combine_cov' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_cov(state qvoseq_state) RETURNS float8
     AS 'MODULE_PATHNAME', 'qvoseq_final_cov' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_cov(y1 qvoseq, x2 qvoseq) (
+CREATE AGGREGATE seq_cov(y qvoseq, x qvoseq) (
     SFUNC = seq_step_cov,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -1200,13 +1200,13 @@ CREATE AGGREGATE seq_cov(y1 qvoseq, x2 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_cov(qvoseq, qvoseq) IS 'The sample covariance.';
-CREATE FUNCTION seq_step_corr(state qvoseq_state, y1 qvoseq, x2 qvoseq) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_corr(running qvoseq_state, y qvoseq, x qvoseq) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_corr' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_combine_corr(state qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
+CREATE FUNCTION seq_combine_corr(running qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_combine_corr' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_corr(state qvoseq_state) RETURNS float8
     AS 'MODULE_PATHNAME', 'qvoseq_final_corr' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_corr(y1 qvoseq, x2 qvoseq) (
+CREATE AGGREGATE seq_corr(y qvoseq, x qvoseq) (
     SFUNC = seq_step_corr,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -1215,13 +1215,13 @@ CREATE AGGREGATE seq_corr(y1 qvoseq, x2 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_corr(qvoseq, qvoseq) IS 'The correlation (Pearson).';
-CREATE FUNCTION seq_step_slope(state qvoseq_state, y1 qvoseq, x2 qvoseq) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_slope(running qvoseq_state, y qvoseq, x qvoseq) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_slope' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_combine_slope(state qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
+CREATE FUNCTION seq_combine_slope(running qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_combine_slope' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_slope(state qvoseq_state) RETURNS float8
     AS 'MODULE_PATHNAME', 'qvoseq_final_slope' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_slope(y1 qvoseq, x2 qvoseq) (
+CREATE AGGREGATE seq_slope(y qvoseq, x qvoseq) (
     SFUNC = seq_step_slope,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -1230,13 +1230,13 @@ CREATE AGGREGATE seq_slope(y1 qvoseq, x2 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_slope(qvoseq, qvoseq) IS 'The slope of the line of least squares through y over x.';
-CREATE FUNCTION seq_step_intercept(state qvoseq_state, y1 qvoseq, x2 qvoseq) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_intercept(running qvoseq_state, y qvoseq, x qvoseq) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_intercept' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_combine_intercept(state qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
+CREATE FUNCTION seq_combine_intercept(running qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_combine_intercept' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_intercept(state qvoseq_state) RETURNS float8
     AS 'MODULE_PATHNAME', 'qvoseq_final_intercept' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_intercept(y1 qvoseq, x2 qvoseq) (
+CREATE AGGREGATE seq_intercept(y qvoseq, x qvoseq) (
     SFUNC = seq_step_intercept,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -1245,13 +1245,13 @@ CREATE AGGREGATE seq_intercept(y1 qvoseq, x2 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_intercept(qvoseq, qvoseq) IS 'Where the line of least squares through y over x is at x = 0.';
-CREATE FUNCTION seq_step_weighted_avg(state qvoseq_state, x1 qvoseq, w2 qvoseq) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_weighted_avg(running qvoseq_state, x qvoseq, w qvoseq) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_weighted_avg' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_combine_weighted_avg(state qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
+CREATE FUNCTION seq_combine_weighted_avg(running qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_combine_weighted_avg' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_weighted_avg(state qvoseq_state) RETURNS float8
     AS 'MODULE_PATHNAME', 'qvoseq_final_weighted_avg' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_weighted_avg(x1 qvoseq, w2 qvoseq) (
+CREATE AGGREGATE seq_weighted_avg(x qvoseq, w qvoseq) (
     SFUNC = seq_step_weighted_avg,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -1260,13 +1260,13 @@ CREATE AGGREGATE seq_weighted_avg(x1 qvoseq, w2 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_weighted_avg(qvoseq, qvoseq) IS 'The mean of x, each value counted as often as its weight w says.';
-CREATE FUNCTION seq_step_median(state qvoseq_state, x1 qvoseq) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_median(running qvoseq_state, x qvoseq) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_median' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_combine_median(state qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
+CREATE FUNCTION seq_combine_median(running qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_combine_median' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_median(state qvoseq_state) RETURNS float8
     AS 'MODULE_PATHNAME', 'qvoseq_final_median' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_median(x1 qvoseq) (
+CREATE AGGREGATE seq_median(x qvoseq) (
     SFUNC = seq_step_median,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -1275,13 +1275,13 @@ CREATE AGGREGATE seq_median(x1 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_median(qvoseq) IS 'The middle value, or the mean of the two in the middle.';
-CREATE FUNCTION seq_step_quantile(state qvoseq_state, x1 qvoseq, q2 float8) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_quantile(running qvoseq_state, x qvoseq, q float8) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_quantile' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_combine_quantile(state qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
+CREATE FUNCTION seq_combine_quantile(running qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_combine_quantile' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_quantile(state qvoseq_state) RETURNS float8
     AS 'MODULE_PATHNAME', 'qvoseq_final_quantile' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_quantile(x1 qvoseq, q2 float8) (
+CREATE AGGREGATE seq_quantile(x qvoseq, q float8) (
     SFUNC = seq_step_quantile,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -1290,13 +1290,13 @@ CREATE AGGREGATE seq_quantile(x1 qvoseq, q2 float8) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_quantile(qvoseq, float8) IS 'The value below which a part q of the values lies.';
-CREATE FUNCTION seq_step_mode(state qvoseq_state, x1 qvoseq) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_mode(running qvoseq_state, x qvoseq) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_mode' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_combine_mode(state qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
+CREATE FUNCTION seq_combine_mode(running qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_combine_mode' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_mode(state qvoseq_state) RETURNS float8
     AS 'MODULE_PATHNAME', 'qvoseq_final_mode' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_mode(x1 qvoseq) (
+CREATE AGGREGATE seq_mode(x qvoseq) (
     SFUNC = seq_step_mode,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -1307,7 +1307,7 @@ CREATE AGGREGATE seq_mode(x1 qvoseq) (
 COMMENT ON AGGREGATE seq_mode(qvoseq) IS 'The most frequent value.';
 CREATE FUNCTION seq_final_mode_int(state qvoseq_state) RETURNS bigint
     AS 'MODULE_PATHNAME', 'qvoseq_final_mode' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_mode_int(x1 qvoseq) (
+CREATE AGGREGATE seq_mode_int(x qvoseq) (
     SFUNC = seq_step_mode,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -1318,7 +1318,7 @@ CREATE AGGREGATE seq_mode_int(x1 qvoseq) (
 COMMENT ON AGGREGATE seq_mode_int(qvoseq) IS 'The most frequent value.';
 CREATE FUNCTION seq_final_mode_time(state qvoseq_state) RETURNS timestamptz
     AS 'MODULE_PATHNAME', 'qvoseq_final_mode' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_mode_time(x1 qvoseq) (
+CREATE AGGREGATE seq_mode_time(x qvoseq) (
     SFUNC = seq_step_mode,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -1329,7 +1329,7 @@ CREATE AGGREGATE seq_mode_time(x1 qvoseq) (
 COMMENT ON AGGREGATE seq_mode_time(qvoseq) IS 'The most frequent value.';
 CREATE FUNCTION seq_final_mode_text(state qvoseq_state) RETURNS text
     AS 'MODULE_PATHNAME', 'qvoseq_final_mode' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_mode_text(x1 qvoseq) (
+CREATE AGGREGATE seq_mode_text(x qvoseq) (
     SFUNC = seq_step_mode,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -1338,13 +1338,13 @@ CREATE AGGREGATE seq_mode_text(x1 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_mode_text(qvoseq) IS 'The most frequent value.';
-CREATE FUNCTION seq_step_count_distinct(state qvoseq_state, x1 qvoseq) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_count_distinct(running qvoseq_state, x qvoseq) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_count_distinct' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_combine_count_distinct(state qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
+CREATE FUNCTION seq_combine_count_distinct(running qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_combine_count_distinct' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_count_distinct(state qvoseq_state) RETURNS bigint
     AS 'MODULE_PATHNAME', 'qvoseq_final_count_distinct' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_count_distinct(x1 qvoseq) (
+CREATE AGGREGATE seq_count_distinct(x qvoseq) (
     SFUNC = seq_step_count_distinct,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -1353,13 +1353,13 @@ CREATE AGGREGATE seq_count_distinct(x1 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_count_distinct(qvoseq) IS 'The number of different values.';
-CREATE FUNCTION seq_step_approx_distinct(state qvoseq_state, x1 qvoseq) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_approx_distinct(running qvoseq_state, x qvoseq) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_approx_distinct' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-CREATE FUNCTION seq_combine_approx_distinct(state qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
+CREATE FUNCTION seq_combine_approx_distinct(running qvoseq_state, other qvoseq_state) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_combine_approx_distinct' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_approx_distinct(state qvoseq_state) RETURNS bigint
     AS 'MODULE_PATHNAME', 'qvoseq_final_approx_distinct' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_approx_distinct(x1 qvoseq) (
+CREATE AGGREGATE seq_approx_distinct(x qvoseq) (
     SFUNC = seq_step_approx_distinct,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -1368,11 +1368,11 @@ CREATE AGGREGATE seq_approx_distinct(x1 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_approx_distinct(qvoseq) IS 'An estimate of the number of different values.';
-CREATE FUNCTION seq_step_group(state qvoseq_state, k1 qvoseq, x2 qvoseq) RETURNS qvoseq_state
+CREATE FUNCTION seq_step_group(running qvoseq_state, k qvoseq, x qvoseq) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_step_group' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 CREATE FUNCTION seq_final_group(state qvoseq_state) RETURNS qvoseq_state
     AS 'MODULE_PATHNAME', 'qvoseq_final_group' LANGUAGE C IMMUTABLE PARALLEL SAFE;
-CREATE AGGREGATE seq_group(k1 qvoseq, x2 qvoseq) (
+CREATE AGGREGATE seq_group(k qvoseq, x qvoseq) (
     SFUNC = seq_step_group,
     STYPE = qvoseq_state,
     SSPACE = 2048,
@@ -1380,46 +1380,46 @@ CREATE AGGREGATE seq_group(k1 qvoseq, x2 qvoseq) (
     PARALLEL = SAFE
 );
 COMMENT ON AGGREGATE seq_group(qvoseq, qvoseq) IS 'The values of x by the keys at the same positions of k.';
-CREATE FUNCTION seq_group_rows(value1 qvoseq_state) RETURNS TABLE(key float8, count bigint, sum float8, avg float8, min float8, max float8, first float8, last float8, var float8)
+CREATE FUNCTION seq_group_rows(value qvoseq_state) RETURNS TABLE(key float8, count bigint, sum float8, avg float8, min float8, max float8, first float8, last float8, var float8)
     AS 'MODULE_PATHNAME', 'qvoseq_rows_group_rows' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100 ROWS 10000;
 COMMENT ON FUNCTION seq_group_rows(qvoseq_state) IS 'The groups of a value that group gives, a row each, ordered by key.';
-CREATE FUNCTION seq_group_rows_int(value1 qvoseq_state) RETURNS TABLE(key bigint, count bigint, sum float8, avg float8, min float8, max float8, first float8, last float8, var float8)
+CREATE FUNCTION seq_group_rows_int(value qvoseq_state) RETURNS TABLE(key bigint, count bigint, sum float8, avg float8, min float8, max float8, first float8, last float8, var float8)
     AS 'MODULE_PATHNAME', 'qvoseq_rows_group_rows' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100 ROWS 10000;
 COMMENT ON FUNCTION seq_group_rows_int(qvoseq_state) IS 'The groups of a value that group gives, a row each, ordered by key.';
-CREATE FUNCTION seq_group_rows_time(value1 qvoseq_state) RETURNS TABLE(key timestamptz, count bigint, sum float8, avg float8, min float8, max float8, first float8, last float8, var float8)
+CREATE FUNCTION seq_group_rows_time(value qvoseq_state) RETURNS TABLE(key timestamptz, count bigint, sum float8, avg float8, min float8, max float8, first float8, last float8, var float8)
     AS 'MODULE_PATHNAME', 'qvoseq_rows_group_rows' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100 ROWS 10000;
 COMMENT ON FUNCTION seq_group_rows_time(qvoseq_state) IS 'The groups of a value that group gives, a row each, ordered by key.';
-CREATE FUNCTION seq_group_rows_text(value1 qvoseq_state) RETURNS TABLE(key text, count bigint, sum float8, avg float8, min float8, max float8, first float8, last float8, var float8)
+CREATE FUNCTION seq_group_rows_text(value qvoseq_state) RETURNS TABLE(key text, count bigint, sum float8, avg float8, min float8, max float8, first float8, last float8, var float8)
     AS 'MODULE_PATHNAME', 'qvoseq_rows_group_rows' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100 ROWS 10000;
 COMMENT ON FUNCTION seq_group_rows_text(qvoseq_state) IS 'The groups of a value that group gives, a row each, ordered by key.';
-CREATE FUNCTION seq_group_rows_as(value1 qvoseq_state) RETURNS SETOF record
+CREATE FUNCTION seq_group_rows_as(value qvoseq_state) RETURNS SETOF record
     AS 'MODULE_PATHNAME', 'qvoseq_rows_group_rows' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100 ROWS 10000;
 COMMENT ON FUNCTION seq_group_rows_as(qvoseq_state) IS 'The groups of a value that group gives, a row each, ordered by key.';
-CREATE FUNCTION seq_resample(t1 qvoseq, x2 qvoseq, width3 text, how4 text) RETURNS qvoseq
+CREATE FUNCTION seq_resample(t qvoseq, x qvoseq, width "any", how "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_resample' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-COMMENT ON FUNCTION seq_resample(qvoseq, qvoseq, text, text) IS 'A value for each bucket of time.';
-CREATE FUNCTION seq_resample(t1 qvoseq, x2 qvoseq, width3 text, how4 text, fill5 text) RETURNS qvoseq
+COMMENT ON FUNCTION seq_resample(qvoseq, qvoseq, "any", "any") IS 'A value for each bucket of time.';
+CREATE FUNCTION seq_resample(t qvoseq, x qvoseq, width "any", how "any", fill "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_resample' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-COMMENT ON FUNCTION seq_resample(qvoseq, qvoseq, text, text, text) IS 'A value for each bucket of time.';
-CREATE FUNCTION seq_resample_time(t1 qvoseq, width2 text) RETURNS qvoseq
+COMMENT ON FUNCTION seq_resample(qvoseq, qvoseq, "any", "any", "any") IS 'A value for each bucket of time.';
+CREATE FUNCTION seq_resample_time(t qvoseq, width "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_resample_time' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-COMMENT ON FUNCTION seq_resample_time(qvoseq, text) IS 'The start of each bucket of time.';
-CREATE FUNCTION seq_resample_time(t1 qvoseq, width2 text, fill3 text) RETURNS qvoseq
+COMMENT ON FUNCTION seq_resample_time(qvoseq, "any") IS 'The start of each bucket of time.';
+CREATE FUNCTION seq_resample_time(t qvoseq, width "any", fill "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_resample_time' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-COMMENT ON FUNCTION seq_resample_time(qvoseq, text, text) IS 'The start of each bucket of time.';
-CREATE FUNCTION seq_asof(t1 qvoseq, u2 qvoseq, y3 qvoseq) RETURNS qvoseq
+COMMENT ON FUNCTION seq_resample_time(qvoseq, "any", "any") IS 'The start of each bucket of time.';
+CREATE FUNCTION seq_asof(t qvoseq, u qvoseq, y qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_asof' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_asof(qvoseq, qvoseq, qvoseq) IS 'For every t the y of the last u that is not after it, or of the next or the nearest.';
-CREATE FUNCTION seq_asof(t1 qvoseq, u2 qvoseq, y3 qvoseq, tolerance4 "any") RETURNS qvoseq
+CREATE FUNCTION seq_asof(t qvoseq, u qvoseq, y qvoseq, tolerance "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_asof' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_asof(qvoseq, qvoseq, qvoseq, "any") IS 'For every t the y of the last u that is not after it, or of the next or the nearest.';
-CREATE FUNCTION seq_asof(t1 qvoseq, u2 qvoseq, y3 qvoseq, tolerance4 "any", direction5 text) RETURNS qvoseq
+CREATE FUNCTION seq_asof(t qvoseq, u qvoseq, y qvoseq, tolerance "any", direction "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_asof' LANGUAGE C IMMUTABLE PARALLEL SAFE COST 100;
-COMMENT ON FUNCTION seq_asof(qvoseq, qvoseq, qvoseq, "any", text) IS 'For every t the y of the last u that is not after it, or of the next or the nearest.';
-CREATE FUNCTION seq_align(t1 qvoseq, u2 qvoseq, y3 qvoseq) RETURNS qvoseq
+COMMENT ON FUNCTION seq_asof(qvoseq, qvoseq, qvoseq, "any", "any") IS 'For every t the y of the last u that is not after it, or of the next or the nearest.';
+CREATE FUNCTION seq_align(t qvoseq, u qvoseq, y qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_align' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_align(qvoseq, qvoseq, qvoseq) IS 'y where u is equal to t, else v.';
-CREATE FUNCTION seq_align(t1 qvoseq, u2 qvoseq, y3 qvoseq, v4 "any") RETURNS qvoseq
+CREATE FUNCTION seq_align(t qvoseq, u qvoseq, y qvoseq, v "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_align' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 COMMENT ON FUNCTION seq_align(qvoseq, qvoseq, qvoseq, "any") IS 'y where u is equal to t, else v.';
 CREATE FUNCTION seq_op_add(x qvoseq, y "any") RETURNS qvoseq
@@ -1509,18 +1509,6 @@ CREATE OPERATOR * (FUNCTION = seq_op_mul, LEFTARG = float8, RIGHTARG = qvoseq);
 CREATE FUNCTION seq_op_mul(x numeric, y qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_mul' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 CREATE OPERATOR * (FUNCTION = seq_op_mul, LEFTARG = numeric, RIGHTARG = qvoseq);
-CREATE FUNCTION seq_op_mul(x text, y qvoseq) RETURNS qvoseq
-    AS 'MODULE_PATHNAME', 'qvoseq_call_mul' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-CREATE OPERATOR * (FUNCTION = seq_op_mul, LEFTARG = text, RIGHTARG = qvoseq);
-CREATE FUNCTION seq_op_mul(x date, y qvoseq) RETURNS qvoseq
-    AS 'MODULE_PATHNAME', 'qvoseq_call_mul' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-CREATE OPERATOR * (FUNCTION = seq_op_mul, LEFTARG = date, RIGHTARG = qvoseq);
-CREATE FUNCTION seq_op_mul(x timestamp, y qvoseq) RETURNS qvoseq
-    AS 'MODULE_PATHNAME', 'qvoseq_call_mul' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-CREATE OPERATOR * (FUNCTION = seq_op_mul, LEFTARG = timestamp, RIGHTARG = qvoseq);
-CREATE FUNCTION seq_op_mul(x timestamptz, y qvoseq) RETURNS qvoseq
-    AS 'MODULE_PATHNAME', 'qvoseq_call_mul' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-CREATE OPERATOR * (FUNCTION = seq_op_mul, LEFTARG = timestamptz, RIGHTARG = qvoseq);
 CREATE FUNCTION seq_op_div(x qvoseq, y "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_div' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 CREATE OPERATOR / (FUNCTION = seq_op_div, LEFTARG = qvoseq, RIGHTARG = "any");
@@ -1542,18 +1530,6 @@ CREATE OPERATOR / (FUNCTION = seq_op_div, LEFTARG = float8, RIGHTARG = qvoseq);
 CREATE FUNCTION seq_op_div(x numeric, y qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_div' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 CREATE OPERATOR / (FUNCTION = seq_op_div, LEFTARG = numeric, RIGHTARG = qvoseq);
-CREATE FUNCTION seq_op_div(x text, y qvoseq) RETURNS qvoseq
-    AS 'MODULE_PATHNAME', 'qvoseq_call_div' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-CREATE OPERATOR / (FUNCTION = seq_op_div, LEFTARG = text, RIGHTARG = qvoseq);
-CREATE FUNCTION seq_op_div(x date, y qvoseq) RETURNS qvoseq
-    AS 'MODULE_PATHNAME', 'qvoseq_call_div' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-CREATE OPERATOR / (FUNCTION = seq_op_div, LEFTARG = date, RIGHTARG = qvoseq);
-CREATE FUNCTION seq_op_div(x timestamp, y qvoseq) RETURNS qvoseq
-    AS 'MODULE_PATHNAME', 'qvoseq_call_div' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-CREATE OPERATOR / (FUNCTION = seq_op_div, LEFTARG = timestamp, RIGHTARG = qvoseq);
-CREATE FUNCTION seq_op_div(x timestamptz, y qvoseq) RETURNS qvoseq
-    AS 'MODULE_PATHNAME', 'qvoseq_call_div' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-CREATE OPERATOR / (FUNCTION = seq_op_div, LEFTARG = timestamptz, RIGHTARG = qvoseq);
 CREATE FUNCTION seq_op_mod(x qvoseq, y "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_mod' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 CREATE OPERATOR % (FUNCTION = seq_op_mod, LEFTARG = qvoseq, RIGHTARG = "any");
@@ -1575,18 +1551,6 @@ CREATE OPERATOR % (FUNCTION = seq_op_mod, LEFTARG = float8, RIGHTARG = qvoseq);
 CREATE FUNCTION seq_op_mod(x numeric, y qvoseq) RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_mod' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 CREATE OPERATOR % (FUNCTION = seq_op_mod, LEFTARG = numeric, RIGHTARG = qvoseq);
-CREATE FUNCTION seq_op_mod(x text, y qvoseq) RETURNS qvoseq
-    AS 'MODULE_PATHNAME', 'qvoseq_call_mod' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-CREATE OPERATOR % (FUNCTION = seq_op_mod, LEFTARG = text, RIGHTARG = qvoseq);
-CREATE FUNCTION seq_op_mod(x date, y qvoseq) RETURNS qvoseq
-    AS 'MODULE_PATHNAME', 'qvoseq_call_mod' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-CREATE OPERATOR % (FUNCTION = seq_op_mod, LEFTARG = date, RIGHTARG = qvoseq);
-CREATE FUNCTION seq_op_mod(x timestamp, y qvoseq) RETURNS qvoseq
-    AS 'MODULE_PATHNAME', 'qvoseq_call_mod' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-CREATE OPERATOR % (FUNCTION = seq_op_mod, LEFTARG = timestamp, RIGHTARG = qvoseq);
-CREATE FUNCTION seq_op_mod(x timestamptz, y qvoseq) RETURNS qvoseq
-    AS 'MODULE_PATHNAME', 'qvoseq_call_mod' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
-CREATE OPERATOR % (FUNCTION = seq_op_mod, LEFTARG = timestamptz, RIGHTARG = qvoseq);
 CREATE FUNCTION seq_op_lt(x qvoseq, y "any") RETURNS qvoseq
     AS 'MODULE_PATHNAME', 'qvoseq_call_lt' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100;
 CREATE OPERATOR < (FUNCTION = seq_op_lt, LEFTARG = qvoseq, RIGHTARG = "any");

@@ -6,6 +6,10 @@
 
 #include "funcapi.h"
 #include "miscadmin.h"
+#include "nodes/nodeFuncs.h"
+#include "nodes/supportnodes.h"
+#include "optimizer/optimizer.h"
+#include "type.h"
 #include "utils/memutils.h"
 
 enum { qvo_most_columns = 16 };
@@ -43,8 +47,7 @@ static void put_row(Tuplestorestate* store, TupleDesc columns, qvo_rows_t* rows,
     for (int i = 0; i < columns->natts; ++i) {
         qvo_datum_t value = {0};
         qvo_error_t error;
-        if (qvo_rows_column(rows, (unsigned)i, &value, &error) != QVO_VALUE_OK)
-            raise_error(&error, ERRCODE_DATA_EXCEPTION);
+        if (qvo_rows_column(rows, (unsigned)i, &value, &error) != QVO_VALUE_OK) raise_error(&error, 0);
         MemoryContext before = MemoryContextSwitchTo(row);
         values[i] = give_result(name, TupleDescAttr(columns, i)->atttypid, &value, &nulls[i]);
         MemoryContextSwitchTo(before);
@@ -61,7 +64,7 @@ static void put_rows(Tuplestorestate* store, TupleDesc columns, qvo_rows_t* rows
         put_row(store, columns, rows, name, row);
         MemoryContextReset(row);
     }
-    if (code != QVO_VALUE_END) raise_error(&error, ERRCODE_DATA_EXCEPTION);
+    if (code != QVO_VALUE_END) raise_error(&error, 0);
 }
 
 Datum give_rows(FunctionCallInfo fcinfo, const char* name) {
@@ -80,7 +83,7 @@ Datum give_rows(FunctionCallInfo fcinfo, const char* name) {
     qvo_error_t error;
     if (qvo_rows_open(site->function, arguments, (size_t)site->n_arguments, 0, UINT64_MAX, &limits, &rows, &error) !=
         QVO_VALUE_OK)
-        raise_error(&error, ERRCODE_DATA_EXCEPTION);
+        raise_error(&error, 0);
     /* What reads compressed tiles holds memory of zstd's own, which no memory context frees. */
     PG_TRY();
     { put_rows(store, columns, rows, name); }
@@ -89,4 +92,33 @@ Datum give_rows(FunctionCallInfo fcinfo, const char* name) {
     PG_END_TRY();
     fcinfo->isnull = true;
     return (Datum)0;
+}
+
+/* ---- For the planner ----------------------------------------------------------------------------- */
+
+/* The length of a sequence that is known when the query is planned, or -1. */
+static double known_length(PlannerInfo* root, Node* argument) {
+    Node* const folded = estimate_expression_value(root, argument);
+    if (folded == NULL || !IsA(folded, Const)) return -1;
+    const Const* const constant = (Const*)folded;
+    if (constant->constisnull) return 0;
+    if (!is_own_type(constant->consttype)) return -1;
+    const qvo_datum_t sequence = bytes_of(constant->constvalue);
+    qvo_datum_t length = {0};
+    qvo_error_t error;
+    if (qvo_call(qvo_function_named("length"), &sequence, 1, NULL, &length, &error) != QVO_VALUE_OK) return -1;
+    return (double)length.as.integer;
+}
+
+PG_FUNCTION_INFO_V1(qvoseq_rows_support);
+Datum qvoseq_rows_support(PG_FUNCTION_ARGS) {
+    Node* const asked = (Node*)PG_GETARG_POINTER(0);
+    if (!IsA(asked, SupportRequestRows)) PG_RETURN_POINTER(NULL);
+    SupportRequestRows* const request = (SupportRequestRows*)asked;
+    if (!is_funcclause(request->node)) PG_RETURN_POINTER(NULL);
+    const List* const arguments = ((FuncExpr*)request->node)->args;
+    const double rows = arguments == NIL ? -1 : known_length(request->root, linitial(arguments));
+    if (rows < 0) PG_RETURN_POINTER(NULL);
+    request->rows = rows;
+    PG_RETURN_POINTER(request);
 }

@@ -54,23 +54,23 @@ static bool is_inferred(qvo_datum_t sequence, qvo_datum_t type, qvo_datum_t json
     if (!is_char) {
         const qvo_datum_t bounds[3] = {
             sequence, {.kind = QVO_DATUM_INTEGER, .as.integer = 0}, {.kind = QVO_DATUM_INTEGER, .as.integer = 1}};
-        const qvo_datum_t first = call_named("slice", bounds, 3, ERRCODE_DATA_EXCEPTION);
-        json = call_named("to_json", &first, 1, ERRCODE_DATA_EXCEPTION);
+        const qvo_datum_t first = call_named("slice", bounds, 3, 0);
+        json = call_named("to_json", &first, 1, 0);
     }
     const qvo_limits_t limits = session_limits();
     qvo_datum_t read = {0};
     qvo_error_t error;
     const qvo_value_code_t code = qvo_call(qvo_function_named("from_json"), &json, 1, &limits, &read, &error);
     if (code == QVO_VALUE_ERROR) return false; /* a number that only the type named holds */
-    if (code != QVO_VALUE_OK) raise_error(&error, ERRCODE_DATA_EXCEPTION);
-    const qvo_datum_t inferred = call_named("type", &read, 1, ERRCODE_DATA_EXCEPTION);
+    if (code != QVO_VALUE_OK) raise_error(&error, 0);
+    const qvo_datum_t inferred = call_named("type", &read, 1, 0);
     return same_text(&inferred, &type);
 }
 
 Datum qvoseq_out(PG_FUNCTION_ARGS) {
     const qvo_datum_t sequence = bytes_of(PG_GETARG_DATUM(0));
-    const qvo_datum_t type = call_named("type", &sequence, 1, ERRCODE_DATA_EXCEPTION);
-    const qvo_datum_t json = call_named("to_json", &sequence, 1, ERRCODE_DATA_EXCEPTION);
+    const qvo_datum_t type = call_named("type", &sequence, 1, 0);
+    const qvo_datum_t json = call_named("to_json", &sequence, 1, 0);
     const size_t prefix = is_inferred(sequence, type, json) ? 0 : type.as.bytes.size;
     if (prefix + json.as.bytes.size >= MaxAllocSize)
         ereport(ERROR, (errcode(ERRCODE_PROGRAM_LIMIT_EXCEEDED), errmsg("the text of a sequence exceeds 1 GB")));

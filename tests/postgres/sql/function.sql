@@ -6,6 +6,8 @@ SELECT (x > 1) && (x < 3), (x = 1) || (x = 3), ! (x = 1), (x = 1) && true, false
 SELECT t > '2026-01-01', '2026-01-01' < t, t - '2026-01-01', t + 1000000, t >= '2026-01-02 00:00+00'::timestamptz, t = date '2026-01-02',
        timestamp '2026-01-02' = t
 FROM (SELECT 'timestamp["2026-01-01","2026-01-02"]'::qvoseq AS t) AS one;
+SELECT t + interval '1 day 1 s' FROM (SELECT 'timestamp["2026-01-01"]'::qvoseq AS t) AS one;
+SELECT seq_range('2026-01-01', 2, interval '36 h'), seq_asof(t, t, '[5.5]', interval '1 min'), seq_floor_time(t, interval '15 min'), seq_floor_time(t, '1 month'::text) FROM (SELECT 'timestamp["2026-01-01"]'::qvoseq AS t) AS one;
 SELECT k = 'a', 'b' < k, seq_like(k, 'a%') FROM (SELECT '["a","bc"]'::qvoseq AS k) AS one;
 SELECT seq_add(x, 1), seq_gt(1.5, x), seq_between(x, 2, 3), seq_where(x > 1, x, 0), seq_clip(x, 2, NULL) FROM (SELECT '[1,2,3]'::qvoseq AS x) AS one;
 SELECT seq_range('2026-01-01', 2, '1 day'), seq_range(timestamptz '2026-01-01', 2, 60000000), seq_range(1, 3, 0.5), seq_repeat('é', 2);
@@ -21,6 +23,7 @@ SELECT '[1,2]'::qvoseq + '[1,2,3]'::qvoseq;
 SELECT '[9000000000000000000]'::qvoseq * 2;
 SELECT '[1]'::qvoseq + 'a';
 SELECT seq_add(1, 2);
+SELECT 'timestamp["2026-01-01"]'::qvoseq + interval '1 month';
 SELECT '[1]'::qvoseq + '{1}'::int[];
 SELECT seq_rolling_mean('[1]', 0);
 -- Renamed functions in other schemas find their way.
