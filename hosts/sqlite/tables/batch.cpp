@@ -121,16 +121,35 @@ unsigned width_of(qvo_type_t type, unsigned width) {
     return with_type(type, [](auto v) { return static_cast<unsigned>(sizeof v); });
 }
 
+namespace {
+/// Copies text that needs no look at its characters: nothing but ASCII without zero bytes. 0 if it is another.
+unsigned copy_ascii(sqlite3_value* value, const Column& column, uint8_t* element) {
+    const auto* const text = sqlite3_value_text(value);
+    const auto size = static_cast<unsigned>(sqlite3_value_bytes(value));
+    if (text == nullptr || size == 0 || size > (column.width == 0 ? 255 : column.width)) return 0;
+    for (unsigned i = 0; i < size; ++i) {
+        if (text[i] == 0 || text[i] > 127) return 0;
+        element[i] = text[i];
+    }
+    if (column.width == 0) return size;
+    std::memset(element + size, 0, column.width - size);
+    return column.width;
+}
+}  // namespace
+
 unsigned set_element(sqlite3_value* value, const Column& column, uint8_t* element) {
     const int type = sqlite3_value_type(value);
+    if (type == SQLITE_TEXT && column.is_text())
+        if (const unsigned width = copy_ascii(value, column, element); width != 0) return width;
     if (column.type == QVO_TYPE_DOUBLE && type == SQLITE_FLOAT) {
         const double real = sqlite3_value_double(value);
         std::memcpy(element, &real, sizeof real);
         return sizeof real;
     }
-    if (type == SQLITE_INTEGER && (column.type == QVO_TYPE_INT8 || column.type == QVO_TYPE_INT4)) {
+    const bool wide = column.type == QVO_TYPE_INT8 || column.type == QVO_TYPE_TIMESTAMP;
+    if (type == SQLITE_INTEGER && (wide || column.type == QVO_TYPE_INT4)) {
         const int64_t integer = sqlite3_value_int64(value);
-        if (column.type == QVO_TYPE_INT8) {
+        if (wide) {
             std::memcpy(element, &integer, sizeof integer);
             return sizeof integer;
         }

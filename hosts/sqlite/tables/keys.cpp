@@ -51,7 +51,12 @@ void append_key(Key& key, const Column& column, sqlite3_value* value) {
 Key key_of(const Declaration& declaration, const Statement& row, int first) {
     Key key;
     for (const size_t i : declaration.keys) {
-        if (declaration.columns[i].is_text())
+        const bool text = declaration.columns[i].is_text();
+        // Another type would not compare as its key does, and the way through the keys would have no end.
+        if (row.type(first) != (text ? SQLITE_TEXT : SQLITE_INTEGER))
+            fail(SQLITE_CORRUPT_VTAB,
+                 "column " + declaration.columns[i].name + ": a key of another type than the column's");
+        if (text)
             append_text(key, row.text(first));
         else
             append_integer(key, row.integer(first));

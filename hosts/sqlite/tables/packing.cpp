@@ -12,19 +12,27 @@ namespace {
 class Packing {
  public:
     Packing(Store& store, const Key& key, int64_t place)
-        : store_(store), key_(key), slots_(all_slots(store.declaration())), place_(place), rows_(store.declaration()) {}
+        : store_(store), key_(key), place_(place), rows_(store.declaration()) {}
 
-    /// Begins with a chunk, which stays as it is if nothing is added to it.
-    void begin(Piece chunk) {
+    /// Begins with the piece of a chunk, which stays as it is if nothing is added to it.
+    void begin(Pieces& pieces) {
+        const Piece& piece = pieces.piece();
         has_chunk_ = true;
-        if (chunk.size() == 1 && rows_.size() == 0)
-            clean_ = std::move(chunk);
-        else
-            load(chunk);
+        if (piece.size() == 1 && rows_.size() == 0) {
+            clean_ = piece[0].source;
+            return;
+        }
+        rows_.append(read_rows(pieces).batch);
+        replaced_.push_back(piece[0].source);
     }
-    void add(const Piece& piece) {
-        if (!clean_.empty()) load(std::exchange(clean_, {}));
-        load(piece);
+    /// Adds a piece of the tail.
+    void add(Pieces& pieces) {
+        if (clean_) {
+            rows_.append(read_source(store_, *clean_));
+            replaced_.push_back(*clean_);
+            clean_.reset();
+        }
+        rows_.append(read_rows(pieces).batch);
         // What is behind all chunks does not come whole into memory.
         const size_t full = store_.declaration().chunk_rows;
         if (!has_chunk_ && rows_.size() >= 2 * full) write(rows_.size() / full * full);
@@ -38,7 +46,7 @@ class Packing {
         for (size_t i = 0; i < parts && n != 0; ++i)
             store_.insert(false, key_, rows_.slice(i * n / parts, (i + 1) * n / parts - i * n / parts), place_++);
         rows_ = Batch(store_.declaration());
-        clean_.clear();
+        clean_.reset();
         has_chunk_ = false;
     }
     /// Writes full chunks, and gives back what is left.
@@ -52,10 +60,6 @@ class Packing {
     std::vector<Source>& replaced() { return replaced_; }
 
  private:
-    void load(const Piece& piece) {
-        rows_.append(read_rows(store_, piece, slots_).batch);
-        if (!piece[0].source.tail) replaced_.push_back(piece[0].source);
-    }
     void write(size_t n) {
         const size_t full = store_.declaration().chunk_rows;
         for (size_t at = 0; at < n; at += full) store_.insert(false, key_, rows_.slice(at, full), place_++);
@@ -64,10 +68,9 @@ class Packing {
 
     Store& store_;
     const Key& key_;
-    Slots slots_;
     int64_t place_;
     Batch rows_;
-    Piece clean_;  // a chunk that has not been read
+    std::optional<Source> clean_;  // a chunk that has not been read
     bool has_chunk_ = false;
     std::vector<Source> replaced_;
 };
@@ -81,17 +84,16 @@ int64_t Tail::pack(const Key& key, bool all) {
     int64_t n = 0;
     for (const Source& source : tail) n += static_cast<int64_t>(source.number);
     Packing packing(store_, key, store_.declaration().has_order() ? 0 : next_place(key));
-    Pieces pieces(store_, key, {});
-    Piece piece;
+    Pieces pieces(store_, key, {}, all_slots(store_.declaration()));
     size_t behind = 0;  // chunks
-    while (pieces.next(piece)) {
-        const bool chunk = !piece[0].source.tail;
+    while (pieces.next()) {
+        const bool chunk = !pieces.piece()[0].source.tail;
         const bool full_at_end =
             behind == chunks.size() && packing.has_chunk() && chunks.back().number >= store_.declaration().chunk_rows;
         // Rows before the first chunk go with it; a last chunk that is full is left alone.
         if (chunk ? behind != 0 : full_at_end) packing.end();
         behind += chunk;
-        chunk ? packing.begin(std::move(piece)) : packing.add(piece);
+        chunk ? packing.begin(pieces) : packing.add(pieces);
     }
     Batch left(store_.declaration());
     if (!all && !(packing.has_chunk() && packing.is_small())) left = packing.end_full();

@@ -13,6 +13,7 @@ struct Part {
     Source source;
     size_t from = 0, to = 0;
     int64_t first = 0, last = 0;
+    std::shared_ptr<StoredRow> row{};  // if it was looked at already
     bool is_whole() const { return from == 0 && to == source.number; }
 };
 
@@ -21,24 +22,50 @@ using Piece = std::vector<Part>;
 
 class Pieces {
  public:
-    Pieces(Store& store, const Key& key, const Range& range);
+    /// Of the sources, the slots will be read. With `backwards` pieces come from the last to the first.
+    Pieces(Store& store, const Key& key, const Range& range, Slots slots, bool backwards = false);
+    ~Pieces();
+    Pieces(const Pieces&) = delete;
+    Pieces& operator=(const Pieces&) = delete;
 
-    /// The next piece, never an empty one; false at the end.
-    bool next(Piece& piece);
+    /// Goes to the next piece, which is never empty; false at the end.
+    bool next();
+    /// The piece; its rows are here to be read until the next one.
+    const Piece& piece() const { return piece_; }
+    /// The row of a part of the piece.
+    StoredRow& row(const Part& part);
+    /// What is read of the rows of the piece: those asked for, and where rows are merged their order.
+    const Slots& slots() const { return piece_.size() > 1 ? with_order_ : slots_; }
+    Store& store() const { return store_; }
+
+    bool reads(const Store& store) const { return store_.same_tables(store); }
+    /// Takes the row of a source that is about to change, if it is still to be read.
+    void take(const Source& source);
 
  private:
+    /// A source with its row, if that was looked at.
+    struct Kept {
+        Source source;
+        std::shared_ptr<StoredRow> row{};
+        std::vector<int64_t> ranks{};  // of a source of the tail that spans pieces
+    };
+    static std::vector<Kept> kept(const std::vector<Source>& sources);
     void plan();
-    void add_chunk(const Source& chunk);
+    void plan_backwards();
+    Part part_of(const Kept& kept) const;
+    void add_chunk(Kept& chunk);
     void add_gap(int64_t first, int64_t last);
     std::vector<Part> tail_within(int64_t first, int64_t last);
-    const std::vector<int64_t>& ranks_of(size_t tail);
-    Part cut(const Source& source) const;
+    Part cut(Kept& kept, int64_t first, int64_t last);
+    void rank(Kept& kept);
 
     Store& store_;
     Range range_;
-    std::vector<Source> chunks_, tail_;
-    std::vector<std::vector<int64_t>> tail_ranks_;  // of those that span more than one piece
+    Slots slots_, with_order_;
+    bool backwards_;
+    std::vector<Kept> chunks_, tail_;
     std::vector<Piece> ready_;
+    Piece piece_;
     size_t next_ready_ = 0, next_chunk_ = 0;
     bool at_end_ = false;
 };
@@ -51,8 +78,10 @@ struct Rows {
 };
 inline constexpr unsigned origin_bits = 32;
 
-/// Reads the slots of all rows of a piece, in order.
-Rows read_rows(Store& store, const Piece& piece, const Slots& slots);
+/// All rows of the current piece, in order.
+Rows read_rows(Pieces& pieces);
+/// All slots of all rows of a source.
+Batch read_source(Store& store, const Source& source);
 
 /// All slots of a declaration.
 Slots all_slots(const Declaration& declaration);

@@ -23,6 +23,7 @@ class RowCursor {
     bool next_stretch();
     bool next_piece();
     void start_at_row();
+    size_t row() const { return selection_.descending ? end_ - 1 - at_ : at_; }
 
     Store& store_;
     Selection selection_;
@@ -31,13 +32,14 @@ class RowCursor {
     const Key* key_ = nullptr;
     Key key_of_row_;
     std::optional<Pieces> pieces_;
-    Piece piece_;
-    std::optional<StoredRow> source_;  // of a piece of one part
-    Rows rows_;                        // the stretch, or a merged piece
-    size_t stretch_ = 0;               // how many positions the next one takes
-    size_t read_to_ = 0;               // position in the part behind the stretch
-    size_t at_ = 0, end_ = 0;          // row of the stretch, and how many it has
-    bool merged_ = false;              // a merged piece has been read and not been begun
+    std::optional<Part> part_;  // of a piece that has one alone: what is left of it
+    size_t stretch_from_ = 0;   // position in it where the stretch begins
+    std::optional<StoredRow> by_rowid_;
+    const StoredRow* stored_ = nullptr;
+    Rows rows_;                // the stretch, or a merged piece
+    size_t stretch_ = 0;       // how many positions the next one takes
+    size_t at_ = 0, end_ = 0;  // row of the stretch, and how many it has
+    bool merged_ = false;      // a merged piece has been read and not been begun
     bool at_end_ = true;
 };
 

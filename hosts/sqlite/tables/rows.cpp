@@ -66,7 +66,10 @@ int best_index(sqlite3_vtab* table, sqlite3_index_info* info) {
 }
 
 int open(sqlite3_vtab* table, sqlite3_vtab_cursor** cursor) {
-    return guarded(&table->zErrMsg, [&] { *cursor = new Cursor(table_of(table)); });
+    return guarded(&table->zErrMsg, [&] {
+        table_of(table).store.check_version();
+        *cursor = new Cursor(table_of(table));
+    });
 }
 
 int close(sqlite3_vtab_cursor* cursor) {
@@ -199,21 +202,11 @@ sqlite3_module methods() {
     return m;
 }
 
-void forget(void* data) { delete static_cast<std::shared_ptr<Tables>*>(data); }
-
 }  // namespace
-
-Table* Tables::find(const std::string& schema, const std::string& name) const {
-    for (Table* const table : open)
-        if (sqlite3_stricmp(table->store.schema().c_str(), schema.c_str()) == 0 &&
-            sqlite3_stricmp(table->store.name().c_str(), name.c_str()) == 0)
-            return table;
-    return nullptr;
-}
 
 int register_rows(sqlite3* db, const std::shared_ptr<Tables>& tables) {
     static const sqlite3_module rows = methods();
-    return sqlite3_create_module_v2(db, "qvoseq", &rows, new std::shared_ptr<Tables>(tables), forget);
+    return sqlite3_create_module_v2(db, "qvoseq", &rows, new std::shared_ptr<Tables>(tables), forget_tables);
 }
 
 }  // namespace qvo::sqlite

@@ -135,7 +135,6 @@ bool serves_order(const Declaration& declaration, const Reach& reach, bool with_
         }
         const bool all_fixed = reach.n_keys() == declaration.keys.size();
         if (!column.order || !with_order || slot != declaration.keys.size() || (desc && !all_fixed)) return false;
-        if (desc) return false;
         descending = desc;
         return i + 1 == info->nOrderBy;
     }

@@ -13,8 +13,8 @@ struct Sequences : sqlite3_vtab {
         : sqlite3_vtab{},
           tables(std::move(shared)),
           name(std::move(own_name)),
-          store(tables->db, std::move(schema), name.substr(0, name.size() - std::strlen(sequences_suffix)),
-                std::move(declaration)) {}
+          store(tables->db, tables->readers, std::move(schema),
+                name.substr(0, name.size() - std::strlen(sequences_suffix)), std::move(declaration)) {}
     std::shared_ptr<Tables> tables;
     std::string name;
     Store store;
@@ -34,12 +34,11 @@ class Cursor : public sqlite3_vtab_cursor {
         next();
     }
     void next() {
-        stored_.reset();
         merged_.reset();
         ++row_;
-        while (!pieces_ || !pieces_->next(piece_)) {
+        while (!pieces_ || !pieces_->next()) {
             if ((key_ = keys_->next()) == nullptr) return;
-            pieces_.emplace(store_, *key_, selection_.range);
+            pieces_.emplace(store_, *key_, selection_.range, slots_);
         }
     }
     bool at_end() const { return key_ == nullptr; }
@@ -50,20 +49,20 @@ class Cursor : public sqlite3_vtab_cursor {
         if (index >= declaration.columns.size()) return;  // a bound: NULL
         const Column& c = declaration.columns[index];
         if (c.key) return result_key(context, declaration, c.slot, *key_);
-        if (piece_.size() == 1 && !piece_[0].source.raw) return stored(context, c.slot);
-        if (!merged_) merged_ = read_rows(store_, piece_, slots_);
+        const Piece& piece = pieces_->piece();
+        if (piece.size() == 1 && !piece[0].source.raw) return stored(context, piece[0], c.slot);
+        if (!merged_) merged_ = read_rows(*pieces_);
         Packed packed(c.type, merged_->batch.columns[c.slot], merged_->batch.size());
         set_result(context, packed.datum());
         packed.datum().kind = QVO_DATUM_NULL;
     }
 
  private:
-    void stored(sqlite3_context* context, size_t slot) {
-        const Part& part = piece_[0];
-        if (!stored_) stored_.emplace(store_, part.source, slots_);
-        if (part.is_whole()) return sqlite3_result_value(context, stored_->value(slot));
+    void stored(sqlite3_context* context, const Part& part, size_t slot) {
+        const StoredRow& row = pieces_->row(part);
+        if (part.is_whole()) return sqlite3_result_value(context, row.value(slot));
         static const qvo_function_t* const slice = qvo_function_named("slice");
-        const std::span<const uint8_t> bytes = stored_->bytes(slot);
+        const std::span<const uint8_t> bytes = row.bytes(slot);
         qvo_datum_t arguments[3] = {}, result{};
         arguments[0].kind = QVO_DATUM_BYTES;
         arguments[0].as.bytes = {bytes.data(), bytes.size()};
@@ -82,8 +81,6 @@ class Cursor : public sqlite3_vtab_cursor {
     std::optional<KeyWalk> keys_;
     const Key* key_ = nullptr;
     std::optional<Pieces> pieces_;
-    Piece piece_;
-    std::optional<StoredRow> stored_;
     std::optional<Rows> merged_;
     sqlite3_int64 row_ = 0;
 };
@@ -121,7 +118,10 @@ int best_index(sqlite3_vtab* table, sqlite3_index_info* info) {
 }
 
 int open(sqlite3_vtab* table, sqlite3_vtab_cursor** cursor) {
-    return guarded(&table->zErrMsg, [&] { *cursor = new Cursor(table_of(table)); });
+    return guarded(&table->zErrMsg, [&] {
+        table_of(table).store.check_version();
+        *cursor = new Cursor(table_of(table));
+    });
 }
 
 int close(sqlite3_vtab_cursor* cursor) {
@@ -178,13 +178,12 @@ sqlite3_module methods() {
     return m;
 }
 
-void forget(void* data) { delete static_cast<std::shared_ptr<Tables>*>(data); }
-
 }  // namespace
 
 int register_sequences(sqlite3* db, const std::shared_ptr<Tables>& tables) {
     static const sqlite3_module sequences = methods();
-    return sqlite3_create_module_v2(db, "qvoseq_sequences", &sequences, new std::shared_ptr<Tables>(tables), forget);
+    return sqlite3_create_module_v2(db, "qvoseq_sequences", &sequences, new std::shared_ptr<Tables>(tables),
+                                    forget_tables);
 }
 
 }  // namespace qvo::sqlite

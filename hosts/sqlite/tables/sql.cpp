@@ -75,7 +75,7 @@ std::string_view Statement::text(int i) const {
     const auto* const text = reinterpret_cast<const char*>(sqlite3_column_text(statement_, i));
     const auto size = static_cast<size_t>(sqlite3_column_bytes(statement_, i));
     if (text == nullptr) {
-        if (!is_null(i)) throw std::bad_alloc();
+        if (type(i) != SQLITE_NULL) throw std::bad_alloc();
         return {};
     }
     return {text, size};

@@ -61,7 +61,7 @@ class Statement {
     }
     void reset() { sqlite3_reset(statement_); }
 
-    bool is_null(int i) const { return sqlite3_column_type(statement_, i) == SQLITE_NULL; }
+    int type(int i) const { return sqlite3_column_type(statement_, i); }
     int64_t integer(int i) const { return sqlite3_column_int64(statement_, i); }
     double real(int i) const { return sqlite3_column_double(statement_, i); }
     std::string_view text(int i) const;

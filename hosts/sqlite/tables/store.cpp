@@ -1,4 +1,4 @@
-#include "tables/store.h"
+#include "tables/pieces.h"
 
 #include <algorithm>
 
@@ -122,7 +122,8 @@ std::vector<Source> Store::sources(bool tail, const Key& key, const Range& range
     if (!tail)
         sql += first + ">=coalesce((SELECT max(" + first + ") FROM " + table_of(tail) + " WHERE " + condition + first +
                "<?),?) AND ";
-    sql += last + ">=? AND " + first + "<=? ORDER BY " + first + "," + named("id");
+    sql += last + ">=? AND " + first + "<=? ORDER BY " + first + "," + last + "," + named("number") +
+           (tail ? "," + named("raw") : "") + "," + named("id");
     Statement& statement = kept(sources_[tail], sql);
     const Resetting resetting(statement);
     int at = bind_key(declaration_, statement, 1, key);
@@ -204,7 +205,19 @@ Source Store::insert(bool tail, const Key& key, const Batch& rows, int64_t place
     return source;
 }
 
+bool Store::same_tables(const Store& other) const {
+    return sqlite3_stricmp(schema_.c_str(), other.schema_.c_str()) == 0 &&
+           sqlite3_stricmp(name_.c_str(), other.name_.c_str()) == 0;
+}
+
+/// Lets those who are to read a source take its row before it changes: what they see is as it was when they began.
+void Store::before_change(const Source& source) {
+    for (Pieces* const pieces : reading_)
+        if (pieces->reads(*this)) pieces->take(source);
+}
+
 void Store::remove(const Source& source) {
+    before_change(source);
     Statement& statement = kept(remove_[source.tail], "DELETE FROM " + table_of(source.tail) + " WHERE " +
                                                           quoted(declaration_.free_name("id")) + "=?");
     const Resetting resetting(statement);
@@ -213,6 +226,7 @@ void Store::remove(const Source& source) {
 }
 
 void Store::update(const Source& source, const Slots& slots, const Batch& rows) {
+    before_change(source);
     std::string sql;
     for (const size_t slot : slots)
         sql += (sql.empty() ? "UPDATE " + table_of(source.tail) + " SET " : ",") +

@@ -34,6 +34,10 @@ struct Range {
 using Slots = std::vector<size_t>;
 
 class Store;
+class Pieces;
+
+/// Those who are reading sources, in all tables of a connection.
+using Readers = std::vector<Pieces*>;
 
 /// A row of a source with the columns asked for. Their bytes stay in place as long as it lives.
 class StoredRow {
@@ -62,10 +66,19 @@ class StoredRow {
 
 class Store {
  public:
-    Store(sqlite3* db, std::string schema, std::string name, Declaration declaration)
-        : db_(db), schema_(std::move(schema)), name_(std::move(name)), declaration_(std::move(declaration)) {}
+    Store(sqlite3* db, Readers& readers, std::string schema, std::string name, Declaration declaration)
+        : db_(db),
+          reading_(readers),
+          schema_(std::move(schema)),
+          name_(std::move(name)),
+          declaration_(std::move(declaration)) {}
+    Store(const Store&) = delete;
+    Store& operator=(const Store&) = delete;
 
     sqlite3* db() const { return db_; }
+    Readers& reading() const { return reading_; }
+    /// True of the same tables in another object.
+    bool same_tables(const Store& other) const;
     const std::string& schema() const { return schema_; }
     const std::string& name() const { return name_; }
     const Declaration& declaration() const { return declaration_; }
@@ -112,7 +125,10 @@ class Store {
     int bind_rank(Statement& statement, int i, int64_t rank) const;
     Statement& kept(Statement& statement, const std::string& sql);
 
+    void before_change(const Source& source);
+
     sqlite3* db_;
+    Readers& reading_;
     std::string schema_, name_;
     Declaration declaration_;
     Statement sources_[2], find_[2], next_key_[2], first_key_[2], insert_[2], remove_[2];

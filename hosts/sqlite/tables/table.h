@@ -12,10 +12,13 @@ struct Table;
 /// The tables of chunks that a connection has open.
 struct Tables {
     sqlite3* db;
-    std::vector<Table*> open;
+    std::vector<Table*> open{};
+    Readers readers{};
 
     /// The table of a name in a schema, if it is open.
     Table* find(const std::string& schema, const std::string& name) const;
+    /// The same, opened if it is not; an error in the name of a function if there is none.
+    Table& named(const char* function, sqlite3_value* name, sqlite3_value* schema) const;
 };
 
 /// A table of chunks, seen as rows.
@@ -23,7 +26,7 @@ struct Table : sqlite3_vtab {
     Table(std::shared_ptr<Tables> shared, std::string schema, std::string name, Declaration declaration)
         : sqlite3_vtab{},
           tables(std::move(shared)),
-          store(tables->db, std::move(schema), std::move(name), std::move(declaration)),
+          store(tables->db, tables->readers, std::move(schema), std::move(name), std::move(declaration)),
           tail(store) {
         tables->open.push_back(this);
     }
@@ -49,6 +52,10 @@ inline constexpr char sequences_suffix[] = "_seq";
 
 int register_rows(sqlite3* db, const std::shared_ptr<Tables>& tables);
 int register_sequences(sqlite3* db, const std::shared_ptr<Tables>& tables);
-int register_maintenance(sqlite3* db, const std::shared_ptr<Tables>& tables);
+int register_check(sqlite3* db, const std::shared_ptr<Tables>& tables);
+int register_pack_tail(sqlite3* db, const std::shared_ptr<Tables>& tables);
+
+/// What SQLite calls when it lets go of a module or a function.
+inline void forget_tables(void* data) { delete static_cast<std::shared_ptr<Tables>*>(data); }
 
 }  // namespace qvo::sqlite

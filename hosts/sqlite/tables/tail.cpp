@@ -123,13 +123,8 @@ void Tail::write_values(const ChangedSource& at, Change& change) {
     Key key;
     if (!store_.find(at.first, at.second, source, key)) return;
     const Slots slots = all_slots(store_.declaration());
-    Batch rows(store_.declaration());
+    Batch rows = read_source(store_, source);
     Slots changed;
-    {
-        const StoredRow row(store_, source, slots);
-        for (const size_t slot : slots) row.read(slot, 0, source.number, rows.columns[slot]);
-    }
-    rows.set_size(source.number);
     for (const size_t slot : slots) {
         Vector &old = rows.columns[slot], &values = change.values[slot];
         bool differs = old.width < values.width;
@@ -163,10 +158,9 @@ void Tail::write_removal(const ChangedSource& at, const std::vector<bool>& remov
         if (i >= removed.size() || !removed[i]) kept.push_back(static_cast<uint32_t>(i));
     if (kept.size() == source.number) return;
     if (!kept.empty()) {
-        const Slots slots = all_slots(store_.declaration());
-        Rows rows = read_rows(store_, {{source, 0, source.number, source.first, source.last}}, slots);
-        rows.batch.take(kept);
-        store_.insert(source.tail, key, rows.batch, source.first);
+        Batch rows = read_source(store_, source);
+        rows.take(kept);
+        store_.insert(source.tail, key, rows, source.first);
     }
     store_.remove(source);
 }
@@ -198,8 +192,7 @@ void Tail::write_key(const Key& key, Batch& rows, bool restructure) {
     Batch merged(store_.declaration());
     size_t n = rows.size(), from = tail.size();
     while (from > 0 && tail[from - 1].number <= 2 * n) n += tail[--from].number;
-    for (size_t i = from; i < tail.size(); ++i)
-        merged.append(read_rows(store_, {{tail[i], 0, tail[i].number, 0, 0}}, all_slots(store_.declaration())).batch);
+    for (size_t i = from; i < tail.size(); ++i) merged.append(read_source(store_, tail[i]));
     merged.append(rows);
     merged.sort();
     const int64_t place = ordered ? 0 : from < tail.size() ? tail[from].first : next_place(key);
