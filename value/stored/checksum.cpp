@@ -1,7 +1,7 @@
 // The checksums of the stored form: XXH3 of 64 bits.
 //
-// The hash is compiled into the program, here for any machine and in checksum_avx2.cpp for one with wider vectors, which
-// makes it twice as fast. Both give the same numbers.
+// The hash is compiled into the program, here for any machine, in checksum_avx2.cpp and checksum_avx512.cpp for those with
+// wider vectors, each of which makes it half as fast again or more. All give the same numbers.
 #define XXH_INLINE_ALL
 #include <xxhash.h>
 
@@ -11,6 +11,9 @@ namespace qvo::value::format {
 
 uint64_t tile_checksum(const uint8_t* bytes, size_t n) {
 #if QVO_WIDE_X86
+    if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl") &&
+        __builtin_cpu_supports("avx512dq"))
+        return tile_checksum_avx512(bytes, n);
     if (__builtin_cpu_supports("avx2")) return tile_checksum_avx2(bytes, n);
 #endif
     return XXH3_64bits(bytes, n);

@@ -17,7 +17,6 @@ constexpr double max_integer = 0x1p50;
 // Adding it moves the integer part of a double into the lowest bits.
 constexpr double shifter = 0x1.8p52;
 constexpr uint64_t shifter_bits = std::bit_cast<uint64_t>(shifter);
-constexpr int64_t missing_integer = INT64_MIN;  // in reading
 
 template <class V> using BitsOf = std::conditional_t<sizeof(V) == 8, bits8, bits4>;
 
@@ -32,6 +31,7 @@ struct Divided {
 /// The same quotients with fused multiplication and addition, in less than half of the time. The product with the
 /// inverse is less than two units in the last place off; a step brings it below one, from where the next one is exact.
 struct Fused {
+    static bool is_supported() { return __builtin_cpu_supports("fma") && __builtin_cpu_supports("avx2"); }
     double power, inverse;
     explicit Fused(unsigned digits) : power(powers[digits]), inverse(1 / powers[digits]) {}
     QVO_INLINE double operator()(double whole) const {
@@ -42,9 +42,7 @@ struct Fused {
 };
 #endif
 
-QVO_INLINE double whole_of(int64_t integer) {
-    return std::bit_cast<double>(static_cast<uint64_t>(integer) + shifter_bits) - shifter;
-}
+QVO_INLINE double whole_of(uint64_t integer) { return std::bit_cast<double>(integer + shifter_bits) - shifter; }
 
 template <class V, class Quotient> struct Loops {
     using Bits = BitsOf<V>;
@@ -68,15 +66,6 @@ template <class V, class Quotient> struct Loops {
         }
         return other == 0;
     }
-    template <bool any_missing>
-    QVO_INLINE static void to_values(const int64_t* __restrict integers, size_t n, unsigned digits, Bits missing,
-                                     V* __restrict to) {
-        const Quotient quotient(digits);
-        for (size_t i = 0; i < n; ++i) {
-            const auto value = std::bit_cast<Bits>(static_cast<V>(quotient(whole_of(integers[i]))));
-            to[i] = std::bit_cast<V>(any_missing && integers[i] == missing_integer ? missing : value);
-        }
-    }
 };
 
 /// The loops, compiled for what the machine has.
@@ -85,15 +74,9 @@ template <class V, bool any_missing> struct Passes {
 
     static bool to_integers(const V* values, size_t n, unsigned digits, Bits missing, int64_t absent, int64_t* to) {
 #if QVO_WIDE_X86
-        if (has_fused()) return fused_to_integers(values, n, digits, missing, absent, to);
+        if (Fused::is_supported()) return fused_to_integers(values, n, digits, missing, absent, to);
 #endif
         return divided_to_integers(values, n, digits, missing, absent, to);
-    }
-    static void to_values(const int64_t* integers, size_t n, unsigned digits, Bits missing, V* to) {
-#if QVO_WIDE_X86
-        if (has_fused()) return fused_to_values(integers, n, digits, missing, to);
-#endif
-        divided_to_values(integers, n, digits, missing, to);
     }
 
  private:
@@ -101,19 +84,10 @@ template <class V, bool any_missing> struct Passes {
                                                      int64_t absent, int64_t* to) {
         return Loops<V, Divided>::template to_integers<any_missing>(values, n, digits, missing, absent, to);
     }
-    QVO_CPU_VARIANTS static void divided_to_values(const int64_t* integers, size_t n, unsigned digits, Bits missing,
-                                                   V* to) {
-        Loops<V, Divided>::template to_values<any_missing>(integers, n, digits, missing, to);
-    }
 #if QVO_WIDE_X86
-    static bool has_fused() { return __builtin_cpu_supports("fma") && __builtin_cpu_supports("avx2"); }
     [[gnu::target("avx2,fma")]] static bool fused_to_integers(const V* values, size_t n, unsigned digits, Bits missing,
                                                               int64_t absent, int64_t* to) {
         return Loops<V, Fused>::template to_integers<any_missing>(values, n, digits, missing, absent, to);
-    }
-    [[gnu::target("avx2,fma")]] static void fused_to_values(const int64_t* integers, size_t n, unsigned digits,
-                                                            Bits missing, V* to) {
-        Loops<V, Fused>::template to_values<any_missing>(integers, n, digits, missing, to);
     }
 #endif
 };
@@ -245,27 +219,45 @@ void open_decimal(OpenTile& tile) {
     if (tile.offsets.digits > max_digits || !stays_whole(tile.offsets, tile.n)) damaged("decimals of a tile");
 }
 
-/// Integers as they are, to be divided all at once.
-struct Integer {
+/// Quotients of integers, and the missing value.
+template <class V, class Quotient> struct Decimals {
     using Word = uint64_t;
-    static constexpr int64_t missing = missing_integer;
-    QVO_INLINE int64_t operator()(Word word) const { return static_cast<int64_t>(word); }
+    Quotient quotient;
+    V missing;
+    explicit Decimals(const OffsetHeader& header)
+        : quotient(header.digits), missing(std::bit_cast<V>(static_cast<BitsOf<V>>(header.extra))) {}
+    QVO_INLINE V operator()(Word word) const { return static_cast<V>(quotient(whole_of(word))); }
 };
 
-template <class V> void read_as(OpenTile& tile, size_t n, void* values) {
-    auto* to = static_cast<V*>(values);
-    if (to == nullptr) return OffsetReader<Integer, int64_t>::read(tile, n, {}, nullptr);
-    const auto missing = static_cast<BitsOf<V>>(tile.offsets.extra);
-    const unsigned digits = tile.offsets.digits;
-    int64_t integers[block];
-    for (size_t some; n != 0; n -= some, to += some) {
-        some = std::min(n, block);
-        OffsetReader<Integer, int64_t>::read(tile, some, {}, integers);
-        if ((tile.offsets.flags & offsets_with_missing) != 0)
-            Passes<V, true>::to_values(integers, some, digits, missing, to);
-        else
-            Passes<V, false>::to_values(integers, some, digits, missing, to);
+template <class V> struct DividedDecimals : Decimals<V, Divided> {
+    using Decimals<V, Divided>::Decimals;
+    template <class Loop, class From>
+    QVO_CPU_VARIANTS static void run(const Loop& loop, const From* from, size_t n, const DividedDecimals& convert,
+                                     V* to) {
+        Loop::run(loop, from, n, convert, to);
     }
+};
+
+#if QVO_WIDE_X86
+template <class V> struct FusedDecimals : Decimals<V, Fused> {
+    using Decimals<V, Fused>::Decimals;
+    template <class Loop, class From>
+    [[gnu::target("avx2,fma")]] static void run(const Loop& loop, const From* from, size_t n,
+                                                const FusedDecimals& convert, V* to) {
+        Loop::run(loop, from, n, convert, to);
+    }
+};
+#endif
+
+template <class Convert, class V> void read_by(OpenTile& tile, size_t n, void* to) {
+    OffsetReader<Convert, V>::read(tile, n, Convert(tile.offsets), static_cast<V*>(to));
+}
+
+template <class V> void read_as(OpenTile& tile, size_t n, void* to) {
+#if QVO_WIDE_X86
+    if (Fused::is_supported()) return read_by<FusedDecimals<V>, V>(tile, n, to);
+#endif
+    read_by<DividedDecimals<V>, V>(tile, n, to);
 }
 
 void read_decimal(OpenTile& tile, size_t n, void* to) {

@@ -79,6 +79,7 @@ uint64_t header_checksum(const Header& header, const uint8_t* directory);
 #if defined(QVO_CPU_DISPATCH) && QVO_CPU_DISPATCH && defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__)
 #define QVO_WIDE_X86 1
 uint64_t tile_checksum_avx2(const uint8_t* bytes, size_t n);
+uint64_t tile_checksum_avx512(const uint8_t* bytes, size_t n);
 #else
 #define QVO_WIDE_X86 0
 #endif

@@ -8,6 +8,11 @@ template <class V> struct Truncate {
     using Word = WordOf<V>;
     static constexpr V missing = 0;  // integers have none
     QVO_INLINE V operator()(Word word) const { return static_cast<V>(word); }
+
+    template <class Loop, class From>
+    QVO_CPU_VARIANTS static void run(const Loop& loop, const From* from, size_t n, const Truncate& convert, V* to) {
+        Loop::run(loop, from, n, convert, to);
+    }
 };
 
 /// Calls f(V{}) with the integer that values of a type are carried as.

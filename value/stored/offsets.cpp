@@ -238,6 +238,56 @@ template struct OffsetWriter<uint16_t>;
 template struct OffsetWriter<uint32_t>;
 template struct OffsetWriter<uint64_t>;
 
+namespace {
+
+typedef uint64_t Words __attribute__((vector_size(32)));
+
+/// Eight offsets at a time: a product adds up those of a group, while the sum of all is in a byte.
+QVO_CPU_VARIANTS uint64_t sums_of_groups(uint64_t sum, const uint8_t* __restrict offsets, size_t n,
+                                         uint64_t* __restrict to) {
+    for (size_t i = 0; i < n; i += bit_group) {
+        const uint64_t group = load<uint64_t>(offsets + i) * 0x0101010101010101U;
+        const Words low = ((Words{} + group) >> Words{0, 8, 16, 24} & 0xff) + sum;
+        const Words high = ((Words{} + group) >> Words{32, 40, 48, 56} & 0xff) + sum;
+        std::memcpy(to + i, &low, sizeof low);
+        std::memcpy(to + i + 4, &high, sizeof high);
+        sum += group >> 56;
+    }
+    return sum;
+}
+
+/// Four at a time, as it is one addition after the other that takes time.
+template <class Offset> uint64_t sums_of(uint64_t sum, const Offset* offsets, size_t n, uint64_t* __restrict to) {
+    const auto offset = [bytes = reinterpret_cast<const uint8_t*>(offsets)](size_t i) -> uint64_t {
+        return load<Offset>(bytes + i * sizeof(Offset));
+    };
+    size_t i = 0;
+    for (; i + 4 <= n; i += 4) {
+        const uint64_t one = offset(i), two = one + offset(i + 1);
+        const uint64_t three = two + offset(i + 2), four = three + offset(i + 3);
+        to[i] = sum + one;
+        to[i + 1] = sum + two;
+        to[i + 2] = sum + three;
+        to[i + 3] = sum += four;
+    }
+    for (; i < n; ++i) to[i] = sum += offset(i);
+    return sum;
+}
+
+}  // namespace
+
+uint64_t running_sums(uint64_t sum, const uint8_t* offsets, size_t n, unsigned bits, uint64_t* to) {
+    const size_t whole = bits < 8 ? n / bit_group * bit_group : 0;
+    sum = sums_of_groups(sum, offsets, whole, to);
+    return sums_of(sum, offsets + whole, n - whole, to + whole);
+}
+uint64_t running_sums(uint64_t sum, const uint16_t* offsets, size_t n, unsigned, uint64_t* to) {
+    return sums_of(sum, offsets, n, to);
+}
+uint64_t running_sums(uint64_t sum, const uint32_t* offsets, size_t n, unsigned, uint64_t* to) {
+    return sums_of(sum, offsets, n, to);
+}
+
 void open_offsets(OpenTile& tile) {
     if (tile.size < sizeof(OffsetHeader)) damaged("size of a tile");
     const auto h = load<OffsetHeader>(tile.payload);

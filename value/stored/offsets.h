@@ -27,7 +27,13 @@ template <class V> struct OffsetWriter {
 /// Takes the header of a tile and checks it against the tile's size.
 void open_offsets(OpenTile& tile);
 
+/// Sums of offsets up to each one, the first added to `sum`; returns the last. Unaligned.
+uint64_t running_sums(uint64_t sum, const uint8_t* offsets, size_t n, unsigned bits, uint64_t* to);
+uint64_t running_sums(uint64_t sum, const uint16_t* offsets, size_t n, unsigned bits, uint64_t* to);
+uint64_t running_sums(uint64_t sum, const uint32_t* offsets, size_t n, unsigned bits, uint64_t* to);
+
 /// Reading: `Convert` makes a T of a word, and has the value that stands for the offset of all ones, where there is one.
+/// Its `run<Loop>` calls Loop::run, compiled for the instruction sets that the conversion takes.
 template <class Convert, class T> class OffsetReader {
     using Word = typename Convert::Word;
 
@@ -58,98 +64,77 @@ template <class Convert, class T> class OffsetReader {
     template <class Offset>
     static void read_as(OpenTile& tile, uint64_t at, const uint8_t* from, size_t n, const Convert& convert, T* to) {
         const OffsetHeader& h = tile.offsets;
-        const Loop<Offset> loop{static_cast<Word>(h.base), static_cast<Word>(h.unit), static_cast<Word>(h.extra)};
-        if ((h.flags & offsets_of_deltas) != 0) {
-            deltas(loop, tile, at, from, n, convert, to);
-        } else if ((h.flags & offsets_with_missing) != 0) {
-            const auto ones = static_cast<Offset>(~uint32_t{0} >> (32 - h.bits));
-            Loop<Offset>::with_missing(loop, ones, from, n, convert, to);
-        } else if (loop.unit == 1) {
-            Loop<Offset>::of_one(loop, from, n, convert, to);
-        } else {
-            Loop<Offset>::of_units(loop, from, n, convert, to);
-        }
+        if ((h.flags & offsets_of_deltas) != 0) return deltas<Offset>(tile, at, from, n, convert, to);
+        Convert::template run<Loop<Offset>>(Loop<Offset>(h), from, n, convert, to);
     }
 
+    static Word word(uint64_t x) { return static_cast<Word>(x); }
+
+    /// Integers from their offsets, each by itself.
     template <class Offset> struct Loop {
-        Word base, unit, extra;
+        Word base, unit;
+        Word none;  // the offset of what is missing
+        bool any_missing;
+
+        explicit Loop(const OffsetHeader& h)
+            : base(word(h.base)),
+              unit(word(h.unit)),
+              none(static_cast<Offset>(~uint32_t{0} >> (32 - h.bits))),
+              any_missing((h.flags & offsets_with_missing) != 0) {}
 
         QVO_INLINE static Word offset(const uint8_t* from, size_t i) {
             return format::load<Offset>(from + i * sizeof(Offset));
         }
-        QVO_CPU_VARIANTS static void of_one(const Loop& l, const uint8_t* __restrict from, size_t n, const Convert& c,
-                                            T* __restrict to) {
+        QVO_INLINE static void run(const Loop& l, const uint8_t* __restrict from, size_t n, const Convert& c,
+                                   T* __restrict to) {
             const Convert convert = c;
-            const Word base = l.base;
-            for (size_t i = 0; i < n; ++i) to[i] = convert(base + offset(from, i));
-        }
-        QVO_CPU_VARIANTS static void of_units(const Loop& l, const uint8_t* __restrict from, size_t n, const Convert& c,
-                                              T* __restrict to) {
-            const Convert convert = c;
-            const Word base = l.base, unit = l.unit;
-            for (size_t i = 0; i < n; ++i) to[i] = convert(base + unit * offset(from, i));
-        }
-        QVO_CPU_VARIANTS static void with_missing(const Loop& l, Offset ones, const uint8_t* __restrict from, size_t n,
-                                                  const Convert& c, T* __restrict to) {
-            const Convert convert = c;
-            const Word base = l.base, unit = l.unit;
-            const Word none = ones;
-            for (size_t i = 0; i < n; ++i) {
-                const Word some = offset(from, i);
-                const T value = convert(base + unit * some), missing = convert.missing;
-                to[i] = some == none ? missing : value;
+            const Word base = l.base, unit = l.unit, none = l.none;
+            if (l.any_missing) {
+                for (size_t i = 0; i < n; ++i) {
+                    const Word some = offset(from, i);
+                    const T value = convert(base + unit * some), missing = convert.missing;
+                    to[i] = some == none ? missing : value;
+                }
+            } else if (unit == 1) {
+                for (size_t i = 0; i < n; ++i) to[i] = convert(base + offset(from, i));
+            } else {
+                for (size_t i = 0; i < n; ++i) to[i] = convert(base + unit * offset(from, i));
             }
         }
-        /// Sums of the offsets up to each one. Four at a time, as it is one addition after the other that takes time.
-        static uint64_t sums(uint64_t sum, const uint8_t* __restrict from, size_t n, uint64_t* __restrict to) {
-            size_t i = 0;
-            for (; i + 4 <= n; i += 4) {
-                const uint64_t one = offset(from, i), two = one + offset(from, i + 1);
-                const uint64_t three = two + offset(from, i + 2), four = three + offset(from, i + 3);
-                to[i] = sum + one;
-                to[i + 1] = sum + two;
-                to[i + 2] = sum + three;
-                to[i + 3] = sum += four;
+    };
+
+    /// Integers from the sums of their offsets, of which `Factor` holds each, and the unit.
+    template <class Factor> struct Sums {
+        Word base, extra, unit;
+
+        QVO_INLINE static void run(const Sums& l, const uint64_t* __restrict sums, size_t n, const Convert& c,
+                                   T* __restrict to) {
+            const Convert convert = c;
+            const Word base = l.base, extra = l.extra, unit = static_cast<Factor>(l.unit);
+            if (unit == 1) {
+                Word more = base;
+                for (size_t i = 0; i < n; ++i, more += extra) to[i] = convert(more + word(sums[i]));
+            } else {
+                for (size_t i = 0; i < n; ++i)
+                    to[i] = convert(base + extra * word(i) + unit * static_cast<Word>(static_cast<Factor>(sums[i])));
             }
-            for (; i < n; ++i) to[i] = sum += offset(from, i);
-            return sum;
-        }
-        /// Integers from the sums of their offsets, of which `Factor` holds each, and the unit.
-        template <class Factor>
-        QVO_CPU_VARIANTS static void summed(const Loop& l, Word first, const uint64_t* __restrict sums, size_t n,
-                                            const Convert& c, T* __restrict to) {
-            const Convert convert = c;
-            const Word base = l.base + l.extra * first, unit = l.unit, extra = l.extra;
-            for (size_t i = 0; i < n; ++i)
-                to[i] = convert(base + extra * static_cast<Word>(i) +
-                                static_cast<Word>(static_cast<Factor>(unit)) *
-                                    static_cast<Word>(static_cast<Factor>(sums[i])));
-        }
-        QVO_CPU_VARIANTS static void summed_of_one(const Loop& l, Word first, const uint64_t* __restrict sums, size_t n,
-                                                   const Convert& c, T* __restrict to) {
-            const Convert convert = c;
-            const Word base = l.base + l.extra * first, extra = l.extra;
-            Word more = 0;
-            for (size_t i = 0; i < n; ++i, more += extra) to[i] = convert(base + more + static_cast<Word>(sums[i]));
         }
     };
 
     /// Integer i is base + (i + 1) * extra + unit * (the sum of the offsets up to i).
     template <class Offset>
-    static void deltas(const Loop<Offset>& loop, OpenTile& tile, uint64_t at, const uint8_t* from, size_t n,
-                       const Convert& convert, T* to) {
+    static void deltas(OpenTile& tile, uint64_t at, const uint8_t* from, size_t n, const Convert& convert, T* to) {
+        const OffsetHeader& h = tile.offsets;
         uint64_t sums[unpack_block];
         while (n != 0) {
             const size_t some = n < unpack_block ? n : unpack_block;
-            tile.sum = Loop<Offset>::sums(tile.sum, from, some, sums);
+            tile.sum = running_sums(tile.sum, reinterpret_cast<const Offset*>(from), some, h.bits, sums);
             if (to != nullptr) {
-                const auto first = static_cast<Word>(at + 1);
-                if (loop.unit == 1)
-                    Loop<Offset>::summed_of_one(loop, first, sums, some, convert, to);
-                else if (loop.unit <= UINT32_MAX && tile.sum <= UINT32_MAX)
-                    Loop<Offset>::template summed<uint32_t>(loop, first, sums, some, convert, to);
+                const Word extra = word(h.extra), base = word(h.base) + extra * word(at + 1), unit = word(h.unit);
+                if (h.unit <= UINT32_MAX && tile.sum <= UINT32_MAX)
+                    Convert::template run<Sums<uint32_t>>({base, extra, unit}, sums, some, convert, to);
                 else
-                    Loop<Offset>::template summed<uint64_t>(loop, first, sums, some, convert, to);
+                    Convert::template run<Sums<uint64_t>>({base, extra, unit}, sums, some, convert, to);
                 to += some;
             }
             from += some * sizeof(Offset);
