@@ -50,12 +50,12 @@ uint64_t key_of(const uint8_t* value, size_t width) {
     return key;
 }
 
-/// Different values among a few that lie apart.
-size_t different_in_sample(const Elements& e) {
+/// Different values among a few that lie apart; no further than `most` of them.
+size_t different_in_sample(const Elements& e, size_t most) {
     const size_t width = e.type.width;
     uint64_t seen[n_samples];
     size_t n = 0;
-    for (size_t k = 0; k < n_samples; ++k) {
+    for (size_t k = 0; k < n_samples && n <= most; ++k) {
         const uint64_t key = key_of(e.values + k * (e.n - 1) / (n_samples - 1) * width, width);
         bool found = false;
         for (size_t i = 0; i < n; ++i) found |= seen[i] == key;
@@ -167,8 +167,11 @@ class Numbering {
 
 bool plan_dictionary(const Elements& e, const Profile&, Scratch& scratch, Plan& plan) {
     const size_t width = e.type.width;
-    const size_t fewest = e.n < n_samples ? 2 : std::max<size_t>(2, different_in_sample(e));
     const size_t worth = plan.size - plan.size / 8;  // looking up takes longer than other ways to read
+    unsigned bits = 1;
+    while (bits < 16 && packed_size(e.n, 2 * bits) < worth) bits *= 2;
+    const size_t fewest =
+        e.n < n_samples ? 2 : std::max<size_t>(2, different_in_sample(e, size_t{1} << bits));
     if (e.type.type == Type::boolean || size_of(e.n, fewest, width, bits_for(fewest - 1)) >= worth) return false;
     // Of numbers that are nearly all different in a sample there are too many; texts pay even so.
     if (e.type.type != Type::char_ && (e.n < n_samples || 8 * fewest > 7 * n_samples)) return false;
