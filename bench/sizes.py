@@ -5,7 +5,6 @@
 Prints bytes a value for each column by itself. tools/sizes brings what it takes.
 """
 import csv
-import ctypes
 import os
 import sys
 import tempfile
@@ -16,46 +15,7 @@ import pandas as pd
 import pyarrow as pa
 import pyarrow.parquet as pq
 
-TYPES = {"int16": 2, "int32": 3, "int64": 4, "float64": 10, "datetime64[us]": 11}
-
-
-class Bytes(ctypes.Structure):
-    _fields_ = [("data", ctypes.c_void_p), ("size", ctypes.c_size_t)]
-
-
-class Datum(ctypes.Structure):
-    _fields_ = [("kind", ctypes.c_int), ("bytes", Bytes)]
-
-
-class Library:
-    def __init__(self, path):
-        self.lib = ctypes.CDLL(path)
-        self.lib.qvo_function_named.restype = ctypes.c_void_p
-
-    def stored_size(self, column):
-        """Bytes of the column as a stored sequence, and compressed."""
-        if column.dtype.kind == "S":
-            kind, width = 12, column.dtype.itemsize
-        else:
-            kind, width = TYPES[str(column.dtype)], 0
-        array, stored, compressed = ctypes.c_void_p(), Datum(), Datum()
-        lib = self.lib
-        self.check(lib.qvo_expression_array(kind, width, ctypes.c_void_p(column.ctypes.data), ctypes.c_uint64(len(column)),
-                                            None, None, ctypes.byref(array), None))
-        self.check(lib.qvo_expression_evaluate(array, None, ctypes.byref(stored), None))
-        function = ctypes.c_void_p(lib.qvo_function_named(b"compress"))
-        self.check(lib.qvo_call(function, ctypes.byref(stored), ctypes.c_size_t(1), None, ctypes.byref(compressed), None))
-        sizes = stored.bytes.size, compressed.bytes.size
-        lib.qvo_datum_free(ctypes.byref(stored))
-        lib.qvo_datum_free(ctypes.byref(compressed))
-        lib.qvo_expression_release(array)
-        return sizes
-
-    @staticmethod
-    def check(code):
-        if code != 0:
-            sys.exit(f"the library answers with code {code}")
-
+from library import Library
 
 def weather(path):
     with open(path, newline="", encoding="utf-8") as file:
@@ -113,10 +73,11 @@ def main():
     for name, column in (*weather(weather_file), *prices(datasets), *flights(datasets)):
         column = np.ascontiguousarray(column)
         n = len(column)
-        stored, compressed = library.stored_size(column)
+        stored = library.stored(column)
+        compressed = library.call("compress", stored)
         parquet, database = others(column)
         in_blocks = f"{database / n:8.3f}" if n > 1_000_000 else f"{'–':>8}"
-        print(f"{name:26} {n:8} {column.dtype.itemsize:6} {stored / n:9.3f} {compressed / n:11.3f} {parquet / n:8.3f} "
+        print(f"{name:26} {n:8} {column.dtype.itemsize:6} {stored.size / n:9.3f} {compressed.size / n:11.3f} {parquet / n:8.3f} "
               f"{in_blocks}")
 
 
