@@ -358,7 +358,7 @@ QVO_VALUE_API qvo_value_code_t qvo_aggregate_merge(qvo_aggregate_t* aggregate, c
         if (saved.function != aggregate->function)
             throw Error(Fault::argument, "argument 1: state must be one of this function, got one of " +
                                              std::string(saved.function->name));
-        aggregate->aggregate->merge(saved.state);
+        merge_state(*aggregate->aggregate, saved);
     });
 }
 

@@ -39,6 +39,8 @@ struct Parameter {
 struct Function;
 class Arguments;
 
+class StateReader;
+
 /// The running state of an aggregate over rows.
 class Aggregate {
  public:
@@ -50,7 +52,7 @@ class Aggregate {
     /// Writes the state, and folds in a state that was written: of the same function, checked by the caller. What is
     /// read is not trusted.
     virtual void save(Buffer& to) const = 0;
-    virtual void merge(std::span<const uint8_t> from) = 0;
+    virtual void merge(StateReader& in) = 0;
 };
 
 /// The rows of a table function.

@@ -62,9 +62,15 @@ SavedState read_state(std::span<const uint8_t> bytes) {
             bytes.subspan(sizeof magic + 1 + name.size(), bytes.size() - sum - sizeof magic - 1 - name.size())};
 }
 
+void merge_state(Aggregate& aggregate, const SavedState& saved) {
+    StateReader in(saved.state);
+    aggregate.merge(in);
+    if (in.left() != 0) StateReader::damaged();
+}
+
 std::unique_ptr<Aggregate> restore(const SavedState& saved) {
     std::unique_ptr<Aggregate> aggregate = saved.function->aggregate(*saved.function);
-    aggregate->merge(saved.state);
+    merge_state(*aggregate, saved);
     return aggregate;
 }
 

@@ -36,7 +36,7 @@ class StateReader {
         return bytes;
     }
     Scalar take_scalar();
-    bool done() const { return rest_.empty(); }
+    size_t left() const { return rest_.size(); }
     [[noreturn]] static void damaged();
 
  private:
@@ -53,6 +53,9 @@ struct SavedState {
     std::span<const uint8_t> state;
 };
 SavedState read_state(std::span<const uint8_t> bytes);
+
+/// Folds in a state of the aggregate's function, to its last byte.
+void merge_state(Aggregate& aggregate, const SavedState& saved);
 
 /// The aggregate of that function, with the state folded in.
 std::unique_ptr<Aggregate> restore(const SavedState& saved);

@@ -1,4 +1,4 @@
-// Aggregates over all elements of all rows of a group, and their states.
+// Aggregates that count, add up and measure spread over all elements of all rows of a group.
 #include <array>
 #include <limits>
 
@@ -42,7 +42,7 @@ class Count final : public Aggregate {
     }
     void finish(Result& result, const Limits&) const override { result.set(static_cast<int64_t>(n_)); }
     void save(Buffer& to) const override { put(to, n_); }
-    void merge(std::span<const uint8_t> from) override { n_ += StateReader(from).take<uint64_t>(); }
+    void merge(StateReader& in) override { n_ += in.take<uint64_t>(); }
 
  private:
     uint64_t n_ = 0;
@@ -89,8 +89,8 @@ class Sum final : public Aggregate {
         result.set(static_cast<int64_t>(integers));
     }
     void save(Buffer& to) const override { put(to, state_); }
-    void merge(std::span<const uint8_t> from) override {
-        const State other = StateReader(from).take<State>();
+    void merge(StateReader& in) override {
+        const State other = in.take<State>();
         state_.reals.add(other.reals);
         state_.floating |= other.floating != 0;
         add(other.integers(), other.n);
@@ -113,202 +113,6 @@ class Sum final : public Aggregate {
     }
     bool mean_;
     State state_;
-};
-
-/// A value that stays the aggregate's as long as no better one comes. Rows of different types meet.
-class Kept : public Aggregate {
- public:
-    void finish(Result& result, const Limits&) const override {
-        if (!kept_) return result.set_null();
-        set_result(result, as_meeting(*kept_));
-    }
-
- protected:
-    void meet_type(const Arguments& row, ValueType type) {
-        const std::optional<ValueType> met = type_ ? meet(*type_, type) : type;
-        if (!met) row.refuse_type(0, "that meets " + name_of(*type_), type);
-        type_ = met;
-    }
-    void save_kept(Buffer& to) const {
-        put(to, uint8_t{kept_.has_value()});
-        if (kept_) put_scalar(to, as_meeting(*kept_));
-    }
-    std::optional<Scalar> take_kept(StateReader& in) {
-        if (in.take<uint8_t>() == 0) return std::nullopt;
-        const Scalar other = in.take_scalar();
-        const std::optional<ValueType> met = type_ ? meet(*type_, other.type) : other.type;
-        if (!met)
-            throw Error(Fault::argument,
-                        "argument 1: states over " + name_of(*type_) + " and " + name_of(other.type) + " do not meet");
-        type_ = met;
-        return other;
-    }
-    std::optional<Scalar> kept_;
-
- private:
-    Scalar as_meeting(const Scalar& scalar) const {
-        Scalar met = scalar;
-        if (type_->type == Type::double_ && scalar.type.type != Type::double_) met.real = as_double(scalar);
-        met.type = *type_;
-        return met;
-    }
-    std::optional<ValueType> type_;
-};
-
-/// The best of n elements that are present, or n.
-template <class V, class Better> QVO_INLINE size_t best_of(const V* values, size_t n, Better better) {
-    size_t best = 0;
-    while (best < n && values[best] != values[best]) ++best;
-    for (size_t i = best + 1; i < n; ++i)
-        if (better(values[i], values[best])) best = i;
-    return std::min(best, n);
-}
-
-template <class Better> class Extremum final : public Kept {
- public:
-    void step(Arguments& row) override {
-        if (row.is_directly_stored(0) && row.stored(0).type().type != Type::char_) {
-            const Stored& x = row.stored(0);
-            meet_type(row, x.type());
-            for (size_t i = 0; i < x.n_tiles(); ++i) {
-                const TileEntry tile = x.tile(i);
-                if (tile.missing == tile.positions) continue;
-                offer(scalar_at(x.type(), Better::largest ? tile.largest.bytes : tile.smallest.bytes));
-            }
-            return;
-        }
-        const Series x = row.series(0);
-        meet_type(row, x.type);
-        for_each_tile(row.plan(), x,
-                      [&](const void* values, const uint8_t*, size_t n) { step_tile(x.type, values, n); });
-    }
-    void save(Buffer& to) const override { save_kept(to); }
-    void merge(std::span<const uint8_t> from) override {
-        StateReader in(from);
-        if (const std::optional<Scalar> other = take_kept(in)) offer(*other);
-    }
-
- private:
-    void step_tile(ValueType type, const void* values, size_t n) {
-        if (type.type == Type::char_) {
-            for (size_t i = 0; i < n; ++i) offer(scalar_at(type, static_cast<const char*>(values) + i * type.width));
-            return;
-        }
-        with_fixed(type.type, [&](auto tag) {
-            const auto* typed = static_cast<const typename decltype(tag)::value*>(values);
-            const size_t best = best_of(typed, n, Better{});
-            if (best != n) offer(scalar_at(type, typed + best));
-        });
-    }
-    void offer(const Scalar& scalar) {
-        if (!kept_ || Better::prefers(compare(scalar, *kept_))) kept_ = scalar;
-    }
-};
-
-/// The first or last value that is present, in the order of the rows or of their keys.
-class AtEnd final : public Kept {
- public:
-    explicit AtEnd(bool last) : last_(last) {}
-    void step(Arguments& row) override {
-        std::optional<Scalar> key;
-        if (row.has(1)) {
-            if (row.is_null(1)) row.refuse(1, "key must not be NULL");
-            if (!row.is_scalar(1)) row.refuse(1, "key must be a number or text, got " + described(row.datum(1)));
-            key = row.scalar(1, type_of(row.datum(1)));
-        }
-        const Series x = row.series(0);
-        meet_type(row, x.type);
-        if (kept_ && !wins(key)) return;
-        bool found = false;
-        row.plan().poll();
-        while ((last_ || !found) && row.plan().pull(x.it))
-            for (size_t i = 0; i < x.it->tile_size && (last_ || !found); ++i) {
-                const Scalar scalar = scalar_at(x.type, x.it->tile.u.arr_char + i * x.type.width);
-                if (is_floating(x.type.type) && scalar.real != scalar.real) continue;
-                kept_ = scalar;
-                found = true;
-            }
-        if (found) key_ = key;
-    }
-    void save(Buffer& to) const override {
-        save_kept(to);
-        put(to, uint8_t{key_.has_value()});
-        if (key_) put_scalar(to, *key_);
-    }
-    void merge(std::span<const uint8_t> from) override {
-        StateReader in(from);
-        const std::optional<Scalar> other = take_kept(in);
-        std::optional<Scalar> key;
-        if (in.take<uint8_t>() != 0) key = in.take_scalar();
-        if (!other || (kept_ && !wins(key))) return;
-        kept_ = other;
-        key_ = key;
-    }
-
- private:
-    /// Whether a later row takes the place of what is kept.
-    bool wins(const std::optional<Scalar>& key) const {
-        if (!key || !key_) return last_;
-        const bool text = key->type.type == Type::char_, kept_text = key_->type.type == Type::char_;
-        const int order = text != kept_text ? (text ? 1 : -1) : compare(*key, *key_);
-        return last_ ? order >= 0 : order < 0;
-    }
-    bool last_;
-    std::optional<Scalar> key_;
-};
-
-/// Where the best value is, counted over the rows laid end to end.
-template <class Better> class ArgExtremum final : public Kept {
- public:
-    void step(Arguments& row) override {
-        const Series x = row.series(0);
-        meet_type(row, x.type);
-        for_each_tile(row.plan(), x, [&](const void* values, const uint8_t* runs, size_t n) {
-            if (x.type.type == Type::char_)
-                step_text(x.type, static_cast<const char*>(values), runs, n);
-            else
-                with_fixed(x.type.type, [&](auto tag) {
-                    const auto* typed = static_cast<const typename decltype(tag)::value*>(values);
-                    const size_t best = best_of(typed, n, Better{});
-                    if (best != n) offer(x.type, typed + best, runs, best);
-                });
-            passed_ += sum_runs(runs, n);
-        });
-    }
-    void finish(Result& result, const Limits&) const override {
-        if (!kept_) return result.set_null();
-        result.set(static_cast<int64_t>(position_));
-    }
-    void save(Buffer& to) const override {
-        save_kept(to);
-        put(to, position_);
-        put(to, passed_);
-    }
-    void merge(std::span<const uint8_t> from) override {
-        StateReader in(from);
-        const std::optional<Scalar> other = take_kept(in);
-        const auto position = in.take<uint64_t>();
-        if (other && (!kept_ || Better::prefers(compare(*other, *kept_)))) {
-            kept_ = other;
-            position_ = passed_ + position;
-        }
-        passed_ += in.take<uint64_t>();
-    }
-
- private:
-    void offer(ValueType type, const void* element, const uint8_t* runs, size_t i) {
-        Scalar scalar = scalar_at(type, element);
-        if (kept_ && !Better::prefers(compare(scalar, *kept_))) return;
-        kept_ = std::move(scalar);
-        position_ = passed_ + sum_runs(runs, i);
-    }
-    void step_text(ValueType type, const char* values, const uint8_t* runs, size_t n) {
-        size_t best = 0;
-        for (size_t i = 1; i < n; ++i)
-            if (Better::prefers(std::memcmp(values + i * type.width, values + best * type.width, type.width))) best = i;
-        offer(type, values + best * type.width, runs, best);
-    }
-    uint64_t position_ = 0, passed_ = 0;  // positions of all rows so far
 };
 
 /// Whether some condition, or every one, is true.
@@ -336,8 +140,7 @@ class Truth final : public Aggregate {
         result.set(all_ ? seen_[0] == 0 : seen_[1] != 0);
     }
     void save(Buffer& to) const override { put(to, seen_); }
-    void merge(std::span<const uint8_t> from) override {
-        StateReader in(from);
+    void merge(StateReader& in) override {
         for (uint8_t& seen : seen_) seen |= uint8_t{in.take<uint8_t>() != 0};
     }
 
@@ -360,7 +163,7 @@ class Product final : public Aggregate {
         result.set(state_.value());
     }
     void save(Buffer& to) const override { put(to, state_); }
-    void merge(std::span<const uint8_t> from) override { state_.multiply(StateReader(from).take<ScaledProduct>()); }
+    void merge(StateReader& in) override { state_.multiply(in.take<ScaledProduct>()); }
 
  private:
     ScaledProduct state_;
@@ -381,77 +184,13 @@ class Spread final : public Aggregate {
         result.set(root_ ? std::sqrt(variance) : variance);
     }
     void save(Buffer& to) const override { put(to, state_); }
-    void merge(std::span<const uint8_t> from) override { state_.merge(StateReader(from).take<Moments>()); }
+    void merge(StateReader& in) override { state_.merge(in.take<Moments>()); }
 
  private:
     unsigned free_;
     bool root_;
     Moments state_;
 };
-
-// ---- States ----------------------------------------------------------------------------------------------------
-
-/// Runs the aggregate that is named by the first argument; its result is the state.
-class State final : public Aggregate {
- public:
-    void step(Arguments& row) override {
-        if (aggregate_ == nullptr) name_function(row);
-        const Plan::Naming naming(row.plan(), function_->name);
-        Arguments inner(*function_, row.all().subspan(1), row.plan());
-        if (!inner.any_null()) aggregate_->step(inner);
-    }
-    void finish(Result& result, const Limits&) const override {
-        if (aggregate_ == nullptr) return result.set_null();
-        result.set_bytes(save_state(*function_, *aggregate_));
-    }
-    void save(Buffer&) const override { throw Error(Fault::argument, "argument 1: state has no state of its own"); }
-    void merge(std::span<const uint8_t>) override { StateReader::damaged(); }
-
- private:
-    void name_function(const Arguments& row) {
-        std::string_view name = row.text(0);
-        if (name.starts_with("seq_")) name.remove_prefix(4);
-        function_ = find_function(name);
-        if (function_ == nullptr || function_->aggregate == nullptr || !function_->has_state)
-            row.refuse(0, "name must be that of an aggregate with a state, got " + described(row.datum(0)));
-        aggregate_ = function_->aggregate(*function_);
-    }
-    const Function* function_ = nullptr;
-    std::unique_ptr<Aggregate> aggregate_;
-};
-
-/// Combines states of one function.
-class Merge final : public Aggregate {
- public:
-    void step(Arguments& row) override {
-        const SavedState saved = read_state(row.datum(0).bytes);
-        if (aggregate_ == nullptr) {
-            aggregate_ = restore(saved);
-            function_ = saved.function;
-        } else if (function_ != saved.function) {
-            row.refuse(0, "state must be one of " + std::string(function_->name) + ", as those before, got one of " +
-                              std::string(saved.function->name));
-        } else {
-            aggregate_->merge(saved.state);
-        }
-    }
-    void finish(Result& result, const Limits&) const override {
-        if (aggregate_ == nullptr) return result.set_null();
-        result.set_bytes(save_state(*function_, *aggregate_));
-    }
-    void save(Buffer&) const override { throw Error(Fault::argument, "argument 1: merge has no state of its own"); }
-    void merge(std::span<const uint8_t>) override { StateReader::damaged(); }
-
- private:
-    const Function* function_ = nullptr;
-    std::unique_ptr<Aggregate> aggregate_;
-};
-
-void finish(Arguments& a, Result& result) { restore(read_state(a.datum(0).bytes))->finish(result, a.plan().limits()); }
-
-template <class A, auto... Settings> std::unique_ptr<Aggregate> make(const Function&) {
-    return std::make_unique<A>(Settings...);
-}
 
 constexpr Parameter x_number{"x", Takes::sequence, Of::number};
 
@@ -500,46 +239,6 @@ const Function functions[] = {
      .rule = "The sum divided by the number of values that are present.",
      .example = {"avg([1, 2, 4, null])", "2.3333333333333335"},
      .aggregate = make<Sum, true>},
-    {.name = "min",
-     .group = Group::aggregates,
-     .kind = Kind::aggregate,
-     .has_state = true,
-     .summary = "The smallest value.",
-     .parameters = {{"x"}},
-     .result = "a value of the type in which the rows meet",
-     .rule = "Text by its bytes; of char(n) the text.",
-     .example = {"min([3, 1, 2])", "1"},
-     .aggregate = make<Extremum<Smaller>>},
-    {.name = "max",
-     .group = Group::aggregates,
-     .kind = Kind::aggregate,
-     .has_state = true,
-     .summary = "The largest value.",
-     .parameters = {{"x"}},
-     .result = "a value of the type in which the rows meet",
-     .rule = "Text by its bytes; of char(n) the text.",
-     .example = {"max(['a', 'b'])", "b"},
-     .aggregate = make<Extremum<Larger>>},
-    {.name = "argmin",
-     .group = Group::aggregates,
-     .kind = Kind::aggregate,
-     .has_state = true,
-     .summary = "The position of the smallest value.",
-     .parameters = {{"x"}},
-     .result = "integer",
-     .rule = "Counted from 0 over the rows laid end to end, missing values included; of equal values the first.",
-     .example = {"argmin([3, 1, 2, 1])", "1"},
-     .aggregate = make<ArgExtremum<Smaller>>},
-    {.name = "argmax",
-     .group = Group::aggregates,
-     .kind = Kind::aggregate,
-     .has_state = true,
-     .summary = "The position of the largest value.",
-     .parameters = {{"x"}},
-     .result = "integer",
-     .rule = "Counted from 0 over the rows laid end to end, missing values included; of equal values the first.",
-     .example = {"argmax([3, null, 7, 7])", "2"},
-     .aggregate = make<ArgExtremum<Larger>>},
     {.name = "any",
      .group = Group::aggregates,
      .kind = Kind::aggregate,
@@ -560,26 +259,6 @@ const Function functions[] = {
      .rule = "NULL if there is none at all.",
      .example = {"all([false, true])", "0"},
      .aggregate = make<Truth, true>},
-    {.name = "first",
-     .group = Group::aggregates,
-     .kind = Kind::aggregate,
-     .has_state = true,
-     .summary = "The first value that is present.",
-     .parameters = {{"x"}, {"key", Takes::nullable, Of::any, {}, {}, true}},
-     .result = "a value of the type in which the rows meet",
-     .rule = "In the order of the rows, or of a key of each row, which may not be NULL; of equal keys the first row's.",
-     .example = {"first([null, 5, 6])", "5.0"},
-     .aggregate = make<AtEnd, false>},
-    {.name = "last",
-     .group = Group::aggregates,
-     .kind = Kind::aggregate,
-     .has_state = true,
-     .summary = "The last value that is present.",
-     .parameters = {{"x"}, {"key", Takes::nullable, Of::any, {}, {}, true}},
-     .result = "a value of the type in which the rows meet",
-     .rule = "In the order of the rows, or of a key of each row, which may not be NULL; of equal keys the last row's.",
-     .example = {"last([5, 6, null])", "6.0"},
-     .aggregate = make<AtEnd, true>},
     {.name = "var",
      .group = Group::aggregates,
      .kind = Kind::aggregate,
@@ -632,38 +311,6 @@ const Function functions[] = {
              "holds hi too. Missing values are left out. lo, hi and n are the same for all rows.",
      .example = {"histogram([1, 2, 2.5, 4, 9], 0, 4, 2)", "[0,1,3,1]"},
      .aggregate = make_histogram},
-    {.name = "state",
-     .group = Group::aggregates,
-     .kind = Kind::aggregate,
-     .summary = "The running state of an aggregate, as bytes.",
-     .parameters = {{"name", Takes::text}, {"x", Takes::nullable}},
-     .repeats = true,
-     .result = "a blob",
-     .rule =
-         "name is that of an aggregate, with or without seq_; what follows are its arguments. A state can be stored, "
-         "shipped and combined with others of the same function: finish(merge(state)) over parts equals the aggregate "
-         "over the whole. NULL over no rows.",
-     .example = {"finish(state('avg', [1, 2]))", "1.5"},
-     .aggregate = make<State>},
-    {.name = "merge",
-     .group = Group::aggregates,
-     .kind = Kind::aggregate,
-     .summary = "The states of the rows combined.",
-     .parameters = {{"state", Takes::bytes}},
-     .result = "a blob",
-     .rule =
-         "States of different functions are an error. NULL is left out. Where the order matters (first, last), it is "
-         "that of the rows.",
-     .example = {"finish(merge(state('sum', [1, 2])))", "3"},
-     .aggregate = make<Merge>},
-    {.name = "finish",
-     .group = Group::aggregates,
-     .summary = "The result of the aggregate whose state it is.",
-     .parameters = {{"state", Takes::bytes}},
-     .result = "as the aggregate",
-     .rule = "",
-     .example = {"finish(state('max', [1, 2]))", "2"},
-     .compute = finish},
 };
 
 }  // namespace

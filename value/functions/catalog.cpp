@@ -19,7 +19,8 @@ std::span<const Function* const> catalog() {
         List list;
         for (const std::span<const Function> table :
              {make_functions(), element_wise_functions(), along_functions(), select_functions(), aggregate_functions(),
-              pair_functions(), order_statistic_functions(), group_functions(), time_functions()})
+              extremum_functions(), pair_functions(), order_statistic_functions(), group_functions(), state_functions(),
+              time_functions()})
             for (const Function& function : table) list.functions.at(list.n++) = &function;
         return list;
     }();

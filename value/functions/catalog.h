@@ -10,9 +10,16 @@ std::span<const Function> element_wise_functions();
 std::span<const Function> along_functions();
 std::span<const Function> select_functions();
 std::span<const Function> aggregate_functions();
+std::span<const Function> extremum_functions();
 std::span<const Function> pair_functions();
 std::span<const Function> order_statistic_functions();
 std::span<const Function> group_functions();
+std::span<const Function> state_functions();
 std::span<const Function> time_functions();
+
+/// Makes an aggregate for an entry of the catalog.
+template <class A, auto... Settings> std::unique_ptr<Aggregate> make(const Function&) {
+    return std::make_unique<A>(Settings...);
+}
 
 }  // namespace qvo::value

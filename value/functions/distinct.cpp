@@ -61,8 +61,7 @@ class Different : public Aggregate {
             if (counting_) put(to, times);
         }
     }
-    void merge(std::span<const uint8_t> from) override {
-        StateReader in(from);
+    void merge(StateReader& in) override {
         const std::optional<ValueType> type = Meeting::take(in);
         if (!type) return;
         meet_at(meeting_.add_state(*type));
@@ -226,8 +225,7 @@ class ApproxDistinct final : public Aggregate {
         meeting_.save(to);
         put(to, registers_);
     }
-    void merge(std::span<const uint8_t> from) override {
-        StateReader in(from);
+    void merge(StateReader& in) override {
         const std::optional<ValueType> type = Meeting::take(in);
         const std::span<const uint8_t> registers = in.take_bytes(sketch_registers);
         constexpr uint8_t highest_rank = 26;

@@ -26,7 +26,7 @@ void add_key(Keys& keys, const Arguments& row) {
 class Gathering : public Aggregate {
  public:
     void save(Buffer&) const override { throw Error(Fault::argument, "argument 1: pack and join have no state"); }
-    void merge(std::span<const uint8_t>) override { save_nothing(); }
+    void merge(StateReader&) override { save_nothing(); }
 
  protected:
     [[noreturn]] static void save_nothing() { throw Error(Fault::argument, "argument 1: pack and join have no state"); }

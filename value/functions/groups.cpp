@@ -216,8 +216,7 @@ class Grouping final : public Aggregate {
         save(plan, to);
     }
 
-    void merge(std::span<const uint8_t> from) override {
-        StateReader in(from);
+    void merge(StateReader& in) override {
         if (in.take<uint8_t>() == 0) return;
         Plan plan(Limits{});
         SavedGroups saved(plan, in);

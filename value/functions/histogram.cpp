@@ -38,11 +38,10 @@ class Histogram final : public Aggregate {
         put(to, edges_);
         to.append(counts_.data(), counts_.size() * sizeof counts_[0]);
     }
-    void merge(std::span<const uint8_t> from) override {
-        StateReader in(from);
+    void merge(StateReader& in) override {
         const Edges edges = in.take<Edges>();
         if (edges.n == 0) return;
-        if (!edges.sound() || (from.size() - sizeof edges) / sizeof(uint64_t) != edges.n + 2) StateReader::damaged();
+        if (!edges.sound() || in.left() / sizeof(uint64_t) != edges.n + 2) StateReader::damaged();
         if (counts_.empty()) {
             edges_ = edges;
             counts_.resize(edges.n + 2);

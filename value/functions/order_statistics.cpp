@@ -50,8 +50,7 @@ class Quantile final : public Aggregate {
         to.append(held_.bytes(), held_.size() * held_.width());
         if (held_.runs() != nullptr) to.append(held_.runs(), held_.size() * sizeof(uint32_t));
     }
-    void merge(std::span<const uint8_t> from) override {
-        StateReader in(from);
+    void merge(StateReader& in) override {
         merge_q(in.take<double>());
         const std::optional<ValueType> type = Meeting::take(in);
         const auto n = in.take<uint64_t>();

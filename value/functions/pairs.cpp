@@ -29,7 +29,7 @@ class Spread final : public Aggregate {
     }
     void finish(Result& result, const Limits&) const override { result.set((state_.*measure_)()); }
     void save(Buffer& to) const override { put(to, state_); }
-    void merge(std::span<const uint8_t> from) override { state_.merge(StateReader(from).take<CoMoments>()); }
+    void merge(StateReader& in) override { state_.merge(in.take<CoMoments>()); }
 
  private:
     Measure measure_;
@@ -63,8 +63,8 @@ class WeightedMean final : public Aggregate {
         result.set(state_.products.total() / weights);
     }
     void save(Buffer& to) const override { put(to, state_); }
-    void merge(std::span<const uint8_t> from) override {
-        const State other = StateReader(from).take<State>();
+    void merge(StateReader& in) override {
+        const State other = in.take<State>();
         state_.products.add(other.products);
         state_.weights.add(other.weights);
         state_.undefined |= other.undefined;
@@ -81,7 +81,6 @@ class WeightedMean final : public Aggregate {
 template <double (CoMoments::*measure)() const> std::unique_ptr<Aggregate> make(const Function&) {
     return std::make_unique<Spread>(measure);
 }
-std::unique_ptr<Aggregate> make_weighted(const Function&) { return std::make_unique<WeightedMean>(); }
 
 constexpr Parameter y_number{"y", Takes::sequence, Of::number};
 constexpr Parameter x_number{"x", Takes::sequence, Of::number};
@@ -138,7 +137,7 @@ const Function functions[] = {
      .rule = "The sum of x * w divided by the sum of w, over the pairs of which both values are present. NULL if the "
              "weights add up to 0.",
      .example = {"weighted_avg([10, 20], [3, 1])", "12.5"},
-     .aggregate = make_weighted},
+     .aggregate = make<WeightedMean>},
 };
 
 }  // namespace

@@ -1,9 +1,11 @@
 // Floating values that are an integer divided by a power of ten, bit by bit, as offsets of those integers: prices,
-// measurements, and whole numbers. -0.0 is none of them; missing values may be, all with the same bits.
+// measurements, and whole numbers. -0.0 is none of them; missing values may be, and come back as one NaN whatever their
+// bits.
 //
 // Dividing gives the value that the decimal's text would be read as, which multiplying by a fraction would not.
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "stored/offsets.h"
 
@@ -47,10 +49,10 @@ QVO_INLINE double whole_of(uint64_t integer) { return std::bit_cast<double>(inte
 template <class V, class Quotient> struct Loops {
     using Bits = BitsOf<V>;
 
-    /// True if all are decimals; their integers. Missing values, all of the given bits, become `absent`.
+    /// True if all are decimals; their integers. Missing values become `absent`.
     template <bool any_missing>
-    QVO_INLINE static bool to_integers(const V* __restrict values, size_t n, unsigned digits, Bits missing,
-                                       int64_t absent, int64_t* __restrict to) {
+    QVO_INLINE static bool to_integers(const V* __restrict values, size_t n, unsigned digits, int64_t absent,
+                                       int64_t* __restrict to) {
         const Quotient quotient(digits);
         Bits other = 0;
         for (size_t i = 0; i < n; ++i) {
@@ -58,11 +60,9 @@ template <class V, class Quotient> struct Loops {
             const auto back = std::bit_cast<Bits>(static_cast<V>(quotient(shifted - shifter)));
             const auto bits = std::bit_cast<Bits>(values[i]);
             const auto integer = static_cast<int64_t>(std::bit_cast<uint64_t>(shifted) - shifter_bits);
-            const bool none = any_missing && bits == missing;
-            // A missing value of other bits comes back from the arithmetic as it was, but is no decimal.
-            const bool stray = any_missing && values[i] != values[i];
+            const bool none = any_missing && values[i] != values[i];
             to[i] = none ? absent : integer;
-            other |= none ? Bits{0} : static_cast<Bits>((back ^ bits) | Bits{stray});
+            other |= none ? Bits{0} : static_cast<Bits>(back ^ bits);
         }
         return other == 0;
     }
@@ -70,24 +70,22 @@ template <class V, class Quotient> struct Loops {
 
 /// The loops, compiled for what the machine has.
 template <class V, bool any_missing> struct Passes {
-    using Bits = BitsOf<V>;
-
-    static bool to_integers(const V* values, size_t n, unsigned digits, Bits missing, int64_t absent, int64_t* to) {
+    static bool to_integers(const V* values, size_t n, unsigned digits, int64_t absent, int64_t* to) {
 #if QVO_WIDE_X86
-        if (Fused::is_supported()) return fused_to_integers(values, n, digits, missing, absent, to);
+        if (Fused::is_supported()) return fused_to_integers(values, n, digits, absent, to);
 #endif
-        return divided_to_integers(values, n, digits, missing, absent, to);
+        return divided_to_integers(values, n, digits, absent, to);
     }
 
  private:
-    QVO_CPU_VARIANTS static bool divided_to_integers(const V* values, size_t n, unsigned digits, Bits missing,
-                                                     int64_t absent, int64_t* to) {
-        return Loops<V, Divided>::template to_integers<any_missing>(values, n, digits, missing, absent, to);
+    QVO_CPU_VARIANTS static bool divided_to_integers(const V* values, size_t n, unsigned digits, int64_t absent,
+                                                     int64_t* to) {
+        return Loops<V, Divided>::template to_integers<any_missing>(values, n, digits, absent, to);
     }
 #if QVO_WIDE_X86
-    [[gnu::target("avx2,fma")]] static bool fused_to_integers(const V* values, size_t n, unsigned digits, Bits missing,
+    [[gnu::target("avx2,fma")]] static bool fused_to_integers(const V* values, size_t n, unsigned digits,
                                                               int64_t absent, int64_t* to) {
-        return Loops<V, Fused>::template to_integers<any_missing>(values, n, digits, missing, absent, to);
+        return Loops<V, Fused>::template to_integers<any_missing>(values, n, digits, absent, to);
     }
 #endif
 };
@@ -120,11 +118,9 @@ template <class V> class Search {
     // Multiplying and rounding keeps the order.
     int64_t smallest() const { return integer_of(smallest_); }
     int64_t largest() const { return integer_of(largest_); }
-    BitsOf<V> missing() const { return missing_; }
 
     bool run() {
         if (end_ == 0) return false;
-        if (any_missing_) missing_ = std::bit_cast<BitsOf<V>>(*std::find_if(values_, values_ + n_, is_missing));
         for (size_t i = 0; i < n_samples; ++i)
             if (!raise_for(values_[i * (n_ - 1) / n_samples])) return false;
         // A value that needs more digits than the sample starts all over; that cannot go on for long.
@@ -144,14 +140,14 @@ template <class V> class Search {
 
     bool convert(size_t i) {
         const size_t some = std::min(block, n_ - i);
-        if (!any_missing_) return Passes<V, false>::to_integers(values_ + i, some, digits_, 0, 0, integers_ + i);
+        if (!any_missing_) return Passes<V, false>::to_integers(values_ + i, some, digits_, 0, integers_ + i);
         // One below the smallest has the offset of all ones.
         const int64_t absent = smallest() - 1;
-        return Passes<V, true>::to_integers(values_ + i, some, digits_, missing_, absent, integers_ + i);
+        return Passes<V, true>::to_integers(values_ + i, some, digits_, absent, integers_ + i);
     }
 
     bool raise_for(V value) {
-        if (is_missing(value)) return std::bit_cast<BitsOf<V>>(value) == missing_;
+        if (is_missing(value)) return true;
         while (digits_ < end_ && !is_exact(value, digits_)) ++digits_;
         return digits_ < end_;
     }
@@ -161,7 +157,6 @@ template <class V> class Search {
     int64_t* integers_;
     bool any_missing_;
     double smallest_, largest_;
-    BitsOf<V> missing_ = 0;
     unsigned digits_ = 0, end_;
 };
 
@@ -188,7 +183,7 @@ template <class V> bool plan_as(const Elements& e, const Profile& profile, Scrat
         header.bits = static_cast<uint8_t>(bits_for(static_cast<uint64_t>(largest - smallest) + 1));
         header.unit = 1;
         header.base = static_cast<uint64_t>(smallest);
-        header.extra = search.missing();
+        header.extra = std::bit_cast<BitsOf<V>>(std::numeric_limits<V>::quiet_NaN());
         header.flags = offsets_with_missing;
         if (header.bits >= below) return false;
     } else if (!OffsetWriter<int64_t>::plan(integers, e.n, smallest, largest, below, header)) {
