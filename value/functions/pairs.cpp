@@ -78,7 +78,7 @@ class WeightedMean final : public Aggregate {
     State state_;
 };
 
-template <double (CoMoments::*measure)() const> std::unique_ptr<Aggregate> make(const Function&) {
+template <double (CoMoments::*measure)() const> std::unique_ptr<Aggregate> make_measure(const Function&) {
     return std::make_unique<Spread>(measure);
 }
 
@@ -96,7 +96,7 @@ const Function functions[] = {
      .rule = "Its denominator is n - 1, n being the number of pairs of which both values are present. NULL for fewer "
              "than two. Sequences of a row must be of equal length.",
      .example = {"cov([1, 2, 6], [1, 2, 3])", "2.5"},
-     .aggregate = make<&CoMoments::covariance>},
+     .aggregate = make_measure<&CoMoments::covariance>},
     {.name = "corr",
      .group = Group::aggregates,
      .kind = Kind::aggregate,
@@ -106,7 +106,7 @@ const Function functions[] = {
      .result = "real",
      .rule = "Pairs with a missing value are left out. NULL for fewer than two pairs, and if y or x is constant.",
      .example = {"corr([3, 3, 1, 1], [1, 1, 3, 3])", "-1.0"},
-     .aggregate = make<&CoMoments::correlation>},
+     .aggregate = make_measure<&CoMoments::correlation>},
     {.name = "slope",
      .group = Group::aggregates,
      .kind = Kind::aggregate,
@@ -116,7 +116,7 @@ const Function functions[] = {
      .result = "real",
      .rule = "Pairs with a missing value are left out. NULL for fewer than two pairs, and if x is constant.",
      .example = {"slope([5, 7, 9], [1, 2, 3])", "2.0"},
-     .aggregate = make<&CoMoments::slope>},
+     .aggregate = make_measure<&CoMoments::slope>},
     {.name = "intercept",
      .group = Group::aggregates,
      .kind = Kind::aggregate,
@@ -126,7 +126,7 @@ const Function functions[] = {
      .result = "real",
      .rule = "Pairs with a missing value are left out. NULL for fewer than two pairs, and if x is constant.",
      .example = {"intercept([5, 7, 9], [1, 2, 3])", "3.0"},
-     .aggregate = make<&CoMoments::intercept>},
+     .aggregate = make_measure<&CoMoments::intercept>},
     {.name = "weighted_avg",
      .group = Group::aggregates,
      .kind = Kind::aggregate,
