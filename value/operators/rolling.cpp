@@ -323,15 +323,16 @@ template <class S> class Rolling {
     bool constant_ = false;
 };
 
-/// Windows of a few positions: each is folded anew, many at a time. What came before the first is missing.
+/// Windows of some positions: each is folded anew, many at a time. What came before the first is missing.
 template <class S> class Narrow {
     using Fold = typename S::Fold;
+    static constexpr bool doubles = std::is_same_v<typename Fold::Value, double>;
 
  public:
     using In = double;
     using Out = double;
-    // Up to here it is cheaper; an extreme, which may stay over a run, is better off with stretches.
-    static constexpr size_t widest = Fold::repeats_change ? 24 : 16;
+    // Up to here it is cheaper.
+    static constexpr size_t widest = doubles ? 32 : 24;
     static unsigned written_out() { return 16; }
 
     explicit Narrow(Window window)
@@ -365,22 +366,39 @@ template <class S> class Narrow {
     /// x holds `width` - 1 values more than there are windows.
     QVO_CPU_VARIANTS static void windows(const double* __restrict x, size_t width, size_t n, double required,
                                          double* __restrict results) {
+        typename Fold::Value folds[most];
         double present[most];
-        std::fill_n(present, n, static_cast<double>(width));
-        if (Loops<S>::count_missing(x, n + width - 1) != 0)
+        const double all = static_cast<double>(width);
+        const bool full = all >= required && Loops<S>::count_missing(x, n + width - 1) == 0;
+        std::fill_n(present, n, all);
+        if (!full)
             for (size_t j = 0; j < width; ++j)
                 for (size_t i = 0; i < n; ++i) present[i] -= is_present(x[i + j]) ? 0.0 : 1.0;
-        typename Fold::Value folds[most];
         fold(x, width, n, present, folds);
-        Loops<S>::finish(folds, present, n, required, results);
+        if (full)
+            Loops<S>::finish_full(folds, n, all, results);
+        else
+            Loops<S>::finish(folds, present, n, required, results);
     }
+    /// Folds of 1, 2, 4, … neighbours, each put together of two of half as many; a window, of those that its width is
+    /// the sum of.
     QVO_INLINE static void fold(const double* __restrict x, size_t width, size_t n, const double*,
                                 double* __restrict folds) {
-        double clean[widest + most];
-        for (size_t i = 0; i < n + width - 1; ++i) clean[i] = Fold::power(x[i], 1);
-        std::copy_n(clean, n, folds);
-        for (size_t j = 1; j < width; ++j)
-            for (size_t i = 0; i < n; ++i) folds[i] = Fold::merge(folds[i], clean[i + j]);
+        double spans[2][widest + most];
+        size_t length = n + width - 1, before = 0;
+        for (size_t i = 0; i < length; ++i) spans[0][i] = Fold::power(x[i], 1);
+        std::fill_n(folds, n, Fold::neutral());
+        for (size_t span = 1, k = 0;; span *= 2, k ^= 1) {
+            const double* __restrict const from = spans[k];
+            double* __restrict const to = spans[k ^ 1];
+            if ((width & span) != 0) {
+                for (size_t i = 0; i < n; ++i) folds[i] = Fold::merge(folds[i], from[i + before]);
+                before += span;
+            }
+            if (2 * span > width) break;
+            length -= span;
+            for (size_t i = 0; i < length; ++i) to[i] = Fold::merge(from[i], from[i + span]);
+        }
     }
     /// In two passes over the differences to one value of the window, which of a constant are 0.
     QVO_INLINE static void fold(const double* __restrict x, size_t width, size_t n, const double* present,
