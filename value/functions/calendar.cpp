@@ -7,7 +7,7 @@
 
 #include "evaluate/arguments.h"
 #include "evaluate/width.h"
-#include "functions/element_wise.h"
+#include "functions/catalog.h"
 #include "functions/width_argument.h"
 #include "operators/elementwise.h"
 
@@ -122,8 +122,6 @@ LoopFault floor_all(const Batch& batch, const void* operation) {
     return {};
 }
 
-}  // namespace
-
 Series year(Plan& plan, Arguments& a) { return part<Year>(plan, a); }
 Series month(Plan& plan, Arguments& a) { return part<Month>(plan, a); }
 Series day(Plan& plan, Arguments& a) { return part<Day>(plan, a); }
@@ -137,5 +135,80 @@ Series floor_time(Plan& plan, Arguments& a) {
     const Series t = a.series(0);
     return elementwise(plan, t.type, std::span(&t, 1), floor_all, &width, sizeof width);
 }
+
+const Function functions[] = {
+    {.name = "year",
+     .group = Group::element_wise,
+     .summary = "The year.",
+     .parameters = {{"t", Takes::sequence, Of::timestamp}},
+     .result = "int8",
+     .rule = "Of the proleptic Gregorian calendar, in UTC.",
+     .example = {"year(timestamp['2026-02-03T04:05:06'])", "[2026]"},
+     .build = year},
+    {.name = "month",
+     .group = Group::element_wise,
+     .summary = "The month, from 1.",
+     .parameters = {{"t", Takes::sequence, Of::timestamp}},
+     .result = "int8",
+     .rule = "",
+     .example = {"month(timestamp['2026-02-03T04:05:06'])", "[2]"},
+     .build = month},
+    {.name = "day",
+     .group = Group::element_wise,
+     .summary = "The day of the month, from 1.",
+     .parameters = {{"t", Takes::sequence, Of::timestamp}},
+     .result = "int8",
+     .rule = "",
+     .example = {"day(timestamp['2026-02-03T04:05:06'])", "[3]"},
+     .build = day},
+    {.name = "hour",
+     .group = Group::element_wise,
+     .summary = "The hour, from 0.",
+     .parameters = {{"t", Takes::sequence, Of::timestamp}},
+     .result = "int8",
+     .rule = "",
+     .example = {"hour(timestamp['2026-02-03T04:05:06'])", "[4]"},
+     .build = hour},
+    {.name = "minute",
+     .group = Group::element_wise,
+     .summary = "The minute, from 0.",
+     .parameters = {{"t", Takes::sequence, Of::timestamp}},
+     .result = "int8",
+     .rule = "",
+     .example = {"minute(timestamp['2026-02-03T04:05:06'])", "[5]"},
+     .build = minute},
+    {.name = "second",
+     .group = Group::element_wise,
+     .summary = "The second, from 0, without its fraction.",
+     .parameters = {{"t", Takes::sequence, Of::timestamp}},
+     .result = "int8",
+     .rule = "",
+     .example = {"second(timestamp['2026-02-03T04:05:06'])", "[6]"},
+     .build = second},
+    {.name = "weekday",
+     .group = Group::element_wise,
+     .summary = "The day of the week: Monday is 0.",
+     .parameters = {{"t", Takes::sequence, Of::timestamp}},
+     .result = "int8",
+     .rule = "",
+     .example = {"weekday(timestamp['2026-02-03T04:05:06'])", "[1]"},
+     .build = weekday},
+    {.name = "floor_time",
+     .group = Group::element_wise,
+     .summary = "The start of the bucket of time that holds t.",
+     .parameters = {{"t", Takes::sequence, Of::timestamp}, {"width", Takes::text}},
+     .result = "timestamp",
+     .rule =
+         "width is a number from 1 and a unit: microsecond, millisecond, second, minute, hour, day, week, month or "
+         "year, "
+         "singular or plural. Fixed widths are counted from 1970-01-01, weeks from Monday 1970-01-05, months and years "
+         "from January of the year 0: '3 months' are quarters.",
+     .example = {"floor_time(timestamp['2026-02-03T04:05:06'], '1 hour')", "[\"2026-02-03T04:00:00\"]"},
+     .build = floor_time},
+};
+
+}  // namespace
+
+std::span<const Function> calendar_functions() { return functions; }
 
 }  // namespace qvo::value

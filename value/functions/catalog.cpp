@@ -18,7 +18,8 @@ std::span<const Function* const> catalog() {
     static const List all = [] {
         List list;
         for (const std::span<const Function> table :
-             {make_functions(), element_wise_functions(), along_functions(), select_functions(), aggregate_functions(),
+             {make_functions(), arithmetic_functions(), choosing_functions(), comparison_functions(), text_functions(),
+              calendar_functions(), along_functions(), window_functions(), select_functions(), aggregate_functions(),
               extremum_functions(), pair_functions(), order_statistic_functions(), group_functions(), state_functions(),
               time_functions()})
             for (const Function& function : table) list.functions.at(list.n++) = &function;

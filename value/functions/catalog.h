@@ -6,8 +6,13 @@
 namespace qvo::value {
 
 std::span<const Function> make_functions();
-std::span<const Function> element_wise_functions();
+std::span<const Function> arithmetic_functions();
+std::span<const Function> choosing_functions();
+std::span<const Function> comparison_functions();
+std::span<const Function> text_functions();
+std::span<const Function> calendar_functions();
 std::span<const Function> along_functions();
+std::span<const Function> window_functions();
 std::span<const Function> select_functions();
 std::span<const Function> aggregate_functions();
 std::span<const Function> extremum_functions();

@@ -58,6 +58,11 @@ class Inputs {
     std::array<Series, most_operands> series_;
 };
 
+/// An argument that is a sequence of numbers, as doubles.
+inline Series as_double(Plan& plan, Arguments& a, size_t i) {
+    return widened(plan, a.series(i), type_of(Type::double_));
+}
+
 /// Calls f with a value of the unsigned type of a fixed width, for operations that only move values.
 template <class F> decltype(auto) with_bits(size_t width, F f) {
     switch (width) {

@@ -2,7 +2,7 @@
 #include <cstring>
 
 #include "evaluate/arguments.h"
-#include "functions/element_wise.h"
+#include "functions/catalog.h"
 #include "operators/elementwise.h"
 
 namespace qvo::value {
@@ -58,8 +58,6 @@ struct Pattern {
     }
 };
 
-}  // namespace
-
 Series like(Plan& plan, Arguments& a) {
     const Series x = a.series(0);
     Pattern loop{a.text(1), {}, x.type.width};
@@ -69,5 +67,22 @@ Series like(Plan& plan, Arguments& a) {
     }
     return elementwise(plan, {Type::boolean, 1}, std::span(&x, 1), Pattern::run, &loop, sizeof loop);
 }
+
+const Function functions[] = {
+    {.name = "like",
+     .group = Group::element_wise,
+     .summary = "True where the text matches a pattern.",
+     .parameters = {{"x", Takes::sequence, Of::text}, {"pattern", Takes::text}},
+     .result = "boolean",
+     .rule =
+         "% stands for any text, also none, _ for one character; the case of all letters counts. There is no escape "
+         "character.",
+     .example = {"like(['sun', 'rain'], 's%')", "[true,false]"},
+     .build = like},
+};
+
+}  // namespace
+
+std::span<const Function> text_functions() { return functions; }
 
 }  // namespace qvo::value
