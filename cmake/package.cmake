@@ -1,4 +1,4 @@
-# Debian packages: `cpack --config build/release/CPackConfig.cmake` writes the shared libraries, what it takes to build
+# Debian packages: `cpack --config build/library/CPackConfig.cmake` writes the shared libraries, what it takes to build
 # with them, and the extension for SQLite, each a package of its own.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME qvoseq)
