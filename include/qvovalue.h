@@ -131,7 +131,7 @@ typedef struct {
     const char* example; /* a call; [1, null] stands for a sequence, int4[1] for one of a type */
     const char* example_result;
     const char* columns; /* of a table: names separated by blanks */
-    const char* python;  /* the operator that Python spells it with, or empty */
+    const char* python;  /* the operator or the other name that Python has for it, or empty */
 } qvo_function_info_t;
 
 typedef struct {

@@ -3,13 +3,13 @@ checked by the value library, whose sentences say what was wrong; here values on
 
 import datetime
 import sys
+from collections import namedtuple
 from typing import Any
 
 from qvoseq import _qvoseq
 from qvoseq._catalog import FUNCTIONS
 
 _STORED = b"\x8fQVS"  # how every stored sequence begins
-_EPOCH = datetime.timedelta(0)
 _SIMPLE = (type(None), bool, int, float, str, bytes)
 
 
@@ -59,7 +59,7 @@ def _of_numpy(value: Any) -> Any:
     """A NumPy scalar as Python's; times in microseconds, which Python's own have too."""
     import numpy as np
 
-    if np.isnat(value) if value.dtype.kind in "mM" else False:
+    if value.dtype.kind in "mM" and np.isnat(value):
         return None
     if value.dtype.kind == "M":
         return str(value.astype("M8[us]"))
@@ -68,20 +68,28 @@ def _of_numpy(value: Any) -> Any:
     return value.item()
 
 
-def call(function: Any, arguments: tuple) -> Any:
+def call(function: "Callable", arguments: tuple) -> Any:
     """A call; a sequence is computed when its values are asked for, anything else at once."""
-    from qvoseq.sequence import Sequence
+    from qvoseq.sequence import _DEEPEST, Sequence
 
-    parameters = function.takes
-    data = tuple(
-        argument(parameters[i if i < len(parameters) else -1], value) for i, value in enumerate(arguments)
-    )
+    takes, depth, data = function.takes, 0, []
+    for i, value in enumerate(arguments):
+        if isinstance(value, Sequence):
+            if value._depth >= _DEEPEST:
+                value = value.compute()
+            depth = max(depth, value._depth)
+            data.append(value._expression)
+        else:
+            data.append(argument(takes[i if i < len(takes) else -1], value))
+    data = tuple(data)
     if function.is_lazy:
-        return Sequence._of(_qvoseq.Expression.call(function.entry, data))
+        return Sequence._of(_qvoseq.Expression.call(function.entry, data), depth + 1)
+    if function.kind == "table":
+        return _rows(function, data)
     return result(function, _value(function, data), data)
 
 
-def _value(function: Any, data: tuple) -> Any:
+def _value(function: "Callable", data: tuple) -> Any:
     if function.kind == "scalar":
         return _qvoseq.call(function.entry, data)
     aggregate = _qvoseq.Aggregate(function.entry)
@@ -89,28 +97,52 @@ def _value(function: Any, data: tuple) -> Any:
     return aggregate.finish()
 
 
-def result(function: Any, value: Any, data: tuple) -> Any:
+def _rows(function: "Callable", data: tuple) -> Any:
+    """The rows of a table, an iterator of named tuples."""
+    columns = function.columns[: len(data) + 1] if function.repeats else function.columns
+    if None in data:
+        return iter(())
+    row = namedtuple("Row", columns)  # type: ignore[misc]
+    readers = [_as_it_is] * len(columns)
+    if function.repeats:
+        readers[1:] = [reader_of(expression) for expression in data]
+    rows = _qvoseq.Rows(function.entry, data, len(columns))
+    return (row(*(read(value) for read, value in zip(readers, values))) for values in rows)
+
+
+def result(function: "Callable", value: Any, data: tuple) -> Any:
     """A value of the library as Python's: stored sequences, and what was taken out of a sequence of times or booleans."""
     from qvoseq.sequence import Sequence
 
     if isinstance(value, bytes) and value.startswith(_STORED):
         return Sequence._of(_qvoseq.Expression.stored(value))
-    if value is None or not function.gives_element or not isinstance(data[0], _qvoseq.Expression):
-        return value
-    kind = data[0].type()
-    if kind == "timestamp":
-        return time_of(value)
-    return bool(value) if kind == "boolean" else value
+    if function.gives_element and data and isinstance(data[0], _qvoseq.Expression):
+        return reader_of(data[0])(value)
+    return value
 
 
-def time_of(text: str) -> Any:
+def reader_of(expression: Any) -> Any:
+    """What makes Python's value of a value of a sequence."""
+    return _READERS.get(expression.type()[0], _as_it_is)
+
+
+def _as_it_is(value: Any) -> Any:
+    return value
+
+
+def time_of(text: "str | None") -> Any:
     """ISO 8601 text of the library as Python's time, or NumPy's where Python has no such year."""
+    if text is None:
+        return None
     try:
         return datetime.datetime.fromisoformat(text)
     except ValueError:
         import numpy as np
 
         return np.datetime64(text, "us")
+
+
+_READERS = {0: lambda value: value if value is None else bool(value), 11: time_of}  # of boolean and timestamp
 
 
 class Callable:
@@ -123,6 +155,8 @@ class Callable:
         self.takes = [parameter.takes for parameter in entry.parameters]
         self.is_lazy = entry.gives == "sequence"
         self.gives_element = entry.result.startswith("a value of")
+        self.columns = entry.columns.split()
+        self.repeats = entry.most > len(entry.parameters)
 
 
 CALLABLES = {name: Callable(entry) for name, entry in FUNCTIONS.items()}

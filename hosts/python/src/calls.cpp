@@ -67,43 +67,55 @@ class Aggregate {
     bool busy_ = false;
 };
 
-/// All rows of a table, as a list of tuples.
-nb::list rows(const Function& function, nb::tuple objects, unsigned columns) {
-    const Arguments arguments(function, std::move(objects));
-    Evaluation evaluation;
-    qvo_rows_t* opened = nullptr;
-    evaluation.run([&](const qvo_limits_t* limits, qvo_error_t* error) {
-        return qvo_rows_open(function.handle, arguments.data(), arguments.size(), 0, UINT64_MAX, limits, &opened,
-                             error);
-    });
-    const std::unique_ptr<qvo_rows_t, decltype(&qvo_rows_free)> table(opened, qvo_rows_free);
-    nb::list list;
-    qvo_error_t error{};
-    for (;;) {
-        const auto code = qvo_rows_next(table.get(), &error);
-        if (code == QVO_VALUE_END) return list;
+/// The rows of a table, as an iterator of tuples.
+class Rows {
+ public:
+    Rows(const Function& function, nb::tuple objects, unsigned columns)
+        : arguments_(function, std::move(objects)), columns_(columns) {
+        evaluation_.run([&](const qvo_limits_t* limits, qvo_error_t* error) {
+            return qvo_rows_open(function.handle, arguments_.data(), arguments_.size(), 0, UINT64_MAX, limits, &rows_,
+                                 error);
+        });
+    }
+    ~Rows() { qvo_rows_free(rows_); }
+    Rows(const Rows&) = delete;
+    Rows& operator=(const Rows&) = delete;
+
+    nb::object next() {
+        qvo_error_t error{};
+        const auto code = qvo_rows_next(rows_, &error);
+        if (code == QVO_VALUE_END) throw nb::stop_iteration();
         check(code, error);
         nb::list row;
-        for (unsigned i = 0; i < columns; ++i) {
+        for (unsigned i = 0; i < columns_; ++i) {
             Result value;
-            check(qvo_rows_column(table.get(), i, value.out(), &error), error);
+            check(qvo_rows_column(rows_, i, value.out(), &error), error);
             row.append(value.object());
         }
-        list.append(nb::tuple(row));
+        return nb::tuple(row);
     }
-}
+
+ private:
+    Arguments arguments_;
+    unsigned columns_;
+    Evaluation evaluation_;
+    qvo_rows_t* rows_ = nullptr;
+};
 
 }  // namespace
 
 void add_calls(nb::module_& module) {
     module.def("call", call);
-    module.def("rows", rows);
     nb::class_<Aggregate>(module, "Aggregate")
         .def(nb::init<const Function&>())
         .def("step", &Aggregate::step)
         .def("merge", &Aggregate::merge)
         .def("state", &Aggregate::state)
         .def("finish", &Aggregate::finish);
+    nb::class_<Rows>(module, "Rows")
+        .def(nb::init<const Function&, nb::tuple, unsigned>())
+        .def("__iter__", [](nb::handle self) { return nb::borrow(self); })
+        .def("__next__", &Rows::next);
 }
 
 }  // namespace qvo::python

@@ -53,6 +53,15 @@ Bytes array_of(void* memory, size_t size) {
     return Bytes(memory, {size}, owner);
 }
 
+struct Runs {
+    Py_buffer *values = nullptr, *ends = nullptr;
+    ~Runs() {
+        for (Py_buffer* buffer : {values, ends})
+            if (buffer != nullptr) release_buffer(buffer);
+    }
+};
+void release_runs(void* runs) { delete static_cast<Runs*>(runs); }
+
 /// The type, the width of a value and the bytes of all values.
 nb::object read(const Expression& expression) {
     void* values = nullptr;
@@ -67,16 +76,47 @@ nb::object read(const Expression& expression) {
     return nb::make_tuple(static_cast<int>(type), width, bytes);
 }
 
-nb::object type(const Expression& expression) {
-    static const Function function{qvo_function_named("type"), {}};
-    qvo_datum_t datum{};
-    datum.kind = QVO_DATUM_EXPRESSION;
-    datum.as.expression = expression.get();
-    Result result;
+/// Runs of another owner: the values, and where each ends; positions first .. first + count - 1 are meant.
+Expression runs(int type, unsigned width, nb::handle values, nb::handle ends, unsigned end_width, uint64_t first,
+                uint64_t count) {
+    auto held = std::make_unique<Runs>();
+    held->values = buffer_of(values);
+    held->ends = buffer_of(ends);
+    const uint64_t n = static_cast<uint64_t>(held->ends->len) / end_width;
+    if (static_cast<uint64_t>(held->values->len) / width < n) throw nb::value_error("fewer values than ends of runs");
+    qvo_expression_t* made = nullptr;
+    qvo_error_t error{};
+    check(qvo_expression_runs(static_cast<qvo_type_t>(type), width, held->values->buf, held->ends->buf, end_width, n,
+                              first, count, release_runs, held.get(), &made, &error),
+          error);
+    held.release();
+    return Expression(made);
+}
+
+/// The type, the width of a value, the bytes of the values and those of the ends of their runs (int32).
+nb::object read_runs(const Expression& expression) {
+    void* values = nullptr;
+    int32_t* ends = nullptr;
+    qvo_type_t type{};
+    unsigned width = 0;
+    uint64_t n = 0;
     Evaluation().run([&](const qvo_limits_t* limits, qvo_error_t* error) {
-        return qvo_call(function.handle, &datum, 1, limits, result.out(), error);
+        return qvo_expression_read_runs(expression.get(), limits, &values, &ends, &type, &width, &n, error);
     });
-    return result.object();
+    if (n == 0) return nb::make_tuple(static_cast<int>(type), width, nb::none(), nb::none());
+    const auto runs = static_cast<size_t>(n);
+    return nb::make_tuple(static_cast<int>(type), width, array_of(values, runs * width),
+                          array_of(ends, runs * sizeof(int32_t)));
+}
+
+/// The type and the width of a value.
+nb::object type(const Expression& expression) {
+    qvo_type_t type{};
+    unsigned width = 0;
+    Evaluation().run([&](const qvo_limits_t* limits, qvo_error_t* error) {
+        return qvo_expression_type(expression.get(), limits, &type, &width, error);
+    });
+    return nb::make_tuple(static_cast<int>(type), width);
 }
 
 }  // namespace
@@ -85,10 +125,12 @@ void add_expressions(nb::module_& module) {
     nb::class_<Expression>(module, "Expression", "A sequence, or what one is computed from.")
         .def_static("stored", stored)
         .def_static("array", array)
+        .def_static("runs", runs)
         .def_static("call", call)
         .def("evaluate", evaluate)
         .def("type", type)
-        .def("read", read);
+        .def("read", read)
+        .def("read_runs", read_runs);
 }
 
 }  // namespace qvo::python

@@ -100,6 +100,8 @@ void Evaluation::raise(const qvo_error_t& error) {
 
 void raise_error(const qvo_error_t& error) {
     PyObject* kind = PyExc_ValueError;
+    if (error.fault == QVO_FAULT_TYPE) kind = PyExc_TypeError;
+    if (error.fault == QVO_FAULT_OVERFLOW) kind = PyExc_OverflowError;
     if (error.code == QVO_VALUE_NOMEM) kind = PyExc_MemoryError;
     if (error.code == QVO_VALUE_INTERRUPTED) kind = PyExc_KeyboardInterrupt;
     PyErr_SetString(kind, error.message);
@@ -128,6 +130,7 @@ NB_MODULE(_qvoseq, module) {
     add_catalog(module);
     add_expressions(module);
     add_calls(module);
+    add_arrow(module);
 }
 
 }  // namespace qvo::python

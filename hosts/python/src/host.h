@@ -108,5 +108,6 @@ void release_buffer(void* buffer);
 void add_catalog(nb::module_& module);
 void add_expressions(nb::module_& module);
 void add_calls(nb::module_& module);
+void add_arrow(nb::module_& module);
 
 }  // namespace qvo::python
