@@ -13,18 +13,26 @@ _STORED = b"\x8fQVS"  # how every stored sequence begins
 _SIMPLE = (type(None), bool, int, float, str, bytes)
 
 
-def argument(takes: str, value: Any) -> Any:
+def argument(function: "Callable", index: int, value: Any) -> Any:
     """A value as the module takes it: None, a number, text, bytes or an expression."""
     from qvoseq.sequence import Sequence
 
     if isinstance(value, Sequence):
         return value._expression
-    if takes in ("sequence", "operand", "anything"):
-        if isinstance(value, (bytes, bytearray, memoryview)):
-            return bytes(value) if takes == "anything" else Sequence.from_bytes(value)._expression
-        if not isinstance(value, _SIMPLE) and _is_column(value):
-            return Sequence(value)._expression
+    takes = function.takes[min(index, len(function.takes) - 1)]
+    if isinstance(value, (bytes, bytearray, memoryview)):
+        return bytes(value) if takes in ("bytes", "anything") else _stored(function, index, bytes(value))
+    if not isinstance(value, _SIMPLE) and _is_column(value):
+        return Sequence(value)._expression
     return scalar(takes, value)
+
+
+def _stored(function: "Callable", index: int, value: bytes) -> Any:
+    try:
+        return _qvoseq.Expression.stored(value)
+    except ValueError as error:
+        name = function.entry.parameters[min(index, len(function.takes) - 1)].name
+        raise ValueError(f"seq_{function.name}: argument {index + 1}: {name} must be a sequence: {error}") from None
 
 
 def _is_column(value: Any) -> bool:
@@ -37,8 +45,6 @@ def _is_column(value: Any) -> bool:
 def scalar(takes: str, value: Any) -> Any:
     if isinstance(value, _SIMPLE):
         return value
-    if isinstance(value, (bytearray, memoryview)):
-        return bytes(value)
     if type(value).__module__ == "numpy":
         value = _of_numpy(value)
     if isinstance(value, datetime.timedelta):
@@ -72,7 +78,7 @@ def call(function: "Callable", arguments: tuple) -> Any:
     """A call; a sequence is computed when its values are asked for, anything else at once."""
     from qvoseq.sequence import _DEEPEST, Sequence
 
-    takes, depth, data = function.takes, 0, []
+    depth, data = 0, []
     for i, value in enumerate(arguments):
         if isinstance(value, Sequence):
             if value._depth >= _DEEPEST:
@@ -80,7 +86,7 @@ def call(function: "Callable", arguments: tuple) -> Any:
             depth = max(depth, value._depth)
             data.append(value._expression)
         else:
-            data.append(argument(takes[i if i < len(takes) else -1], value))
+            data.append(argument(function, i, value))
     data = tuple(data)
     if function.is_lazy:
         return Sequence._of(_qvoseq.Expression.call(function.entry, data), depth + 1)

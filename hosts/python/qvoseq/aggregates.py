@@ -21,8 +21,7 @@ class Aggregate:
 
     def step(self, *arguments: Any) -> "Aggregate":
         """Adds a row."""
-        takes = self._function.takes
-        data = tuple(argument(takes[i if i < len(takes) else -1], value) for i, value in enumerate(arguments))
+        data = tuple(argument(self._function, i, value) for i, value in enumerate(arguments))
         self._native.step(data)
         self._first = self._first or data[:1]
         return self

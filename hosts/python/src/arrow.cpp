@@ -292,7 +292,7 @@ void add_arrow(nb::module_& module) {
         .def_prop_ro("dictionary", &Incoming::dictionary)
         .def("buffer", &Incoming::buffer);
     module.def("arrow_stream", stream_in);
-    module.def("arrow_format", [](nb::handle schema) { return requested_format(schema); });
+    module.def("arrow_format", [](nb::handle schema) { return nb::str(requested_format(schema).c_str()); });
     nb::class_<Column>(module, "ArrowOut", "An array to hand over.")
         .def("__init__",
              [](Column* self, nb::str format, nb::str name, int64_t length, int64_t null_count, nb::list buffers,

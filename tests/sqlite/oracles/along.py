@@ -117,7 +117,9 @@ def _interpolate(x):
     with np.errstate(all="ignore"):
         lo, hi, part = x[a].astype("longdouble"), x[b].astype("longdouble"), (i[gaps] - a) / (b - a)
         out[gaps] = lo * (1 - part) + hi * part
-        return Approx(out, 1e-9, 1e-12 * np.abs(np.nan_to_num(out)) + 1e-300)
+        size = np.zeros(x.size)
+        size[gaps] = np.nan_to_num(np.abs(lo) + np.abs(hi), posinf=0)
+        return Approx(out, 1e-9, 1e-12 * size + 1e-300)
 
 
 # ---- Windows -------------------------------------------------------------------------------------------------------
