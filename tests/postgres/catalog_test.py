@@ -15,7 +15,8 @@ import host  # noqa: E402
 
 sys.argv[1:] = [EXTENSION, LIBRARY, os.path.join(host.ROOT, "tools")]
 import catalog  # noqa: E402
-import catalog_test as cases  # noqa: E402
+import cases  # noqa: E402
+import catalog_test  # noqa: E402
 from oracles import ORACLES  # noqa: E402
 from values import Host  # noqa: E402
 
@@ -25,7 +26,7 @@ EVERY = 7  # one of so many cases
 def attempt(call, *arguments):
     try:
         return call(*arguments)
-    except (psycopg2.Error, cases.sqlite3.Error) as error:
+    except (psycopg2.Error, catalog_test.sqlite3.Error) as error:
         return error
 
 
@@ -51,7 +52,7 @@ class CatalogTest(unittest.TestCase):
 
     def each(self, check, *kinds):
         done = 0
-        for function in cases.FUNCTIONS:
+        for function in catalog_test.FUNCTIONS:
             if function.kind in kinds:
                 with self.subTest(function.name):
                     check(function, ORACLES[function.name])
@@ -116,8 +117,8 @@ class CatalogTest(unittest.TestCase):
         self.each(check, "table")
 
     def test_examples(self):
-        for f in cases.FUNCTIONS:
-            statement = catalog.example_statement(f, cases.CATALOG)
+        for f in catalog_test.FUNCTIONS:
+            statement = catalog.example_statement(f, catalog_test.CATALOG)
             if " FROM " not in statement:  # of tables, which have more than one result
                 with self.subTest(f.example):
                     expected = self.sqlite.db.execute(statement).fetchone()[0]
