@@ -20,7 +20,7 @@ HEADERS = ("qvoseq.h", "qvohost.h")
 VERSION_NODE = "QVOSEQ_1"  # with the major number of the binary interface
 MARKER = "QVO_EXPORT_MARKER"
 NEEDED = ("libc.so.6", "libm.so.6")
-SHARED = r"_ZN3qvoL\d+seed_\w+E(\.\d+)?"  # besides the declared settings: the generators of the pivots, by either compiler
+SHARED = r"_ZN3qvoL\d+seed_\w+E(\.\d+)?"  # besides the declared settings: the generators of the sorts' pivots
 
 BANNER = re.compile(r"/\* ==== (\S+?):? ")
 LINE_MARKER = re.compile(r'# (\d+) "(.*)"')
