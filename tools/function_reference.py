@@ -31,6 +31,10 @@ What holds for all of them, unless an entry says otherwise:
 - *Aggregates* run over all elements of all rows of a group. Most have a *state*, which can be stored and combined: see
   [seq_state](#seq_state).
 - *Tables* stand in FROM.
+- A function takes memory for its result, for a tile of each operand, and for what its entry says that it holds. Functions of
+  windows hold a window, seq_group its groups, seq_pack and seq_join the rows of the group, seq_from_json the numbers of the
+  text. What is held, and what is read or written out for a result, counts against the budget (seq_budget, 2^27 positions
+  unless it is set): beyond it a function ends with an error.
 - Brackets enclose what may be left out. Positions count from 0. Texts name other functions without `seq_`.
 """
 
