@@ -71,6 +71,12 @@ class Methods:
         """The larger of x and y."""
     def clip(self, lo: Column | Scalar, hi: Column | Scalar) -> Sequence:
         """x, but not below lo and not above hi."""
+    def is_missing(self) -> Sequence:
+        """True where the value is missing."""
+    def fill(self, v: Column | Scalar) -> Sequence:
+        """x, with v where it is missing."""
+    def where(self, x: Column | Scalar, y: Column | Scalar) -> Sequence:
+        """x where c is true, else y."""
     def eq(self, y: Column | Scalar) -> Sequence:
         """x = y."""
     def ne(self, y: Column | Scalar) -> Sequence:
@@ -95,12 +101,6 @@ class Methods:
         """True where c is false."""
     def like(self, pattern: Any) -> Sequence:
         """True where the text matches a pattern."""
-    def is_missing(self) -> Sequence:
-        """True where the value is missing."""
-    def fill(self, v: Column | Scalar) -> Sequence:
-        """x, with v where it is missing."""
-    def where(self, x: Column | Scalar, y: Column | Scalar) -> Sequence:
-        """x where c is true, else y."""
     def year(self) -> Sequence:
         """The year."""
     def month(self) -> Sequence:
@@ -137,6 +137,14 @@ class Methods:
         """Missing values replaced with the next value behind them."""
     def interpolate(self) -> Sequence:
         """Missing values replaced with the straight line between the values around them."""
+    def ema(self, span: float) -> Sequence:
+        """The exponential moving average of a span."""
+    def wilder(self, n: int) -> Sequence:
+        """Wilder's moving average over n positions."""
+    def atr(self, low: Column, close: Column, n: int) -> Sequence:
+        """Wilder's average true range over n positions."""
+    def rsi(self, n: int) -> Sequence:
+        """Wilder's relative strength index over n positions."""
     def rolling_sum(self, window: int, min_periods: int | None = None) -> Sequence:
         """The sum of the last values at each position."""
     def rolling_mean(self, window: int, min_periods: int | None = None) -> Sequence:
@@ -163,14 +171,6 @@ class Methods:
         """The largest of the values of the last width of time at each position."""
     def rolling_count_time(self, t: Column, width: Any, min_periods: int | None = None) -> Sequence:
         """The number of values present in the last width of time at each position."""
-    def ema(self, span: float) -> Sequence:
-        """The exponential moving average of a span."""
-    def wilder(self, n: int) -> Sequence:
-        """Wilder's moving average over n positions."""
-    def atr(self, low: Column, close: Column, n: int) -> Sequence:
-        """Wilder's average true range over n positions."""
-    def rsi(self, n: int) -> Sequence:
-        """Wilder's relative strength index over n positions."""
     def filter(self, c: Column) -> Sequence:
         """The values of x where c is true."""
     def positions(self) -> Sequence:
@@ -203,22 +203,10 @@ class Methods:
         """The mean."""
     def mean(self) -> float | None:
         """The mean."""
-    def min(self) -> Any:
-        """The smallest value."""
-    def max(self) -> Any:
-        """The largest value."""
-    def argmin(self) -> int | None:
-        """The position of the smallest value."""
-    def argmax(self) -> int | None:
-        """The position of the largest value."""
     def any(self) -> int | None:
         """1 if some condition is true, else 0."""
     def all(self) -> int | None:
         """1 if every condition is true, else 0."""
-    def first(self, key: Any | None = None) -> Any:
-        """The first value that is present."""
-    def last(self, key: Any | None = None) -> Any:
-        """The last value that is present."""
     def var(self) -> float | None:
         """The sample variance."""
     def stddev(self) -> float | None:
@@ -231,6 +219,18 @@ class Methods:
         """The population standard deviation."""
     def histogram(self, lo: float, hi: float, n: int) -> str | None:
         """How many values lie in each of n buckets of equal width between lo and hi."""
+    def min(self) -> Any:
+        """The smallest value."""
+    def max(self) -> Any:
+        """The largest value."""
+    def argmin(self) -> int | None:
+        """The position of the smallest value."""
+    def argmax(self) -> int | None:
+        """The position of the largest value."""
+    def first(self, key: Any | None = None) -> Any:
+        """The first value that is present."""
+    def last(self, key: Any | None = None) -> Any:
+        """The last value that is present."""
     def cov(self, x: Column) -> float | None:
         """The sample covariance."""
     def corr(self, x: Column) -> float | None:

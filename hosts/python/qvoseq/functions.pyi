@@ -83,6 +83,12 @@ def greatest(x: Column | Scalar, y: Column | Scalar) -> Sequence:
     """The larger of x and y."""
 def clip(x: Column | Scalar, lo: Column | Scalar, hi: Column | Scalar) -> Sequence:
     """x, but not below lo and not above hi."""
+def is_missing(x: Column) -> Sequence:
+    """True where the value is missing."""
+def fill(x: Column | Scalar, v: Column | Scalar) -> Sequence:
+    """x, with v where it is missing."""
+def where(c: Column | Scalar, x: Column | Scalar, y: Column | Scalar) -> Sequence:
+    """x where c is true, else y."""
 def eq(x: Column | Scalar, y: Column | Scalar) -> Sequence:
     """x = y."""
 def ne(x: Column | Scalar, y: Column | Scalar) -> Sequence:
@@ -107,12 +113,6 @@ def not_(c: Column) -> Sequence:
     """True where c is false."""
 def like(x: Column, pattern: Any) -> Sequence:
     """True where the text matches a pattern."""
-def is_missing(x: Column) -> Sequence:
-    """True where the value is missing."""
-def fill(x: Column | Scalar, v: Column | Scalar) -> Sequence:
-    """x, with v where it is missing."""
-def where(c: Column | Scalar, x: Column | Scalar, y: Column | Scalar) -> Sequence:
-    """x where c is true, else y."""
 def year(t: Column) -> Sequence:
     """The year."""
 def month(t: Column) -> Sequence:
@@ -149,6 +149,14 @@ def bfill(x: Column, limit: int | None = None) -> Sequence:
     """Missing values replaced with the next value behind them."""
 def interpolate(x: Column) -> Sequence:
     """Missing values replaced with the straight line between the values around them."""
+def ema(x: Column, span: float) -> Sequence:
+    """The exponential moving average of a span."""
+def wilder(x: Column, n: int) -> Sequence:
+    """Wilder's moving average over n positions."""
+def atr(high: Column, low: Column, close: Column, n: int) -> Sequence:
+    """Wilder's average true range over n positions."""
+def rsi(x: Column, n: int) -> Sequence:
+    """Wilder's relative strength index over n positions."""
 def rolling_sum(x: Column, window: int, min_periods: int | None = None) -> Sequence:
     """The sum of the last values at each position."""
 def rolling_mean(x: Column, window: int, min_periods: int | None = None) -> Sequence:
@@ -175,14 +183,6 @@ def rolling_max_time(x: Column, t: Column, width: Any, min_periods: int | None =
     """The largest of the values of the last width of time at each position."""
 def rolling_count_time(x: Column, t: Column, width: Any, min_periods: int | None = None) -> Sequence:
     """The number of values present in the last width of time at each position."""
-def ema(x: Column, span: float) -> Sequence:
-    """The exponential moving average of a span."""
-def wilder(x: Column, n: int) -> Sequence:
-    """Wilder's moving average over n positions."""
-def atr(high: Column, low: Column, close: Column, n: int) -> Sequence:
-    """Wilder's average true range over n positions."""
-def rsi(x: Column, n: int) -> Sequence:
-    """Wilder's relative strength index over n positions."""
 def filter(x: Column, c: Column) -> Sequence:
     """The values of x where c is true."""
 def positions(c: Column) -> Sequence:
@@ -215,22 +215,10 @@ def avg(x: Column) -> float | None:
     """The mean."""
 def mean(x: Column) -> float | None:
     """The mean."""
-def min(x: Column) -> Any:
-    """The smallest value."""
-def max(x: Column) -> Any:
-    """The largest value."""
-def argmin(x: Column) -> int | None:
-    """The position of the smallest value."""
-def argmax(x: Column) -> int | None:
-    """The position of the largest value."""
 def any(c: Column) -> int | None:
     """1 if some condition is true, else 0."""
 def all(c: Column) -> int | None:
     """1 if every condition is true, else 0."""
-def first(x: Column, key: Any | None = None) -> Any:
-    """The first value that is present."""
-def last(x: Column, key: Any | None = None) -> Any:
-    """The last value that is present."""
 def var(x: Column) -> float | None:
     """The sample variance."""
 def stddev(x: Column) -> float | None:
@@ -243,12 +231,18 @@ def stddev_pop(x: Column) -> float | None:
     """The population standard deviation."""
 def histogram(x: Column, lo: float, hi: float, n: int) -> str | None:
     """How many values lie in each of n buckets of equal width between lo and hi."""
-def state(name: Any, *x: Any) -> bytes | None:
-    """The running state of an aggregate, as bytes."""
-def merge(state: bytes) -> bytes | None:
-    """The states of the rows combined."""
-def finish(state: bytes) -> Any:
-    """The result of the aggregate whose state it is."""
+def min(x: Column) -> Any:
+    """The smallest value."""
+def max(x: Column) -> Any:
+    """The largest value."""
+def argmin(x: Column) -> int | None:
+    """The position of the smallest value."""
+def argmax(x: Column) -> int | None:
+    """The position of the largest value."""
+def first(x: Column, key: Any | None = None) -> Any:
+    """The first value that is present."""
+def last(x: Column, key: Any | None = None) -> Any:
+    """The last value that is present."""
 def cov(y: Column, x: Column) -> float | None:
     """The sample covariance."""
 def corr(y: Column, x: Column) -> float | None:
@@ -273,6 +267,12 @@ def group(k: Column, x: Column) -> bytes | None:
     """The values of x by the keys at the same positions of k."""
 def group_rows(value: bytes) -> Iterator[Any]:
     """The groups of a value that group gives, a row each, ordered by key."""
+def state(name: Any, *x: Any) -> bytes | None:
+    """The running state of an aggregate, as bytes."""
+def merge(state: bytes) -> bytes | None:
+    """The states of the rows combined."""
+def finish(state: bytes) -> Any:
+    """The result of the aggregate whose state it is."""
 def resample(t: Column, x: Column, width: Any, how: Any, fill: Any | None = None) -> Sequence:
     """A value for each bucket of time."""
 def resample_time(t: Column, width: Any, fill: Any | None = None) -> Sequence:
