@@ -82,5 +82,11 @@ TEST(Compare, AConstantKeepsTheRunsOfTheColumn) {
     check_items<t_bool>(drained<t_bool>(qvo_seq_gt_int4, column.get(), constant.get()), expected);
 }
 
+// Texts without a width have equal ones, 0, when the comparison is built, and others in the end.
+TEST(Compare, WidthsThatTurnOutUnequalAreComparedOverTheSmaller_deliberate) {
+    TextSource left("{ab,cd"), right("{abx,cdy");
+    check_items<t_bool>(drained<t_bool>(qvo_seq_eq_char, left.get(), right.get()), {{1}, {1}});
+}
+
 }  // namespace
 }  // namespace test

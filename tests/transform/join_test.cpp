@@ -117,6 +117,7 @@ TEST(Join, FailuresPassThrough) {
         ASSERT_EQ(qvo_seq_join_int4(it.get(), series.get()), QVO_S_OK);
         for (const QVO_RET code : c.codes) EXPECT_EQ(it->next(it.get()), code);
         EXPECT_EQ(it->next_seq_no, c.positions);
+        if (c.at_tile_of != SIZE_MAX) { EXPECT_EQ(series.get()->iterator.tile_offs, 0) << "set back before the pull"; }
     }
 }
 
