@@ -66,7 +66,7 @@ def main():
     host = os.environ["PGHOST"]
     if verb == "write-spread":
         return write(path, SPREAD, host, "cluster")
-    for statement in ("DROP DATABASE IF EXISTS page", "CREATE DATABASE page"):
+    for statement in ("DROP DATABASE IF EXISTS page WITH (FORCE)", "CREATE DATABASE page"):
         subprocess.run(["psql", "-X", "-q", "-d", "postgres", "-c", statement], check=True)
     if verb == "write":
         return write(path, FIRST, host, "page")

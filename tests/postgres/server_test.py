@@ -21,7 +21,7 @@ from values import TYPES  # noqa: E402
 BIN = subprocess.run(["pg_config", "--bindir"], capture_output=True, text=True, check=True).stdout.strip()
 PARALLEL = """SET max_parallel_workers_per_gather = {}; SET parallel_setup_cost = 0; SET parallel_tuple_cost = 0;
 SET min_parallel_table_scan_size = 0; SET parallel_leader_participation = off"""
-SORTED = "SELECT seq_length(seq_sort(seq_sqrt(seq_range(0, 60000000, 7))))"  # seconds, if nothing ends it
+SORTED = "SELECT seq_length(seq_sort(seq_sqrt(seq_range(0, 25000000, 7))))"  # seconds, if nothing ends it
 # Bytes as a value that nobody has looked at, as a damaged disk would give them.
 AS_IS = "CREATE FUNCTION as_is(bytea, bytea) RETURNS qvoseq LANGUAGE internal STRICT AS 'byteatrim'"
 
@@ -29,7 +29,7 @@ AS_IS = "CREATE FUNCTION as_is(bytea, bytea) RETURNS qvoseq LANGUAGE internal ST
 class ServerTest(unittest.TestCase):
     def setUp(self):
         admin = host.PostgresHost(LIBRARY)
-        admin.run("DROP DATABASE IF EXISTS guest")
+        admin.run("DROP DATABASE IF EXISTS guest WITH (FORCE)")
         admin.run("CREATE DATABASE guest")
         self.host = host.PostgresHost(LIBRARY, dbname="guest")
         self.run_ = self.host.run
@@ -174,7 +174,7 @@ class ServerTest(unittest.TestCase):
         asked = []
 
         def later():
-            time.sleep(0.4)
+            time.sleep(0.25)
             asked.append(self.busy())
             self.host.db.cancel()
 
@@ -186,7 +186,7 @@ class ServerTest(unittest.TestCase):
         return self.busy() - asked[0]
 
     def test_interrupts(self):
-        long = "seq_sqrt(seq_range(0, 60000000, 7))"
+        long = "seq_sqrt(seq_range(0, 25000000, 7))"
         self.run_("CREATE TABLE big AS SELECT seq_sqrt(seq_range(0, 2000000)) AS x FROM generate_series(1, 40)")
         self.run_("ALTER TABLE big SET (parallel_workers = 2)")
         self.run_(PARALLEL.format(2))
