@@ -13,6 +13,9 @@
 
 #include "fmgr.h"
 #include "qvovalue.h"
+#if PG_VERSION_NUM >= 160000
+#include "varatt.h"
+#endif
 
 enum { qvo_most_arguments = 9 };
 
