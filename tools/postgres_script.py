@@ -248,7 +248,7 @@ SETTINGS = [
 
 def entries(functions):
     macro = {"scalar": "SCALAR", "aggregate": "AGGREGATE", "table": "TABLE"}
-    lines = [f"{macro[f.kind]}({f.name})" for f in functions]
+    lines = sorted(f"{macro[f.kind]}({f.name})" for f in functions)
     head = "/* An entry point for each function of the catalog: written by tools/postgres_script.py, included by entry.c. */\n/* clang-format off */\n"
     return head + "\n".join(lines) + "\n"
 

@@ -14,6 +14,7 @@ BLOCK = re.compile(r"^```sql\n(?P<sql>.*?)^```\n(?:(?P<between>\n?)```text\n(?P<
 FIRST, SPREAD = 0, 1  # the parts before and from the heading about several servers
 HEADING = "\n## Several servers\n"
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+SETTINGS = {"PGTZ": "UTC", "PGOPTIONS": "-c extra_float_digits=0"}  # the last digit is nobody's business
 MARK = "-- end of a block --"
 
 
@@ -29,7 +30,7 @@ def outputs(blocks, host, database):
     script = "".join(f"{block['sql']}\\echo {MARK}\n" for block in blocks)
     command = ["psql", "-X", "-q", "-h", host, "-U", "postgres", "-d", database, "-f", "-"]
     done = subprocess.run(command, input=script, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
-                          check=True, cwd=ROOT, env=os.environ | {"PGTZ": "UTC"})
+                          check=True, cwd=ROOT, env=os.environ | SETTINGS)
     texts = done.stdout.split(MARK + "\n")[: len(blocks)]
     return [re.sub(r"(?m)^psql:<stdin>:\d+: | +$|\n+\Z", "", text) + "\n" if text else "" for text in texts]
 

@@ -1,4 +1,5 @@
 -- Aggregates: over rows, groups, windows, states; and rows out of values.
+SET extra_float_digits = 0;
 CREATE TABLE chunks (k text, i int, x qvoseq);
 INSERT INTO chunks VALUES ('a', 1, '[1,2,3]'), ('a', 2, '[4.5,null]'), ('b', 3, '[7]'), ('b', 4, NULL), ('c', 5, NULL);
 SELECT k, seq_count(x), seq_sum(x), seq_avg(x), seq_min(x), seq_max(x), seq_stddev(x), seq_median(x) FROM chunks GROUP BY k ORDER BY k;
