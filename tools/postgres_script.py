@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The SQL scripts of the PostgreSQL extension and the list of its entry points, from the catalog inside the value library.
+"""The SQL scripts of the PostgreSQL extension and the list of its entry points, from the catalog in the value library.
 
     postgres_script.py write|check LIBRARY FOLDER     FOLDER/catalog.h and the script of the version in qvoseq.control
 
@@ -15,9 +15,9 @@ import sys
 import catalog
 import pages
 
-# Parameters that are sequences or scalars are "any", so that literals of every type find the function; see datum.c. So are
-# those that name something: were they text, they would have a collation, for which postgres_fdw would send no call with a
-# constant there to another server.
+# Parameters that are sequences or scalars are "any", so that literals of every type find the function; see datum.c. So
+# are those that name something: were they text, they would have a collation, for which postgres_fdw would send no call
+# with a constant there to another server.
 PARAMETER = {
     "sequence": "qvoseq",
     "operand": '"any"',
@@ -163,8 +163,8 @@ def table(f):
         # As many values as sequences.
         columns = names[: len(parameters) + 1] if names[-1] == "v8" else names
         for suffix, kind in VARIANTS.items():
-            of = {name: fixed.get(name, kind if name == "key" or name[0] == "v" and name[1:].isdigit() else "float8") for name in columns}
-            result = "TABLE(" + ", ".join(f"{name} {of[name]}" for name in columns) + ")"
+            of = [fixed.get(name, kind if re.fullmatch(r"key|v\d", name) else "float8") for name in columns]
+            result = "TABLE(" + ", ".join(f"{name} {type_}" for name, type_ in zip(columns, of)) + ")"
             yield from rows_function(f, f"seq_{f.name}{suffix}", parameters, result, support)
         yield from rows_function(f, f"seq_{f.name}_as", parameters, "SETOF record", support)
 
@@ -249,7 +249,8 @@ SETTINGS = [
 def entries(functions):
     macro = {"scalar": "SCALAR", "aggregate": "AGGREGATE", "table": "TABLE"}
     lines = sorted(f"{macro[f.kind]}({f.name})" for f in functions)
-    head = "/* An entry point for each function of the catalog: written by tools/postgres_script.py, included by entry.c. */\n/* clang-format off */\n"
+    head = "/* An entry point for each function of the catalog, for entry.c: written by tools/postgres_script.py. */\n"
+    head += "/* clang-format off */\n"
     return head + "\n".join(lines) + "\n"
 
 
@@ -284,7 +285,7 @@ def script(folder, version, functions):
     ]
     command = "ALTER EXTENSION qvoseq UPDATE" if at else "CREATE EXTENSION qvoseq"
     head = (
-        f"-- The extension qvoseq, version {version}: written by tools/postgres_script.py from the catalog of functions.\n"
+        f"-- The extension qvoseq, version {version}: written by tools/postgres_script.py from the catalog.\n"
         f'\\echo Use "{command}" to load this file. \\quit\n\n'
     )
     return f"qvoseq--{at + '--' if at else ''}{version}.sql", head + "\n".join(lines) + "\n"

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Ten million ticks in PostgreSQL, four ways in one run: a plain table, chunk rows in one process and with two workers, and
-chunk rows on four servers of this machine. Prints medians, the ratio to the plain table in one process, and sizes.
+"""Ten million ticks in PostgreSQL, four ways in one run: a plain table, chunk rows in one process and with two workers,
+and chunk rows on four servers of this machine. Prints medians, the ratio to the plain table in one process, and sizes.
 
 usage: ticks.py FOLDER [TICKS]     with the extension installed; the servers live in FOLDER"""
 
@@ -15,7 +15,8 @@ import psycopg2
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 CLUSTER = os.path.join(ROOT, "examples", "cluster", "cluster")
 ROUNDS = 7
-PLAIN = """CREATE TABLE plain AS SELECT symbol, day, m.* FROM (SELECT symbol, day FROM chunks) AS c, make_ticks(symbol, day, {}) AS m;
+PLAIN = """CREATE TABLE plain AS
+SELECT symbol, day, m.* FROM (SELECT symbol, day FROM chunks) AS c, make_ticks(symbol, day, {}) AS m;
 ALTER TABLE plain SET (parallel_workers = 2); VACUUM ANALYZE plain"""
 JOBS = {
     "filtered average": (
@@ -78,7 +79,8 @@ def measure(folder, n):
     for table in ("plain", "chunks"):
         spread.execute(f"SELECT pg_total_relation_size('{table}')")
         print(f"{table:8} {spread.fetchone()[0] / 1e6:8.1f} MB")
-    spread.execute("SELECT sum(pg_column_size(time)), sum(pg_column_size(price)), sum(pg_column_size(volume)) FROM chunks")
+    sizes = ", ".join(f"sum(pg_column_size({name}))" for name in ("time", "price", "volume"))
+    spread.execute(f"SELECT {sizes} FROM chunks")
     print("  of it time, price, volume: " + ", ".join(f"{size / 1e6:.1f}" for size in spread.fetchone()) + " MB")
     print(f"{'seconds, median of ' + str(ROUNDS):28} plain  plain, 2   chunks  chunks, 2  4 servers")
     for job, (plain, chunks, four) in JOBS.items():

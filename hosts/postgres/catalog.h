@@ -1,4 +1,4 @@
-/* An entry point for each function of the catalog: written by tools/postgres_script.py, included by entry.c. */
+/* An entry point for each function of the catalog, for entry.c: written by tools/postgres_script.py. */
 /* clang-format off */
 AGGREGATE(all)
 AGGREGATE(any)

@@ -160,7 +160,7 @@ static void describe_argument(CallSite* site, FunctionCallInfo fcinfo, Oid decla
                         errmsg("seq_%s: argument %d: the type of %s is not known", site->name, i + 1, parameter.name)));
     type = getBaseType(type);
     site->forms[i] = form_of(type, site->name, i, parameter.name);
-    /* Beside sequences times are texts. Where anything is taken, as a key or a value, they are numbers that order well. */
+    /* Beside sequences times are texts. Where anything is taken, as a key or a value, they are numbers: these order. */
     site->instants[i] = parameter.takes == QVO_TAKES_ANYTHING;
     site->texts[i] = parameter.takes == QVO_TAKES_TEXT;
 }

@@ -1,10 +1,11 @@
 /*
  * What the parts of the PostgreSQL extension share: data on their way in and out, limits, errors.
  *
- * The extension is C, and the value library behind its C interface is C++ that never calls back into PostgreSQL, but for
- * memory (memory.cpp, which never raises) and `interrupted`, which only looks at flags. So PostgreSQL's longjmp meets
- * frames of C alone, and C++ exceptions end within the library. Whatever an error leaves behind lies in memory contexts
- * and goes with them.
+ * The extension is C, and the value library behind its C interface is C++ that never calls back into PostgreSQL, but
+ * for memory (memory.cpp, which never raises) and `interrupted`, which only looks at flags. So PostgreSQL's longjmp
+ * meets frames of C alone, and C++ exceptions end within the library. Whatever an error leaves behind lies in memory
+ * contexts and goes with them. (zstd's working memory does not; it is held within a call, which unwinds, and by open
+ * rows, which rows.c closes whatever happens.)
  */
 #ifndef QVO_POSTGRES_HOST_H
 #define QVO_POSTGRES_HOST_H

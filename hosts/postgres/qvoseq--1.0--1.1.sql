@@ -1,4 +1,4 @@
--- The extension qvoseq, version 1.1: written by tools/postgres_script.py from the catalog of functions.
+-- The extension qvoseq, version 1.1: written by tools/postgres_script.py from the catalog.
 \echo Use "ALTER EXTENSION qvoseq UPDATE" to load this file. \quit
 
 CREATE FUNCTION seq_rows_support(internal) RETURNS internal

@@ -1,4 +1,4 @@
--- The extension qvoseq, version 1.0: written by tools/postgres_script.py from the catalog of functions.
+-- The extension qvoseq, version 1.0: written by tools/postgres_script.py from the catalog.
 \echo Use "CREATE EXTENSION qvoseq" to load this file. \quit
 
 CREATE TYPE qvoseq;

@@ -1,8 +1,8 @@
 /*
  * The type qvoseq: its bytes are the stored form, its text is the JSON of seq_to_json.
  *
- * Of JSON alone not every type can be told: [1,2] might be int4, strings might be times. Where reading it again would give
- * another type, the text names it in front, `int4[1,2]`, so that what pg_dump writes comes back as it was.
+ * Of JSON alone not every type can be told: [1,2] might be int4, strings might be times. Where reading it again would
+ * give another type, the text names it in front, `int4[1,2]`, so that what pg_dump writes comes back as it was.
  */
 #include "type.h"
 
@@ -45,8 +45,8 @@ static bool same_text(const qvo_datum_t* a, const qvo_datum_t* b) {
 }
 
 /*
- * Whether the text would be read as the type without its name. All values of a type look alike to the reader, but for the
- * width of texts: else the first one tells.
+ * Whether the text would be read as the type without its name. All values of a type look alike to the reader, but for
+ * the width of texts: else the first one tells.
  */
 static bool is_inferred(qvo_datum_t sequence, qvo_datum_t type, qvo_datum_t json) {
     const char char_[] = "char(";

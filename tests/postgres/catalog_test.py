@@ -1,6 +1,6 @@
-"""Every function of the catalog, called through PostgreSQL and through SQLite with the same arguments: results are the same
-to the last bit, errors have the same sentence. (That SQLite's are those of NumPy and pandas, on these very cases, is
-what tests/sqlite/catalog_test.py shows.)
+"""Every function of the catalog, called through PostgreSQL and through SQLite with the same arguments: results are the
+same to the last bit, errors have the same sentence. (That SQLite's are those of NumPy and pandas, on these very cases,
+is what tests/sqlite/catalog_test.py shows.)
 
 usage: catalog_test.py EXTENSION LIBRARY     with PGHOST and PGUSER; EXTENSION is that of SQLite"""
 
@@ -91,7 +91,8 @@ class CatalogTest(unittest.TestCase):
                     except host.Unlike:
                         continue
                     done += 1
-                    self.assertIsNone(differs(result, expected), f"{case.shape}: {cases.shown(arguments)} in {len(rows)} rows")
+                    message = f"{case.shape}: {cases.shown(arguments)} in {len(rows)} rows"
+                    self.assertIsNone(differs(result, expected), message)
             self.assertTrue(done > 0 or oracle.reference is None)
 
         self.each(check, "aggregate")
@@ -112,7 +113,8 @@ class CatalogTest(unittest.TestCase):
                 if function.name == "rows":
                     like = [row[: len(arguments) + 1] for row in like]
                 result = attempt(self.postgres.rows, function.name, arguments, like)
-                self.assertIsNone(differs(result, expected if isinstance(expected, Exception) else like), cases.shown(arguments))
+                wanted = expected if isinstance(expected, Exception) else like
+                self.assertIsNone(differs(result, wanted), cases.shown(arguments))
 
         self.each(check, "table")
 

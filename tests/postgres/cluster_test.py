@@ -1,5 +1,5 @@
-"""Four servers as one, by examples/cluster: what is computed where, that it is what one server computes, and what a lost
-server does.
+"""Four servers as one, by examples/cluster: what is computed where, that it is what one server computes, and what a
+lost server does.
 
 usage: cluster_test.py LIBRARY FOLDER     FOLDER is where the servers are to live"""
 
@@ -62,7 +62,7 @@ class ClusterTest(unittest.TestCase):
     def test_groups_of_the_key_are_computed_where_they_lie(self):
         for name, call in self.calls():
             with self.subTest(call):
-                query = f"SELECT symbol, day, {call} FROM {{}} WHERE day < '2026-01-04' GROUP BY symbol, day ORDER BY symbol, day"
+                query = f"SELECT symbol, day, {call} FROM {{}} WHERE day < '2026-01-04' GROUP BY 1, 2 ORDER BY 1, 2"
                 plan = "\n".join(row[0] for row in self.run_(f"EXPLAIN (VERBOSE) {query.format('ticks')}"))
                 remote = re.findall("Remote SQL: (.*)", plan)
                 self.assertEqual(len(remote), 4, plan)
@@ -78,7 +78,8 @@ class ClusterTest(unittest.TestCase):
                 suffix = "_text" if name == "histogram" else ""
                 states = f"SELECT symbol, seq_state('{name}', {arguments} AS s FROM ticks GROUP BY symbol"
                 query = f"SELECT seq_finish{suffix}(seq_merge(s)) FROM ({states}) AS states"
-                remote = re.findall("Remote SQL: (.*)", "\n".join(r[0] for r in self.run_(f"EXPLAIN (VERBOSE) {query}")))
+                plan = "\n".join(row[0] for row in self.run_(f"EXPLAIN (VERBOSE) {query}"))
+                remote = re.findall("Remote SQL: (.*)", plan)
                 self.assertTrue(len(remote) == 4 and all("seq_state('" in sql for sql in remote), remote)
                 (merged,), (direct,) = self.run_(query)[0], self.run_(f"SELECT {call} FROM one")[0]
                 self.assertSame([(merged,)], [(float(direct) if suffix == "" else direct,)])
@@ -103,9 +104,10 @@ class ClusterTest(unittest.TestCase):
         while os.path.exists(f"{FOLDER}/2/data/postmaster.pid"):
             time.sleep(0.05)
         for _ in range(3):
-            with self.assertRaisesRegex(psycopg2.Error, "could not connect|closed the connection|terminating connection"):
+            with self.assertRaisesRegex(psycopg2.Error, "could not connect|(closed the|terminating) connection"):
                 self.run_(query)
-        lost = self.run_("SELECT DISTINCT symbol FROM ONLY one WHERE satisfies_hash_partition('ticks'::regclass, 4, 2, symbol)")
+        there = "satisfies_hash_partition('ticks'::regclass, 4, 2, symbol)"
+        lost = self.run_(f"SELECT DISTINCT symbol FROM one WHERE {there}")
         self.assertGreater(len(lost), 0)
         kept = [row for row in expected if (row[0],) not in lost]
         for symbol, average in (kept[0], kept[-1]):  # what lies elsewhere is still there

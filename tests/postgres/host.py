@@ -1,6 +1,6 @@
 """Functions called through PostgreSQL, with NumPy arrays as sequences: the same calls as tests/sqlite/values.py makes.
 
-SQL gives every result one type: where a function's result has a type of its own, what is expected says which name to call."""
+SQL gives every result one type: where that depends on the sequence, what is expected says which name to call."""
 
 import os
 import sys

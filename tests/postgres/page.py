@@ -10,10 +10,12 @@ import re
 import subprocess
 import sys
 
-BLOCK = re.compile(r"^```sql\n(?P<sql>.*?)^```\n(?:(?P<between>\n?)```text\n(?P<text>.*?)^```\n)?", re.MULTILINE | re.DOTALL)
 FIRST, SPREAD = 0, 1  # the parts before and from the heading about several servers
 HEADING = "\n## Several servers\n"
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+sys.path.insert(0, os.path.join(ROOT, "tests", "docs"))
+from sql_page import BLOCK  # noqa: E402
+
 SETTINGS = {"PGTZ": "UTC", "PGOPTIONS": "-c extra_float_digits=0"}  # the last digit is nobody's business
 MARK = "-- end of a block --"
 
@@ -44,7 +46,8 @@ def check(path, part, host, database):
     for block, came in zip(blocks, outputs(blocks, host, database), strict=True):
         shown = block["text"] or ""
         if shown != came:
-            faults += [block["sql"], *difflib.unified_diff(shown.splitlines(), came.splitlines(), "page", "output", "", "", 9)]
+            lines = shown.splitlines(), came.splitlines()
+            faults += [block["sql"], *difflib.unified_diff(*lines, "page", "output", "", "", 9)]
     return "\n".join(faults)
 
 
