@@ -47,6 +47,8 @@ def scalar(takes: str, value: Any) -> Any:
         return value
     if type(value).__module__ == "numpy":
         value = _of_numpy(value)
+        if isinstance(value, _SIMPLE):
+            return value
     if isinstance(value, datetime.timedelta):
         microseconds = value // datetime.timedelta(microseconds=1)
         return f"{microseconds} microseconds" if takes == "text" else microseconds

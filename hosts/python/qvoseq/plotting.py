@@ -41,7 +41,7 @@ def plot(t: Any, *sequences: Any, labels: Any = None, ax: Any = None, **options:
     t = t if t is None or isinstance(t, Sequence) else Sequence(t)
     for i, x in enumerate(sequences):
         places, drawn = thinned(t, x if isinstance(x, Sequence) else Sequence(x))
-        ax.plot(places, drawn, label=None if labels is None else labels[i], **options)
+        ax.plot(places, drawn, **({} if labels is None else {"label": labels[i]}), **options)
     if labels is not None:
         ax.legend()
     return ax

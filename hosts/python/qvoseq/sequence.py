@@ -80,7 +80,7 @@ class Sequence(Methods):
     def __getitem__(self, key: Any) -> Any:
         if isinstance(key, slice):
             return self._slice(key)
-        if hasattr(key, "__index__"):
+        if hasattr(key, "__index__") and getattr(key, "shape", ()) == ():
             return self._item(key.__index__())
         chosen = Sequence(key) if len(key) else Sequence(np.empty(0, "i8"))
         return self.filter(chosen) if chosen.type() == "boolean" else self.take(chosen)
