@@ -122,6 +122,7 @@ void release_buffer(void* buffer) {
 }
 
 NB_MODULE(_qvoseq, module) {
+    nb::set_leak_warnings(false);  // Python does not empty all modules at its end, and the catalog lives in them
     signal_thread = nb::cast<unsigned long>(nb::module_::import_("threading").attr("main_thread")().attr("ident"));
     module.doc() = "The value library; what the package qvoseq is made of.";
     module.def("budget", budget);
