@@ -185,10 +185,12 @@ int main(int argc, char** argv) {
     printf("size %.0f 0\n", (double)file.st_size);
 
     const int64_t day = INT64_C(86400000000), from = INT64_C(1767225600000000) + 3 * day;
-    report(db, "filtered", chunks ? "SELECT seq_avg(seq_filter(price, seq_gt(volume, 1000))) FROM ticks_seq"
-                                  : "SELECT avg(price) FROM ticks WHERE volume > 1000");
-    report(db, "grouped", chunks ? "SELECT symbol, seq_avg(price) FROM ticks_seq GROUP BY symbol"
-                                 : "SELECT symbol, avg(price) FROM ticks GROUP BY symbol");
+    report(db, "filtered",
+           chunks ? "SELECT seq_avg(seq_filter(price, seq_gt(volume, 1000))) FROM ticks_seq"
+                  : "SELECT avg(price) FROM ticks WHERE volume > 1000");
+    report(db, "grouped",
+           chunks ? "SELECT symbol, seq_avg(price) FROM ticks_seq GROUP BY symbol"
+                  : "SELECT symbol, avg(price) FROM ticks GROUP BY symbol");
     snprintf(sql, sizeof sql,
              chunks ? "SELECT seq_avg(seq_filter(price, seq_gt(volume, 1000))) FROM ticks_seq(%" PRId64 ", %" PRId64
                       ") WHERE symbol = 'SYM42'"

@@ -1,6 +1,7 @@
 // What stands between the brackets of CREATE VIRTUAL TABLE … USING qvoseq(…), and the names that follow from it.
 #pragma once
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,8 +27,11 @@ struct Declaration {
     std::vector<Column> columns;
     std::vector<size_t> keys, packed;  // columns
     int order = -1;                    // the ORDER column
-    size_t chunk_rows = 65'536;
+    size_t chunk_rows = 65'536;        // that wait for being packed
 
+    /// Rows of a full chunk: few enough that looking up one of them reads few pages, and enough that the price of a call
+    /// does not matter to the chunk's.
+    size_t full_chunk() const { return std::min<size_t>(chunk_rows, 16'384); }
     bool has_order() const { return order >= 0; }
     const Column& order_column() const { return columns[static_cast<size_t>(order)]; }
     size_t order_slot() const { return order_column().slot; }

@@ -1,4 +1,4 @@
-// Packing the tail of a key into chunks.
+// Packing the tail of a key into chunks, each of `full_chunk` rows at most.
 //
 // Rows behind the last chunk become new ones, which are full but for the last. Rows that came late are merged into the
 // chunk that they belong to, which is written anew, and split where it has grown too much.
@@ -34,14 +34,14 @@ class Packing {
         }
         rows_.append(read_rows(pieces).batch);
         // What is behind all chunks does not come whole into memory.
-        const size_t full = store_.declaration().chunk_rows;
+        const size_t full = store_.declaration().full_chunk();
         if (!has_chunk_ && rows_.size() >= 2 * full) write(rows_.size() / full * full);
     }
     bool has_chunk() const { return has_chunk_; }
 
     /// Writes what was gathered as chunks of about equal size.
     void end() {
-        const size_t full = store_.declaration().chunk_rows, n = rows_.size();
+        const size_t full = store_.declaration().full_chunk(), n = rows_.size();
         const size_t parts = n <= full + full / 2 ? 1 : (n + full - 1) / full;
         for (size_t i = 0; i < parts && n != 0; ++i)
             store_.insert(false, key_, rows_.slice(i * n / parts, (i + 1) * n / parts - i * n / parts), place_++);
@@ -51,17 +51,17 @@ class Packing {
     }
     /// Writes full chunks, and gives back what is left.
     Batch end_full() {
-        const size_t full = store_.declaration().chunk_rows;
+        const size_t full = store_.declaration().full_chunk();
         write(rows_.size() / full * full);
         return std::exchange(rows_, Batch(store_.declaration()));
     }
-    bool is_small() const { return rows_.size() <= store_.declaration().chunk_rows * 3 / 2; }
+    bool is_small() const { return rows_.size() <= store_.declaration().full_chunk() * 3 / 2; }
     int64_t place() const { return place_; }
     std::vector<Source>& replaced() { return replaced_; }
 
  private:
     void write(size_t n) {
-        const size_t full = store_.declaration().chunk_rows;
+        const size_t full = store_.declaration().full_chunk();
         for (size_t at = 0; at < n; at += full) store_.insert(false, key_, rows_.slice(at, full), place_++);
         if (n != 0) rows_ = rows_.slice(n, rows_.size() - n);
     }
@@ -89,7 +89,7 @@ int64_t Tail::pack(const Key& key, bool all) {
     while (pieces.next()) {
         const bool chunk = !pieces.piece()[0].source.tail;
         const bool full_at_end =
-            behind == chunks.size() && packing.has_chunk() && chunks.back().number >= store_.declaration().chunk_rows;
+            behind == chunks.size() && packing.has_chunk() && chunks.back().number >= store_.declaration().full_chunk();
         // Rows before the first chunk go with it; a last chunk that is full is left alone.
         if (chunk ? behind != 0 : full_at_end) packing.end();
         behind += chunk;

@@ -14,7 +14,7 @@ namespace {
 // `l` (at most); `[` and `)` are the bounds of chunk rows. `d` has no value: rows are wanted in descending order.
 class Plan {
  public:
-    Plan(const Declaration& declaration, sqlite3_index_info* info) : declaration_(declaration), info_(info) {
+    explicit Plan(sqlite3_index_info* info) : info_(info) {
         text_ = formatted("c%llx", static_cast<unsigned long long>(info->colUsed));
     }
 
@@ -33,7 +33,6 @@ class Plan {
     }
 
  private:
-    const Declaration& declaration_;
     sqlite3_index_info* info_;
     std::string text_;
     int n_ = 0;
@@ -142,7 +141,7 @@ bool serves_order(const Declaration& declaration, const Reach& reach, bool with_
 }
 
 void plan(const Declaration& declaration, const Store::Size& size, sqlite3_index_info* info, bool sequences) {
-    Plan plan(declaration, info);
+    Plan plan(info);
     Reach reach;
     reach.keys.resize(declaration.keys.size());
     const auto n_columns = static_cast<int>(declaration.columns.size());

@@ -14,6 +14,12 @@ std::string marks(size_t n) {
     return text;
 }
 
+std::string key_condition(const Declaration& declaration) {
+    std::string sql;
+    for (const size_t i : declaration.keys) sql += quoted(declaration.columns[i].name) + "=? AND ";
+    return sql;
+}
+
 }  // namespace
 
 std::string Store::key_names() const {
@@ -65,13 +71,16 @@ void Store::check_version() {
 }
 
 void Store::close() {
-    for (auto* list : {sources_, find_, next_key_, first_key_, insert_, remove_})
+    for (auto* list : {sources_, find_, insert_, remove_})
         for (int i = 0; i < 2; ++i) list[i] = Statement();
+    first_key_ = Statement();
+    next_key_ = Statement();
     readers_.clear();
 }
 
-Statement& Store::kept(Statement& statement, const std::string& sql) {
-    if (!statement) statement = Statement(db_, sql);
+/// A statement that is prepared once, with the text that `sql` makes then.
+template <class F> Statement& Store::kept(Statement& statement, F sql) {
+    if (!statement) statement = Statement(db_, sql());
     return statement;
 }
 
@@ -105,46 +114,39 @@ int Store::bind_rank(Statement& statement, int i, int64_t rank) const {
     return i + 1;
 }
 
-namespace {
-std::string key_condition(const Declaration& declaration) {
-    std::string sql;
-    for (const size_t i : declaration.keys) sql += quoted(declaration.columns[i].name) + "=? AND ";
-    return sql;
-}
-}  // namespace
-
-std::vector<Source> Store::sources(bool tail, const Key& key, const Range& range) {
+std::string Store::select_sources(bool tail) const {
     const auto named = [&](const char* name) { return quoted(declaration_.free_name(name)); };
     const std::string first = named("first"), last = named("last"), condition = key_condition(declaration_);
-    std::string sql = "SELECT " + named("id") + "," + first + "," + last + "," + named("number") +
-                      (tail ? "," + named("raw") : "") + " FROM " + table_of(tail) + " WHERE " + condition;
+    const std::string columns = first + "," + last + "," + named("number") + (tail ? "," + named("raw") : "");
+    std::string sql = "SELECT " + named("id") + "," + columns + " FROM " + table_of(tail) + " WHERE " + condition;
     // Chunks do not overlap: of those that begin below the range only the last can reach into it.
     if (!tail)
         sql += first + ">=coalesce((SELECT max(" + first + ") FROM " + table_of(tail) + " WHERE " + condition + first +
                "<?),?) AND ";
-    sql += last + ">=? AND " + first + "<=? ORDER BY " + first + "," + last + "," + named("number") +
-           (tail ? "," + named("raw") : "") + "," + named("id");
-    Statement& statement = kept(sources_[tail], sql);
+    return sql + last + ">=? AND " + first + "<=? ORDER BY " + columns + "," + named("id");
+}
+
+std::vector<Source> Store::sources(bool tail, const Key& key, const Range& range) {
+    Statement& statement = kept(sources_[tail], [&] { return select_sources(tail); });
     const Resetting resetting(statement);
     int at = bind_key(declaration_, statement, 1, key);
     if (!tail) {
-        at = bind_key(declaration_, statement, at, key);
-        at = bind_rank(statement, at, range.first);
+        at = bind_rank(statement, bind_key(declaration_, statement, at, key), range.first);
         at = bind_rank(statement, at, lowest_rank);
     }
-    at = bind_rank(statement, at, range.first);
-    bind_rank(statement, at, range.last);
+    bind_rank(statement, bind_rank(statement, at, range.first), range.last);
     std::vector<Source> found;
     while (statement.step()) found.push_back(source_of(statement, 0, tail));
     return found;
 }
 
 bool Store::find(bool tail, int64_t id, Source& source, Key& key) {
-    const auto named = [&](const char* name) { return quoted(declaration_.free_name(name)); };
-    Statement& statement =
-        kept(find_[tail], "SELECT " + key_names() + named("id") + "," + named("first") + "," + named("last") + "," +
-                              named("number") + (tail ? "," + named("raw") : "") + " FROM " + table_of(tail) +
-                              " WHERE " + named("id") + "=?");
+    Statement& statement = kept(find_[tail], [&] {
+        const auto named = [&](const char* name) { return quoted(declaration_.free_name(name)); };
+        return "SELECT " + key_names() + named("id") + "," + named("first") + "," + named("last") + "," +
+               named("number") + (tail ? "," + named("raw") : "") + " FROM " + table_of(tail) + " WHERE " +
+               named("id") + "=?";
+    });
     const Resetting resetting(statement);
     statement.bind(1, id);
     if (!statement.step()) return false;
@@ -153,26 +155,26 @@ bool Store::find(bool tail, int64_t id, Source& source, Key& key) {
     return true;
 }
 
-std::optional<Key> Store::next_key(const Key* after) {
+/// The lesser of the two tables' next keys, found by SQLite, which knows how they compare.
+std::string Store::select_key(bool first) const {
     std::string names = key_names();
-    std::optional<Key> least;
-    if (names.empty()) {
-        if (after == nullptr) least.emplace();
-        return least;
-    }
     names.pop_back();
-    const std::string from = "SELECT " + names + " FROM ", order = " ORDER BY " + names + " LIMIT 1";
-    // The lesser of the two tables' next keys, found by SQLite, which knows how they compare.
-    const std::string condition = " WHERE (" + names + ")>(" + marks(declaration_.keys.size()) + ")";
+    const std::string order = " ORDER BY " + names + " LIMIT 1";
+    const std::string condition = first ? "" : " WHERE (" + names + ")>(" + marks(declaration_.keys.size()) + ")";
     const auto one = [&](bool tail) {
-        return "SELECT * FROM (" + from + table_of(tail) + (after == nullptr ? "" : condition) + order + ")";
+        return "SELECT * FROM (SELECT " + names + " FROM " + table_of(tail) + condition + order + ")";
     };
+    return one(false) + " UNION ALL " + one(true) + order;
+}
+
+std::optional<Key> Store::next_key(const Key* after) {
+    if (declaration_.keys.empty()) return after == nullptr ? std::optional<Key>(Key()) : std::nullopt;
     Statement& statement =
-        kept(after == nullptr ? first_key_[0] : next_key_[0], one(false) + " UNION ALL " + one(true) + order);
+        kept(after == nullptr ? first_key_ : next_key_, [&] { return select_key(after == nullptr); });
     const Resetting resetting(statement);
     if (after != nullptr) bind_key(declaration_, statement, bind_key(declaration_, statement, 1, *after), *after);
-    if (statement.step()) least = key_of(declaration_, statement, 0);
-    return least;
+    if (!statement.step()) return {};
+    return key_of(declaration_, statement, 0);
 }
 
 Source Store::insert(bool tail, const Key& key, const Batch& rows, int64_t place) {
@@ -182,8 +184,10 @@ Source Store::insert(bool tail, const Key& key, const Batch& rows, int64_t place
         source.first = rank_at(declaration_.order_column().type, order.at(0));
         source.last = rank_at(declaration_.order_column().type, order.at(rows.size() - 1));
     }
-    const size_t n = declaration_.keys.size() + declaration_.packed.size() + (tail ? 5 : 4);
-    Statement& statement = kept(insert_[tail], "INSERT INTO " + table_of(tail) + " VALUES (" + marks(n) + ")");
+    Statement& statement = kept(insert_[tail], [&] {
+        const size_t n = declaration_.keys.size() + declaration_.packed.size() + (tail ? 5 : 4);
+        return "INSERT INTO " + table_of(tail) + " VALUES (" + marks(n) + ")";
+    });
     const Resetting resetting(statement);
     int at = bind_key(declaration_, statement, 2, key);
     at = bind_rank(statement, at, source.first);
@@ -218,8 +222,9 @@ void Store::before_change(const Source& source) {
 
 void Store::remove(const Source& source) {
     before_change(source);
-    Statement& statement = kept(remove_[source.tail], "DELETE FROM " + table_of(source.tail) + " WHERE " +
-                                                          quoted(declaration_.free_name("id")) + "=?");
+    Statement& statement = kept(remove_[source.tail], [&] {
+        return "DELETE FROM " + table_of(source.tail) + " WHERE " + quoted(declaration_.free_name("id")) + "=?";
+    });
     const Resetting resetting(statement);
     statement.bind(1, source.id);
     statement.run();

@@ -123,7 +123,9 @@ class Store {
     std::string definition(bool tail) const;
     Source source_of(const Statement& row, int first, bool tail) const;
     int bind_rank(Statement& statement, int i, int64_t rank) const;
-    Statement& kept(Statement& statement, const std::string& sql);
+    std::string select_sources(bool tail) const;
+    std::string select_key(bool first) const;
+    template <class F> Statement& kept(Statement& statement, F sql);
 
     void before_change(const Source& source);
 
@@ -131,7 +133,7 @@ class Store {
     Readers& reading_;
     std::string schema_, name_;
     Declaration declaration_;
-    Statement sources_[2], find_[2], next_key_[2], first_key_[2], insert_[2], remove_[2];
+    Statement sources_[2], find_[2], insert_[2], remove_[2], first_key_, next_key_;
     bool version_is_known_ = false;
     // Statements that read columns, which many cursors may want at once.
     std::map<std::pair<bool, Slots>, std::vector<Statement>> readers_;
