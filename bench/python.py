@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
-"""Sequences in Python beside NumPy, pandas and Polars, in one run, each on one thread: milliseconds, the best of several.
+"""Sequences in Python beside NumPy, pandas and Polars, in one run, each on one thread: milliseconds, the best of
+several.
 
     POLARS_MAX_THREADS=1 bench/python.py [rows]      ten million rows by default; sorts and joins over a tenth of them
 
-Values come without runs and with mean runs of 100. Sequences are stored ones, as a database keeps them, and `array` is the
-same over a NumPy array in place; the others hold arrays in memory. Every result is compared before it is timed."""
+Values come without runs and with mean runs of 100. Sequences are stored ones, as a database keeps them, and `array` is
+the same over a NumPy array in place; the others hold arrays in memory. Every result is compared before it is timed."""
 
 import gc
 import os
@@ -44,7 +45,10 @@ def flat(value):
 def data(rows, run, rng):
     """Prices to two digits, volumes, keys and times."""
     n = -(-rows // run)
-    repeated = [np.repeat(v, run)[:rows] for v in (rng.integers(1000, 99_999, n) / 100, rng.integers(0, 2000, n), rng.integers(0, 100, n))]
+    repeated = [
+        np.repeat(v, run)[:rows]
+        for v in (rng.integers(1000, 99_999, n) / 100, rng.integers(0, 2000, n), rng.integers(0, 100, n))
+    ]
     times = np.cumsum(rng.integers(1, 5, rows)).astype("M8[us]")
     return [*repeated, times]
 
@@ -65,23 +69,69 @@ def jobs(columns, part):
         times, values = q[3].slice(0, m), q[0].slice(0, m)
         return qs.asof(qs.Sequence(left), times, values)
 
-    yield "filtered mean", each(lambda x, v, k, t: x.filter(v > 1000).mean()), lambda: x[v > 1000].mean(), lambda: px[pv > 1000].mean(), lambda: lx.filter(lv > 1000).mean()
-    yield "add", each(lambda x, v, k, t: (x + v).compute()), lambda: x + v, lambda: px + pv, lambda: lx + lv
-    yield "rolling mean", each(lambda x, v, k, t: x.rolling_mean(window).to_numpy()), None, lambda: px.rolling(window).mean(), lambda: lx.rolling_mean(window)
-    yield "rolling max", each(lambda x, v, k, t: x.rolling_max(window).to_numpy()), None, lambda: px.rolling(window).max(), lambda: lx.rolling_max(window)
-    yield "cumsum", each(lambda x, v, k, t: x.cumsum().to_numpy()), lambda: np.cumsum(x), lambda: px.cumsum(), lambda: lx.cum_sum()
+    yield (
+        "filtered mean",
+        each(lambda x, v, k, t: x.filter(v > 1000).mean()),
+        lambda: x[v > 1000].mean(),
+        lambda: px[pv > 1000].mean(),
+        lambda: lx.filter(lv > 1000).mean(),
+    )
+    yield "add", each(lambda x, v, k, t: (x + v).to_numpy()), lambda: x + v, lambda: px + pv, lambda: lx + lv
+    yield "add, runs kept", each(lambda x, v, k, t: (x + v).compute()), lambda: x + v, lambda: px + pv, lambda: lx + lv
+    yield (
+        "rolling mean",
+        each(lambda x, v, k, t: x.rolling_mean(window).to_numpy()),
+        None,
+        lambda: px.rolling(window).mean(),
+        lambda: lx.rolling_mean(window),
+    )
+    yield (
+        "rolling max",
+        each(lambda x, v, k, t: x.rolling_max(window).to_numpy()),
+        None,
+        lambda: px.rolling(window).max(),
+        lambda: lx.rolling_max(window),
+    )
+    yield (
+        "cumsum",
+        each(lambda x, v, k, t: x.cumsum().to_numpy()),
+        lambda: np.cumsum(x),
+        lambda: px.cumsum(),
+        lambda: lx.cum_sum(),
+    )
     frame = pl.DataFrame({"k": lk, "x": lx})
-    yield "group sum", each(lambda x, v, k, t: [g.sum for g in qs.group_rows(qs.group(k, x))]), lambda: np.bincount(k, x), lambda: px.groupby(pk).sum(), lambda: frame.group_by("k").agg(pl.col("x").sum()).sort("k")["x"]
-    yield "argsort, a tenth", each(lambda x, v, k, t: x.slice(0, m).argsort().to_numpy()), lambda: np.argsort(x[:m], kind="stable"), lambda: px[:m].argsort(kind="stable"), lambda: lx[:m].arg_sort()
+    yield (
+        "group sum",
+        each(lambda x, v, k, t: [g.sum for g in qs.group_rows(qs.group(k, x))]),
+        lambda: np.bincount(k, x),
+        lambda: px.groupby(pk).sum(),
+        lambda: frame.group_by("k").agg(pl.col("x").sum()).sort("k")["x"],
+    )
+    yield (
+        "argsort, a tenth",
+        each(lambda x, v, k, t: x.slice(0, m).argsort().to_numpy()),
+        lambda: np.argsort(x[:m], kind="stable"),
+        lambda: px[:m].argsort(kind="stable"),
+        lambda: lx[:m].arg_sort(),
+    )
     a, b = pd.DataFrame({"t": left}), pd.DataFrame({"t": right, "x": x[:m]})
     la, lb = pl.DataFrame({"t": left}).set_sorted("t"), pl.DataFrame({"t": right, "x": x[:m]}).set_sorted("t")
-    yield "as-of join, a tenth", lambda q: asof_of(q).to_numpy(), lambda: x[:m][np.searchsorted(right, left, "right") - 1], lambda: pd.merge_asof(a, b, on="t")["x"], lambda: la.join_asof(lb, on="t")["x"]
+    yield (
+        "as-of join, a tenth",
+        lambda q: asof_of(q).to_numpy(),
+        lambda: x[:m][np.searchsorted(right, left, "right") - 1],
+        lambda: pd.merge_asof(a, b, on="t")["x"],
+        lambda: la.join_asof(lb, on="t")["x"],
+    )
 
 
 def main():
     rows = int(float(sys.argv[1])) if len(sys.argv) > 1 else 10_000_000
     rng = np.random.default_rng(2026)
-    print(f"{rows} rows, milliseconds; NumPy {np.__version__}, pandas {pd.__version__}, Polars {pl.__version__} on {pl.thread_pool_size()} thread")
+    print(
+        f"{rows} rows, milliseconds; NumPy {np.__version__}, pandas {pd.__version__}, "
+        f"Polars {pl.__version__} on {pl.thread_pool_size()} thread"
+    )
     head = ["stored", "array", "NumPy", "pandas", "Polars", "pandas/stored", "Polars/stored"]
     for run in (1, 100):
         arrays = data(rows, run, rng)

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Statistics over a folder of CSV files, a process for each processor: `folder.py FOLDER COLUMN`.
 
-Every process folds its file into states of aggregates, some hundred bytes, which come back and are merged. The result does
-not depend on who read what."""
+Every process folds its file into states of aggregates, some hundred bytes, which come back and are merged. The result
+does not depend on who read what."""
 
 import concurrent.futures
 import csv

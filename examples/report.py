@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Four years of weather in two cities as one page to look at: `report.py [weather.csv [report.html]]`. Needs qvoseq[plot].
+"""Four years of weather in two cities as one page to look at: `report.py [weather.csv [report.html]]`. Needs
+qvoseq[plot].
 
 The file goes into chunk rows of an SQLite database; what is drawn is asked of sequences."""
 
@@ -91,7 +92,9 @@ def picture(figure, words):
     memory = io.BytesIO()
     figure.savefig(memory, format="png", dpi=110, bbox_inches="tight")
     pyplot.close(figure)
-    return f'<img alt="{html.escape(words)}" src="data:image/png;base64,{base64.b64encode(memory.getvalue()).decode()}">'
+    return (
+        f'<img alt="{html.escape(words)}" src="data:image/png;base64,{base64.b64encode(memory.getvalue()).decode()}">'
+    )
 
 
 def page(cities):
@@ -101,7 +104,10 @@ def page(cities):
         rain = days["precipitation"]
         wet = (rain > 0).sum()
         parts.append(f"<h2>{html.escape(city)}</h2>")
-        parts.append(f"<p>{len(rain)} days, {wet} with rain, {rain.sum():.0f} mm in all; {days['wind'].mean():.1f} m/s of wind.</p>")
+        parts.append(
+            f"<p>{len(rain)} days, {wet} with rain, {rain.sum():.0f} mm in all; "
+            f"{days['wind'].mean():.1f} m/s of wind.</p>"
+        )
         parts.append(picture(rain_calendar(days), f"Rain in {city}, a field for each day"))
         rows = "".join(f"<tr>{''.join(f'<td>{html.escape(cell)}</td>' for cell in row)}</tr>" for row in extremes(days))
         parts.append(f"<table>{rows}</table>")

@@ -1,16 +1,16 @@
 #!/usr/bin/env python3
 """The types of the Python package's methods and functions, hosts/python/qvoseq/_methods.pyi and functions.pyi, from the
-catalog inside the value library.
+catalog inside the package as it is installed.
 
-    python_stubs.py write LIBRARY PACKAGE     rewrite the stubs, if they changed
-    python_stubs.py check LIBRARY PACKAGE     fail if they are not what the catalog gives
+    build/python-venv/bin/python tools/python_stubs.py write hosts/python/qvoseq     rewrite the stubs, if they changed
+    build/python-venv/bin/python tools/python_stubs.py check hosts/python/qvoseq     fail if the catalog gives others
 """
-import keyword
+
 import os
 import sys
 
-import catalog
 import pages
+from qvoseq import _catalog, _methods
 
 HEAD = '"""What the catalog attaches; written by tools/python_stubs.py."""\n\n'
 IMPORTS = """from typing import Any, Iterator
@@ -22,9 +22,6 @@ Column = Any  # a Sequence, or what makes one: an array, a Series, an Arrow arra
 """
 TAKES = {"sequence": "Column", "operand": "Column | Scalar", "scalar": "Scalar", "integer": "int", "real": "float"}
 TAKES |= {"text": "Any", "bytes": "bytes", "anything": "Any"}
-SPECIAL = {"+": "add", "-": "sub", "*": "mul", "/": "truediv", "//": "floordiv", "%": "mod", "**": "pow", "&": "and"}
-SPECIAL |= {"|": "or", "^": "xor", "==": "eq", "!=": "ne", "<": "lt", "<=": "le", ">": "gt", ">=": "ge"}
-UNARY = {"-": "neg", "~": "invert"}
 
 
 def result(function):
@@ -37,7 +34,9 @@ def result(function):
     if function.kind == "scalar":
         return {"integer": "int", "text": "str"}.get(first, "Sequence")
     known = {"integer": "int | None", "real": "float | None", "text": "str | None", "as": "Sequence", "the": "Sequence"}
-    return "bytes | None" if words.startswith("a blob") else "Any" if " if " in words and first != "as" else known[first]
+    return (
+        "bytes | None" if words.startswith("a blob") else "Any" if " if " in words and first != "as" else known[first]
+    )
 
 
 def parameters(function, method):
@@ -58,11 +57,6 @@ def parameters(function, method):
     return ", ".join(written)
 
 
-def names(function):
-    own = function.name + "_" * keyword.iskeyword(function.name)
-    return [own, function.python] if function.python.isidentifier() and function.python != own else [own]
-
-
 def declared(function, name, method):
     indent = "    " if method else ""
     summary = function.summary.replace("\\", "\\\\")
@@ -72,40 +66,40 @@ def declared(function, name, method):
 
 def operators(function):
     """Declarations of the special methods."""
-    operator = function.python
-    if not operator or operator.isidentifier():
+    operator = _catalog.operator_of(function)
+    if not operator:
         return []
     if len(function.parameters) == 1:
-        return [f"    def __{UNARY[operator]}__(self) -> Sequence: ...\n"]
+        return [f"    def __{_methods.UNARY[operator]}__(self) -> Sequence: ...\n"]
     other = "other: Column | Scalar"
-    if SPECIAL[operator] in ("eq", "ne", "lt", "le", "gt", "ge"):
-        ignore = "  # type: ignore[override]" if SPECIAL[operator] in ("eq", "ne") else ""
-        return [f"    def __{SPECIAL[operator]}__(self, {other}) -> Sequence: ...{ignore}\n"]
-    return [f"    def __{side}{SPECIAL[operator]}__(self, {other}) -> Sequence: ...\n" for side in ("", "r")]
+    if operator in _methods.COMPARISONS:
+        ignore = "  # type: ignore[override]" if operator in ("==", "!=") else ""
+        return [f"    def __{_methods.COMPARISONS[operator]}__(self, {other}) -> Sequence: ...{ignore}\n"]
+    return [f"    def __{side}{_methods.BINARY[operator]}__(self, {other}) -> Sequence: ...\n" for side in ("", "r")]
 
 
 def methods(functions):
-    own = [f for f in functions if f.parameters[0].takes in ("sequence", "operand") and f.kind != "table"]
-    body = "".join(declared(f, name, True) for f in own for name in names(f))
+    own = list(filter(_catalog.is_method, functions))
+    body = "".join(declared(f, name, True) for f in own for name in _catalog.names(f))
     return f"{HEAD}{IMPORTS}\n\nclass Methods:\n{body}{''.join(line for f in own for line in operators(f))}"
 
 
 def module(functions):
-    body = "".join(declared(f, name, False) for f in functions for name in names(f))
+    body = "".join(declared(f, name, False) for f in functions for name in _catalog.names(f))
     return f"{HEAD}{IMPORTS}\n__all__: list[str]\n\n{body}"
 
 
-def render(functions):
+def render():
+    functions = list(_catalog.FUNCTIONS.values())
     return {"_methods.pyi": methods(functions), "functions.pyi": module(functions)}
 
 
 def main():
-    if len(sys.argv) != 4 or sys.argv[1] not in ("write", "check"):
+    if len(sys.argv) != 3 or sys.argv[1] not in ("write", "check"):
         sys.exit(__doc__)
-    verb, library, package = sys.argv[1:]
-    stale = "the stubs do not follow the catalog: tools/python_stubs.py write LIBRARY hosts/python/qvoseq"
-    texts = render(catalog.read(library)).items()
-    return max(pages.keep(verb, os.path.join(package, name), text, stale) for name, text in texts)
+    verb, package = sys.argv[1:]
+    stale = "the stubs do not follow the catalog: see tools/python_stubs.py"
+    return max(pages.keep(verb, os.path.join(package, name), text, stale) for name, text in render().items())
 
 
 if __name__ == "__main__":

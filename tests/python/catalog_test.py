@@ -93,7 +93,13 @@ class Host:
             return back(value, int(self.rng.integers(4)))
         if isinstance(value, bool):
             return int(value)
-        return value.isoformat() if hasattr(value, "isoformat") else text_of(value) if isinstance(value, np.datetime64) else value
+        return (
+            value.isoformat()
+            if hasattr(value, "isoformat")
+            else text_of(value)
+            if isinstance(value, np.datetime64)
+            else value
+        )
 
     def call(self, function, *arguments):
         python = getattr(qs.functions, _catalog.names(function)[0])
@@ -172,7 +178,9 @@ def test_every_function_has_its_names():
         x.rolling_mean(windows=1)
 
 
-@pytest.mark.parametrize("function", [f for f in _catalog.FUNCTIONS.values() if f.kind != "table"], ids=lambda f: f.name)
+@pytest.mark.parametrize(
+    "function", [f for f in _catalog.FUNCTIONS.values() if f.kind != "table"], ids=lambda f: f.name
+)
 def test_bad_arguments_are_refused_in_a_sentence(function):
     host = Host(np.random.default_rng(5))
     if function.name in ("state", "merge", "finish", "pack", "valid", "group"):

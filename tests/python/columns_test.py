@@ -1,5 +1,5 @@
-"""Columns of other libraries in and out: what hypothesis thinks of, the libraries themselves as producers and consumers,
-and what has to be refused before anything is read."""
+"""Columns of other libraries in and out: what hypothesis thinks of, the libraries themselves as producers and
+consumers, and what has to be refused before anything is read."""
 
 import array
 import datetime as dt
@@ -33,7 +33,8 @@ def same(a, b):
 
 @st.composite
 def arrays(draw):
-    """Arrays of any type of ours, some of them views: reversed, with a step, within another, of the other byte order."""
+    """Arrays of any type of ours, some of them views: reversed, with a step, within another, of the other byte
+    order."""
     dtype = draw(st.sampled_from(FIXED))
     values = draw(hnp.arrays(np.dtype(dtype), st.integers(0, 300)))
     if draw(st.booleans()):
@@ -106,12 +107,22 @@ def test_missing_values():
         assert x.type() == "double" and x.count() == 2 and x.sum() == 4.5, type(column)
         assert pa.array(x).null_count == 1 and pl.Series(x).null_count() == 1 and x.to_pandas().isna().sum() == 1
     whole = [1, None, 3]
-    for column in (pd.Series(whole, dtype="Int64"), pa.array(whole), pl.Series(whole), pd.Series(whole, dtype="int8[pyarrow]")):
+    for column in (
+        pd.Series(whole, dtype="Int64"),
+        pa.array(whole),
+        pl.Series(whole),
+        pd.Series(whole, dtype="int8[pyarrow]"),
+    ):
         with pytest.raises(ValueError, match="a missing value at position 1: int"):
             S(column)
         assert S(column, type="double").sum() == 4
     assert S([1, None]).type() == "double" and S(pd.Series([True, False], dtype="boolean")).type() == "boolean"
-    for column in (pd.Series([None, "a"]), pa.array([None, "a"]), pd.Series([pd.NaT, pd.Timestamp("2026-01-01")]), [None, "a"]):
+    for column in (
+        pd.Series([None, "a"]),
+        pa.array([None, "a"]),
+        pd.Series([pd.NaT, pd.Timestamp("2026-01-01")]),
+        [None, "a"],
+    ):
         with pytest.raises(ValueError, match="a missing value at position 0: (char|timestamp)"):
             S(column)
 
@@ -125,7 +136,11 @@ def test_other_columns():
     tokyo = dt.timezone(dt.timedelta(hours=9))
     assert S([dt.datetime(2026, 1, 31, 9, tzinfo=tokyo)]).to_list() == [dt.datetime(2026, 1, 31)]
     assert S([1, 2], type="int1").type() == "int1" and S(S([1, 2]), type="double").type() == "double"
-    assert S([]).type() == "double" and S(np.array([], "S3")).type() == "char(3)" and S(pa.array([], pa.int8())).type() == "int1"
+    assert (
+        S([]).type() == "double"
+        and S(np.array([], "S3")).type() == "char(3)"
+        and S(pa.array([], pa.int8())).type() == "int1"
+    )
     assert S(np.array([2, 0, 1], "u1").view("?")).to_list() == [True, False, True]
     assert S(pa.array([dt.date(2026, 1, 2)])).day().to_list() == [2] and S(pa.nulls(2)).to_list() != [None]
     nothing = pa.chunked_array([], pa.int16())

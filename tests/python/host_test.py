@@ -53,7 +53,9 @@ def test_operators_are_those_of_numpy():
         for result in (f(x, S(b)), f(x, b)):
             assert result.to_numpy().dtype == expected.dtype
             np.testing.assert_allclose(result.to_numpy(), expected, rtol=1e-14)
-    assert (x + b.tolist()).to_list() == (b + x).to_list() == (a + b).tolist() and (b > x).to_list() == (b > a).tolist(), "an array on the left"
+    assert (x + b.tolist()).to_list() == (b + x).to_list() == (a + b).tolist() and (b > x).to_list() == (
+        b > a
+    ).tolist(), "an array on the left"
     with pytest.raises(ValueError, match="neither true nor false"):
         bool(x == a)
     with pytest.raises(TypeError):
@@ -80,7 +82,11 @@ def test_arguments_are_refused_where_they_are_given_and_values_where_they_are_re
     x = S([2**62, 1])
     for call, error, words in (
         (lambda: x.rolling_mean(0), ValueError, "seq_rolling_mean: argument 2: window must be at least 1, got 0"),
-        (lambda: x.filter(x), TypeError, "seq_filter: argument 2: c must be a sequence of boolean, got a sequence of int8"),
+        (
+            lambda: x.filter(x),
+            TypeError,
+            "seq_filter: argument 2: c must be a sequence of boolean, got a sequence of int8",
+        ),
         (lambda: x + "a", TypeError, "seq_add: argument 2: y must be numbers, got text 'a'"),
         (lambda: x + 2**64, OverflowError, "seq_add: argument 2: the integer does not fit int8"),
         (lambda: x.where(1, 2), TypeError, "seq_where: argument 1: c must be"),
@@ -99,7 +105,13 @@ def test_arguments_are_refused_where_they_are_given_and_values_where_they_are_re
 
 def test_scalars_of_any_library():
     t = S(pd.date_range("2026-01-01", periods=5))
-    for time_ in ("2026-01-03", dt.datetime(2026, 1, 3), dt.date(2026, 1, 3), pd.Timestamp("2026-01-03"), np.datetime64("2026-01-03")):
+    for time_ in (
+        "2026-01-03",
+        dt.datetime(2026, 1, 3),
+        dt.date(2026, 1, 3),
+        pd.Timestamp("2026-01-03"),
+        np.datetime64("2026-01-03"),
+    ):
         assert (t >= time_).sum() == 3, type(time_)
     for day in (dt.timedelta(days=1), pd.Timedelta("1D"), np.timedelta64(1, "D"), 86_400_000_000):
         assert (t + day)[0] == dt.datetime(2026, 1, 2), type(day)
@@ -227,8 +239,11 @@ def test_handlers_of_other_signals_raise_what_they_raise():
 
 def test_import_and_first_result_are_quick():
     """By the processor's time, so that other programs make no difference."""
-    program = "import time; t = time.process_time(); import qvoseq as qs; x = qs.Sequence([1.5, 2]).rolling_mean(2).sum(); print(time.process_time() - t)"
-    best = min(float(subprocess.run([sys.executable, "-c", program], capture_output=True, text=True).stdout) for _ in range(5))
+    program = "import time; t = time.process_time(); import qvoseq as qs; "
+    program += "qs.Sequence([1.5, 2]).rolling_mean(2).sum(); print(time.process_time() - t)"
+    best = min(
+        float(subprocess.run([sys.executable, "-c", program], capture_output=True, text=True).stdout) for _ in range(5)
+    )
     assert best < 0.3
 
 
@@ -279,19 +294,40 @@ def test_csv_becomes_chunks(tmp_path):
     frame.loc[0, "whole"] = 2**62
     frame.to_csv(tmp_path / "file.csv", index=False)
     database = tmp_path / "file.db"
-    types = qs.read_csv(tmp_path / "file.csv", "t", database, key="city", order="at", chunk_rows=700, progress=False, types={"code": "char"})
+    types = qs.read_csv(
+        tmp_path / "file.csv",
+        "t",
+        database,
+        key="city",
+        order="at",
+        chunk_rows=700,
+        progress=False,
+        types={"code": "char"},
+    )
     assert types == dict(at="timestamp", whole="int8", real="double", gaps="double", code="char", none="double")
     db = qs.connect(database)
     for city, rows in frame.groupby("city"):
         rows = rows.sort_values("at")
-        columns = "seq_join(at, chunk), seq_join(whole, chunk), seq_join(gaps, chunk), seq_join(code, chunk), max(seq_length(at))"
+        columns = ", ".join(f"seq_join({name}, chunk)" for name in ("at", "whole", "gaps", "code"))
+        columns += ", max(seq_length(at))"
         at, whole, gaps, code, longest = db.execute(f"SELECT {columns} FROM t WHERE city = ?", (city,)).fetchone()
         assert longest == 700
         np.testing.assert_array_equal(S(at).to_numpy(), rows["at"].to_numpy().astype("M8[us]"))
         np.testing.assert_array_equal(S(whole).to_numpy(), rows["whole"].to_numpy())
         np.testing.assert_array_equal(S(gaps).to_numpy(), rows["gaps"].to_numpy("f8", na_value=np.nan))
         assert S(code).to_list() == rows["code"].tolist()
-    for text, words in (("", "first line"), ("a,a\n", "first line"), ("a,b\n1\n", "line 2 has 1 cells"), ("a\n1\n", "no column 'k'")):
+    odd = tmp_path / "odd.csv"
+    odd.write_text("a,b,c,d,e\ninf,1_0,\u0663,2026-W01-1,2026-01-02T03:04Z\n")
+    types = qs.read_csv(odd, "odd", database, progress=False)
+    assert types == dict(a="char", b="char", c="char", d="char", e="timestamp"), (
+        "what SQLite would read otherwise is text"
+    )
+    for text, words in (
+        ("", "first line"),
+        ("a,a\n", "first line"),
+        ("a,b\n1\n", "line 2 has 1 cells"),
+        ("a\n1\n", "no column 'k'"),
+    ):
         (tmp_path / "bad.csv").write_text(text)
         with pytest.raises(ValueError, match=words):
             qs.read_csv(tmp_path / "bad.csv", "bad", database, key="k", progress=False)

@@ -1,14 +1,14 @@
 """Time series as values: sequences beside NumPy, pandas and Arrow, with the functions of the catalog.
 
 `Sequence` is a column of values of one type; every function of the catalog is a method of it and a function of
-`qvoseq.functions`, also to be had from here (`qvoseq.where`). docs/python.md introduces it, docs/pandas.md puts the idioms of
-pandas beside.
+`qvoseq.functions`, also to be had from here (`qvoseq.where`). docs/python.md introduces it, docs/pandas.md puts the
+idioms of pandas beside.
 """
 
 from typing import Any
 
 from qvoseq import functions
-from qvoseq._qvoseq import version as __version__
+from qvoseq._qvoseq import version
 from qvoseq.aggregates import Aggregate, aggregate
 from qvoseq.columns import Columns, columns
 from qvoseq.csv_import import read_csv
@@ -16,9 +16,10 @@ from qvoseq.database import connect, loadable_path
 from qvoseq.plotting import plot
 from qvoseq.sequence import Sequence
 
+__version__ = version
 __all__ = [
-    "Aggregate", "Columns", "Sequence", "aggregate", "budget", "columns", "connect", "functions", "loadable_path", "plot",
-    "read_csv",
+    "Aggregate", "Columns", "Sequence", "aggregate", "budget", "columns", "connect", "functions", "loadable_path",
+    "plot", "read_csv",
 ]  # fmt: skip
 
 

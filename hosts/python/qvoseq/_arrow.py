@@ -1,5 +1,6 @@
-"""Arrow's formats: which buffers an array of a format has, and what they are in our types. Numbers without missing values
-and runs (run-end encoded arrays) are read and handed over in place; a missing value is a null there and a NaN here."""
+"""Arrow's formats: which buffers an array of a format has, and what they are in our types. Numbers without missing
+values and runs (run-end encoded arrays) are read and handed over in place; a missing value is a null there and a NaN
+here."""
 
 from typing import Any
 
@@ -92,7 +93,9 @@ def _runs(chunk: Any, floating: bool) -> Any:
     memory = _buffer(ends, 1, dtype, ends.length)
     code = CHAR if flat.dtype.kind == "S" else TYPES.index(_name(flat.dtype))
     run = _qvoseq.Expression.runs
-    return run(code, flat.dtype.itemsize, flat.view("u1"), memory.view("u1"), dtype.itemsize, chunk.offset, chunk.length)
+    return run(
+        code, flat.dtype.itemsize, flat.view("u1"), memory.view("u1"), dtype.itemsize, chunk.offset, chunk.length
+    )
 
 
 def _name(dtype: np.dtype) -> str:

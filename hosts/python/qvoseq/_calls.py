@@ -1,5 +1,5 @@
-"""Calls of functions of the catalog: Python's values as arguments, results as Python's values. What a function accepts is
-checked by the value library, whose sentences say what was wrong; here values only change their form."""
+"""Calls of functions of the catalog: Python's values as arguments, results as Python's values. What a function accepts
+is checked by the value library, whose sentences say what was wrong; here values only change their form."""
 
 import datetime
 import sys
@@ -119,7 +119,8 @@ def _rows(function: "Callable", data: tuple) -> Any:
 
 
 def result(function: "Callable", value: Any, data: tuple) -> Any:
-    """A value of the library as Python's: stored sequences, and what was taken out of a sequence of times or booleans."""
+    """A value of the library as Python's: stored sequences, and what was taken out of a sequence of times or
+    booleans."""
     from qvoseq.sequence import Sequence
 
     if isinstance(value, bytes) and value.startswith(_STORED):

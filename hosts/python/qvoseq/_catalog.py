@@ -1,5 +1,5 @@
-"""The catalog of functions inside the value library, and how Python spells what it says: names, signatures, docstrings and
-examples. Nothing about any one function is written here."""
+"""The catalog of functions inside the value library, and how Python spells what it says: names, signatures, docstrings
+and examples. Nothing about any one function is written here."""
 
 import inspect
 import keyword

@@ -14,12 +14,12 @@ class Methods:
     __slots__ = ()
 
 
-_BINARY = {
+BINARY = {
     "+": "add", "-": "sub", "*": "mul", "/": "truediv", "//": "floordiv", "%": "mod", "**": "pow",
     "&": "and", "|": "or", "^": "xor",
 }  # fmt: skip
-_COMPARISONS = {"==": "eq", "!=": "ne", "<": "lt", "<=": "le", ">": "gt", ">=": "ge"}
-_UNARY = {"-": "neg", "~": "invert"}
+COMPARISONS = {"==": "eq", "!=": "ne", "<": "lt", "<=": "le", ">": "gt", ">=": "ge"}
+UNARY = {"-": "neg", "~": "invert"}
 
 
 def bound(signature: inspect.Signature, arguments: tuple, keywords: dict) -> tuple:
@@ -54,14 +54,14 @@ def _operators(entry: Any, method: Any) -> dict[str, Any]:
     """Python's special methods for a function that has an operator."""
     function, operator = CALLABLES[entry.name], entry.python
     if len(entry.parameters) == 1:
-        return {f"__{_UNARY[operator]}__": method}
-    if operator in _COMPARISONS:
-        return {f"__{_COMPARISONS[operator]}__": method}
+        return {f"__{UNARY[operator]}__": method}
+    if operator in COMPARISONS:
+        return {f"__{COMPARISONS[operator]}__": method}
 
     def reflected(self: Any, other: Any) -> Any:
         return call(function, (other, self))
 
-    return {f"__{_BINARY[operator]}__": method, f"__r{_BINARY[operator]}__": reflected}
+    return {f"__{BINARY[operator]}__": method, f"__r{BINARY[operator]}__": reflected}
 
 
 for _name, _entry in _catalog.all_names():

@@ -1,22 +1,33 @@
-"""CSV files into chunk rows of SQLite. The file is read once, as text, into a temporary table; types are those that every
-cell of a column has. SQLite then sorts, and the extension packs."""
+"""CSV files into chunk rows of SQLite. The file is read once, as text, into a temporary table; types are those that
+every cell of a column has. SQLite then sorts, and the extension packs."""
 
 import csv
+import datetime
+import math
 import os
+import re
 import sqlite3
 from typing import Any, Callable, Iterator, Sequence as Many
 
-from qvoseq._calls import time_of
 from qvoseq.database import connect
 
 _BATCH = 20_000  # rows
+_WHOLE = re.compile(r"[+-]?[0-9]+")
+_REAL = re.compile(r"[+-]?([0-9]+\.?[0-9]*|\.[0-9]+)([eE][+-]?[0-9]+)?")
+_TIME = re.compile(
+    r"[0-9]{4}-[0-9]{2}-[0-9]{2}([T ][0-9]{2}:[0-9]{2}(:[0-5][0-9](\.[0-9]{1,6})?)?(Z|[+-][0-9]{2}:[0-9]{2})?)?"
+)
 _CASTS = {"int8": "CAST({} AS INTEGER)", "double": "CAST({} AS REAL)"}
+
+
+def _instant(cell: str) -> datetime.datetime:
+    return datetime.datetime.fromisoformat(cell[:16])  # the date, and hours and minutes
 
 
 class _Column:
     """The narrowest type that all cells so far have; an empty cell is a missing value, which only double has."""
 
-    TESTS: list[tuple[str, Callable]] = [("int8", int), ("double", float), ("timestamp", time_of)]
+    TESTS: list[tuple[str, Callable]] = [("int8", int), ("double", float), ("timestamp", _instant)]
 
     def __init__(self) -> None:
         self.left = list(self.TESTS)
@@ -38,13 +49,14 @@ class _Column:
 
 
 def _all_are(test: tuple[str, Callable], cells: list) -> bool:
+    """Whether all cells are of a type in a form that SQLite and the extension read alike."""
     name, convert = test
     try:
         if name == "timestamp":
-            return all(len(cell) >= 10 and cell[4] == "-" and convert(cell) is not None for cell in cells)
-        if name == "int8":  # what Python takes and SQLite does not: 1_000, blanks
-            return all(-(2**63) <= int(cell) < 2**63 and cell.lstrip("+-").isdigit() for cell in cells)
-        return all(abs(convert(cell)) >= 0 and "_" not in cell for cell in cells)
+            return all(_TIME.fullmatch(cell) and convert(cell) for cell in cells)
+        if name == "int8":
+            return all(_WHOLE.fullmatch(cell) and -(2**63) <= convert(cell) < 2**63 for cell in cells)
+        return all(_REAL.fullmatch(cell) and abs(convert(cell)) < math.inf for cell in cells)
     except ValueError:
         return False
 
@@ -112,12 +124,13 @@ def read_csv(
     chunk_rows: int = 65_536,
     progress: bool = True,
 ) -> dict[str, str]:
-    """Makes `table` of a CSV file with a line of names: a row for each chunk of at most `chunk_rows` rows of one key, with
-    the columns of the key as they are, `chunk` (a number from 0 within the key) and all others as sequences.
+    """Makes `table` of a CSV file with a line of names: a row for each chunk of at most `chunk_rows` rows of one key,
+    with the columns of the key as they are, `chunk` (a number from 0 within the key) and all others as sequences.
 
-    key: names of columns; a chunk holds rows of one key. order: the column by which the rows of a key are sorted; else they
-    stay as they are in the file. types: of columns that shall have another type than their cells suggest (int8, double,
-    timestamp or char). database: a path, or a connection with the extension. Returns the types of the sequences.
+    key: names of columns; a chunk holds rows of one key. order: the column by which the rows of a key are sorted; else
+    they stay as they are in the file. types: of columns that shall have another type than their cells suggest (int8,
+    double, timestamp or char). database: a path, or a connection with the extension. Returns the types of the
+    sequences.
     """
     keys = [key] if isinstance(key, str) else list(key)
     db = database if isinstance(database, sqlite3.Connection) else connect(database)

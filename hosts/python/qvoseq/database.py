@@ -11,8 +11,8 @@ def loadable_path() -> str:
 
 
 def connect(database: Any = ":memory:", **options: Any) -> sqlite3.Connection:
-    """A connection of sqlite3 with the extension loaded; options are those of sqlite3.connect. Sequences are arguments of
-    statements as they are; in rows they come as bytes, which Sequence takes."""
+    """A connection of sqlite3 with the extension loaded; options are those of sqlite3.connect. Sequences are arguments
+    of statements as they are; in rows they come as bytes, which Sequence takes."""
     connection = sqlite3.connect(database, **options)
     if not hasattr(connection, "enable_load_extension"):
         connection.close()

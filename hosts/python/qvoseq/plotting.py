@@ -12,8 +12,8 @@ COLUMNS = 1000  # of pixels; twice as many points are drawn at most, and a few w
 
 
 def thinned(t: "Sequence | None", x: Sequence) -> tuple[np.ndarray, np.ndarray]:
-    """Where and what to draw: all of a short sequence, else two points for each of about COLUMNS stretches of time. Without
-    times the positions are on the axis."""
+    """Where and what to draw: all of a short sequence, else two points for each of about COLUMNS stretches of time.
+    Without times the positions are on the axis."""
     n = len(x)
     if n <= 2 * COLUMNS:
         return np.arange(n) if t is None else t.to_numpy(), x.to_numpy()
@@ -30,8 +30,8 @@ def thinned(t: "Sequence | None", x: Sequence) -> tuple[np.ndarray, np.ndarray]:
 
 
 def plot(t: Any, *sequences: Any, labels: Any = None, ax: Any = None, **options: Any) -> Any:
-    """Draws sequences over time stamps `t`, or over their positions if t is None, into `ax` or a new figure; returns the
-    axes. labels: a name for each. Other options are those of matplotlib's plot."""
+    """Draws sequences over time stamps `t`, or over their positions if t is None, into `ax` or a new figure; returns
+    the axes. labels: a name for each. Other options are those of matplotlib's plot."""
     try:
         from matplotlib import pyplot
     except ImportError:

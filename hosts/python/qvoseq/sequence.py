@@ -22,8 +22,8 @@ class Sequence(Methods):
     """Values of one type in order: of a NumPy array, a pandas Series, an Arrow array, a list, stored bytes.
 
     Every function of the catalog that takes a sequence is a method. Methods that give sequences compute nothing until
-    values are asked for, and then stream from end to end, anew each time; `compute` keeps what came. An array is read in
-    place and must not be written to as long as a sequence refers to it.
+    values are asked for, and then stream from end to end, anew each time; `compute` keeps what came. An array is read
+    in place and must not be written to as long as a sequence refers to it.
 
     type: the name of another type that the values shall have, such as 'int4', 'double' or 'timestamp'
     """
@@ -102,7 +102,9 @@ class Sequence(Methods):
         return self.take(call(CALLABLES["range"], (chosen.start, len(chosen), chosen.step)))
 
     def __bool__(self) -> bool:
-        raise ValueError("a sequence is neither true nor false: any() and all() ask for its values, equals() for all of it")
+        raise ValueError(
+            "a sequence is neither true nor false: any() and all() ask for its values, equals() for all of it"
+        )
 
     def __abs__(self) -> "Sequence":
         return self.abs()
