@@ -21,16 +21,16 @@ struct Column {
     bool is_floating() const { return type == QVO_TYPE_FLOAT || type == QVO_TYPE_DOUBLE; }
 };
 
-/// Columns are counted as declared; packed ones (all but keys) are stored with the ORDER column last, since whoever asks
-/// for others need not pass over its bytes then.
+/// Columns are counted as declared; packed ones (all but keys) are stored with the ORDER column last, since whoever
+/// asks for others need not pass over its bytes then.
 struct Declaration {
     std::vector<Column> columns;
     std::vector<size_t> keys, packed;  // columns
     int order = -1;                    // the ORDER column
     size_t chunk_rows = 65'536;        // that wait for being packed
 
-    /// Rows of a full chunk: few enough that looking up one of them reads few pages, and enough that the price of a call
-    /// does not matter to the chunk's.
+    /// Rows of a full chunk: few enough that looking up one of them reads few pages, and enough that the price of a
+    /// call does not matter to the chunk's.
     size_t full_chunk() const { return std::min<size_t>(chunk_rows, 8192); }
     bool has_order() const { return order >= 0; }
     const Column& order_column() const { return columns[static_cast<size_t>(order)]; }

@@ -10,8 +10,9 @@ namespace qvo::sqlite {
 namespace {
 
 // A plan as text: `c` and the used columns in hexadecimal, then what to do with each value that xFilter is given, in
-// order: `k<slot>` key equals, `r` rowid equals, `n` nothing matches; of the ORDER column `=`, `>`, `g` (at least), `<`,
-// `l` (at most); `[` and `)` are the bounds of chunk rows. `d` has no value: rows are wanted in descending order.
+// order: `k<slot>` key equals, `r` rowid equals, `n` nothing matches; of the ORDER column `=`, `>`, `g` (at least),
+// `<`, `l` (at most); `[` and `)` are the bounds of chunk rows. `d` has no value: rows are wanted in descending
+// order.
 class Plan {
  public:
     explicit Plan(sqlite3_index_info* info) : info_(info) {
@@ -89,7 +90,8 @@ void take_order(sqlite3_index_info* info, int i, Plan& plan, Reach& reach) {
     }
 }
 
-/// Costs in the unit of a plain table's row: a row out costs about half of one, a source that is opened as much as many.
+/// Costs in the unit of a plain table's row: a row that comes out costs about half of one, a source that is opened as
+/// much as twenty.
 void estimate(const Declaration& declaration, const Store::Size& size, const Reach& reach, double row_cost,
               sqlite3_index_info* info) {
     double rows = std::max(1.0, static_cast<double>(size.rows)),

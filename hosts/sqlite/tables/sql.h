@@ -1,5 +1,5 @@
-// SQL that the extension runs itself, on the connection that called it, and how failures get out: C++ exceptions inside,
-// SQLite's codes and messages at the edge of every method (guarded).
+// SQL that the extension runs itself, on the connection that called it, and how failures get out: C++ exceptions
+// inside, SQLite's codes and messages at the edge of every method (guarded).
 #pragma once
 
 #include <sqlite3ext.h>

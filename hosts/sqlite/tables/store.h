@@ -1,9 +1,10 @@
 // The ordinary tables that a table of chunks keeps: <name>_chunks, <name>_tail and <name>_meta.
 //
 // Both of the former have a row for each *source* of rows: the key, the first and last value of the ORDER column, the
-// number of rows, and a value for each packed column. In <name>_chunks they are stored sequences, and sources of a key do
-// not overlap. In <name>_tail they may, and few rows are kept `raw`, as arrays, since a stored sequence has a price of its
-// own. Without an ORDER column, first and last number a key's sources in the order in which their rows came.
+// number of rows, and a value for each packed column. In <name>_chunks they are stored sequences, and sources of a
+// key do not overlap. In <name>_tail they may, and few rows are kept `raw`, as arrays, since a stored sequence has a
+// price of its own. Without an ORDER column, first and last number a key's sources in the order in which their rows
+// came.
 #pragma once
 
 #include <map>
@@ -90,7 +91,8 @@ class Store {
     /// tables may be on their way to another name.
     void check_version();
 
-    /// Sources of a key that may hold rows of a range, in the order of their first rows; of chunks alone, or of the tail.
+    /// Sources of a key that may hold rows of a range, in the order of their first rows; of chunks alone, or of the
+    /// tail.
     std::vector<Source> sources(bool tail, const Key& key, const Range& range);
     /// The source of a number with its key, if there is one.
     bool find(bool tail, int64_t id, Source& source, Key& key);

@@ -38,8 +38,8 @@ class Tail {
     void insert(const Key& key, const Row& row);
     /// Marks a row as deleted.
     void remove(const Place& place);
-    /// Gives a row other values: where it is, if it keeps its key and its place in the order, else as one that is deleted
-    /// and inserted.
+    /// Gives a row other values: where it is, if it keeps its key and its place in the order, else as one that is
+    /// deleted and inserted.
     void update(const Place& place, const Key& key, const Row& row);
 
     bool empty() const { return inserted_bytes_ == 0 && changes_.empty(); }
