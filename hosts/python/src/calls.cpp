@@ -85,11 +85,11 @@ class Rows {
         qvo_error_t error{};
         const auto code = qvo_rows_next(rows_, &error);
         if (code == QVO_VALUE_END) throw nb::stop_iteration();
-        check(code, error);
+        evaluation_.check(code, error);
         nb::list row;
         for (unsigned i = 0; i < columns_; ++i) {
             Result value;
-            check(qvo_rows_column(rows_, i, value.out(), &error), error);
+            evaluation_.check(qvo_rows_column(rows_, i, value.out(), &error), error);
             row.append(value.object());
         }
         return nb::tuple(row);

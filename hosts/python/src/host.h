@@ -81,8 +81,12 @@ class Evaluation {
             nb::gil_scoped_release unlocked;
             code = f(&limits_, &error);
         }
-        if (code != QVO_VALUE_OK && code != QVO_VALUE_END) raise(error);
+        check(code, error);
         return code;
+    }
+    /// Raises what an answer says that was given under these limits.
+    void check(qvo_value_code_t code, const qvo_error_t& error) {
+        if (code != QVO_VALUE_OK && code != QVO_VALUE_END) raise(error);
     }
 
  private:
