@@ -1,8 +1,9 @@
-# The target `reference`: refreshes what is written from the catalog inside the value library.
+# The target `reference`: refreshes what is written from the catalog inside the value library. The stubs of the Python
+# package are written from the package as it is installed: tools/python_stubs.py.
 find_package(Python3 COMPONENTS Interpreter)
 if(Python3_Interpreter_FOUND)
   set(written "")
-  foreach(page function_reference:docs/functions.md python_stubs:hosts/python/qvoseq postgres_script:hosts/postgres)
+  foreach(page function_reference:docs/functions.md postgres_script:hosts/postgres)
     string(REPLACE ":" ";" page ${page})
     list(GET page 0 tool)
     list(GET page 1 to)
@@ -10,6 +11,6 @@ if(Python3_Interpreter_FOUND)
          $<TARGET_FILE:qvovalue> ${PROJECT_SOURCE_DIR}/${to})
   endforeach()
   add_custom_target(reference ${written} VERBATIM
-    COMMENT "Refreshing docs/functions.md, the stubs for Python and the script for PostgreSQL")
+    COMMENT "Refreshing docs/functions.md and the scripts for PostgreSQL")
   add_dependencies(reference qvovalue)
 endif()

@@ -123,6 +123,7 @@ typedef struct {
     qvo_function_kind_t kind;
     qvo_gives_t gives;
     int has_state;       /* of an aggregate: qvo_aggregate_state and qvo_aggregate_merge work */
+    int in_order;        /* of an aggregate: the result depends on the order of the rows */
     size_t n_parameters; /* described below */
     size_t fewest, most; /* arguments; the last parameter may repeat */
     const char* summary; /* one line */

@@ -6,7 +6,7 @@ from collections import namedtuple
 Parameter = namedtuple("Parameter", "name takes of optional lowest highest")
 Function = namedtuple(
     "Function",
-    "name section kind gives has_state parameters fewest most summary result rule example example_result columns python",
+    "name section kind gives has_state in_order parameters fewest most summary result rule example example_result columns python",
 )
 
 KINDS = ("scalar", "aggregate", "table")
@@ -20,6 +20,7 @@ class _FunctionInfo(ctypes.Structure):
         ("kind", ctypes.c_int),
         ("gives", ctypes.c_int),
         ("has_state", ctypes.c_int),
+        ("in_order", ctypes.c_int),
         ("n_parameters", ctypes.c_size_t),
         ("fewest", ctypes.c_size_t),
         ("most", ctypes.c_size_t),
@@ -70,6 +71,7 @@ def _describe(lib, handle):
         kind=KINDS[info.kind],
         gives="sequence" if info.gives else "value",
         has_state=bool(info.has_state),
+        in_order=bool(info.in_order),
         parameters=parameters,
         fewest=info.fewest,
         most=info.most,

@@ -100,6 +100,7 @@ def entry(function, functions):
     names = {f.name for f in functions}
     marks = [function.kind] if function.kind != "scalar" else []
     marks += ["with a state"] if function.has_state else []
+    marks += ["in the order of the rows"] if function.in_order else []
     lines = [f"### seq_{function.name}", "", f"`{signature(function)}`" + (f" · *{', '.join(marks)}*" if marks else ""),
              "", wrapped(linked(function.summary, names)), ""]
     described = ((accepted(p) + (", optional" if p.optional else ""), p.name) for p in function.parameters)

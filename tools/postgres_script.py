@@ -30,8 +30,6 @@ PARAMETER = {
 }
 # Results whose type depends on the arguments: the plain name is float8.
 VARIANTS = {"": "float8", "_int": "bigint", "_time": "timestamptz", "_text": "text"}
-# Aggregates that depend on the order of the rows: nothing can be computed of parts that come in any order.
-IN_ORDER = {"pack", "join", "first", "last", "argmin", "argmax", "group", "state", "merge"}
 OPERATORS = {
     "add": "+", "sub": "-", "mul": "*", "div": "/", "mod": "%",
     "lt": "<", "le": "<=", "eq": "=", "ne": "<>", "ge": ">=", "gt": ">",
@@ -122,7 +120,7 @@ def create_aggregate(f, name, parameters, final, extra):
     ]
     if extra:
         lines.insert(4, "FINALFUNC_EXTRA")
-    if f.has_state and f.name not in IN_ORDER:
+    if f.has_state and not f.in_order:
         lines.insert(-1, f"COMBINEFUNC = seq_combine_{f.name}")
     return f"CREATE AGGREGATE {name}({signature(parameters)}) (\n    " + ",\n    ".join(lines) + "\n);"
 
@@ -134,7 +132,7 @@ def aggregate(f):
         step = f"running qvoseq_state, {signature(parameters)}"
         cost = f" COST {STEP_COST}"
         yield create_function(f"seq_step_{f.name}", step, "qvoseq_state", f"qvoseq_step_{f.name}", False, cost)
-    if f.has_state and f.name not in IN_ORDER:
+    if f.has_state and not f.in_order:
         states = "running qvoseq_state, other qvoseq_state"
         yield create_function(
             f"seq_combine_{f.name}", states, "qvoseq_state", f"qvoseq_combine_{f.name}", False, f" COST {STEP_COST}"

@@ -285,6 +285,7 @@ QVO_VALUE_API void qvo_function_describe(const qvo_function_t* function, qvo_fun
     info->kind = static_cast<qvo_function_kind_t>(f.kind);
     info->gives = f.build != nullptr ? QVO_GIVES_SEQUENCE : QVO_GIVES_VALUE;
     info->has_state = f.has_state;
+    info->in_order = f.in_order;
     info->n_parameters = f.n_parameters();
     info->fewest = f.fewest();
     info->most = f.most();

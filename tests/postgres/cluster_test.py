@@ -71,7 +71,7 @@ class ClusterTest(unittest.TestCase):
 
     def test_other_groups_by_states(self):
         for name, call in self.calls():
-            if not self.host.functions[name].has_state or name in host.postgres_script.IN_ORDER:
+            if not self.host.functions[name].has_state or self.host.functions[name].in_order:
                 continue
             with self.subTest(call):
                 arguments = call[call.index("(") + 1 :]

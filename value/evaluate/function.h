@@ -78,6 +78,7 @@ struct Function {
     Group group;
     Kind kind = Kind::scalar;
     bool has_state = false;                     // of an aggregate: that its state can be saved and merged
+    bool in_order = false;                      // of an aggregate: that its result depends on the order of the rows
     std::string_view summary;                   // one line
     Parameter parameters[max_parameters] = {};  // up to the first without a name
     bool repeats = false;                       // the last parameter may come again, up to the most there are

@@ -364,6 +364,7 @@ const Function functions[] = {
      .group = Group::aggregates,
      .kind = Kind::aggregate,
      .has_state = true,
+     .in_order = true,
      .summary = "The values of x by the keys at the same positions of k.",
      .parameters = {{"k"}, {"x", Takes::sequence, Of::number}},
      .result = "a blob, which group_rows reads",
