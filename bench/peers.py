@@ -1,9 +1,9 @@
 """Functions of the catalog beside NumPy, pandas, TA-Lib and DuckDB: time per row of the same job on the same values.
 
-    peers.py LIBRARY [ROWS]     LIBRARY: libqvovalue.so; ROWS: ten million by default, a tenth of it where the job is long
+    peers.py [ROWS]     ten million by default; a tenth of it where the job is long
 
-Ours twice: from stored sequences to a stored sequence, as SQL calls it, and from arrays to an array, as a program does
-(what gives no sequence: once). Everything on one thread; the median of some runs, after one that is not counted.
+Ours twice: from stored sequences to a stored sequence, as SQL calls it, and from arrays to an array, as a program does.
+Everything on one thread; the median of some runs, after one that is not counted.
 tools/peers brings what it takes.
 """
 import sys
@@ -12,9 +12,8 @@ import time
 import duckdb
 import numpy as np
 import pandas as pd
+import qvoseq as qs
 import talib
-
-from library import Library
 
 REPEATS = 5
 
@@ -34,8 +33,7 @@ class Table:
 
     PEERS = ("NumPy", "pandas", "TA-Lib", "DuckDB")
 
-    def __init__(self, library):
-        self.library = library
+    def __init__(self):
         self.line("", "stored", "arrays", *self.PEERS, "best/stored", "best/arrays")
 
     @staticmethod
@@ -55,21 +53,20 @@ class Table:
 
     def function(self, name, n, function, columns, scalars=(), **peers):
         """A function that gives a sequence."""
-        lib = self.library
-        stored, arrays = [lib.stored(c) for c in columns], [lib.array(c) for c in columns]
-        self.row(
-            name, n, lambda: lib.call(function, *stored, *scalars), lambda: lib.read(function, *arrays, *scalars), **peers
-        )
+        self.timed(name, n, function, columns, scalars, bytes, qs.Sequence.to_numpy, peers)
 
     def aggregate(self, name, n, function, columns, scalars=(), **peers):
-        lib = self.library
-        stored, arrays = [lib.stored(c) for c in columns], [lib.array(c) for c in columns]
+        def result(value):
+            return value
+
+        self.timed(name, n, function, columns, scalars, result, result, peers)
+
+    def timed(self, name, n, function, columns, scalars, to_stored, to_array, peers):
+        called = getattr(qs.functions, function)
+        arrays = [qs.Sequence(column) for column in columns]
+        stored = [array.compute() for array in arrays]
         self.row(
-            name,
-            n,
-            lambda: lib.aggregate(function, *stored, *scalars).value(),
-            lambda: lib.aggregate(function, *arrays, *scalars).value(),
-            **peers,
+            name, n, lambda: to_stored(called(*stored, *scalars)), lambda: to_array(called(*arrays, *scalars)), **peers
         )
 
 
@@ -156,9 +153,9 @@ def resampling(table, n, random):
 
 
 def main():
-    rows = int(sys.argv[2]) if len(sys.argv) > 2 else 10_000_000
+    rows = int(sys.argv[1]) if len(sys.argv) > 1 else 10_000_000
     random = np.random.default_rng(7)
-    table = Table(Library(sys.argv[1]))
+    table = Table()
     along(table, rows, random)
     sorting(table, rows // 10, random)
     joining(table, rows // 10, random)

@@ -1,6 +1,6 @@
 """Sizes of real columns as stored sequences, beside their raw values, a Parquet file with zstd and a DuckDB file.
 
-    sizes.py LIBRARY WEATHER.csv DATASETS     LIBRARY: libqvovalue.so; DATASETS: the data folder of vega-datasets
+    sizes.py WEATHER.csv DATASETS     DATASETS: the data folder of vega-datasets
 
 Prints bytes a value for each column by itself. tools/sizes brings what it takes.
 """
@@ -14,8 +14,7 @@ import numpy as np
 import pandas as pd
 import pyarrow as pa
 import pyarrow.parquet as pq
-
-from library import Library
+import qvoseq as qs
 
 def weather(path):
     with open(path, newline="", encoding="utf-8") as file:
@@ -67,17 +66,17 @@ def others(column):
 
 
 def main():
-    library, weather_file, datasets = Library(sys.argv[1]), sys.argv[2], sys.argv[3]
+    weather_file, datasets = sys.argv[1:]
     print("Bytes a value. A DuckDB file grows in blocks of 256 KiB: short columns say nothing there.")
     print(f"{'column':26} {'values':>8} {'raw':>6} {'sequence':>9} {'compressed':>11} {'Parquet':>8} {'DuckDB':>8}")
     for name, column in (*weather(weather_file), *prices(datasets), *flights(datasets)):
         column = np.ascontiguousarray(column)
         n = len(column)
-        stored = library.stored(column)
-        compressed = library.call("compress", stored)
+        stored = qs.Sequence(column).compute()
+        compressed = stored.compress()
         parquet, database = others(column)
         in_blocks = f"{database / n:8.3f}" if n > 1_000_000 else f"{'–':>8}"
-        print(f"{name:26} {n:8} {column.dtype.itemsize:6} {stored.size / n:9.3f} {compressed.size / n:11.3f} {parquet / n:8.3f} "
+        print(f"{name:26} {n:8} {column.dtype.itemsize:6} {len(bytes(stored)) / n:9.3f} {len(bytes(compressed)) / n:11.3f} {parquet / n:8.3f} "
               f"{in_blocks}")
 
 
