@@ -12,7 +12,7 @@ CREATE TABLE weather AS
          seq_pack(weather, date) AS kind
   FROM raw GROUP BY location, substr(date, 1, 7);
 
--- What looks at neighbours, or at the order of all, works on one sequence: the months of a city one behind the other.
+-- What looks at neighbours, or at the order of all, works on one sequence: the months of a city one after the other.
 CREATE VIEW city AS
   SELECT city, seq_join(date, month) AS date, seq_join(rain, month) AS rain, seq_join(high, month) AS high,
          seq_join(low, month) AS low, seq_join(wind, month) AS wind, seq_join(kind, month) AS kind

@@ -197,7 +197,7 @@ QVO_VALUE_API qvo_value_code_t qvo_rows_open(const qvo_function_t* function, con
                                              uint64_t first, uint64_t last, const qvo_limits_t* limits,
                                              qvo_rows_t** rows, qvo_error_t* error);
 QVO_VALUE_API void qvo_rows_free(qvo_rows_t* rows);
-/* Moves to the next row, at first to the first one; QVO_VALUE_END behind the last. */
+/* Moves to the next row, at first to the first one; QVO_VALUE_END after the last. */
 QVO_VALUE_API qvo_value_code_t qvo_rows_next(qvo_rows_t* rows, qvo_error_t* error);
 /* A column of the current row, counted from 0. The caller frees the result. */
 QVO_VALUE_API qvo_value_code_t qvo_rows_column(qvo_rows_t* rows, unsigned column, qvo_datum_t* result,

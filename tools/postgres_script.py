@@ -253,8 +253,8 @@ def entries(functions):
 
 
 def made(statement):
-    """What a statement makes: all before its attributes."""
-    return re.match(r"CREATE FUNCTION .*?(?=\n)|.*", statement, re.DOTALL)[0]
+    """What a statement makes: all before its attributes, or before the words of a comment."""
+    return re.match(r"CREATE FUNCTION .*?(?=\n)|COMMENT ON .*?(?= IS ')|.*", statement, re.DOTALL)[0]
 
 
 def statements(path):

@@ -52,7 +52,7 @@ static State* new_state(const CallSite* site, MemoryContext parent) {
     return state;
 }
 
-/* Another state's rows behind those of this one. */
+/* Another state's rows after those of this one. */
 static void merge(State* state, Datum other) {
     const qvo_datum_t bytes = bytes_of(other);
     MemoryContext before = MemoryContextSwitchTo(state->header.eoh_context);
@@ -109,7 +109,7 @@ Datum combine_aggregates(FunctionCallInfo fcinfo, const char* name) {
 
 /*
  * A sequence of values whose type was not named. To the value library times and booleans are integers: here SQL knows
- * more. (A final function that is to know it is declared with the aggregate's arguments behind the state.)
+ * more. (A final function that is to know it is declared with the aggregate's arguments after the state.)
  */
 static qvo_datum_t with_type_of_values(const CallSite* site, qvo_datum_t sequence) {
     const bool time = site->forms[0] == FROM_TIMESTAMP || site->forms[0] == FROM_DATE;

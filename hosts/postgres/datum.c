@@ -24,7 +24,7 @@
 
 /*
  * Whether CHECK_FOR_INTERRUPTS would end the query. It would do so by longjmp, which must not happen here, with frames
- * of C++ on the stack: raise_error calls it behind them.
+ * of C++ on the stack: raise_error calls it after them.
  */
 static int interrupted(void* data) {
     (void)data;

@@ -83,3 +83,8 @@ CREATE OR REPLACE FUNCTION seq_rows_text(x1 qvoseq, x2 qvoseq, x3 qvoseq, x4 qvo
     AS 'MODULE_PATHNAME', 'qvoseq_rows_rows' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100 ROWS 10000 SUPPORT seq_rows_support;
 CREATE OR REPLACE FUNCTION seq_rows_as(x1 qvoseq, x2 qvoseq, x3 qvoseq, x4 qvoseq, x5 qvoseq, x6 qvoseq, x7 qvoseq, x8 qvoseq) RETURNS SETOF record
     AS 'MODULE_PATHNAME', 'qvoseq_rows_rows' LANGUAGE C IMMUTABLE STRICT PARALLEL SAFE COST 100 ROWS 10000 SUPPORT seq_rows_support;
+COMMENT ON AGGREGATE seq_join(qvoseq) IS 'The sequences of the rows one after the other, ordered by a key.';
+COMMENT ON AGGREGATE seq_join(qvoseq, "any") IS 'The sequences of the rows one after the other, ordered by a key.';
+COMMENT ON FUNCTION seq_append(qvoseq, qvoseq) IS 'x, and y after it.';
+COMMENT ON FUNCTION seq_bfill(qvoseq) IS 'Missing values replaced with the next value after them.';
+COMMENT ON FUNCTION seq_bfill(qvoseq, bigint) IS 'Missing values replaced with the next value after them.';

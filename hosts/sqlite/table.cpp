@@ -1,5 +1,5 @@
 // Table functions of the catalog as virtual tables without storage: `SELECT … FROM seq_rows(x, y)`. The arguments are
-// hidden columns behind those of the result, as SQLite wants it.
+// hidden columns after those of the result, as SQLite wants it.
 #include <algorithm>
 #include <cstring>
 #include <memory>

@@ -1,5 +1,5 @@
 // Any bytes as a stored sequence: refused with an error, or read like any other. Meant for a build that takes any
-// checksum (QVO_VALUE_TAKE_ANY_CHECKSUM), as nothing else gets behind them; libFuzzer brings the main function.
+// checksum (QVO_VALUE_TAKE_ANY_CHECKSUM), as nothing else gets past them; libFuzzer brings the main function.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>

@@ -178,7 +178,7 @@ class Example {
         if (*at_ == '[') return sequence(std::string(from, at_), index);
         if (word == "NULL" || word == "null") return {};
         if (word.find_first_of(".e") != std::string::npos) return {QVO_DATUM_REAL, 0, std::stod(word), {}};
-        if (word.find_first_not_of("+-0123456789") != std::string::npos) {  // a column that a SELECT behind it makes
+        if (word.find_first_not_of("+-0123456789") != std::string::npos) {  // a column that a SELECT after it makes
             const char* const select = std::strstr(at_, "(SELECT ");
             if (select == nullptr) throw std::logic_error("an example that cannot be read: " + word);
             return Example(select + std::strlen("(SELECT "), times_).result();

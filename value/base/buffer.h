@@ -20,7 +20,7 @@ class Buffer {
     size_t size() const { return size_; }
     std::span<const uint8_t> bytes() const { return {bytes_.get(), size_}; }
 
-    /// Makes room for `more` bytes behind the present ones.
+    /// Makes room for `more` bytes after the present ones.
     void reserve(size_t more) {
         if (capacity_ - size_ < more) grow(size_ + more);
     }

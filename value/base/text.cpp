@@ -101,7 +101,7 @@ std::optional<int64_t> scan_clock(Scanner& in) {
     return value + *fraction;
 }
 
-/// What an offset takes away: 02:00, 0200 or 02 behind its sign.
+/// What an offset takes away: 02:00, 0200 or 02 after its sign.
 std::optional<int64_t> scan_offset(Scanner& in) {
     const bool west = in.take('-');
     if (!west && !in.take('+')) return std::nullopt;

@@ -10,7 +10,7 @@ class Cursor {
  public:
     Cursor(Plan& plan, const Series& series) : plan_(plan), series_(series) {}
 
-    /// Moves to the next position; false behind the last.
+    /// Moves to the next position; false after the last.
     bool next() {
         if (left_ > 1) {
             --left_;

@@ -59,7 +59,7 @@ class Aggregate {
 class Rows {
  public:
     virtual ~Rows() = default;
-    /// Moves to the next row, at first to the first one; false behind the last.
+    /// Moves to the next row, at first to the first one; false after the last.
     virtual bool next() = 0;
     virtual void column(unsigned index, Result& result) = 0;
     /// Restricts the rows to positions first .. last, before the first `next`. Optional to heed.

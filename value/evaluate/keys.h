@@ -32,7 +32,7 @@ class Keys {
     bool below(const Key& a, const Key& b) const;
 
     std::vector<Key> keys_;
-    std::string pool_;  // the texts, one behind the other
+    std::string pool_;  // the texts, one after the other
     bool ascending_ = true;
 };
 

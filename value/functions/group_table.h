@@ -293,7 +293,7 @@ template <class V> class Groups {
     static constexpr size_t chunk = 64;
     std::vector<std::unique_ptr<GroupState<V>[]>> chunks_;
     uint32_t n_ = 0;
-    std::string pool_;  // the texts, one behind the other
+    std::string pool_;  // the texts, one after the other
     std::vector<size_t> ends_;
 };
 

@@ -1,5 +1,5 @@
 // Groups: one sequence by the keys of another. The value that the aggregate gives is its state: a column for each part
-// of the groups' states, as stored sequences one behind the other, ordered by key.
+// of the groups' states, as stored sequences one after the other, ordered by key.
 #include <array>
 #include <variant>
 

@@ -1,5 +1,5 @@
 // One pass over both series. The u and y at hand lie in buffers whose slot 0 holds the last pair before them, so that a
-// match that was read earlier is found like any other, and behind which u is larger than anything, so that looking for
+// match that was read earlier is found like any other, and after which u is larger than anything, so that looking for
 // the place of a t needs no test for the end.
 #include "operators/asof.h"
 
@@ -171,7 +171,7 @@ template <class V> class Asof final : public Operator {
     AsofRule rule_;
     Ascending<V> ascending_t_{"argument 1: t"}, ascending_u_{"argument 2: u"};
     uint64_t passed_ = 0;      // positions of u
-    size_t at_ = 1, end_ = 1;  // the first slot that may match next, and the one behind the last
+    size_t at_ = 1, end_ = 1;  // the first slot that may match next, and the one after the last
     bool before_ = false;      // that slot 0 is in use
     bool exhausted_ = false;
     V u_[1 + most_pairs + stride] = {};

@@ -14,7 +14,7 @@ class Buckets {
  public:
     Buckets(Plan& plan, const Series& t, Width width) : plan_(plan), t_(t), width_(width) {}
 
-    /// Moves to the next bucket that has rows; false behind the last. The rows of the one before have all been taken.
+    /// Moves to the next bucket that has rows; false after the last. The rows of the one before have all been taken.
     bool next() {
         if (index_ == size_ && !refill()) return false;
         const int64_t at = values_of<int64_t>(t_.it)[index_];

@@ -25,7 +25,7 @@ class Elements {
     /// Null if every run is 1.
     const uint32_t* runs() const { return single_ ? nullptr : runs_.data(); }
     uint32_t run(size_t i) const { return single_ ? 1 : runs_[i]; }
-    /// The position at which each element begins, and the number of positions behind the last.
+    /// The position at which each element begins, and the number of positions after the last.
     std::vector<uint64_t> starts() const;
 
     void reserve(size_t n) { values_.reserve(n * width_); }

@@ -1,5 +1,5 @@
-// What fills a gap backwards is known only behind it, however long it is: a gap is read over, counted, and written
-// once the value behind it has come.
+// What fills a gap backwards is known only after it, however long it is: a gap is read over, counted, and written
+// once the value after it has come.
 #include "operators/gaps.h"
 
 #include <cmath>

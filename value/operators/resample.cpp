@@ -169,7 +169,7 @@ template <class Measure> class Resample final : public Operator {
     }
 
  private:
-    /// Reads a bucket. It waits to be handed out, behind the gap before it, or belongs to the gap itself.
+    /// Reads a bucket. It waits to be handed out, after the gap before it, or belongs to the gap itself.
     void step(uint64_t position) {
         done_ = !buckets_.next();
         if (done_) return fill_gap(position);
@@ -224,7 +224,7 @@ template <class Measure> class Resample final : public Operator {
     std::string x_type_;
     uint64_t gap_ = 0;      // buckets without a value before the next value
     uint64_t filling_ = 0;  // those that are being handed out
-    double steps_ = 0;      // from the value before the gap to the one behind it
+    double steps_ = 0;      // from the value before the gap to the one after it
     Out value_{}, previous_{};
     bool waiting_ = false, has_previous_ = false, done_ = false;
 };

@@ -4,7 +4,7 @@
 // Results are computed as arrays, since most differ from their neighbours. Only an extreme may stay over a run: runs of
 // some length are kept as such for it, and results computed per stretch, over which one value enters the window and one
 // leaves it. Once a window holds nothing but one value any result stays; nothing is kept then, and blocks begin anew
-// behind a block that is all that value.
+// after a block that is all that value.
 #include "operators/rolling.h"
 
 #include <algorithm>
@@ -28,7 +28,7 @@ template <class S> struct Loops {
         here.template add<1>(x, n, to);
         fold = here;
     }
-    /// to[i] becomes the fold of x[i], all behind it up to x[n - 1], and what has been folded before.
+    /// to[i] becomes the fold of x[i], all after it up to x[n - 1], and what has been folded before.
     QVO_CPU_VARIANTS static void suffixes(Fold& fold, const double* __restrict x, size_t n, Value* __restrict to) {
         Fold here = fold;
         here.template add<-1>(x + n - 1, n, to + n - 1);
@@ -80,7 +80,7 @@ template <class S> double result_of_constant(double x, double n, double required
 /// The block before the current one.
 template <class Fold> struct Complete {
     std::vector<double> values;
-    std::vector<uint64_t> ends;  // the position behind each element; empty if all runs are 1
+    std::vector<uint64_t> ends;  // the position after each element; empty if all runs are 1
     std::vector<typename Fold::Value> suffixes;
     std::vector<uint64_t> gone;  // missing positions from each element on; empty if none is missing
     bool exists = false;
@@ -164,7 +164,7 @@ template <class S> class Rolling {
         tail_ = same == n && tail_ != 0 && alike(tail_value_, x[0]) ? tail_ + n : same;
         tail_value_ = x[n - 1];
     }
-    /// Begins a block behind one of nothing but the value that has filled the window.
+    /// Begins a block after one of nothing but the value that has filled the window.
     void begin_anew() {
         if (!constant_) return;
         constant_ = false;

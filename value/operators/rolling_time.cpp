@@ -1,4 +1,4 @@
-// A window is a queue of two parts: the earlier positions, with the folds of each and all behind it in that part, and
+// A window is a queue of two parts: the earlier positions, with the folds of each and all after it in that part, and
 // the later ones with one running fold. When the earlier part has been used up, the later one takes its place, so that
 // each position is folded twice, however wide the windows are.
 #include "operators/rolling_time.h"
@@ -46,7 +46,7 @@ template <class S> class RollingTime final : public Operator {
     struct Entry {
         int64_t time;
         double value;
-        double fold;  // of it and all behind it in the earlier part
+        double fold;  // of it and all after it in the earlier part
     };
 
     [[noreturn]] static void descends(uint64_t position) {

@@ -9,7 +9,7 @@ namespace qvo::value {
 Series framed(Plan& plan, const Series& x, uint64_t before, uint64_t after, const Scalar& value);
 
 /// The parts of a sequence that lie on each other when it is moved on by n positions (back, if n is negative), and how
-/// many positions have no partner, in front or behind. The sequence is read twice, so it has to be a stored one; an
+/// many positions have no partner, in front or after. The sequence is read twice, so it has to be a stored one; an
 /// expression is evaluated first.
 struct Moved {
     Series now, before;                      // of equal length

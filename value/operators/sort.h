@@ -1,5 +1,5 @@
 // The stable order of elements. Whatever the type, elements are compared by keys: unsigned integers in the order of the
-// values, in which NaN is behind everything in both directions and -0.0 is 0.0. Keys do not give the values back.
+// values, in which NaN is after everything in both directions and -0.0 is 0.0. Keys do not give the values back.
 #pragma once
 
 #include <bit>

@@ -82,7 +82,7 @@ struct OpenTile {
     size_t size = 0;
     // What codings take from their headers.
     OffsetHeader offsets{};
-    const uint8_t* body = nullptr;  // behind the header
+    const uint8_t* body = nullptr;  // after the header
     uint64_t sum = 0;               // deltas: of the offsets before `at`
     Progression progression;
 };

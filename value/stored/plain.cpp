@@ -1,4 +1,4 @@
-// Values as they are: one behind the other, or one for a whole tile.
+// Values as they are: one after the other, or one for a whole tile.
 #include "stored/coding.h"
 
 namespace qvo::value {

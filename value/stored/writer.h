@@ -46,7 +46,7 @@ class Writer {
     std::unique_ptr<State> state_;
 };
 
-/// `x` with `y` behind it, at the cost of the last tile of `x`, of `y`, and of moving the bytes before.
+/// `x` with `y` after it, at the cost of the last tile of `x`, of `y`, and of moving the bytes before.
 Buffer append(const Stored& x, const Stored& y, std::function<void()> each_tile = {});
 
 }  // namespace qvo::value

@@ -22,9 +22,9 @@ class Methods:
     def info(self) -> str:
         """What is known of a stored sequence without reading its values."""
     def join(self, key: Any | None = None) -> Sequence:
-        """The sequences of the rows one behind the other, ordered by a key."""
+        """The sequences of the rows one after the other, ordered by a key."""
     def append(self, y: Column) -> Sequence:
-        """x, and y behind it."""
+        """x, and y after it."""
     def cast(self, type: Any) -> Sequence:
         """Every value as another type."""
     def compress(self) -> Sequence:
@@ -134,7 +134,7 @@ class Methods:
     def ffill(self, limit: int | None = None) -> Sequence:
         """Missing values replaced with the last value before them."""
     def bfill(self, limit: int | None = None) -> Sequence:
-        """Missing values replaced with the next value behind them."""
+        """Missing values replaced with the next value after them."""
     def interpolate(self) -> Sequence:
         """Missing values replaced with the straight line between the values around them."""
     def ema(self, span: float) -> Sequence:

@@ -34,9 +34,9 @@ def range(start: Scalar, n: int, step: Scalar | None = None) -> Sequence:
 def repeat(v: Scalar, n: int) -> Sequence:
     """A value n times."""
 def join(x: Column, key: Any | None = None) -> Sequence:
-    """The sequences of the rows one behind the other, ordered by a key."""
+    """The sequences of the rows one after the other, ordered by a key."""
 def append(x: Column, y: Column) -> Sequence:
-    """x, and y behind it."""
+    """x, and y after it."""
 def cast(x: Column, type: Any) -> Sequence:
     """Every value as another type."""
 def compress(x: Column) -> Sequence:
@@ -146,7 +146,7 @@ def cummin(x: Column) -> Sequence:
 def ffill(x: Column, limit: int | None = None) -> Sequence:
     """Missing values replaced with the last value before them."""
 def bfill(x: Column, limit: int | None = None) -> Sequence:
-    """Missing values replaced with the next value behind them."""
+    """Missing values replaced with the next value after them."""
 def interpolate(x: Column) -> Sequence:
     """Missing values replaced with the straight line between the values around them."""
 def ema(x: Column, span: float) -> Sequence:

@@ -82,7 +82,7 @@ bool is_type_name(const std::string& word, qvo_type_t& type, unsigned& width) {
     return true;
 }
 
-/// The number in brackets behind a type, or 0 without one.
+/// The number in brackets after a type, or 0 without one.
 unsigned bracketed(Words& words, const std::string& column) {
     if (!words.next_is('(')) return 0;
     words.word();

@@ -38,7 +38,7 @@ struct Declaration {
     const Column& packed_column(size_t slot) const { return columns[packed[slot]]; }
     const Column& key_column(size_t slot) const { return columns[keys[slot]]; }
 
-    /// `name`, with as many underscores behind it as make it none of the columns' names.
+    /// `name`, with as many underscores after it as make it none of the columns' names.
     std::string free_name(std::string_view name) const;
     /// For sqlite3_declare_vtab: of rows, or of sequences.
     std::string schema_of_rows() const;

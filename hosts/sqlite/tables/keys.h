@@ -15,7 +15,7 @@ using Key = std::string;
 void append_key(Key& key, const Column& column, sqlite3_value* value);
 /// The key in consecutive columns of a row of a shadow table.
 Key key_of(const Declaration& declaration, const Statement& row, int first);
-/// Binds the values to consecutive parameters from `first` on; returns the parameter behind them.
+/// Binds the values to consecutive parameters from `first` on; returns the parameter after them.
 int bind_key(const Declaration& declaration, Statement& statement, int first, const Key& key);
 /// Bytes of the value of a column that begins at a place in a key.
 size_t size_of_value(const Column& column, const Key& key, size_t at);

@@ -1,6 +1,6 @@
 // Packing the tail of a key into chunks, each of `full_chunk` rows at most.
 //
-// Rows behind the last chunk become new ones, which are full but for the last. Rows that came late are merged into the
+// Rows after the last chunk become new ones, which are full but for the last. Rows that came late are merged into the
 // chunk that they belong to, which is written anew, and split where it has grown too much.
 #include <algorithm>
 
@@ -33,7 +33,7 @@ class Packing {
             clean_.reset();
         }
         rows_.append(read_rows(pieces).batch);
-        // What is behind all chunks does not come whole into memory.
+        // What is after all chunks does not come whole into memory.
         const size_t full = store_.declaration().full_chunk();
         if (!has_chunk_ && rows_.size() >= 2 * full) write(rows_.size() / full * full);
     }

@@ -66,7 +66,7 @@ void Pieces::take(const Source& source) {
 void Pieces::plan() {
     if (next_chunk_ == chunks_.size()) at_end_ = true;
     if (!store_.declaration().has_order()) {
-        // Whatever came later is behind what came before.
+        // Whatever came later is after what came before.
         if (!at_end_) return add_chunk(chunks_[next_chunk_++]);
         for (const Kept& source : tail_) ready_.push_back({part_of(source)});
         return;
@@ -84,7 +84,7 @@ void Pieces::plan_backwards() {
     const size_t n = chunks_.size(), i = n - next_chunk_;  // chunks i .. are done
     ++next_chunk_;
     if (i == 0) at_end_ = true;
-    // First what is behind the chunk, then the chunk.
+    // First what is after the chunk, then the chunk.
     const int64_t from = i == 0 ? range_.first : std::max(range_.first, chunks_[i - 1].source.last);
     const int64_t to =
         i == n ? range_.last : std::min(range_.last, std::max(chunks_[i].source.first, lowest_rank + 1) - 1);
@@ -121,7 +121,7 @@ void Pieces::add_chunk(Kept& chunk) {
     Piece piece;
     if (const Part part = cut(chunk, range_.first, range_.last); part.from < part.to) piece.push_back(part);
     chunk.row.reset();
-    // Rows that equal the chunk's last come behind it.
+    // Rows that equal the chunk's last come after it.
     if (source.first < source.last)
         for (Part& part : tail_within(std::max(source.first, range_.first), std::min(source.last - 1, range_.last)))
             piece.push_back(std::move(part));

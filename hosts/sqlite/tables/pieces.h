@@ -1,7 +1,7 @@
 // A key's rows in order: *pieces*, each from one source, or from several whose rows have to be merged.
 //
 // A chunk is a piece, together with the rows of the tail that came late for it; rows of the tail before, between and
-// behind chunks are pieces of their own. So what is in memory at a time is a chunk and the part of the tail beside it.
+// after chunks are pieces of their own. So what is in memory at a time is a chunk and the part of the tail beside it.
 #pragma once
 
 #include "tables/store.h"

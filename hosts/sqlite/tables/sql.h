@@ -53,7 +53,7 @@ class Statement {
     void bind(int i, double value) { check(sqlite3_bind_double(statement_, i, value)); }
     void bind_text(int i, std::string_view text);
     void bind_blob(int i, std::span<const uint8_t> bytes);
-    /// To the next row; false behind the last, and the statement is reset then.
+    /// To the next row; false after the last, and the statement is reset then.
     bool step();
     /// Runs a statement that has no rows.
     void run() {

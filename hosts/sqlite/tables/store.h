@@ -96,7 +96,7 @@ class Store {
     std::vector<Source> sources(bool tail, const Key& key, const Range& range);
     /// The source of a number with its key, if there is one.
     bool find(bool tail, int64_t id, Source& source, Key& key);
-    /// The first key behind another one, or the first of all without one. Nothing at the end.
+    /// The first key after another one, or the first of all without one. Nothing at the end.
     std::optional<Key> next_key(const Key* after);
 
     /// Writes a source; returns it with its number.

@@ -200,7 +200,7 @@ void Tail::write_key(const Key& key, Batch& rows, bool restructure) {
     store_.insert(true, key, merged, place);
 }
 
-/// Without an ORDER column: the number of the source that comes behind all others.
+/// Without an ORDER column: the number of the source that comes after all others.
 int64_t Tail::next_place(const Key& key) {
     int64_t place = 0;
     for (const bool tail : {false, true})

@@ -12,7 +12,7 @@ HOW = "sum mean min max count first last".split()
 
 
 def _next_bucket(start, width):
-    """The bucket behind one: far enough ahead, then back to its start."""
+    """The bucket after one: far enough ahead, then back to its start."""
     n, unit = width.split()
     unit = unit.rstrip("s")
     ahead = int(n) * {"month": 31, "year": 366}.get(unit, 0) * UNITS["day"] or int(n) * UNITS[unit]
