@@ -271,6 +271,27 @@ TEST(Interface, AggregatesGoOnAfterTheyAreAsked) {
     EXPECT_EQ(qvo_aggregate_new(named("add"), &sum, &error), QVO_VALUE_ERROR);
 }
 
+// Workers of a parallel aggregation may have had no rows.
+TEST(Interface, StatesOfNoRowsAreStates) {
+    for (size_t i = 0; i < qvo_function_count(); ++i) {
+        const qvo_function_t* const function = qvo_function_at(i);
+        qvo_function_info_t info;
+        qvo_function_describe(function, &info);
+        if (!info.has_state) continue;
+        qvo_aggregate_t *one, *other;
+        qvo_datum_t state;
+        qvo_error_t error{};
+        ASSERT_EQ(qvo_aggregate_new(function, &one, nullptr), QVO_VALUE_OK);
+        ASSERT_EQ(qvo_aggregate_new(function, &other, nullptr), QVO_VALUE_OK);
+        ASSERT_EQ(qvo_aggregate_state(one, &state, &error), QVO_VALUE_OK) << error.message;
+        EXPECT_EQ(qvo_aggregate_merge(other, state.as.bytes.data, state.as.bytes.size, &error), QVO_VALUE_OK)
+            << info.name << ": " << error.message;
+        qvo_datum_free(&state);
+        qvo_aggregate_free(one);
+        qvo_aggregate_free(other);
+    }
+}
+
 TEST(Interface, LimitsEndACall) {
     // Many positions in a few bytes: more than the budget, and than any patience.
     const Value much = result_of("range", {{QVO_DATUM_INTEGER, 0, 0, {}}, {QVO_DATUM_INTEGER, 300'000'000, 0, {}}});

@@ -63,9 +63,12 @@ class Different : public Aggregate {
     }
     void merge(StateReader& in) override {
         const std::optional<ValueType> type = Meeting::take(in);
-        if (!type) return;
-        meet_at(meeting_.add_state(*type));
         const auto n = in.take<uint64_t>();
+        if (!type) {  // of no rows
+            if (n != 0 || in.take<uint64_t>() != 0) StateReader::damaged();
+            return;
+        }
+        meet_at(meeting_.add_state(*type));
         for (uint64_t i = 0; i < n; ++i) {
             const uint64_t key = converted(in.take<uint64_t>(), *type, *type_);
             if (type->type == Type::char_) check_text(short_text(key));

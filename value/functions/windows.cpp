@@ -55,7 +55,7 @@ Series rolling_count_time(Plan& plan, Arguments& a) {
     return rolling_sum_time(plan, x, a.series(1), window);
 }
 
-constexpr Parameter x_number{"x", Takes::sequence, Of::number}, x_ordered{"x", Takes::sequence, Of::ordered_number};
+constexpr Parameter x_number{"x", Takes::sequence, Of::number};
 constexpr Parameter window{"window", Takes::integer, Of::any, 1, max_window};
 constexpr Parameter t_time{"t", Takes::sequence, Of::timestamp}, width{"width", Takes::text};
 constexpr Parameter min_periods{"min_periods", Takes::integer, Of::any, 0, max_window, true};
