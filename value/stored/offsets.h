@@ -110,7 +110,7 @@ template <class Convert, class T> class OffsetReader {
         QVO_INLINE static void run(const Sums& l, const uint64_t* __restrict sums, size_t n, const Convert& c,
                                    T* __restrict to) {
             const Convert convert = c;
-            const Word base = l.base, extra = l.extra, unit = static_cast<Factor>(l.unit);
+            const Word base = l.base, extra = l.extra, unit = static_cast<Word>(static_cast<Factor>(l.unit));
             if (unit == 1) {
                 Word more = base;
                 for (size_t i = 0; i < n; ++i, more += extra) to[i] = convert(more + word(sums[i]));
