@@ -69,7 +69,7 @@ class Model:
         shape, rng = self.shape, self.rng
         terms, values = [], []
         for name in rng.sample(shape.names, rng.randrange(0, 3)):
-            operator = rng.choice(["=", "IN (?,?) AND 1 =", "IS"]) if name in shape.keys else rng.choice(
+            operator = rng.choice(["=", "IN (?,?) AND 1 =", "IN (SELECT ? UNION SELECT ? UNION SELECT NULL) AND 1 =", "IS"]) if name in shape.keys else rng.choice(
                 ["=", "<", "<=", ">", ">=", "BETWEEN ? AND", "IS", "IN (?, ?) AND 1 ="])
             n = operator.count("?")
             terms.append(f"{name} {operator} ?")
@@ -156,6 +156,11 @@ class Model:
             sql = f"SELECT {', '.join(order)} FROM {{t}} WHERE {condition} ORDER BY {', '.join(by)} LIMIT 5"
             rows = [self.db.execute(sql.format(t=t), values).fetchall() for t in ("plain.ticks", "main.ticks")]
             assert rows[0] == rows[1], (sql, values, rows)
+        for by in (order, order[::-1], shape.keys, shape.keys[::-1]):
+            names = ", ".join(by) or "1"
+            self.both(f"SELECT {names}, count(*) FROM {{t}} WHERE {condition} GROUP BY {names}", values)
+            self.both(f"SELECT DISTINCT {names} FROM {{t}} WHERE {condition}", values)
+            self.both(f"SELECT DISTINCT {names} FROM {{t}}")
 
     def check(self):
         self.both("SELECT * FROM {t}")

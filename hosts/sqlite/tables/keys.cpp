@@ -80,6 +80,14 @@ size_t size_of_value(const Column& column, const Key& key, size_t at) {
     return sizeof size + size;
 }
 
+int compare_values(const Column& column, std::string_view a, std::string_view b) {
+    if (column.is_text()) return a.substr(sizeof(uint32_t)).compare(b.substr(sizeof(uint32_t)));
+    int64_t x, y;
+    std::memcpy(&x, a.data(), sizeof x);
+    std::memcpy(&y, b.data(), sizeof y);
+    return (x > y) - (x < y);
+}
+
 void result_key(sqlite3_context* context, const Declaration& declaration, size_t slot, const Key& key) {
     for_each_value(declaration, key, [&](const Column& column, std::string_view text, int64_t integer) {
         if (column.slot != slot) return;

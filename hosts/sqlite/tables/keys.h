@@ -19,6 +19,8 @@ Key key_of(const Declaration& declaration, const Statement& row, int first);
 int bind_key(const Declaration& declaration, Statement& statement, int first, const Key& key);
 /// Bytes of the value of a column that begins at a place in a key.
 size_t size_of_value(const Column& column, const Key& key, size_t at);
+/// Less than 0, 0 or more as values of a column come before one another, equal or after; text by its bytes.
+int compare_values(const Column& column, std::string_view a, std::string_view b);
 /// The value in a slot as a result.
 void result_key(sqlite3_context* context, const Declaration& declaration, size_t slot, const Key& key);
 

@@ -54,6 +54,13 @@ void RowCursor::advance() {
         }
 }
 
+/// Passes over all further rows of the key.
+void RowCursor::leave_key() {
+    pieces_.reset();
+    part_.reset();
+    at_ = end_ - 1;
+}
+
 /// Reads on in the piece; false at its end.
 bool RowCursor::next_stretch() {
     if (std::exchange(merged_, false)) return true;

@@ -13,6 +13,7 @@ class RowCursor {
     void start(Selection selection);
     bool at_end() const { return at_end_; }
     void next() {
+        if (selection_.one_of_key) leave_key();
         if (++at_ == end_) advance();
     }
     void column(sqlite3_context* context, size_t column) const;
@@ -20,6 +21,7 @@ class RowCursor {
 
  private:
     void advance();
+    void leave_key();
     bool next_stretch();
     bool next_piece();
     void start_at_row();

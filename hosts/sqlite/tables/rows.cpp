@@ -139,7 +139,10 @@ int begin(sqlite3_vtab* table) {
     Table& t = table_of(table);
     return guarded(&t.zErrMsg, [&] { t.store.check_version(); });
 }
-int commit(sqlite3_vtab*) { return SQLITE_OK; }
+int commit(sqlite3_vtab* table) {
+    table_of(table).tail.end();
+    return SQLITE_OK;
+}
 
 int flush(sqlite3_vtab* table) {
     Table& t = table_of(table);
@@ -148,14 +151,24 @@ int flush(sqlite3_vtab* table) {
 }
 
 int rollback(sqlite3_vtab* table) {
-    table_of(table).tail.discard();
+    table_of(table).tail.end();
     table_of(table).known_size.reset();
     return SQLITE_OK;
 }
 
-int savepoint(sqlite3_vtab* table, int) { return flush(table); }
-int release(sqlite3_vtab*, int) { return SQLITE_OK; }
-int rollback_to(sqlite3_vtab* table, int) { return rollback(table); }
+int savepoint(sqlite3_vtab* table, int number) {
+    Table& t = table_of(table);
+    return guarded(&t.zErrMsg, [&] { t.tail.savepoint(number); });
+}
+int release(sqlite3_vtab* table, int number) {
+    table_of(table).tail.release(number);
+    return SQLITE_OK;
+}
+int rollback_to(sqlite3_vtab* table, int number) {
+    Table& t = table_of(table);
+    t.known_size.reset();
+    return guarded(&t.zErrMsg, [&] { t.tail.roll_back_to(number); });
+}
 
 int rename(sqlite3_vtab* table, const char* name) {
     Table& t = table_of(table);

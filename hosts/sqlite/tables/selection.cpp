@@ -1,5 +1,6 @@
 #include "tables/selection.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -10,9 +11,9 @@ namespace qvo::sqlite {
 namespace {
 
 // A plan as text: `c` and the used columns in hexadecimal, then what to do with each value that xFilter is given, in
-// order: `k<slot>` key equals, `r` rowid equals, `n` nothing matches; of the ORDER column `=`, `>`, `g` (at least),
-// `<`, `l` (at most); `[` and `)` are the bounds of chunk rows. `d` has no value: rows are wanted in descending
-// order.
+// order: `k<slot>` key equals, `s<slot>` key is one of a set, `r` rowid equals, `n` nothing matches; of the ORDER column `=`, `>`, `g` (at least),
+// `<`, `l` (at most); `[` and `)` are the bounds of chunk rows. These have no value: `d`, rows are wanted in
+// descending order; `1`, one row of a key is enough.
 class Plan {
  public:
     explicit Plan(sqlite3_index_info* info) : info_(info) {
@@ -41,18 +42,19 @@ class Plan {
 
 /// What the constraints that were taken leave of a table.
 struct Reach {
-    std::vector<bool> keys;  // by slot: only one value
+    std::vector<bool> keys, one;  // by slot: values are given, only one value is
     bool order_equal = false, from = false, to = false, nothing = false, rowid = false;
     size_t n_keys() const {
         size_t n = 0;
         for (const bool key : keys) n += key;
         return n;
     }
+    bool one_key() const { return std::find(one.begin(), one.end(), false) == one.end(); }
 };
 
 bool is_equality(unsigned char op) { return op == SQLITE_INDEX_CONSTRAINT_EQ || op == SQLITE_INDEX_CONSTRAINT_IS; }
 
-void take_key(const Column& column, sqlite3_index_info* info, int i, Plan& plan, Reach& reach) {
+void take_key(const Column& column, bool utf8, sqlite3_index_info* info, int i, Plan& plan, Reach& reach) {
     const unsigned char op = info->aConstraint[i].op;
     if (op == SQLITE_INDEX_CONSTRAINT_ISNULL) {
         reach.nothing = true;
@@ -61,7 +63,11 @@ void take_key(const Column& column, sqlite3_index_info* info, int i, Plan& plan,
     if (!is_equality(op) || reach.keys[column.slot]) return;
     if (column.is_text() && sqlite3_stricmp(sqlite3_vtab_collation(info, i), "BINARY") != 0) return;
     reach.keys[column.slot] = true;
-    plan.take(i, "k" + std::to_string(column.slot));
+    // All values of IN at once, so that keys come in order. Where text does not compare by its bytes, one by one.
+    const bool set = (utf8 || !column.is_text()) && sqlite3_vtab_in(info, i, -1) != 0;
+    plan.take(i, (set ? "s" : "k") + std::to_string(column.slot));
+    if (set) sqlite3_vtab_in(info, i, 1);
+    reach.one[column.slot] = !set;
 }
 
 void take_order(sqlite3_index_info* info, int i, Plan& plan, Reach& reach) {
@@ -90,6 +96,9 @@ void take_order(sqlite3_index_info* info, int i, Plan& plan, Reach& reach) {
     }
 }
 
+/// How many values IN is taken to have.
+constexpr double values_of_set = 5;
+
 /// Costs in the unit of a plain table's row: a row that comes out costs about half of one, a source that is opened as
 /// much as twenty.
 void estimate(const Declaration& declaration, const Store::Size& size, const Reach& reach, double row_cost,
@@ -99,7 +108,11 @@ void estimate(const Declaration& declaration, const Store::Size& size, const Rea
     const size_t n_keys = declaration.keys.size();
     double keys = static_cast<double>(size.keys);
     if (n_keys != 0) {
-        const double share = std::pow(1.0 / keys, static_cast<double>(reach.n_keys()) / static_cast<double>(n_keys));
+        double values = 1;
+        for (size_t slot = 0; slot < n_keys; ++slot)
+            if (reach.keys[slot] && !reach.one[slot]) values *= values_of_set;
+        const double one = std::pow(1.0 / keys, static_cast<double>(reach.n_keys()) / static_cast<double>(n_keys));
+        const double share = std::min(1.0, one * values);
         rows *= share;
         sources *= share;
         keys *= share;
@@ -128,24 +141,70 @@ bool serves_order(const Declaration& declaration, const Reach& reach, bool with_
         const bool desc = info->aOrderBy[i].desc != 0;
         if (c < 0 || static_cast<size_t>(c) >= declaration.columns.size()) return false;
         const Column& column = declaration.columns[static_cast<size_t>(c)];
-        if (column.key && reach.keys[column.slot]) continue;  // the same everywhere
-        while (slot < declaration.keys.size() && reach.keys[slot]) ++slot;
+        if (column.key && reach.one[column.slot]) continue;  // the same everywhere
+        while (slot < declaration.keys.size() && reach.one[slot]) ++slot;
         if (column.key && column.slot == slot && !desc) {
             ++slot;
             continue;
         }
-        const bool all_fixed = reach.n_keys() == declaration.keys.size();
-        if (!column.order || !with_order || slot != declaration.keys.size() || (desc && !all_fixed)) return false;
+        if (!column.order || !with_order || slot != declaration.keys.size() || (desc && !reach.one_key())) return false;
         descending = desc;
         return i + 1 == info->nOrderBy;
     }
     return true;
 }
 
+/// Whether rows that agree in all the columns asked for are neighbours, which is enough for GROUP BY and DISTINCT.
+bool serves_groups(const Declaration& declaration, const Reach& reach, bool with_order, sqlite3_index_info* info) {
+    std::vector<bool> wanted(declaration.keys.size());
+    bool order = false;
+    for (int i = 0; i < info->nOrderBy; ++i) {
+        const int c = info->aOrderBy[i].iColumn;
+        if (c < 0 || static_cast<size_t>(c) >= declaration.columns.size()) return false;
+        const Column& column = declaration.columns[static_cast<size_t>(c)];
+        if (!column.key && !(column.order && with_order)) return false;
+        if (column.key)
+            wanted[column.slot] = true;
+        else
+            order = true;
+    }
+    bool all = true;
+    for (size_t slot = 0; slot < wanted.size(); ++slot) {
+        if (reach.one[slot]) continue;
+        if (wanted[slot] && !all) return false;  // a key before it may change in between
+        all = all && wanted[slot];
+    }
+    return all || !order;
+}
+
+bool names_keys_alone(const Declaration& declaration, uint64_t used) {
+    Selection selection;
+    selection.used = used;
+    return selection.slots(declaration).empty();
+}
+
+void plan_order(const Declaration& declaration, const Store::Size& size, const Reach& reach, bool sequences,
+                sqlite3_index_info* info, Plan& plan) {
+    // SQLite's numbers: 0 for ORDER BY, 1 for GROUP BY, 2 for DISTINCT, 3 for DISTINCT with ORDER BY.
+    const int distinct = sqlite3_vtab_distinct(info);
+    bool descending = false;
+    const bool groups = distinct == 1 || distinct == 2;
+    if (!serves_order(declaration, reach, !sequences, info, descending) &&
+        !(groups && serves_groups(declaration, reach, !sequences, info)))
+        return;
+    info->orderByConsumed = 1;
+    if (descending) plan.add("d");
+    if (distinct < 2 || sequences || !names_keys_alone(declaration, info->colUsed)) return;
+    plan.add("1");
+    info->estimatedRows = std::max<sqlite3_int64>(1, std::min<sqlite3_int64>(info->estimatedRows, size.keys));
+    info->estimatedCost = static_cast<double>(info->estimatedRows) * 20;
+}
+
 void plan(const Declaration& declaration, const Store::Size& size, sqlite3_index_info* info, bool sequences) {
     Plan plan(info);
     Reach reach;
     reach.keys.resize(declaration.keys.size());
+    reach.one.resize(declaration.keys.size());
     const auto n_columns = static_cast<int>(declaration.columns.size());
     for (int i = 0; i < info->nConstraint; ++i) {
         const auto& constraint = info->aConstraint[i];
@@ -165,17 +224,13 @@ void plan(const Declaration& declaration, const Store::Size& size, sqlite3_index
             reach.rowid = true;
             plan.take(i, "r");
         } else if (const Column& column = declaration.columns[static_cast<size_t>(constraint.iColumn)]; column.key) {
-            take_key(column, info, i, plan, reach);
+            take_key(column, size.utf8, info, i, plan, reach);
         } else if (column.order && !sequences) {
             take_order(info, i, plan, reach);
         }
     }
     estimate(declaration, size, reach, sequences ? 0.0 : 0.5, info);
-    bool descending = false;
-    if (info->nOrderBy != 0 && !reach.rowid && serves_order(declaration, reach, !sequences, info, descending)) {
-        info->orderByConsumed = 1;
-        if (descending) plan.add("d");
-    }
+    if (info->nOrderBy != 0 && !reach.rowid) plan_order(declaration, size, reach, sequences, info, plan);
     plan.finish();
 }
 
@@ -243,33 +298,43 @@ class Bound {
     bool null_ = false, above_ = false, below_ = false, between_ = false;
 };
 
-void set_key(Selection& selection, const Column& column, sqlite3_value* value) {
+/// A value that a key can equal, added to those wanted.
+void add_key_value(std::vector<Key>& wanted, const Column& column, sqlite3_value* value) {
     const int type = sqlite3_value_type(value);
+    if (type == SQLITE_NULL || (column.is_text() && type != SQLITE_TEXT)) return;
     Key part;
-    if (type == SQLITE_NULL || (column.is_text() && type != SQLITE_TEXT)) {
-        selection.nothing = true;
-        return;
-    }
     try {
         append_key(part, column, value);
     } catch (const Failure& failure) {
         // A value that the column cannot hold equals none of its own; what is no time is a mistake.
         if ((failure.code & 0xff) != SQLITE_CONSTRAINT || column.type == QVO_TYPE_TIMESTAMP) throw;
-        selection.nothing = true;
         return;
     }
-    selection.key_values[column.slot] = std::move(part);
+    wanted.push_back(std::move(part));
+}
+
+void set_key(Selection& selection, const Column& column, sqlite3_value* value, bool set) {
+    std::vector<Key> wanted;
+    if (!set) {
+        add_key_value(wanted, column, value);
+    } else {
+        sqlite3_value* one = nullptr;
+        int rc = sqlite3_vtab_in_first(value, &one);
+        for (; rc == SQLITE_OK; rc = sqlite3_vtab_in_next(value, &one)) add_key_value(wanted, column, one);
+        if (rc == SQLITE_NOMEM) throw std::bad_alloc();
+        if (rc != SQLITE_DONE) fail(rc, {});
+        const auto before = [&](const Key& a, const Key& b) { return compare_values(column, a, b) < 0; };
+        std::sort(wanted.begin(), wanted.end(), before);
+        wanted.erase(std::unique(wanted.begin(), wanted.end()), wanted.end());
+    }
+    if (wanted.empty()) selection.nothing = true;
+    selection.key_values[column.slot] = std::move(wanted);
 }
 
 }  // namespace
 
-std::optional<Key> Selection::key() const {
-    Key key;
-    for (const auto& value : key_values) {
-        if (!value) return {};
-        key += *value;
-    }
-    return key;
+bool Selection::gives_keys() const {
+    return std::all_of(key_values.begin(), key_values.end(), [](const auto& values) { return values.has_value(); });
 }
 
 Slots Selection::slots(const Declaration& declaration) const {
@@ -293,15 +358,15 @@ Selection selection_of(const Declaration& declaration, const char* plan, sqlite3
     selection.used = std::strtoull(at, nullptr, 16);
     for (at = std::strchr(at, ';'); at != nullptr; at = std::strchr(at, ';')) {
         const char op = *++at;
-        if (op == 'd') {
-            selection.descending = true;
+        if (op == 'd' || op == '1') {
+            (op == 'd' ? selection.descending : selection.one_of_key) = true;
             continue;
         }
         sqlite3_value* const value = *values++;
         if (op == 'n') {
             selection.nothing = true;
-        } else if (op == 'k') {
-            set_key(selection, declaration.key_column(static_cast<size_t>(std::atoi(at + 1))), value);
+        } else if (op == 'k' || op == 's') {
+            set_key(selection, declaration.key_column(static_cast<size_t>(std::atoi(at + 1))), value, op == 's');
         } else if (op == 'r') {
             selection.rowid = sqlite3_value_int64(value);
             if (sqlite3_value_type(value) != SQLITE_INTEGER) selection.nothing = true;
@@ -321,25 +386,14 @@ Selection selection_of(const Declaration& declaration, const char* plan, sqlite3
 bool Selection::matches(const Declaration& declaration, const Key& key) const {
     size_t at = 0;
     for (size_t slot = 0; slot < key_values.size(); ++slot) {
-        const size_t size = size_of_value(declaration.key_column(slot), key, at);
-        if (key_values[slot] && std::string_view(key).substr(at, size) != *key_values[slot]) return false;
-        at += size;
+        const Column& column = declaration.key_column(slot);
+        const std::string_view value = std::string_view(key).substr(at, size_of_value(column, key, at));
+        const auto before = [&](std::string_view a, std::string_view b) { return compare_values(column, a, b) < 0; };
+        if (key_values[slot] && !std::binary_search(key_values[slot]->begin(), key_values[slot]->end(), value, before))
+            return false;
+        at += value.size();
     }
     return true;
-}
-
-const Key* KeyWalk::next() {
-    if (at_end_ || selection_->nothing) return nullptr;
-    if (std::optional<Key> only = selection_->key()) {
-        at_end_ = true;
-        key_ = std::move(only);
-        return &*key_;
-    }
-    do {
-        key_ = store_->next_key(key_ ? &*key_ : nullptr);
-        at_end_ = !key_;
-    } while (!at_end_ && !selection_->matches(store_->declaration(), *key_));
-    return at_end_ ? nullptr : &*key_;
 }
 
 }  // namespace qvo::sqlite

@@ -9,13 +9,14 @@ namespace qvo::sqlite {
 struct Selection {
     bool nothing = false;
     std::optional<int64_t> rowid;
-    std::vector<std::optional<Key>> key_values;  // by slot: the only one wanted
+    std::vector<std::optional<std::vector<Key>>> key_values;  // by slot: those wanted, ascending
     Range range;
     bool descending = false;
-    uint64_t used = 0;  // columns, as in sqlite3_index_info
+    bool one_of_key = false;  // the first row of a key stands for all
+    uint64_t used = 0;        // columns, as in sqlite3_index_info
 
-    /// The key, if all its values are given.
-    std::optional<Key> key() const;
+    /// True if every slot's values are given.
+    bool gives_keys() const;
     bool matches(const Declaration& declaration, const Key& key) const;
     bool uses(size_t column) const { return (used >> std::min<size_t>(column, 63) & 1) != 0; }
     /// The packed columns that are used.
@@ -31,14 +32,23 @@ Selection selection_of(const Declaration& declaration, const char* plan, sqlite3
 /// Goes through the keys that are selected, in their order.
 class KeyWalk {
  public:
-    KeyWalk(Store& store, const Selection& selection) : store_(&store), selection_(&selection) {}
+    KeyWalk(Store& store, const Selection& selection)
+        : store_(&store), selection_(&selection), chosen_(selection.key_values.size()) {}
     /// The next key, or nothing at the end.
     const Key* next();
 
  private:
+    const std::vector<Key>& values(size_t slot) const { return *selection_->key_values[slot]; }
+    bool is_one_key() const;
+    Key chosen() const;
+    bool choose_next(size_t slots);
+    bool choose_from(const Key& key);
+    std::optional<Key> next_given();
+
     Store* store_;
     const Selection* selection_;
     std::optional<Key> key_;
+    std::vector<size_t> chosen_;  // of the values that are given, by slot
     bool at_end_ = false;
 };
 

@@ -75,6 +75,7 @@ void Store::close() {
         for (int i = 0; i < 2; ++i) list[i] = Statement();
     first_key_ = Statement();
     next_key_ = Statement();
+    key_from_ = Statement();
     readers_.clear();
 }
 
@@ -156,11 +157,13 @@ bool Store::find(bool tail, int64_t id, Source& source, Key& key) {
 }
 
 /// The lesser of the two tables' next keys, found by SQLite, which knows how they compare.
-std::string Store::select_key(bool first) const {
+std::string Store::select_key(const char* comparison) const {
     std::string names = key_names();
     names.pop_back();
     const std::string order = " ORDER BY " + names + " LIMIT 1";
-    const std::string condition = first ? "" : " WHERE (" + names + ")>(" + marks(declaration_.keys.size()) + ")";
+    std::string condition;
+    if (comparison != nullptr)
+        condition = " WHERE (" + names + ")" + comparison + "(" + marks(declaration_.keys.size()) + ")";
     const auto one = [&](bool tail) {
         return "SELECT * FROM (SELECT " + names + " FROM " + table_of(tail) + condition + order + ")";
     };
@@ -169,10 +172,17 @@ std::string Store::select_key(bool first) const {
 
 std::optional<Key> Store::next_key(const Key* after) {
     if (declaration_.keys.empty()) return after == nullptr ? std::optional<Key>(Key()) : std::nullopt;
-    Statement& statement =
-        kept(after == nullptr ? first_key_ : next_key_, [&] { return select_key(after == nullptr); });
+    if (after == nullptr) return found_key(kept(first_key_, [&] { return select_key(nullptr); }), nullptr);
+    return found_key(kept(next_key_, [&] { return select_key(">"); }), after);
+}
+
+std::optional<Key> Store::key_from(const Key& key) {
+    return found_key(kept(key_from_, [&] { return select_key(">="); }), &key);
+}
+
+std::optional<Key> Store::found_key(Statement& statement, const Key* bound) {
     const Resetting resetting(statement);
-    if (after != nullptr) bind_key(declaration_, statement, bind_key(declaration_, statement, 1, *after), *after);
+    if (bound != nullptr) bind_key(declaration_, statement, bind_key(declaration_, statement, 1, *bound), *bound);
     if (!statement.step()) return {};
     return key_of(declaration_, statement, 0);
 }
@@ -265,6 +275,8 @@ Store::Size Store::size() {
         size.keys = std::max(size.keys, keys.integer(0));
     }
     size.keys = std::max<int64_t>(size.keys, 1);
+    Statement encoding(db_, "PRAGMA encoding");
+    size.utf8 = encoding.step() && encoding.text(0) == "UTF-8";
     return size;
 }
 

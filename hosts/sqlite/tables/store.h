@@ -98,6 +98,8 @@ class Store {
     bool find(bool tail, int64_t id, Source& source, Key& key);
     /// The first key after another one, or the first of all without one. Nothing at the end.
     std::optional<Key> next_key(const Key* after);
+    /// The first key that is not before another one.
+    std::optional<Key> key_from(const Key& key);
 
     /// Writes a source; returns it with its number.
     Source insert(bool tail, const Key& key, const Batch& rows, int64_t place);
@@ -108,6 +110,7 @@ class Store {
     /// What is known of the whole.
     struct Size {
         int64_t rows = 0, sources = 0, keys = 0;
+        bool utf8 = true;  // text compares by the bytes that a key has of it
     };
     Size size();
 
@@ -126,7 +129,8 @@ class Store {
     Source source_of(const Statement& row, int first, bool tail) const;
     int bind_rank(Statement& statement, int i, int64_t rank) const;
     std::string select_sources(bool tail) const;
-    std::string select_key(bool first) const;
+    std::string select_key(const char* comparison) const;
+    std::optional<Key> found_key(Statement& statement, const Key* bound);
     template <class F> Statement& kept(Statement& statement, F sql);
 
     void before_change(const Source& source);
@@ -135,7 +139,7 @@ class Store {
     Readers& reading_;
     std::string schema_, name_;
     Declaration declaration_;
-    Statement sources_[2], find_[2], insert_[2], remove_[2], first_key_, next_key_;
+    Statement sources_[2], find_[2], insert_[2], remove_[2], first_key_, next_key_, key_from_;
     bool version_is_known_ = false;
     // Statements that read columns, which many cursors may want at once.
     std::map<std::pair<bool, Slots>, std::vector<Statement>> readers_;

@@ -9,12 +9,6 @@ namespace {
 // Most bytes of rows that wait in memory; vectors that grow take up to twice as much.
 constexpr size_t most_bytes = size_t{8} << 20;
 
-size_t bytes_of(const Tail::Row& row) {
-    size_t bytes = 0;
-    for (const unsigned width : row.widths) bytes += width;
-    return bytes;
-}
-
 }  // namespace
 
 void Tail::check_not_failed() const {
@@ -24,29 +18,19 @@ void Tail::check_not_failed() const {
 
 void Tail::insert(const Key& key, const Row& row) {
     check_not_failed();
-    if (last_ == nullptr || last_->first != key) {
-        auto found = inserted_.find(std::string_view(key));
-        if (found == inserted_.end()) {
-            found = inserted_.emplace(key, store_.declaration()).first;
-            inserted_bytes_ += 256 + key.size();
-        }
-        last_ = &*found;
-    }
-    Batch& batch = last_->second;
-    for (size_t slot = 0; slot < row.widths.size(); ++slot)
-        batch.columns[slot].append(row.elements[slot].data(), row.widths[slot]);
-    batch.set_size(batch.size() + 1);
-    inserted_bytes_ += bytes_of(row);
+    waiting_.add(key, row);
     // While rows of a statement are deleted, the places of all others have to stay.
-    if (inserted_bytes_ > most_bytes) write([this] { write_inserted(changes_.empty()); });
+    if (waiting_.bytes() > most_bytes) write([this] { write_inserted(changes_.empty()); });
 }
 
 void Tail::remove(const Place& place) {
     check_not_failed();
-    std::vector<bool>& removed = changes_[{place.tail, place.id}].removed;
-    if (removed.size() <= place.position) removed.resize(place.position + 1);
+    const ChangedSource at{place.tail, place.id};
+    // SQLite names the rows of a source one after the other.
+    if (last_removed_ == changes_.end() || last_removed_->first != at) last_removed_ = changes_.try_emplace(at).first;
+    std::vector<bool>& removed = last_removed_->second.removed;
+    if (removed.size() <= place.position) removed.resize(std::max(place.position + 1, 2 * removed.size()));
     removed[place.position] = true;
-    removes_ = true;
 }
 
 const Tail::Known& Tail::known(const Place& place) {
@@ -86,7 +70,7 @@ void Tail::update(const Place& place, const Key& key, const Row& row) {
     change.values.resize(row.widths.size());
     for (size_t slot = 0; slot < row.widths.size(); ++slot)
         change.values[slot].append(row.elements[slot].data(), row.widths[slot]);
-    changed_bytes_ += bytes_of(row) + sizeof(uint32_t);
+    changed_bytes_ += row.bytes() + sizeof(uint32_t);
     if (changed_bytes_ > most_bytes) write([this] { write_values(); });
 }
 
@@ -100,12 +84,66 @@ void Tail::flush() {
 }
 
 void Tail::discard() {
-    inserted_.clear();
-    last_ = nullptr;
-    changes_.clear();
-    inserted_bytes_ = changed_bytes_ = 0;
-    removes_ = failed_ = false;
+    waiting_ = Waiting(store_.declaration());
+    waiting_.note(!marks_.empty());
+    forget_changes();
+    changed_bytes_ = 0;
+    failed_ = false;
     known_ = {};
+}
+
+/// Rows that waited before a savepoint and were written after it are kept for one savepoint, or a few.
+bool Tail::keeps_much() const {
+    constexpr size_t few = 2;
+    size_t n = 0;
+    for (size_t i = 0; i < marks_.size(); ++i)
+        n += marks_[i].kept != nullptr && (i == 0 || marks_[i].kept != marks_[i - 1].kept);
+    return n >= few;
+}
+
+void Tail::savepoint(int number) {
+    release(number);
+    if (!changes_.empty() || failed_ || keeps_much()) flush();
+    if (marks_.empty()) waiting_.note(true);
+    marks_.push_back({number, waiting_.size()});
+}
+
+void Tail::release(int number) {
+    while (!marks_.empty() && marks_.back().number >= number) marks_.pop_back();
+    if (marks_.empty()) waiting_.note(false);
+}
+
+void Tail::roll_back_to(int number) {
+    const auto mark = std::find_if(marks_.begin(), marks_.end(), [&](const Mark& m) { return m.number >= number; });
+    if (mark == marks_.end()) return discard();
+    const std::shared_ptr<Waiting> kept = std::move(mark->kept);
+    const size_t rows = mark->rows;
+    marks_.erase(mark + 1, marks_.end());
+    Waiting waited(store_.declaration());
+    if (rows != 0) waited = kept != nullptr ? *kept : std::move(waiting_);
+    discard();
+    if (rows == 0) return;
+    waited.cut(rows);
+    waiting_ = std::move(waited);
+}
+
+void Tail::end() {
+    discard();
+    release(0);
+}
+
+/// Copies the rows that wait, if a savepoint may have to come back to some of them.
+void Tail::keep_for_marks() {
+    const auto in_need = [](const Mark& mark) { return mark.rows != 0 && mark.kept == nullptr; };
+    if (std::none_of(marks_.begin(), marks_.end(), in_need)) return;
+    const auto kept = std::make_shared<Waiting>(waiting_);
+    for (Mark& mark : marks_)
+        if (in_need(mark)) mark.kept = kept;
+}
+
+void Tail::forget_changes() {
+    changes_.clear();
+    last_removed_ = changes_.end();
 }
 
 void Tail::write_values() {
@@ -144,8 +182,7 @@ void Tail::write_values(const ChangedSource& at, Change& change) {
 void Tail::write_removals() {
     for (const auto& [at, change] : changes_)
         if (!change.removed.empty()) write_removal(at, change.removed);
-    changes_.clear();
-    removes_ = false;
+    forget_changes();
 }
 
 /// A source that loses rows gets a new number, so that no rowid from before leads to another row.
@@ -166,15 +203,15 @@ void Tail::write_removal(const ChangedSource& at, const std::vector<bool>& remov
 }
 
 void Tail::write_inserted(bool restructure) {
-    for (auto& [key, rows] : inserted_) write_key(key, rows, restructure);
-    inserted_.clear();
-    last_ = nullptr;
-    inserted_bytes_ = 0;
+    keep_for_marks();
+    for (Waiting::Series& series : waiting_.series()) write_key(series.key, std::move(series.rows), restructure);
+    waiting_ = Waiting(store_.declaration());
+    waiting_.note(!marks_.empty());
 }
 
 /// Adds rows to the tail, together with sources that are not much larger, so that there are few of them; and packs the
 /// tail if it has grown to a chunk.
-void Tail::write_key(const Key& key, Batch& rows, bool restructure) {
+void Tail::write_key(const Key& key, Batch rows, bool restructure) {
     if (rows.size() == 0) return;
     rows.sort();
     const bool ordered = store_.declaration().has_order();

@@ -1,14 +1,13 @@
 // Changes on their way into the tables: rows that were inserted, rows that were deleted or updated, and the packing of
 // the tail into chunks.
 //
-// They wait in memory until somebody reads, a savepoint is set or the transaction ends, and never more than a few
-// megabytes of them. What was written belongs to the transaction like any other row.
+// They wait in memory until somebody reads or the transaction ends, and never more than a few megabytes of them. What was
+// written belongs to the transaction like any other row. SQLite sets a savepoint before most statements within a
+// transaction, so that inserted rows have to outlive it unwritten; deletions and updates do not.
 #pragma once
 
-#include <array>
-#include <unordered_map>
-
 #include "tables/pieces.h"
+#include "tables/waiting.h"
 
 namespace qvo::sqlite {
 
@@ -27,13 +26,9 @@ inline Place place_of(int64_t rowid) {
 
 class Tail {
  public:
-    explicit Tail(Store& store) : store_(store) {}
+    explicit Tail(Store& store) : store_(store), waiting_(store.declaration()) {}
 
-    /// The elements of a row, by slot, with their widths.
-    struct Row {
-        std::vector<std::array<uint8_t, 256>> elements;
-        std::vector<unsigned> widths;
-    };
+    using Row = Waiting::Row;
 
     void insert(const Key& key, const Row& row);
     /// Marks a row as deleted.
@@ -42,20 +37,23 @@ class Tail {
     /// deleted and inserted.
     void update(const Place& place, const Key& key, const Row& row);
 
-    bool empty() const { return inserted_bytes_ == 0 && changes_.empty(); }
+    bool empty() const { return waiting_.size() == 0 && changes_.empty(); }
     /// Writes everything to the tables.
     void flush();
     /// Forgets everything, and that a flush has failed.
     void discard();
 
+    /// What SQLite says of savepoints, which it numbers from the outermost on.
+    void savepoint(int number);
+    void release(int number);
+    void roll_back_to(int number);
+    /// The end of the transaction, after which no savepoints are left.
+    void end();
+
     /// Packs the whole tail of all keys into chunks; returns the number of rows that it held.
     int64_t pack_all();
 
  private:
-    struct Hash {
-        using is_transparent = void;
-        size_t operator()(std::string_view key) const { return std::hash<std::string_view>()(key); }
-    };
     /// What is to be done to a source.
     struct Change {
         std::vector<bool> removed;        // by position, as far as needed
@@ -71,11 +69,21 @@ class Tail {
         std::vector<int64_t> ranks;
     };
 
+    /// A savepoint: how many rows waited, and all of them, if they were written since.
+    struct Mark {
+        int number;
+        size_t rows;
+        std::shared_ptr<Waiting> kept{};
+    };
+
     void check_not_failed() const;
+    bool keeps_much() const;
+    void keep_for_marks();
+    void forget_changes();
     /// Runs what writes to the tables. SQL that asks for the last rowid shall not see theirs.
     template <class F> void write(F f);
     void write_inserted(bool restructure);
-    void write_key(const Key& key, Batch& rows, bool restructure);
+    void write_key(const Key& key, Batch rows, bool restructure);
     void write_values();
     void write_values(const ChangedSource& at, Change& change);
     void write_removals();
@@ -85,12 +93,13 @@ class Tail {
     int64_t next_place(const Key& key);
 
     Store& store_;
-    std::unordered_map<Key, Batch, Hash, std::equal_to<>> inserted_;
-    std::pair<const Key, Batch>* last_ = nullptr;  // where the last row went
-    size_t inserted_bytes_ = 0, changed_bytes_ = 0;
+    Waiting waiting_;
+    std::vector<Mark> marks_;
+    size_t changed_bytes_ = 0;
     std::map<ChangedSource, Change> changes_;
+    std::map<ChangedSource, Change>::iterator last_removed_ = changes_.end();
     Known known_;
-    bool removes_ = false, failed_ = false;
+    bool failed_ = false;
 };
 
 template <class F> void Tail::write(F f) {

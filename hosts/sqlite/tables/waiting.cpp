@@ -1,0 +1,47 @@
+#include "tables/waiting.h"
+
+#include <numeric>
+
+namespace qvo::sqlite {
+
+// What a series takes beside its rows, about.
+constexpr size_t bytes_of_series = 256;
+
+size_t Waiting::Row::bytes() const { return std::accumulate(widths.begin(), widths.end(), size_t{0}); }
+
+void Waiting::add(const Key& key, const Row& row) {
+    if (series_.empty() || series_[last_].key != key) {
+        const auto [found, is_new] = places_.try_emplace(key, static_cast<uint32_t>(series_.size()));
+        if (is_new) {
+            series_.push_back({key, Batch(*declaration_)});
+            bytes_ += bytes_of_series + key.size();
+        }
+        last_ = found->second;
+    }
+    Batch& rows = series_[last_].rows;
+    for (size_t slot = 0; slot < row.widths.size(); ++slot)
+        rows.columns[slot].append(row.elements[slot].data(), row.widths[slot]);
+    rows.set_size(rows.size() + 1);
+    ++size_;
+    bytes_ += row.bytes();
+    if (notes_) noted_.push_back(last_);
+}
+
+void Waiting::note(bool on) {
+    notes_ = on;
+    noted_.clear();
+}
+
+void Waiting::cut(size_t size) {
+    for (; size_ > size && !noted_.empty(); --size_) {
+        Batch& rows = series_[noted_.back()].rows;
+        for (Vector& column : rows.columns) {
+            column.bytes.resize(column.bytes.size() - column.width);
+            bytes_ -= column.width;
+        }
+        rows.set_size(rows.size() - 1);
+        noted_.pop_back();
+    }
+}
+
+}  // namespace qvo::sqlite
