@@ -64,6 +64,7 @@ template <class V> class History {
     QVO_INLINE explicit History(const Call& call)
         : bytes_(reinterpret_cast<uint8_t*>(&call.context.history)), size_(call.context.interval) {}
     QVO_INLINE size_t size() const { return size_; }
+    QVO_INLINE const V* values() const { return reinterpret_cast<const V*>(bytes_); }
     QVO_INLINE V get(size_t slot) const {
         V v;
         std::memcpy(&v, bytes_ + slot * sizeof v, sizeof v);
@@ -151,9 +152,62 @@ template <class V, class A, class Finish> struct WindowSums {
     }
 };
 
-/// The extreme of the window, searched for again only when the one that leaves was it.
+// A search of the history pays from as many values of a call as this on.
+constexpr size_t fewest_searched = 16;
+
+/// The extreme of the window. Within a call all values pass through one slot, so that the others have an extreme of
+/// their own, `rest`, and each result is the value or that.
 template <class V, class Order> struct WindowExtreme {
     static void run(const Call& call) {
+        const History<V> history(call);
+        const V* values = static_cast<const V*>(call.values);
+        V* out = static_cast<V*>(call.results);
+        if (call.n < fewest_searched) return run_in_steps(call);
+        const V rest = extreme_of_others(history, call.slot);
+        if (!follows_values(call, history, rest)) return run_in_steps(call);
+        beat(out, values, call.n, rest);
+        history.set(call.slot, values[call.n - 1]);
+        store_accumulator(call.context, out[call.n - 1]);
+    }
+
+ private:
+    using Bits = std::conditional_t<sizeof(V) == sizeof(uint64_t), uint64_t, uint32_t>;
+
+    /// The extreme of all slots but one; without others, the value that any other beats or is.
+    static V extreme_of_others(const History<V>& history, size_t slot) {
+        using Limits = std::numeric_limits<V>;
+        V rest = Limits::has_infinity ? Limits::infinity() : Limits::max();
+        if constexpr (std::is_same_v<Order, Greater>) rest = Limits::has_infinity ? -rest : Limits::lowest();
+        for (size_t k = 0; k < history.size(); ++k)
+            if (k != slot) rest = Order::apply(rest, history.get(k));
+        return rest;
+    }
+    /// Whether that is so to the bit: the accumulator is the extreme of the history, and neither there nor among the
+    /// values is a NaN, or a zero of the other sign where the extreme of the others is one.
+    static bool follows_values(const Call& call, const History<V>& history, V rest) {
+        const V extreme = load_accumulator<V>(call.context), expected = Order::apply(rest, history.get(call.slot));
+        if (std::memcmp(&extreme, &expected, sizeof(V)) != 0) return false;
+        if constexpr (std::is_floating_point_v<V>) {
+            return !has_ambiguous(history.values(), history.size(), rest) &&
+                   !has_ambiguous(static_cast<const V*>(call.values), call.n, rest);
+        }
+        return true;
+    }
+    QVO_CPU_VARIANTS static bool has_ambiguous(const V* values, size_t n, V rest) {
+        const auto bits = std::bit_cast<Bits>(rest);
+        Bits any = 0;
+        for (size_t i = 0; i < n; ++i) {
+            const V v = values[i];
+            any |= static_cast<Bits>(v != v) | (v == rest ? std::bit_cast<Bits>(v) ^ bits : Bits{0});
+        }
+        return any != 0;
+    }
+    QVO_CPU_VARIANTS static void beat(V* __restrict out, const V* __restrict values, size_t n, V rest) {
+        for (size_t i = 0; i < n; ++i) out[i] = Order::apply(rest, values[i]);
+    }
+
+    /// Value by value, searching again when the one that leaves was the extreme.
+    static void run_in_steps(const Call& call) {
         const History<V> history(call);
         const V* values = static_cast<const V*>(call.values);
         V* out = static_cast<V*>(call.results);
