@@ -136,6 +136,19 @@ static void report_points(sqlite3* db, const char* folder, size_t n) {
     fclose(times);
 }
 
+/* The result is how many rows are left. */
+static void report_delete(sqlite3* db, const char* name, const char* what, int64_t before) {
+    char sql[128];
+    snprintf(sql, sizeof sql, "DELETE FROM %s %" PRId64, what, before);
+    const double start = seconds();
+    run(db, sql);
+    const double took = seconds() - start;
+    sqlite3_stmt* statement;
+    must(sqlite3_prepare_v2(db, "SELECT count(*) FROM ticks", -1, &statement, NULL), db, "SELECT");
+    printf("%s %.9f %.0f\n", name, took, ask(db, statement));
+    sqlite3_finalize(statement);
+}
+
 /* Most memory that this program had at a time. (What getrusage tells begins with the peak of who started it.) */
 static double peak_bytes(void) {
     FILE* const status = fopen("/proc/self/status", "r");
@@ -205,6 +218,9 @@ int main(int argc, char** argv) {
     report(db, "day_rows", sql);
     report_points(db, argv[3], n);
     printf("memory %.0f 0\n", peak_bytes());
+    /* Half of the rows go with the chunks that hold them, then a quarter row by row. */
+    report_delete(db, "retention", chunks ? "ticks_seq WHERE last =" : "ticks WHERE time <", from + 7 * day);
+    report_delete(db, "delete", "ticks WHERE time <", from + 12 * day);
     sqlite3_close(db);
     return 0;
 }

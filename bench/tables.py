@@ -76,7 +76,7 @@ def main():
             columns[name].astype(kind).tofile(os.path.join(folder, f"{name}.{kind}"))
         found = {"plain": sqlite(program, "plain", extension, folder, n),
                  "chunks": sqlite(program, "chunks", extension, folder, n), "duckdb": duck(columns, folder, n)}
-    for question in ("filtered", "grouped", "day_filtered", "day_rows", "point"):
+    for question in ("filtered", "grouped", "day_filtered", "day_rows", "point", "retention", "delete"):
         results = [figures[question][1] for figures in found.values() if question in figures]
         if max(results) - min(results) > 1e-9 * abs(max(results)):
             sys.exit(f"{question} differs: {results}")
@@ -88,8 +88,8 @@ def show(found, n):
     print(f"{'':24} {'plain':>10} {'chunks':>10} {'DuckDB':>10}   chunks to plain, to DuckDB")
     scale = {"load": (1e9 / n, "ns a row"), "pack_tail": (1e9 / n, "ns a row"), "size": (1 / n, "bytes a row"),
              "filtered": (1e9 / n, "ns a row"), "grouped": (1e9 / n, "ns a row"), "day_filtered": (1e6, "us"),
-             "day_rows": (1e6, "us"), "point": (1e6, "us"), "load_memory": (2**-20, "MB at most"),
-             "memory": (2**-20, "MB at most")}
+             "day_rows": (1e6, "us"), "point": (1e6, "us"), "retention": (2e9 / n, "ns a row"),
+             "delete": (4e9 / n, "ns a row"), "load_memory": (2**-20, "MB at most"), "memory": (2**-20, "MB at most")}
     for name, (factor, unit) in scale.items():
         values = [found[kind][name][0] * factor if name in found[kind] else None for kind in ("plain", "chunks", "duckdb")]
         cells = " ".join(f"{'–' if v is None else format(v, '.2f'):>10}" for v in values)

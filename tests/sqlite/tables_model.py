@@ -104,6 +104,18 @@ class Model:
         if condition != "1" or self.rng.random() < 0.05:
             self.both(f"DELETE FROM {{t}} WHERE {condition}", values)
 
+    def delete_sequences(self):
+        """Chunk rows that are deleted take their rows with them."""
+        shape, rng = self.shape, self.rng
+        if not shape.order:
+            return
+        bounds = sorted(shape.value(shape.order, rng) for _ in range(2))
+        key = [f" AND {name} = ?" for name in shape.keys if rng.random() < 0.5]
+        values = [*bounds, *(shape.value(term.split()[1], rng) for term in key)]
+        first, last = (name + "_" * (name in shape.names) for name in ("first", "last"))
+        self.db.execute(f"DELETE FROM ticks_seq WHERE {first} = ? AND {last} = ?{''.join(key)}", values)
+        self.db.execute(f"DELETE FROM plain.ticks WHERE {shape.order} >= ? AND {shape.order} < ?{''.join(key)}", values)
+
     def refused(self):
         """A statement that fails after some rows leaves nothing behind, or with OR IGNORE the good rows."""
         rows = [self.shape.row(self.rng) for _ in range(3)]
@@ -191,7 +203,7 @@ class Model:
 
     def run(self, steps):
         jobs = [self.insert] * 6 + [self.transaction] * 4 + [self.select] * 3 + [self.update] * 3 + [self.delete] * 2 + [
-            self.insert_selected, self.refused, self.pack_tail]
+            self.insert_selected, self.refused, self.pack_tail, self.delete_sequences]
         for _ in range(steps):
             job = self.rng.choice(jobs)
             job()

@@ -205,6 +205,7 @@ class TablesTest(unittest.TestCase):
         self.assertEqual([first, *rows.fetchall()], expected)
         self.assertEqual([v for text, in [first_chunk, *chunks.fetchall()] for v in eval(text)], [v for v, in expected])
         self.assertEqual(db.execute("SELECT DISTINCT volume FROM ticks").fetchall(), [(-1,)])
+        self.refused(db, "UPDATE ticks_seq SET price = NULL", "rows are inserted into ticks, and changed there")
 
     def test_other_connections_and_processes(self):
         writer = self.table(self.path, 300)
@@ -287,6 +288,28 @@ class TablesTest(unittest.TestCase):
             db.execute("ROLLBACK")
         self.assertLessEqual({"fine", "DatabaseError"}, outcomes)
         self.assert_sound(db, ticks(400))
+
+    def test_huge_changes_take_little_memory(self):
+        n = 1_300_000
+        code = (f"import sys; sys.argv[1:] = [{EXTENSION!r}]; sys.path.insert(0, {os.path.dirname(__file__)!r})\n"
+                "import tables_test as t\n"
+                f"db = t.connect({self.path!r})\n"
+                "db.execute('CREATE VIRTUAL TABLE t USING qvoseq(at INT ORDER, x INT)')\n"
+                "db.execute('INSERT INTO t WITH RECURSIVE c(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM c LIMIT ?)"
+                f" SELECT x, x FROM c', [{n}])\n"
+                f"db.execute('UPDATE t SET at = x * 7919 % {n}')\n"
+                "print(db.execute('SELECT count(*), sum(at), sum(x) FROM t').fetchone())\n"
+                "print(db.execute('SELECT x FROM t LIMIT 3').fetchall())\n"
+                "print(db.execute('SELECT count(*) FROM seq_check(?)', ['t']).fetchone())\n"
+                "db.execute('DELETE FROM t_seq WHERE last = 1000000')\n"
+                "print(db.execute('SELECT count(*), min(at) FROM t').fetchone())\n"
+                "print([line.split()[1] for line in open('/proc/self/status') if line.startswith('VmHWM')][0])\n")
+        done = subprocess.run(["/usr/bin/python3", "-c", code], capture_output=True, text=True, check=True)
+        *facts, peak = done.stdout.splitlines()
+        total = n * (n + 1) // 2
+        first = sorted(range(1, n + 1), key=lambda x: x * 7919 % n)[:3]
+        self.assertEqual(facts, [str((n, total - n, total)), str([(x,) for x in first]), "(0,)", "(300000, 1000000)"])
+        self.assertLess(int(peak), 64 * 1024)
 
     def test_memory_runs_out(self):
         """At some limits a change succeeds, at lower ones nothing of it is left; then it succeeds."""

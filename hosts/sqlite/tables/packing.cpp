@@ -79,6 +79,7 @@ class Packing {
 
 /// Packs the tail of a key: all of it, or leaving what does not fill a chunk. Returns how many rows there were.
 int64_t Tail::pack(const Key& key, bool all) {
+    spread(key);
     const std::vector<Source> tail = store_.sources(true, key, {}), chunks = store_.sources(false, key, {});
     if (tail.empty()) return 0;
     int64_t n = 0;

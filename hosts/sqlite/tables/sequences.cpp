@@ -1,11 +1,16 @@
 // The module `qvoseq_sequences`: the table of sequences beside a table of chunks, a row for each piece of a series. A
 // chunk that a query wants whole is handed on as it is stored.
+//
+// To delete such a row is to delete all that it holds, without looking at it.
+#include <algorithm>
 #include <cstring>
 
 #include "tables/table.h"
 
 namespace qvo::sqlite {
 namespace {
+
+class Cursor;
 
 /// A table of sequences reads the tables of another one, whose name is its own without the suffix.
 struct Sequences : sqlite3_vtab {
@@ -19,30 +24,51 @@ struct Sequences : sqlite3_vtab {
     std::string name;
     Store store;
     std::optional<Store::Size> known_size;
+    std::vector<Cursor*> cursors{};
+    sqlite3_int64 last_row = 0;
+
+    void remove(sqlite3_int64 row);
+
+ private:
+    void remove(const Part& part);
 };
 
 class Cursor : public sqlite3_vtab_cursor {
  public:
-    explicit Cursor(Sequences& table) : sqlite3_vtab_cursor{}, table_(table), store_(table.store) {}
+    explicit Cursor(Sequences& table) : sqlite3_vtab_cursor{}, table_(table), store_(table.store) {
+        table.cursors.push_back(this);
+    }
+    ~Cursor() { std::erase(table_.cursors, this); }
+    Cursor(const Cursor&) = delete;
+    Cursor& operator=(const Cursor&) = delete;
 
     void start(Selection selection) {
         selection_ = std::move(selection);
         slots_ = selection_.slots(store_.declaration());
         keys_.emplace(store_, selection_);
         pieces_.reset();
-        row_ = 0;
+        named_.clear();
         next();
     }
     void next() {
         merged_.reset();
-        ++row_;
+        row_ = 0;
         while (!pieces_ || !pieces_->next()) {
             if ((key_ = keys_->next()) == nullptr) return;
             pieces_.emplace(store_, *key_, selection_.range, slots_);
         }
     }
     bool at_end() const { return key_ == nullptr; }
-    sqlite3_int64 row() const { return row_; }
+    /// A number by which the row can be deleted as long as the cursor is open.
+    sqlite3_int64 row() {
+        if (row_ != 0) return row_;
+        Piece piece = pieces_->piece();
+        for (Part& part : piece) part.row.reset();
+        row_ = ++table_.last_row;
+        named_.emplace(row_, std::move(piece));
+        return row_;
+    }
+    std::map<sqlite3_int64, Piece>& named() { return named_; }
 
     void column(sqlite3_context* context, size_t index) {
         const Declaration& declaration = store_.declaration();
@@ -82,8 +108,46 @@ class Cursor : public sqlite3_vtab_cursor {
     const Key* key_ = nullptr;
     std::optional<Pieces> pieces_;
     std::optional<Rows> merged_;
+    std::map<sqlite3_int64, Piece> named_;  // rows whose number was asked for
     sqlite3_int64 row_ = 0;
 };
+
+void Sequences::remove(sqlite3_int64 row) {
+    for (Cursor* const cursor : cursors) {
+        const auto found = cursor->named().find(row);
+        if (found == cursor->named().end()) continue;
+        const Piece piece = std::move(found->second);
+        cursor->named().erase(found);
+        for (const Part& part : piece) remove(part);
+        return;
+    }
+    fail(SQLITE_ERROR, name + ": the row is not known any longer");
+}
+
+/// What is left of a source gets another number, by which other rows find their parts of it.
+void Sequences::remove(const Part& part) {
+    const Source& source = part.source;
+    if (part.is_whole()) return store.remove(source);
+    Source found;
+    Key key;
+    if (!store.find(source.tail, source.id, found, key)) store.damaged(source, "the row is gone");
+    std::vector<uint32_t> kept;
+    for (size_t i = 0; i < source.number; ++i)
+        if (i < part.from || i >= part.to) kept.push_back(static_cast<uint32_t>(i));
+    Batch rows = read_source(store, source);
+    rows.take(kept);
+    const Source left = store.insert(source.tail, key, rows, source.first);
+    store.remove(source);
+    for (Cursor* const cursor : cursors)
+        for (auto& [row, piece] : cursor->named())
+            for (Part& other : piece) {
+                if (other.source.tail != source.tail || other.source.id != source.id) continue;
+                other.source = left;
+                if (other.from < part.to) continue;
+                other.from -= part.to - part.from;
+                other.to -= part.to - part.from;
+            }
+}
 
 Sequences& table_of(sqlite3_vtab* table) { return *static_cast<Sequences*>(table); }
 Cursor& cursor_of(sqlite3_vtab_cursor* cursor) { return *static_cast<Cursor*>(cursor); }
@@ -148,8 +212,17 @@ int column(sqlite3_vtab_cursor* cursor, sqlite3_context* context, int index) {
 }
 
 int rowid(sqlite3_vtab_cursor* cursor, sqlite3_int64* row) {
-    *row = cursor_of(cursor).row();
-    return SQLITE_OK;
+    return guarded(&cursor->pVtab->zErrMsg, [&] { *row = cursor_of(cursor).row(); });
+}
+
+int update(sqlite3_vtab* table, int n, sqlite3_value** values, sqlite3_int64*) {
+    Sequences& t = table_of(table);
+    return guarded(&t.zErrMsg, [&] {
+        if (n != 1)
+            fail(SQLITE_READONLY, t.name + ": rows are inserted into " + t.store.name() + ", and changed there");
+        t.remove(sqlite3_value_int64(values[0]));
+        if (Table* const rows = t.tables->find(t.store.schema(), t.store.name())) rows->tail.forget_known();
+    });
 }
 
 int rename(sqlite3_vtab* table, const char* name) {
@@ -174,6 +247,7 @@ sqlite3_module methods() {
     m.xEof = eof;
     m.xColumn = column;
     m.xRowid = rowid;
+    m.xUpdate = update;
     m.xRename = rename;
     return m;
 }

@@ -80,6 +80,7 @@ void Tail::flush() {
         write_values();
         write_removals();
         write_inserted(true);
+        pack_later_keys();
     });
 }
 
@@ -87,6 +88,7 @@ void Tail::discard() {
     waiting_ = Waiting(store_.declaration());
     waiting_.note(!marks_.empty());
     forget_changes();
+    later_.clear();
     changed_bytes_ = 0;
     failed_ = false;
     known_ = {};
@@ -209,6 +211,15 @@ void Tail::write_inserted(bool restructure) {
     waiting_.note(!marks_.empty());
 }
 
+void Tail::pack_later_keys() {
+    for (const Key& key : later_) {
+        size_t total = 0;
+        for (const Source& source : store_.sources(true, key, {})) total += source.number;
+        if (total >= store_.declaration().chunk_rows) pack(key, false);
+    }
+    later_.clear();
+}
+
 /// Adds rows to the tail, together with sources that are not much larger, so that there are few of them; and packs the
 /// tail if it has grown to a chunk.
 void Tail::write_key(const Key& key, Batch rows, bool restructure) {
@@ -221,7 +232,10 @@ void Tail::write_key(const Key& key, Batch rows, bool restructure) {
     for (const Source& source : tail) total += source.number;
     if (!restructure || total >= store_.declaration().chunk_rows) {
         store_.insert(true, key, rows, ordered ? 0 : next_place(key));
-        if (restructure) pack(key, false);
+        if (restructure)
+            pack(key, false);
+        else
+            later_.insert(key);
         return;
     }
     std::sort(tail.begin(), tail.end(),

@@ -6,6 +6,8 @@
 // transaction, so that inserted rows have to outlive it unwritten; deletions and updates do not.
 #pragma once
 
+#include <set>
+
 #include "tables/pieces.h"
 #include "tables/waiting.h"
 
@@ -37,6 +39,8 @@ class Tail {
     /// deleted and inserted.
     void update(const Place& place, const Key& key, const Row& row);
 
+    /// The tables were changed by somebody else.
+    void forget_known() { known_ = {}; }
     bool empty() const { return waiting_.size() == 0 && changes_.empty(); }
     /// Writes everything to the tables.
     void flush();
@@ -83,12 +87,15 @@ class Tail {
     /// Runs what writes to the tables. SQL that asks for the last rowid shall not see theirs.
     template <class F> void write(F f);
     void write_inserted(bool restructure);
+    void pack_later_keys();
     void write_key(const Key& key, Batch rows, bool restructure);
     void write_values();
     void write_values(const ChangedSource& at, Change& change);
     void write_removals();
     void write_removal(const ChangedSource& at, const std::vector<bool>& removed);
     const Known& known(const Place& place);
+    /// Sees to it that the tail of a key can be packed in little memory.
+    void spread(const Key& key);
     int64_t pack(const Key& key, bool all);
     int64_t next_place(const Key& key);
 
@@ -96,6 +103,7 @@ class Tail {
     Waiting waiting_;
     std::vector<Mark> marks_;
     size_t changed_bytes_ = 0;
+    std::set<Key> later_;  // keys with rows in the tail that could not be packed yet
     std::map<ChangedSource, Change> changes_;
     std::map<ChangedSource, Change>::iterator last_removed_ = changes_.end();
     Known known_;
