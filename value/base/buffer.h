@@ -8,6 +8,8 @@
 #include <new>
 #include <span>
 
+#include "base/pages.h"
+
 namespace qvo::value {
 
 class Buffer {
@@ -54,6 +56,7 @@ class Buffer {
     void grow(size_t at_least) {
         const size_t capacity = std::max(at_least, 2 * capacity_);
         std::unique_ptr<uint8_t, Free> bytes(static_cast<uint8_t*>(::operator new(capacity)));
+        prefer_large_pages(bytes.get(), capacity);
         if (size_ != 0) std::memcpy(bytes.get(), bytes_.get(), size_);
         bytes_ = std::move(bytes);
         capacity_ = capacity;

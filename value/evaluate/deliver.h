@@ -1,6 +1,7 @@
 // Where an evaluation ends: a stored sequence, or positions one after the other in memory.
 #pragma once
 
+#include "base/pages.h"
 #include "evaluate/plan.h"
 #include "stored/writer.h"
 
@@ -31,6 +32,7 @@ template <class V> std::vector<V> to_vector(Plan& plan, const Series& series) {
     if (series.length) {
         plan.within_budget(*series.length);
         all.reserve(*series.length);
+        prefer_large_pages(all.data(), all.capacity() * sizeof(V));
     }
     for_each_tile(plan, series, [&](const void* tile, const uint8_t* runs, size_t n) {
         const V* values = static_cast<const V*>(tile);

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "base/pages.h"
 #include "evaluate/plan.h"
 #include "operators/extremes.h"
 #include "operators/moments.h"
@@ -134,7 +135,7 @@ class HashTable {
         --shift_;
         for (uint32_t g = 0; g < n_; ++g) put(hash_of(g), g);
     }
-    std::vector<uint64_t> slots_ = std::vector<uint64_t>(64);  // 0: free
+    LargeVector<uint64_t> slots_ = LargeVector<uint64_t>(64);  // 0: free
     unsigned shift_ = 64 - 6;
     uint32_t n_ = 0;
 };
@@ -277,7 +278,7 @@ template <class V> class Groups {
     }
     uint32_t insert(uint64_t word, const char* cell, size_t width) {
         const uint32_t g = n_;
-        if (g % chunk == 0) chunks_.push_back(std::make_unique<GroupState<V>[]>(chunk));
+        if (g / chunk == chunks_.size()) make_room();
         if (text_keys()) {
             pool_.append(cell, strnlen(cell, width));
             ends_.push_back(pool_.size());
@@ -287,11 +288,20 @@ template <class V> class Groups {
         return n_++;
     }
 
+    /// For a quarter more groups.
+    void make_room() {
+        const size_t more = chunks_.size() / 4 + 1;
+        chunks_.reserve(chunks_.size() + more);
+        slabs_.emplace_back(more * chunk);
+        for (size_t k = 0; k < more; ++k) chunks_.push_back(slabs_.back().data() + k * chunk);
+    }
+
     ValueType key_type_;
     HashTable table_;
-    // In pieces, which stay where they are as there come to be more.
+    // States stay where they are as there come to be more.
     static constexpr size_t chunk = 64;
-    std::vector<std::unique_ptr<GroupState<V>[]>> chunks_;
+    std::vector<LargeVector<GroupState<V>>> slabs_;
+    std::vector<GroupState<V>*> chunks_;
     uint32_t n_ = 0;
     std::string pool_;  // the texts, one after the other
     std::vector<size_t> ends_;

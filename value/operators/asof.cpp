@@ -1,9 +1,8 @@
 // One pass over both series. The u and y at hand lie in buffers whose slot 0 holds the last pair before them, so that a
-// match that was read earlier is found like any other, and after which u is larger than anything, so that looking for
-// the place of a t needs no test for the end.
+// match that was read earlier is found like any other.
 #include "operators/asof.h"
 
-#include <limits>
+#include <algorithm>
 
 #include "evaluate/scalar.h"
 #include "operators/ascending.h"
@@ -13,8 +12,7 @@ namespace qvo::value {
 namespace {
 
 constexpr size_t most_pairs = capacity_of(sizeof(uint64_t));
-constexpr size_t stride = 4;  // u that are compared at once
-constexpr size_t none = most_pairs + 1 + stride;
+constexpr size_t none = most_pairs + 2;
 
 using Direction = AsofRule::Direction;
 
@@ -23,7 +21,6 @@ template <class V> class Asof final : public Operator {
     Asof(Plan& to, const Series& t, const Series& u, const Series& y, const AsofRule& rule)
         : t_(t), pairs_(to, u, y), y_type_(y.type), rule_(rule), y_(new uint8_t[(none + 1) * y.type.width]) {
         if (rule.otherwise) put_element(*rule.otherwise, y_.get() + none * y_type_.width);
-        close_buffer();
     }
 
     QVO_RET next(qvo_seq_iterator_h it) override {
@@ -62,28 +59,65 @@ template <class V> class Asof final : public Operator {
         }
     }
 
-    /// Of the leading t, the slot of the first u above them (not below them, without `equal`). Ends with the first t
-    /// that is above all u at hand, unless there are no more.
-    template <bool equal> size_t find(const V* __restrict t, size_t n, uint16_t* __restrict place) {
-        const V* const u = u_;
-        const size_t end = end_;
-        size_t at = at_, i = 0;
-        for (; i < n; ++i) {
-            const V now = t[i];
-            size_t passed;
-            do {
-                passed = 0;
-                for (size_t k = 0; k < stride; ++k) passed += equal ? u[at + k] <= now : u[at + k] < now;
-                at += passed;
-            } while (passed == stride && at < end);
-            if (at >= end) [[unlikely]] {
-                at = end;
-                if (!exhausted_) break;
-            }
-            place[i] = static_cast<uint16_t>(at);
+    /// Whether a u lies at or before a t; before it, without `equal`.
+    template <bool equal> QVO_INLINE static bool precedes(V u, V t) { return equal ? u <= t : u < t; }
+
+    /// Of the leading t, the slot of the first u that does not precede them. Ends with the first t that all u at hand
+    /// precede, unless there are no more.
+    template <bool equal> size_t find(const V* t, size_t n, uint16_t* place) {
+        size_t inside = 0;
+        if (at_ < end_) {
+            const V last = u_[end_ - 1];
+            inside = static_cast<size_t>(
+                std::partition_point(t, t + n, [&](V now) { return !precedes<equal>(last, now); }) - t);
         }
-        at_ = at;
-        return i;
+        if (inside != 0) {
+            const V now = t[inside - 1];
+            const V* const above =
+                std::partition_point(u_ + at_, u_ + end_, [&](V u) { return precedes<equal>(u, now); });
+            merge<equal>(t, inside, static_cast<size_t>(above - u_), place);
+        }
+        if (inside == n) return n;
+        at_ = end_;
+        if (!exhausted_) return inside;
+        std::fill(place + inside, place + n, static_cast<uint16_t>(end_));
+        return n;
+    }
+
+    /// Merges n values of t with the u up to slot `to`, where the last t belongs: a step places a t or passes a u. As every
+    /// step waits for the one before and which it is cannot be foreseen, stretches of equally many steps go side by side.
+    template <bool equal> void merge(const V* t, size_t n, size_t to, uint16_t* place) {
+        constexpr size_t stretches = 4;
+        uint16_t placed[stretches][2 * most_pairs / stretches + stretches];
+        size_t first[stretches], at[stretches], n_placed[stretches] = {};
+        const size_t all = n + (to - at_), each = all / stretches;
+        for (size_t k = 0; k < stretches; ++k) {
+            first[k] = placed_after<equal>(k * each, t, n, to);
+            at[k] = at_ + k * each - first[k];
+        }
+        const auto step = [&](size_t k) {
+            const bool passes = precedes<equal>(u_[at[k]], t[first[k] + n_placed[k]]);
+            placed[k][n_placed[k]] = static_cast<uint16_t>(at[k]);
+            at[k] += passes;
+            n_placed[k] += !passes;
+        };
+        for (size_t i = 0; i < each; ++i)
+            for (size_t k = 0; k < stretches; ++k) step(k);
+        for (size_t i = stretches * each; i < all; ++i) step(stretches - 1);
+        for (size_t k = 0; k < stretches; ++k) std::copy_n(placed[k], n_placed[k], place + first[k]);
+        at_ = to;
+    }
+    /// How many t are placed after so many steps (O. Green, R. McColl, D. Bader, "GPU merge path", 2012).
+    template <bool equal> size_t placed_after(size_t steps, const V* t, size_t n, size_t to) const {
+        size_t low = steps - std::min(steps, to - at_), high = std::min(steps, n);
+        while (low < high) {
+            const size_t middle = (low + high) / 2;
+            if (precedes<equal>(u_[at_ + steps - 1 - middle], t[middle]))
+                high = middle;
+            else
+                low = middle + 1;
+        }
+        return low;
     }
 
     /// Turns places into the slots of matches, or `none`.
@@ -150,13 +184,7 @@ template <class V> class Asof final : public Operator {
         std::memcpy(y_.get() + width, batch.b, batch.n * width);
         end_ = batch.n + 1;
         at_ = 1;
-        close_buffer();
         return true;
-    }
-    void close_buffer() {
-        for (size_t k = 0; k < stride; ++k)
-            u_[end_ + k] =
-                std::is_floating_point_v<V> ? std::numeric_limits<V>::infinity() : std::numeric_limits<V>::max();
     }
 
     [[noreturn]] void fail(uint64_t position) const {
@@ -174,7 +202,7 @@ template <class V> class Asof final : public Operator {
     size_t at_ = 1, end_ = 1;  // the first slot that may match next, and the one after the last
     bool before_ = false;      // that slot 0 is in use
     bool exhausted_ = false;
-    V u_[1 + most_pairs + stride] = {};
+    V u_[none] = {};
     std::unique_ptr<uint8_t[]> y_;
 };
 

@@ -26,12 +26,28 @@ class DoubleSums {
 
     void singles(const double* x, size_t n, double* results, uint64_t) { sum_ = run(sum_, x, n, results); }
     Taken take(double x, unsigned run, double* results, size_t room, uint64_t position) {
-        if (x == x && x != 0) return take_each(*this, x, run, results, room, position);
-        results[0] = x == x ? sum_.total() : x;
-        return {1, run};
+        if (x != x || x == 0) {
+            results[0] = x == x ? sum_.total() : x;
+            return {1, run};
+        }
+        DoubleSum after = sum_;
+        const auto n = static_cast<unsigned>(std::min<size_t>(run, room));
+        after.add(x, n);
+        if (!std::isfinite(after.high)) return take_each(*this, x, run, results, room, position);
+        multiples(sum_, x, n, results);
+        sum_ = after;
+        return {n, n};
     }
 
  private:
+    /// None of the results waits for the one before.
+    QVO_CPU_VARIANTS static void multiples(DoubleSum sum, double x, unsigned n, double* __restrict results) {
+        for (unsigned i = 0; i < n; ++i) {
+            DoubleSum here = sum;
+            here.add(x * static_cast<int>(i + 1));
+            results[i] = here.high + here.low;
+        }
+    }
     static DoubleSum run(DoubleSum sum, const double* __restrict x, size_t n, double* __restrict results) {
         for (size_t i = 0; i < n; ++i) {
             sum.add(x[i] == x[i] ? x[i] : 0.0);
@@ -58,9 +74,17 @@ class IntegerSums {
         sum_ = sum;
     }
     Taken take(int64_t x, unsigned run, int64_t* results, size_t room, uint64_t position) {
-        if (x != 0) return take_each(*this, x, run, results, room, position);
-        results[0] = sum_;
-        return {1, run};
+        if (x == 0) {
+            results[0] = sum_;
+            return {1, run};
+        }
+        const auto n = static_cast<unsigned>(std::min<size_t>(run, room));
+        int64_t sum = 0;
+        if (CheckedMultiply{}(x, int64_t{n}, sum) || CheckedAdd{}(sum_, sum, sum))
+            return take_each(*this, x, run, results, room, position);
+        for (unsigned i = 0; i < n; ++i) results[i] = sum_ + x * (i + 1);
+        sum_ = sum;
+        return {n, n};
     }
 
  private:

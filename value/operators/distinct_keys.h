@@ -4,8 +4,8 @@
 
 #include <bit>
 #include <cstdint>
-#include <vector>
 
+#include "base/pages.h"
 #include "qvowseq.h"
 
 namespace qvo::value {
@@ -69,7 +69,7 @@ class DistinctKeys {
     }
     /// The slots in order are keys in the order of their hashes: they fill the new slots from the first to the last.
     void grow() {
-        std::vector<uint64_t> keys(std::move(keys_)), times(std::move(times_));
+        LargeVector<uint64_t> keys(std::move(keys_)), times(std::move(times_));
         resize(keys.size() * 2);
         n_ = 0;
         for (size_t i = 0; i < keys.size(); ++i)
@@ -77,7 +77,7 @@ class DistinctKeys {
     }
 
     bool counting_;
-    std::vector<uint64_t> keys_, times_;
+    LargeVector<uint64_t> keys_, times_;
     unsigned shift_ = 0;
     size_t n_ = 0;        // keys other than 0
     uint64_t zeros_ = 0;  // how often 0 came

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 #include "operators/moments.h"
@@ -19,20 +20,49 @@ inline constexpr double missing = std::numeric_limits<double>::quiet_NaN();
 /// Neither NaN nor infinite; in a form that vector code has operations for.
 QVO_INLINE bool is_present(double x) { return x - x == 0.0; }
 
+/// `fold` takes a value, or several in a vector, into others.
 struct SumOf {
     static constexpr double neutral = 0;
-    QVO_INLINE static double apply(double a, double b) { return a + b; }
+    template <class V> QVO_INLINE static void fold(V& into, const V& x) { into = into + x; }
     QVO_INLINE static double power(double x, double n) { return x * n; }
 };
 struct SmallestOf {
     static constexpr double neutral = std::numeric_limits<double>::infinity();
-    QVO_INLINE static double apply(double a, double b) { return a < b ? a : b; }
+    template <class V> QVO_INLINE static void fold(V& into, const V& x) { into = into < x ? into : x; }
     QVO_INLINE static double power(double x, double) { return x; }
 };
 struct LargestOf {
     static constexpr double neutral = -std::numeric_limits<double>::infinity();
-    QVO_INLINE static double apply(double a, double b) { return a > b ? a : b; }
+    template <class V> QVO_INLINE static void fold(V& into, const V& x) { into = into > x ? into : x; }
     QVO_INLINE static double power(double x, double) { return x; }
+};
+
+/// Four neighbours. Their folds are spelled out, as compilers do not make vector code of a fold that has to show all of its
+/// steps. Step says which way it goes: 1 from the first to the last, -1 from the last to the first.
+typedef double Neighbours __attribute__((vector_size(32)));
+
+template <class Op, ptrdiff_t Step> struct NeighbourFolds {
+    static constexpr ptrdiff_t width = 4;
+    static constexpr size_t last = Step > 0 ? width - 1 : 0;
+
+    /// The first four become the folds of those up to each, the next four too.
+    QVO_INLINE static void run(const double* x, const double* next, Neighbours (&folds)[2]) {
+        const Neighbours none = {Op::neutral, Op::neutral, Op::neutral, Op::neutral};
+        std::memcpy(&folds[0], x, sizeof none);
+        std::memcpy(&folds[1], next, sizeof none);
+        for (Neighbours& v : folds) {
+            v = v - v == 0.0 ? v : none;
+            if constexpr (Step > 0) {
+                Op::fold(v, __builtin_shufflevector(none, v, 0, 4, 5, 6));
+                Op::fold(v, __builtin_shufflevector(none, v, 0, 1, 4, 5));
+            } else {
+                Op::fold(v, __builtin_shufflevector(v, none, 1, 2, 3, 4));
+                Op::fold(v, __builtin_shufflevector(v, none, 2, 3, 4, 5));
+            }
+        }
+        const double before = folds[0][last];
+        Op::fold(folds[1], Neighbours{before, before, before, before});
+    }
 };
 
 /// Folds whose value is a double. Values are folded in groups, each from its own start, so that one does not wait for
@@ -42,11 +72,18 @@ template <class Op> class FoldOf {
     using Value = double;
     static constexpr bool repeats_change = std::is_same_v<Op, SumOf>;  // x, x folds to something else than x
     static constexpr Value neutral() { return Op::neutral; }
-    QVO_INLINE static Value merge(Value a, Value b) { return Op::apply(a, b); }
+    QVO_INLINE static Value merge(Value a, Value b) {
+        Op::fold(a, b);
+        return a;
+    }
     /// n times x, n > 0.
     QVO_INLINE static Value power(double x, double n) { return is_present(x) ? Op::power(x, n) : Op::neutral; }
 
-    Value value() const { return total(group_); }
+    Value value() const {
+        double all = group_;
+        total(all);
+        return all;
+    }
     void add(double x, uint64_t n) {
         close(group_);
         group_ = Op::neutral;
@@ -58,11 +95,16 @@ template <class Op> class FoldOf {
         size_t i = 0;
         for (; i < n && in_group_ != 0; ++i)
             to[Step * static_cast<ptrdiff_t>(i)] = one(x[Step * static_cast<ptrdiff_t>(i)]);
+        using Folds = NeighbourFolds<Op, Step>;
         for (; i + group <= n; i += group) {
-            const ptrdiff_t at = Step * static_cast<ptrdiff_t>(i);
-            double folds[group], fold = Op::neutral;
-            for (ptrdiff_t k = 0; k < group; ++k) folds[k] = fold = Op::apply(fold, power(x[at + Step * k], 1));
-            for (ptrdiff_t k = 0; k < group; ++k) to[at + Step * k] = total(folds[k]);
+            const ptrdiff_t near = Step > 0 ? static_cast<ptrdiff_t>(i) : 1 - Folds::width - static_cast<ptrdiff_t>(i);
+            const ptrdiff_t far = near + Step * Folds::width;
+            Neighbours folds[2];
+            Folds::run(x + near, x + far, folds);
+            const double fold = folds[1][Folds::last];
+            for (Neighbours& each : folds) total(each);
+            std::memcpy(to + near, &folds[0], sizeof folds[0]);
+            std::memcpy(to + far, &folds[1], sizeof folds[1]);
             close(fold);
         }
         for (; i < n; ++i) to[Step * static_cast<ptrdiff_t>(i)] = one(x[Step * static_cast<ptrdiff_t>(i)]);
@@ -71,13 +113,19 @@ template <class Op> class FoldOf {
  private:
     static constexpr ptrdiff_t group = 8;
 
-    QVO_INLINE double total(double open_group) const {
-        if constexpr (repeats_change) return high_ + (low_ + open_group);
-        return Op::apply(high_, open_group);
+    /// Of everything, from the folds of an open group.
+    template <class V> QVO_INLINE void total(V& folds) const {
+        if constexpr (repeats_change)
+            folds = high_ + (low_ + folds);
+        else if constexpr (std::is_same_v<V, double>)
+            Op::fold(folds, high_);
+        else
+            Op::fold(folds, V{high_, high_, high_, high_});
     }
     QVO_INLINE double one(double x) {
-        group_ = Op::apply(group_, power(x, 1));
-        const double result = total(group_);
+        Op::fold(group_, power(x, 1));
+        double result = group_;
+        total(result);
         if (++in_group_ == group) {
             close(group_);
             group_ = Op::neutral;
@@ -87,7 +135,7 @@ template <class Op> class FoldOf {
     }
     QVO_INLINE void close(double fold) {
         const double before = high_;
-        high_ = Op::apply(before, fold);
+        Op::fold(high_, fold);
         if constexpr (repeats_change) {
             const double part = high_ - before, lost = (before - (high_ - part)) + (fold - part);
             low_ += lost == lost ? lost : 0.0;  // an overflow loses nothing that could be named

@@ -170,6 +170,7 @@ template <class S> class Rolling {
         constant_ = false;
         earlier_.values.assign(keeps_runs ? 1 : n_, tail_value_);
         earlier_.ends.assign(keeps_runs ? 1 : 0, n_);
+        missing_ = is_present(tail_value_) ? 0 : n_;
         complete_folds();
         clear();
     }
@@ -261,7 +262,7 @@ template <class S> class Rolling {
     void count_gone() {
         const std::vector<double>& values = earlier_.values;
         earlier_.gone.clear();
-        if (Loop::count_missing(values.data(), values.size()) == 0) return;
+        if (missing_ == 0) return;
         earlier_.gone.resize(values.size() + 1);
         for (size_t i = values.size(); i-- > 0;)
             earlier_.gone[i] = earlier_.gone[i + 1] + (is_present(values[i]) ? 0 : run_of_earlier(i));

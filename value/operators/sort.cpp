@@ -8,14 +8,21 @@
 #include <optional>
 #include <stdexcept>
 
+#include "base/pages.h"
+
 namespace qvo::value {
 namespace {
 
 using Indexes = std::unique_ptr<uint32_t[]>;
 using Words = std::unique_ptr<uint64_t[]>;
 
-Indexes new_indexes(size_t n) { return Indexes(new uint32_t[n]); }
-Words new_words(size_t n) { return Words(new uint64_t[n]); }
+template <class V> std::unique_ptr<V[]> new_block(size_t n) {
+    std::unique_ptr<V[]> block(new V[n]);
+    prefer_large_pages(block.get(), n * sizeof(V));
+    return block;
+}
+Indexes new_indexes(size_t n) { return new_block<uint32_t>(n); }
+Words new_words(size_t n) { return new_block<uint64_t>(n); }
 
 // ---- Inputs in order ---------------------------------------------------------------------------------------------
 
