@@ -17,6 +17,9 @@ struct GroupSteps {
     const uint16_t* ends;
     size_t n_ends;
     bool plain;  // the values are neighbours, and all runs are 1
+    bool brief;  // groups are short, and each step has positions; see walk_brief_groups
+
+    static constexpr size_t most = 256;
 };
 
 struct GroupMember {
@@ -52,6 +55,43 @@ inline KeptKey key_in_accumulator(qvo_seq_iterator_h it) {
 /// without a width amounts to once there is one.
 inline void start_groups(qvo_seq_iterator_h result) { state<qvo_seq_agg_context_t>(result) = {}; }
 
+/// Whether keys of a width are compared as words, many at a time: 1, 2, 4 or 8 bytes.
+bool has_words(size_t width);
+
+/// Where groups end among steps by their keys, which are words; every step has positions.
+struct KeySteps {
+    const uint8_t* values;  // the tile of the keys
+    size_t width;
+    const uint16_t* index;
+    size_t n;
+    bool inside;  // the first step goes on with an element whose key has been looked at
+    bool open;    // a group is open
+    size_t room;  // groups that may end
+};
+
+/// Writes the ends, up to steps.n of them, and returns their number; cuts steps.n after the last one that there is room
+/// for. Keeps the last key.
+size_t find_ends(KeySteps& steps, uint8_t* kept_key, uint16_t* ends);
+
+/// Writes the indexes of neighbours, eight at a time: up to 7 more.
+QVO_INLINE void fill_indexes(uint16_t* indexes, size_t first, size_t n) {
+    typedef uint16_t Indexes __attribute__((vector_size(16)));
+    Indexes next = Indexes{0, 1, 2, 3, 4, 5, 6, 7} + static_cast<uint16_t>(first);
+    for (size_t i = 0; i < n; i += 8, next += uint16_t{8}) std::memcpy(indexes + i, &next, sizeof next);
+}
+
+/// `yes` where the mask is all ones, `no` where it is 0: without a branch, as none could be foretold.
+template <class V> QVO_INLINE V chosen(uint64_t mask, V yes, V no) {
+    if constexpr (std::is_integral_v<V>) {
+        return static_cast<V>((static_cast<uint64_t>(yes) & mask) | (static_cast<uint64_t>(no) & ~mask));
+    } else {
+        typedef V Lanes __attribute__((vector_size(16)));
+        typedef uint64_t Words __attribute__((vector_size(16)));
+        const Words taken = Words{mask};
+        return ((Lanes)(((Words)Lanes{yes} & taken) | ((Words)Lanes{no} & ~taken)))[0];
+    }
+}
+
 /// `next` of a member with values in slot 0 and keys in slot 1, or with two values and keys in slot 2.
 QVO_RET group_next(qvo_seq_iterator_h it, const GroupMember& member, KeptKey kept, Where where);
 QVO_RET group_pair_next(qvo_seq_iterator_h it, const GroupMember& member, KeptKey kept, Where where);
@@ -82,6 +122,52 @@ template <class First, class Fold, class Close>
 QVO_INLINE void walk_groups(const GroupSteps& steps, qvo_size_t& count, First first, Fold fold, Close close) {
     walk_groups(
         steps, count, [&](size_t i) { return unsigned{steps.run[i]}; }, first, fold, close);
+}
+
+/// Groups of as many steps take no branch that depends on their length.
+inline constexpr size_t brief_group = 3;
+
+/// The same where most groups are of that many steps: how long each is could not be foretold. The aggregate is a value
+/// here: first(i) that of a group that step i opens, fold(a, i) that of a group that it goes on, and close(a, count)
+/// ends one. That of the last group is left in `aggregate`. Steps after the last one are read, as far as a brief group
+/// goes, and left out.
+template <class A, class Run, class First, class Fold, class Close>
+QVO_INLINE void walk_brief_groups(const GroupSteps& steps, qvo_size_t& count, A& aggregate, Run run, First first,
+                                  Fold fold, Close close) {
+    A a = aggregate;
+    uint64_t positions = count;
+    size_t i = 0;
+    const auto fold_up_to = [&](size_t end) __attribute__((always_inline)) {
+        for (; i < end; ++i) {
+            a = positions == 0 ? first(i) : fold(a, i);
+            positions += run(i);
+        }
+    };
+    size_t j = 0;
+    if (positions != 0 && steps.n_ends != 0) {
+        fold_up_to(steps.ends[j++]);
+        close(a, positions);
+    }
+    for (; j < steps.n_ends; ++j) {
+        const size_t end = steps.ends[j], n = end - i;
+        a = first(i);
+        positions = run(i);
+        for (size_t k = 1; k < brief_group; ++k) {
+            const uint64_t is_in = -uint64_t{n > k};
+            a = chosen(is_in, fold(a, i + k), a);
+            positions += run(i + k) & is_in;
+        }
+        for (i += brief_group; i < end; ++i) {
+            a = fold(a, i);
+            positions += run(i);
+        }
+        i = end;
+        close(a, positions);
+    }
+    if (steps.n_ends != 0) positions = 0;
+    fold_up_to(steps.n);
+    aggregate = a;
+    count = positions;
 }
 
 }  // namespace qvo
