@@ -1,5 +1,5 @@
 // Counting positions, and elements that are not null.
-#include "support/protocol.h"
+#include "aggregate/parts.h"
 
 namespace test {
 namespace {
@@ -41,26 +41,16 @@ TEST(Count, AnOperandsErrorEndsTheCount_deliberate) {
 }
 
 TEST(Count, CountsPositionsWholeAndInParts) {
-    for (unsigned seed = 0; seed < 20; ++seed)
-        for (const size_t n_parts : {1U, 2U, 5U}) {
-            Random random(seed);
-            std::vector<std::unique_ptr<Source>> sources;
-            std::vector<Record> parts(n_parts);
-            uint64_t positions = 0;
-            for (Record& part : parts) {
-                const auto items = random_items<t_uint1>(random, random.between(1, 3000));
-                positions += expand(items).size();
-                sources.push_back(std::make_unique<Source>(t_uint1{}, items, Script{random_tile_sizes(random)}));
-                ASSERT_EQ(qvo_seq_agg_count(part.get(), sources.back()->get()), QVO_S_OK);
-                if (n_parts == 1) break;  // is left to `next`
-                EXPECT_EQ(part->prepare(part.get()), QVO_S_OK);
-                EXPECT_EQ(part->prepared, 1);
-                if (sources.size() > 1) { EXPECT_EQ(parts[0]->merge(parts[0].get(), part.get()), QVO_S_OK); }
-            }
-            EXPECT_EQ(parts[0]->next(parts[0].get()), QVO_S_OK);
-            check_items<t_uint8>(tile_items<t_uint8>(parts[0].it), {{positions, 1}});
-            EXPECT_EQ(parts[0]->next(parts[0].get()), QVO_S_CURSOR_END);
-        }
+    const Member member = aggregate_member(unary_member<t_uint8>("", qvo_seq_agg_count, nullptr), qvo_seq_count_merge);
+    for_seeds(20, [&](Random& random, unsigned) {
+        const auto draw = [](Random& r) { return Part{random_elements(r, QVO_DD_UINT1, r.between(1, 3000))}; };
+        const auto positions = [](const std::vector<Part>& parts) {
+            size_t n = 0;
+            for (const Part& part : parts) n += expand(part[0].items).size();
+            return Items<t_number>{{Number(n)}};
+        };
+        check_parts(member, draw, random, positions);
+    });
 }
 
 TEST(Count, CountsElementsThatAreNotNull_deliberate) {
@@ -111,26 +101,15 @@ TEST(Count, KnowsTheLengthOfAnArray) {
 }
 
 TEST(Count, CountsTheGroupsOfAHashAggregate) {
-    qvo_seq_hash_t table{};
-    table.table_used = 5000;
-    qvo_seq_shared_hash_t shared{};
-    shared.hash = &table;
-    qvo_seq_hash_iterator_context_t context{};
-    context.shared = &shared;
     for (const bool fails : {false, true}) {
-        Source groups(t_int4{}, {{1}, {2}, {3}}, {{1}, fails ? 0 : SIZE_MAX, 4711, QVO_S_OK});
-        groups->reset = qvo_seq_hash_agg_reset;
-        std::memcpy(groups->context, &context, sizeof context);
+        Items<t_int4> items;
+        for (int i = 0; i < 5000; ++i) items.push_back({i});
+        Source keys(t_int4{}, items, {{1000}, fails ? 0 : SIZE_MAX, 4711});
+        Record agg, groups;
+        ASSERT_EQ(qvo_seq_hash_agg_count(agg.get(), groups.get(), keys.get(), 0), QVO_S_OK);
         check_known(groups.get(), fails ? 0 : 5000);
-        EXPECT_EQ(groups.n_next(), 2U) << "pulled once by each";
+        qvo_seq_release_hash(agg.get());
     }
-}
-
-TEST(Count, CountsALimitedConstant) {
-    Record constant, limit;
-    ASSERT_EQ(qvo_seq_const_double(constant.get(), 1), QVO_S_OK);
-    ASSERT_EQ(qvo_seq_limit(limit.get(), constant.get(), 0, 999999), QVO_S_OK);
-    EXPECT_EQ(count_of(qvo_seq_agg_count, limit.get()), 1000000U);
 }
 
 }  // namespace

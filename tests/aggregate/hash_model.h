@@ -179,63 +179,66 @@ inline void check_operands_that_stop(const HashMember& member) {
     }
 }
 
-/// Every allocation in turn fails, once and for ever, while the tables are built: the next build has all.
-inline void check_out_of_memory(const HashMember& member, const HashInput& input, uint64_t wanted) {
-    const Expected expected(member, {input}, wanted);
+/// Every allocation in turn fails, once and for ever, until what needs them succeeds, which takes some: act(allocator,
+/// n) tells its allocator when to fail.
+inline void for_failing_allocations(const std::function<QVO_RET(Allocator&, size_t n, bool forever)>& act) {
     for (const bool forever : {false, true})
         for (size_t n = 0;; ++n) {
             Allocator allocator;
-            HashPart part(input);
-            allocator.fail_at(n, forever);
-            QVO_RET rc = part.construct(member, wanted);
-            if (rc == QVO_S_OK) rc = part.prepare();
-            if (rc == QVO_S_OK) rc = part.agg->next(part.agg.get());
-            allocator.never_fail();
-            if (rc == QVO_S_OK) {
-                EXPECT_GT(n, 3U);
-                EXPECT_EQ(part.agg->reset(part.agg.get()), QVO_S_OK);
-                check_delivery(part, expected);
-                break;
-            }
-            ASSERT_EQ(rc, QVO_E_NOMEM) << "allocation " << n;
-            if (!part.constructed) continue;
-            for (const auto& source : {part.keys->get(), part.values->get()}) source->reset(source);
-            if (n % 2 != 0) {  // whichever result is asked first
-                EXPECT_EQ(drain_keys(part.grp.get()), expected.keys);
-                EXPECT_EQ(part.grp->reset(part.grp.get()), QVO_S_OK);
-            }
-            check_delivery(part, expected);
+            const QVO_RET rc = act(allocator, n, forever);
+            if (testing::Test::HasFailure()) return;
+            EXPECT_TRUE(rc == QVO_S_OK ? n > 2 : rc == QVO_E_NOMEM) << rc << ", allocation " << n;
+            if (rc == QVO_S_OK) break;
         }
 }
 
-/// The same while two parts are merged: nothing is lost, the table only has fewer chains than it would.
+/// While the tables are built: the next build has all.
+inline void check_out_of_memory(const HashMember& member, const HashInput& input, uint64_t wanted) {
+    const Expected expected(member, {input}, wanted);
+    for_failing_allocations([&](Allocator& allocator, size_t n, bool forever) {
+        HashPart part(input);
+        allocator.fail_at(n, forever);
+        QVO_RET rc = part.construct(member, wanted);
+        if (rc == QVO_S_OK) rc = part.prepare();
+        if (rc == QVO_S_OK) rc = part.agg->next(part.agg.get());
+        allocator.never_fail();
+        if (!part.constructed) return rc;
+        if (rc == QVO_S_OK)
+            EXPECT_EQ(part.agg->reset(part.agg.get()), QVO_S_OK);
+        else
+            for (const auto& source : {part.keys->get(), part.values->get()}) source->reset(source);
+        if (n % 2 != 0) {  // whichever result is asked first
+            EXPECT_EQ(drain_keys(part.grp.get()), expected.keys);
+            EXPECT_EQ(part.grp->reset(part.grp.get()), QVO_S_OK);
+        }
+        check_delivery(part, expected);
+        return rc;
+    });
+}
+
+/// While two parts are merged: nothing is lost, the table only has fewer chains than it would.
 inline void check_merge_out_of_memory(const HashMember& member, const std::vector<HashInput>& inputs, uint64_t wanted) {
     const Expected expected(member, inputs, wanted);
-    std::map<std::string, Number> groups;
-    for (size_t i = 0; i < expected.keys.size(); ++i) groups[expected.keys[i]] = expected.aggregates[i].value;
-    for (const bool forever : {false, true})
-        for (size_t n = 0;; ++n) {
-            Allocator allocator;
-            HashPart a(inputs[0]), b(inputs[1]);
-            for (HashPart* part : {&a, &b}) {
-                ASSERT_EQ(part->construct(member, wanted), QVO_S_OK);
-                ASSERT_EQ(part->prepare(), QVO_S_OK);
-            }
-            allocator.fail_at(n, forever);
-            const QVO_RET rc = a.merge(b);
-            const auto aggregates = drain<t_number>(a.agg.get());
-            const auto keys = drain_keys(a.grp.get());
-            allocator.never_fail();
-            std::map<std::string, Number> actual;
-            for (size_t i = 0; i < std::min(keys.size(), aggregates.size()); ++i) actual[keys[i]] = aggregates[i].value;
-            EXPECT_TRUE(actual == groups && keys.size() == groups.size() && aggregates.size() == groups.size());
-            EXPECT_EQ(b.agg->next(b.agg.get()), QVO_S_CURSOR_END) << "the other side has nothing left";
-            if (rc == QVO_S_OK) {
-                EXPECT_GT(n, 2U);
-                break;
-            }
-            ASSERT_EQ(rc, QVO_E_NOMEM) << "allocation " << n;
-        }
+    const auto by_key = [](const std::vector<std::string>& keys, const Items<t_number>& aggregates) {
+        EXPECT_EQ(keys.size(), aggregates.size());
+        std::map<std::string, Number> groups;
+        for (size_t i = 0; i < std::min(keys.size(), aggregates.size()); ++i) groups[keys[i]] = aggregates[i].value;
+        EXPECT_EQ(keys.size(), groups.size());
+        return groups;
+    };
+    for_failing_allocations([&](Allocator& allocator, size_t n, bool forever) {
+        HashPart a(inputs[0]), b(inputs[1]);
+        for (HashPart* part : {&a, &b})
+            EXPECT_TRUE(part->construct(member, wanted) == QVO_S_OK && part->prepare() == QVO_S_OK);
+        allocator.fail_at(n, forever);
+        const QVO_RET rc = a.merge(b);
+        const auto aggregates = drain<t_number>(a.agg.get());
+        const auto keys = drain_keys(a.grp.get());
+        allocator.never_fail();
+        EXPECT_TRUE(by_key(keys, aggregates) == by_key(expected.keys, expected.aggregates));
+        EXPECT_EQ(b.agg->next(b.agg.get()), QVO_S_CURSOR_END) << "the other side has nothing left";
+        return rc;
+    });
 }
 
 /// Wide keys that often differ at their end only.

@@ -21,14 +21,12 @@ const HashMember distinct_member = NAMED(qvo_seq_hash_agg_approxdc, qvo_seq_hash
 const HashMember sum_member = MEMBER_OF(sum, int4, int8);
 
 void check_type(uint8_t type, const std::vector<HashMember>& members) {
-    for (unsigned seed = 0; seed < 3; ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
-        Random random(seed);
+    for_seeds(3, [&](Random& random, unsigned seed) {
         const unsigned n = seed == 0 ? 7 : random.between(500, 5000), distinct = seed == 1 ? 30 : 3000;
         const auto keys = random_elements(random, QVO_DD_INT4, n, [=](Random& r) { return Number(r.below(distinct)); });
         for (const HashMember& member : members)
             check_hash(member, random, {keys, random_elements(random, type, n + random.below(3))});
-    }
+    });
 }
 
 #define TEST_MEMBER(type, total, mean)                                                                               \
@@ -50,19 +48,11 @@ TEST(Hash, KeysOfAllTypesAndWidths) {
     for (const size_t width : {1, 3, 7, 8, 9, 33, 700}) check_keys(random, random_keys(random, 2500, 900, width));
 }
 
-TEST(Hash, WorkedCases) {
-    HashPart max({elements_of<t_int4>({{3}, {1}, {3}, {2}}), elements_of<t_int4>({{5}, {6}, {7}, {8}})});
-    ASSERT_EQ(max.construct(MEMBER_OF(max, int4, int4)), QVO_S_OK);
-    std::map<int, int> groups;
-    const auto aggregates = drain<t_int4>(max.agg.get()), delivered = drain<t_int4>(max.grp.get());
-    for (size_t i = 0; i < delivered.size(); ++i) groups[delivered[i].value] = aggregates[i].value;
-    EXPECT_EQ(groups, (std::map<int, int>{{1, 6}, {2, 8}, {3, 7}}));
-
+TEST(Hash, CountNeedsNoValues) {
     HashPart count({elements_of<t_int1>({{1, 4}, {1, 3}}), elements_of<t_int1>({})});
     ASSERT_EQ(qvo_seq_hash_agg_count(count.agg.get(), count.grp.get(), count.keys->get(), 0), QVO_S_OK);
     count.constructed = true;
-    EXPECT_EQ(count.agg->context[0], 1361U);
-    EXPECT_EQ(count.agg->opd[0], nullptr);
+    EXPECT_TRUE(count.agg->context[0] == 1361 && count.agg->opd[0] == nullptr);
     check_items<t_uint8>(drain<t_uint8>(count.agg.get()), {{7}});
     check_items<t_int1>(drain<t_int1>(count.grp.get()), {{1}});
 }
@@ -79,21 +69,21 @@ TEST(Hash, Refusals) {
     const BindingCheck check;
     HashPart r(one);
     const qvo_seq_iterator_h values = r.values->get(), keys = r.keys->get();
-    const qvo_seq_iterator_t before = r.agg.it;
-    EXPECT_EQ(r.construct(MEMBER_OF(sum, uint4, uint8)), QVO_E_ILLEGAL_TYPE);
+    const auto refuses = [&](const HashMember& member, QVO_RET code) {
+        expect_refused(code, member.construct, r.grp.get(), values, keys, 0);
+    };
+    refuses(MEMBER_OF(sum, uint4, uint8), QVO_E_ILLEGAL_TYPE);
     EXPECT_TRUE(values->bounded == 0 && keys->bounded == 0);
     keys->bounded = 1;
-    EXPECT_EQ(r.construct(sum_member), QVO_E_SEQ_BOUNDED);
+    refuses(sum_member, QVO_E_SEQ_BOUNDED);
     EXPECT_EQ(values->bounded, 1) << "input is marked before group_by is looked at: deliberate";
     keys->bounded = 0;
-    EXPECT_EQ(r.construct(sum_member), QVO_E_SEQ_BOUNDED);
+    refuses(sum_member, QVO_E_SEQ_BOUNDED);
     EXPECT_EQ(keys->bounded, 0);
-    EXPECT_EQ(std::memcmp(&before, &r.agg.it, sizeof before), 0);
     EXPECT_FALSE(qvo_seq_is_hash_aggreate(r.agg.get()));
     values->bounded = 0;
     ASSERT_EQ(r.construct(sum_member), QVO_S_OK);
-    EXPECT_EQ(qvo_seq_free_hash(r.agg.get()), 1);
-    EXPECT_EQ(qvo_seq_free_hash(r.grp.get()), 0);
+    EXPECT_TRUE(qvo_seq_free_hash(r.agg.get()) == 1 && qvo_seq_free_hash(r.grp.get()) == 0);
     r.constructed = false;
     const Stop stop = catch_stop([&] { qvo_seq_release_hash(r.grp.get()); }, true);
     EXPECT_TRUE(stop.stopped && stop.traces == 1);
@@ -164,22 +154,17 @@ TEST(Hash, OutOfMemoryWhileMerging) {
 
 QVO_RET literal_hash_next(qvo_seq_iterator_h it) {
     const qvo_seq_iterator_h left = it->opd[0], right = it->opd[1];
-    const size_t width = left->elem_size;
-    size_t i = 0;
-    QVO_RET rc = QVO_S_OK;
-    for (; i < std::min<size_t>(819, capacity_of(width)); ++i) {
-        if (!literal_refill(left, i, &rc) || (right != nullptr && !literal_refill(right, i, &rc))) break;
-        const std::string key(left->tile.u.arr_char + left->tile_offs * width, width);
-        literal_put(it, i, hash_of(key, right != nullptr ? right->tile.u.arr_uint4[right->tile_offs] : 377307));
-        const unsigned run = right != nullptr ? std::min(literal_run_left(left), literal_run_left(right))
-                                              : literal_run(left, left->tile_offs);
-        literal_put_run(it, i, run);
-        it->next_seq_no += run;
+    const auto step = [=](size_t i) {
+        const bool alone = right == nullptr;
+        literal_put(it, i, hash_of(literal_bytes(left), alone ? 377307 : right->tile.u.arr_uint4[right->tile_offs]));
+        const unsigned run =
+            alone ? literal_run(left, left->tile_offs) : std::min(literal_run_left(left), literal_run_left(right));
+        literal_put_counted(it, i, run);
         literal_take(left, run);
-        if (right != nullptr) literal_take(right, run);
-    }
-    if (rc == QVO_S_OK && i != 0) it->tile_size = static_cast<uint16_t>(i);
-    return rc;
+        if (!alone) literal_take(right, run);
+        return true;
+    };
+    return literal_loop(it, right == nullptr ? 1 : 2, step, Counts::positions, capacity_of(left->elem_size));
 }
 
 TEST(Hash, HashesOfElements) {
@@ -215,33 +200,30 @@ TEST(Hash, RunsOfZeroMakeGroupsAllTheSame) {
 }
 
 TEST(Hash, AggregatesOfValuesNeedThem) {
-    Record agg, grp;
+    Record grp;
     Source keys(t_int4{}, {{1}});
-    const qvo_seq_iterator_t before = agg.it;
     for (const HashMember& member : {MEMBER_OF(max, int1, int1), MEMBER_OF(min, float, float), sum_member,
                                      MEMBER_OF(avg, datetime, datetime), distinct_member})
-        EXPECT_EQ(member.construct(agg.get(), grp.get(), nullptr, keys.get(), 0), QVO_E_ILLEGAL_PARAM) << member.name;
-    EXPECT_TRUE(keys->bounded == 0 && std::memcmp(&before, &agg.it, sizeof before) == 0);
+        expect_refused(QVO_E_ILLEGAL_PARAM, member.construct, grp.get(), nullptr, keys.get(), 0);
+    EXPECT_EQ(keys->bounded, 0);
 }
 
 TEST(Hash, KeysOfATextSource) {
     for (const bool wide : {false, true}) {
         const std::string a = wide ? "twelve bytes" : "ab", b = wide ? "twelve more." : "cd";
-        TextSource keys("{" + a + "," + b + "," + a);
+        TextSource keys("{" + a + "," + b + "," + a), more("{'" + a + "','x','" + a + "'}");
         Source values(t_int4{}, {{1}, {2}, {3}});
         Record agg, grp, count, unused;
         ASSERT_EQ(qvo_seq_hash_agg_sum_int4(agg.get(), grp.get(), values.get(), keys.get(), 0), QVO_S_OK);
-        std::map<std::string, qvo_int8> sums;
-        const auto delivered = drain<t_int8>(agg.get());
+        const auto sums = drain<t_int8>(agg.get());
         const auto groups = drain_keys(grp.get());
-        ASSERT_EQ(groups.size(), delivered.size());
-        for (size_t i = 0; i < groups.size(); ++i) sums[groups[i]] = delivered[i].value;
-        EXPECT_EQ(sums, (std::map<std::string, qvo_int8>{{a, 4}, {b, 2}}));
+        const bool a_first = groups.front() == a;
+        EXPECT_EQ(groups, a_first ? std::vector<std::string>({a, b}) : std::vector<std::string>({b, a}));
+        check_items<t_int8>(sums, {{a_first ? 4 : 2}, {a_first ? 2 : 4}});
         qvo_seq_release_hash(agg.get());
 
         ASSERT_EQ(keys->reset(keys.get()), QVO_S_OK);
         keys->elem_size = 0;
-        TextSource more("{'" + a + "','x','" + a + "'}");
         ASSERT_EQ(qvo_seq_hash_agg_distinct_count(count.get(), unused.get(), more.get(), keys.get(), 0, 0), QVO_S_OK);
         EXPECT_EQ(drain<t_uint8>(count.get()).size(), 2U);
         qvo_seq_release_hash(count.get());

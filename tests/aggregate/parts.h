@@ -7,14 +7,6 @@
 
 namespace test {
 
-/// Where to cut `n` elements into `parts` pieces, some of which may be empty.
-inline std::vector<size_t> cuts(Random& random, size_t n, size_t parts) {
-    std::vector<size_t> at{0, n};
-    for (size_t i = 1; i < parts; ++i) at.push_back(random.below(static_cast<unsigned>(n) + 1));
-    std::sort(at.begin(), at.end());
-    return at;
-}
-
 /// What the members have in common.
 inline Member aggregate_member(Member member, qvo_seq_iterator_merge_t merge) {
     member.prepare = merge != nullptr ? qvo_seq_prepare_aggregate : nullptr;
@@ -28,12 +20,12 @@ inline Member aggregate_member(const char* name, const std::function<std::remove
     return aggregate_member(unary_member(name, construct, next, type, width_of(type)), merge);
 }
 
-/// What an aggregate delivers: one element, or nothing.
+/// What an aggregate delivers: one tile, or nothing.
 template <class T> Items<T> delivered(qvo_seq_iterator_h it) {
     const QVO_RET rc = it->next(it);
     EXPECT_TRUE(rc == QVO_S_OK || rc == QVO_S_CURSOR_END) << rc;
     EXPECT_EQ(it->next(it), QVO_S_CURSOR_END) << "the end must last";
-    EXPECT_EQ(it->next_seq_no, rc == QVO_S_OK);
+    EXPECT_EQ(it->next_seq_no, rc == QVO_S_OK ? it->tile_size : 0);
     return rc == QVO_S_OK ? tile_items<T>(*it) : Items<T>{};
 }
 
@@ -47,40 +39,43 @@ typename R::value value_of(Construct construct, Operands... operands) {
     return result.empty() ? typename R::value{} : result[0].value;
 }
 
-/// A member's iterators over the parts of its operands. Part p of operand o is operands[o](p).
-class Parts {
- public:
-    using MakePart = std::function<std::unique_ptr<Source>(size_t part)>;
+/// The elements of each operand, for one part of the data.
+using Part = std::vector<Elements>;
 
-    Parts(const Member& member, const std::vector<MakePart>& operands, size_t parts) {
-        for (size_t p = 0; p < parts; ++p) {
+/// A member in one piece, which is left to `next`, and in parts, which are computed and merged into the first: it
+/// delivers what the model makes of them. A part that has an empty operand ends without a value, unless `always`.
+inline void check_parts(const Member& member, const std::function<Part(Random&)>& draw, Random& random,
+                        const std::function<Items<t_number>(const std::vector<Part>&)>& model, bool always = false,
+                        const std::function<void(qvo_seq_iterator_h, const std::vector<Part>&)>& also = nullptr) {
+    for (const size_t n_parts : {1, 2, 5}) {
+        SCOPED_TRACE(std::to_string(n_parts) + " parts");
+        std::vector<Part> parts;
+        std::vector<std::unique_ptr<Source>> sources;
+        std::vector<Record> records(n_parts);
+        std::vector<bool> delivers;
+        for (Record& record : records) {
+            parts.push_back(draw(random));
             Member::Operands handles;
-            for (const MakePart& make : operands) {
-                sources_.push_back(make(p));
-                handles.push_back(sources_.back()->get());
+            delivers.push_back(true);
+            for (const Elements& elements : parts.back()) {
+                sources.push_back(source_of(elements, {random_tile_sizes(random)}));
+                handles.push_back(sources.back()->get());
+                if (elements.items.empty() && !always) delivers.back() = false;
             }
-            records_.push_back(std::make_unique<Record>());
-            EXPECT_EQ(member.construct(part(p), handles), QVO_S_OK);
+            EXPECT_EQ(member.construct(record.get(), handles), QVO_S_OK);
         }
-    }
-    qvo_seq_iterator_h part(size_t p) { return records_[p]->get(); }
-
-    /// Computes all parts and folds them into the first; a single part is left to `next`.
-    void join(const std::function<bool(size_t part)>& empty) {
-        if (records_.size() == 1) return;
-        for (size_t p = 0; p < records_.size(); ++p)
-            EXPECT_EQ(part(p)->prepare(part(p)), empty(p) ? QVO_S_CURSOR_END : QVO_S_OK) << "part " << p;
-        for (size_t p = 1; p < records_.size(); ++p) {
-            const qvo_seq_iterator_t source = *part(p), target = *part(0);
-            EXPECT_EQ(part(0)->merge(part(0), part(p)), QVO_S_OK);
-            EXPECT_EQ(std::memcmp(&source, part(p), sizeof source), 0) << "merge changes the source";
-            EXPECT_TRUE(part(0)->tile_size == target.tile_size && part(0)->next_seq_no == target.next_seq_no);
+        const qvo_seq_iterator_h first = records[0].get();
+        for (size_t p = 0; p < n_parts && n_parts != 1; ++p) {
+            const qvo_seq_iterator_h it = records[p].get();
+            EXPECT_EQ(it->prepare(it), delivers[p] ? QVO_S_OK : QVO_S_CURSOR_END) << "part " << p;
+            const qvo_seq_iterator_t before = *it;
+            if (p != 0) { EXPECT_EQ(first->merge(first, it), QVO_S_OK); }
+            EXPECT_EQ(std::memcmp(&before, it, sizeof before), 0) << "merge changes the source";
         }
+        // A first part without values keeps what is merged into it for further merges.
+        check_items<t_number>(delivered<t_number>(first), delivers[0] ? model(parts) : Items<t_number>{});
+        if (also) also(first, parts);
     }
-
- private:
-    std::vector<std::unique_ptr<Source>> sources_;
-    std::vector<std::unique_ptr<Record>> records_;
-};
+}
 
 }  // namespace test

@@ -56,24 +56,16 @@ QVO_RET literal_next(qvo_seq_iterator_h it, size_t top, bool wants_positions, Be
 }
 
 std::vector<Number> literal_merge(std::vector<Number> a, const std::vector<Number>& b, size_t top, Better better) {
-    bool a_ran_out = false;
     size_t i = 0, j = 0;
-    for (;;) {
-        if (a[i] == b[j] || better(a[i], b[j])) {
-            if (a[i] == b[j] && ++j == b.size()) break;
-            if (++i == a.size()) {
-                a_ran_out = true;
-                break;
-            }
-        } else {
-            a.insert(a.begin() + static_cast<ptrdiff_t>(i), b[j]);
+    for (; i < a.size() && j < b.size(); ++i) {
+        if (a[i] == b[j]) {
+            ++j;
+        } else if (!better(a[i], b[j])) {
+            a.insert(a.begin() + static_cast<ptrdiff_t>(i), b[j++]);
             a.resize(std::min(a.size(), top));
-            ++i, ++j;
-            if (i == a.size() || j == b.size()) break;
         }
     }
-    if (a_ran_out)
-        for (; j < b.size() && i < top; ++i, ++j) a.push_back(b[j]);
+    for (; j < b.size() && i < top; ++i) a.push_back(b[j++]);
     return a;
 }
 
@@ -110,8 +102,7 @@ void check_member(const char* name, Construct construct, qvo_seq_iterator_next_t
             return [=](qvo_seq_iterator_h it) { return literal_next(it, top, positions, better); };
         });
     const auto source = source_of({type, width_of(type), {}});
-    Record it;
-    EXPECT_EQ(construct(it.get(), source->get(), most + 1), QVO_E_ILLEGAL_PARAM);
+    expect_refused(QVO_E_ILLEGAL_PARAM, construct, source->get(), most + 1);
     EXPECT_EQ(source->get()->bounded, 1) << "the operand stays marked";
 }
 
@@ -119,28 +110,20 @@ void check_member(const char* name, Construct construct, qvo_seq_iterator_next_t
 void check_merge(const char* name, Construct construct, qvo_seq_iterator_next_t next, qvo_seq_iterator_merge_t merge,
                  uint8_t type, Better better) {
     SCOPED_TRACE(name);
-    for (unsigned seed = 0; seed < 20; ++seed) {
-        Random random(seed);
-        const size_t top = random.between(1, 40), n_parts = seed % 2 ? 2 : 5;
-        Parts parts(top_member(name, construct, next, merge, type, top), {[&](size_t) {
-                        return source_of(candidates(random, type, random.between(1, random.chance(50) ? 10 : 500)));
-                    }},
-                    n_parts);
-        std::vector<Number> expected;
-        for (size_t p = 0; p < n_parts; ++p) {
-            const qvo_seq_iterator_h part = parts.part(p);
-            ASSERT_EQ(part->prepare(part), QVO_S_OK);
-            std::vector<Number> kept;
-            for (const auto& item : tile_items<t_number>(*part)) kept.push_back(item.value);
-            expected = p == 0 ? kept : literal_merge(expected, kept, top, better);
-            if (p == 0) continue;
-            ASSERT_EQ(parts.part(0)->merge(parts.part(0), part), QVO_S_OK);
-            EXPECT_EQ(parts.part(0)->next_seq_no, expected.size());
-        }
-        ASSERT_EQ(parts.part(0)->next(parts.part(0)), QVO_S_OK);
-        check_items<t_number>(tile_items<t_number>(*parts.part(0)), singles<t_number>(expected));
-        EXPECT_EQ(parts.part(0)->next(parts.part(0)), QVO_S_CURSOR_END);
-    }
+    for_seeds(20, [&](Random& random, unsigned) {
+        const size_t top = random.between(1, 40);
+        const auto draw = [=](Random& r) { return Part{candidates(r, type, r.between(1, r.chance(50) ? 10 : 500))}; };
+        const auto model = [=](const std::vector<Part>& parts) {
+            std::vector<Number> merged;
+            for (const Part& part : parts) {
+                Selection kept;
+                for (size_t i = 0; i < part[0].items.size(); ++i) kept.offer(part[0].number(i), i, top, better);
+                merged = merged.empty() ? kept.values : literal_merge(merged, kept.values, top, better);
+            }
+            return singles<t_number>(merged);
+        };
+        check_parts(top_member(name, construct, next, merge, type, top), draw, random, model);
+    });
 }
 
 #define CHECK(check, stem, type, merge, better) check(MEMBER(stem##_##type), merge, t_##type::code, better);
@@ -154,24 +137,8 @@ void check_merge(const char* name, Construct construct, qvo_seq_iterator_next_t 
 
 TEST(Top, FollowsTheModel) { QVO_SEQ_FOR_FIXED_TYPES(TEST_MEMBER) }
 
-template <class R, class T> Items<R> result_of(Construct construct, Items<T> items, size_t top, Script script = {}) {
-    Source source(T{}, items, std::move(script));
-    Record it;
-    EXPECT_EQ(construct(it.get(), source.get(), top), QVO_S_OK);
-    EXPECT_EQ(it->next(it.get()), QVO_S_OK);
-    return tile_items<R>(it.it);
-}
-
-TEST(Top, WorkedCases) {
-    using Ints = Items<t_int4>;
-    check_items<t_int4>(result_of<t_int4>(qvo_seq_top_max_int4, Ints{{5}, {1}, {5}, {7}, {3}}, 3), {{7}, {5}, {5}});
-    check_items<t_int4>(result_of<t_int4>(qvo_seq_top_min_int4, Ints{{4}, {4}, {4}}, 2), {{4}, {4}});
-    check_items<t_uint8>(result_of<t_uint8>(qvo_seq_top_pos_max_int4, Ints{{1}, {8}, {3}, {9}}, 2, {{2}}), {{3}, {1}});
-}
-
 TEST(Top, RunsAreOneCandidate_deliberate) {
-    check_items<t_int4>(result_of<t_int4>(qvo_seq_top_min_int4, Items<t_int4>{{4, 3}}, 2), {{4}});
-    check_items<t_uint8>(result_of<t_uint8>(qvo_seq_top_pos_max_int4, Items<t_int4>{{4, 3}, {5, 2}}, 1), {{1}});
+    check_items<t_int4>(drained<t_int4>(qvo_seq_top_min_int4, Source(t_int4{}, {{4, 3}}).get(), 2), {{4}});
 }
 
 TEST(Top, MergingDropsEqualValues_deliberate) {

@@ -23,9 +23,7 @@ void check_subtraction(const Items<t_uint2>& left, const Items<t_uint2>& right, 
 }
 
 TEST(Overlap, StartsInsideARun) {
-    for (unsigned seed = 0; seed < 40; ++seed) {
-        SCOPED_TRACE(seed);
-        Random random(seed);
+    for_seeds(40, [](Random& random, unsigned seed) {
         const Items<t_uint2> items[] = {random_items<t_uint2>(random, 2000), random_items<t_uint2>(random, 2000)};
         check_subtraction(items[0], items[1], {}, [&](const Member::Operands& o) {
             Random at(seed);
@@ -35,20 +33,18 @@ TEST(Overlap, StartsInsideARun) {
                 o[k]->rle_offs = static_cast<uint8_t>(at.below(items[k][o[k]->tile_offs].run));
             }
         });
-    }
+    });
 }
 
 TEST(Overlap, TakesUnwrittenRunBytesAsTheyAre) {
-    for (unsigned seed = 0; seed < 60; ++seed) {
-        SCOPED_TRACE(seed);
-        Random random(seed);
+    for_seeds(60, [](Random& random, unsigned) {
         auto left = random_items<t_uint2>(random, 3000), right = random_items<t_uint2>(random, 3000);
         const unsigned percent = random.between(1, 60);
         for (auto* items : {&left, &right})
             for (auto& item : *items)
                 if (random.chance(percent)) item.run = 0;
         check_subtraction(left, right, {{random_tile_sizes(random)}, {random_tile_sizes(random)}});
-    }
+    });
 }
 
 }  // namespace

@@ -4,68 +4,56 @@
 namespace test {
 namespace {
 
-/// The values and the run bytes of a tile of n elements are these.
-void expect_tile(const Record& it, size_t n, const std::string& values, char run) {
-    ASSERT_EQ(it.it.tile_size, n);
-    EXPECT_EQ(std::string(it.it.tile.u.arr_char, values.size()), values);
-    EXPECT_EQ(std::string(it.it.tile.u.arr_char + 4096 - n, n), std::string(n, run));
-}
-
 void check_array(const char* name, uint8_t code, size_t width,
                  const std::function<QVO_RET(qvo_seq_iterator_h, void*, qvo_size_t)>& construct,
                  qvo_seq_iterator_next_t next) {
     SCOPED_TRACE(name);
     const size_t capacity = capacity_of(width);
-    std::string values;
     Random random(static_cast<unsigned>(width));
-    while (values.size() < 3 * capacity * width) values += static_cast<char>(random.below(256));
-
+    std::string values(3 * capacity * width, '\0');
+    for (char& byte : values) byte = static_cast<char>(random.below(256));
     Member member = unary_member(name, nullptr, next, code, width, qvo_seq_unget_reset);
-    member.construct = [&](qvo_seq_iterator_h it, const Member::Operands&) {
-        void* array = qvo_seq_malloc(it, values.size());  // the iterator keeps it
-        std::memcpy(array, values.data(), values.size());
-        return construct(it, array, 3 * capacity);
+    const auto literal = [&](qvo_seq_iterator_h it) -> QVO_RET {
+        const size_t at = it->next_seq_no, n = std::min(capacity, it->buf_size / width - at);
+        if (n == 0) return QVO_S_CURSOR_END;
+        std::memcpy(it->tile.u.arr_char, &values[at * width], n * width);
+        for (size_t i = 0; i < n; ++i) literal_put_counted(it, i, 1);
+        return literal_end(it, n, QVO_S_OK);
     };
-    check_protocol(member);
-
-    for (const size_t count : {size_t{0}, size_t{1}, capacity - 1, capacity, capacity + 1, 3 * capacity}) {
-        Record it;
-        ASSERT_EQ(construct(it.get(), &values[0], count), QVO_S_OK);
-        EXPECT_TRUE(it->buf == &values[0] && it->buf_size == count * width && it->owned_buf == 1);
-        EXPECT_EQ(it->last_seq_no, count - 1);
-        for (size_t at = 0; at < count; at += capacity) {
-            const size_t n = std::min(capacity, count - at);
-            ASSERT_EQ(it->next(it.get()), QVO_S_OK);
-            expect_tile(it, n, values.substr(at * width, n * width), 1);
-            EXPECT_EQ(it->next_seq_no, at + n);
-        }
-        EXPECT_EQ(it->next(it.get()), QVO_S_CURSOR_END);
-        EXPECT_EQ(it->next_seq_no, count);
+    for (const size_t count : {3 * capacity, size_t{0}, size_t{1}, capacity - 1, capacity, capacity + 1}) {
+        member.construct = [&](qvo_seq_iterator_h it, const Member::Operands&) {
+            void* const array = qvo_seq_malloc(it, values.size());  // the iterator keeps it
+            std::memcpy(array, values.data(), values.size());
+            const QVO_RET rc = construct(it, array, count);
+            EXPECT_TRUE(it->buf == array && it->buf_size == count * width && it->owned_buf == 1);
+            EXPECT_EQ(it->last_seq_no, count - 1);
+            return rc;
+        };
+        if (count == 3 * capacity) check_protocol(member);
+        check_steps(member, literal, {});
     }
 }
 
 void check_constant(const char* name, uint8_t code, const std::string& value,
                     const std::function<QVO_RET(qvo_seq_iterator_h)>& construct, qvo_seq_iterator_next_t next) {
-    SCOPED_TRACE(name);
-    const size_t capacity = capacity_of(value.size());
     Member member = unary_member(name, nullptr, next, code, value.size(), qvo_seq_reset_iterator);
-    member.construct = [&](qvo_seq_iterator_h it, const Member::Operands&) { return construct(it); };
+    member.construct = [&](qvo_seq_iterator_h it, const Member::Operands&) {
+        const qvo_seq_iterator_t before = *it;
+        const QVO_RET rc = construct(it);
+        EXPECT_TRUE(it->buf == before.buf && it->owned_buf == before.owned_buf && it->last_seq_no == ~qvo_seq_no_t{0});
+        return rc;
+    };
     member.endless = true;
     check_protocol(member);
-
-    Record it;
-    const qvo_seq_iterator_t before = it.it;
-    ASSERT_EQ(construct(it.get()), QVO_S_OK);
-    EXPECT_EQ(it->last_seq_no, ~qvo_seq_no_t{0});
-    EXPECT_TRUE(it->buf == before.buf && it->owned_buf == before.owned_buf);
-    std::string values;
-    for (size_t i = 0; i < capacity; ++i) values += value;
-    for (unsigned call = 1; call < 4; ++call) {
-        ASSERT_EQ(it->next(it.get()), QVO_S_OK);
-        EXPECT_EQ(it->next_seq_no, call * capacity * 255);
-        expect_tile(it, capacity, values, '\xff');
-        EXPECT_EQ(it->tile.u.arr_uint1[values.size()], 4096 - capacity > values.size() ? 0xa5 : 0xff);
-    }
+    const auto literal = [&](qvo_seq_iterator_h it) {
+        const size_t capacity = capacity_of(value.size());
+        for (size_t i = 0; i < capacity; ++i) {
+            literal_put_bytes(it, i, value);
+            literal_put_counted(it, i, 255);
+        }
+        return literal_end(it, capacity, QVO_S_OK);
+    };
+    check_steps(member, literal, {}, nullptr, 4);
 }
 
 template <class V> std::string bytes_of(V v) { return std::string(reinterpret_cast<const char*>(&v), sizeof v); }
@@ -97,12 +85,9 @@ TEST(Sources, DeliverTheirValues) {
 }
 
 TEST(Sources, RefuseStringsThatAreTooWide) {
-    Record it;
-    const qvo_seq_iterator_t before = it.it;
     char value[4096] = {};
-    EXPECT_EQ(qvo_seq_const_char(it.get(), value, 281), QVO_E_ILLEGAL_PARAM);
-    EXPECT_EQ(qvo_seq_unget_char(it.get(), value, 1, 4096), QVO_E_ILLEGAL_PARAM);
-    EXPECT_EQ(std::memcmp(&before, &it.it, sizeof before), 0);
+    expect_refused(QVO_E_ILLEGAL_PARAM, qvo_seq_const_char, value, 281);
+    expect_refused(QVO_E_ILLEGAL_PARAM, qvo_seq_unget_char, value, 1, 4096);
 }
 
 TEST(Sources, AnArrayPassesIntoTheIteratorsKeeping) {

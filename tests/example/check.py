@@ -9,7 +9,6 @@
 import csv
 import difflib
 import itertools
-import math
 import os
 import re
 import statistics
@@ -33,14 +32,7 @@ def column(days, name):
     return [day[name] for day in days]
 
 
-def mean(values):
-    return sum(values) / len(values)
-
-
-def correlation(xs, ys):
-    mx, my = mean(xs), mean(ys)
-    sxy = sum((x - mx) * (y - my) for x, y in zip(xs, ys))
-    return sxy / math.sqrt(sum((x - mx) ** 2 for x in xs) * sum((y - my) ** 2 for y in ys))
+mean = statistics.fmean
 
 
 def wet_highs(days):
@@ -62,7 +54,7 @@ def expected_of_engine(places):
         yield "Share of days without rain", f"{100 * mean([r == 0 for r in rain]):.2f} % in {place}"
         wind = column(days, "wind")
         yield "Wind, least and most", f"{min(wind)} to {max(wind)} in {place}"
-        yield ("Correlation of the high and the low of a day", f"{correlation(highs, lows):.4f} in {place}")
+        yield ("Correlation of the high and the low of a day", f"{statistics.correlation(highs, lows):.4f} in {place}")
         for most in sorted(rain)[-5:]:
             yield f"position {rain.index(most)} {days[rain.index(most)]['date']}", f"{most} mm"
         yield "Highest temperature in Fahrenheit", f"{max(highs) * 1.8 + 32:.2f} degrees in {place}"
@@ -91,7 +83,7 @@ def expected_of_sql(places):
             if day["precipitation"] >= 50:
                 yield f"{place} {day['date']}", f"{day['precipitation']}"
         yield (f"{place} {100 * mean([r == 0 for r in rain]):.2f} {min(wind)} {max(wind)}",
-               f"{correlation(highs, lows):.4f}")
+               f"{statistics.correlation(highs, lows):.4f}")
         yield place, f"{max(highs) * 1.8 + 32:.2f}"
         for most in sorted(rain)[-5:]:
             yield f"{place} {days[rain.index(most)]['date']}", f"{most}"

@@ -31,11 +31,11 @@ TEST(Reset, EndsAtTheFirstThatFails) {
         EXPECT_EQ(reset(&result), expected);
         return std::pair(a.next_seq_no == 0, b.next_seq_no == 0);
     };
-    EXPECT_EQ(rewound(qvo_seq_reset_unary_iterator, nullptr, QVO_S_OK), std::pair(true, false));
-    EXPECT_EQ(rewound(qvo_seq_reset_unary_iterator, &result, failure), std::pair(false, false));
-    EXPECT_EQ(rewound(qvo_seq_reset_binary_iterator, nullptr, QVO_S_OK), std::pair(true, true));
-    EXPECT_EQ(rewound(qvo_seq_reset_binary_iterator, &result, failure), std::pair(false, false));
-    EXPECT_EQ(rewound(qvo_seq_reset_binary_iterator, &a, failure), std::pair(false, false));
+    for (const auto reset : {qvo_seq_reset_unary_iterator, qvo_seq_reset_binary_iterator}) {
+        EXPECT_EQ(rewound(reset, nullptr, QVO_S_OK), std::pair(true, reset == qvo_seq_reset_binary_iterator));
+        EXPECT_EQ(rewound(reset, &result, failure), std::pair(false, false));
+        EXPECT_EQ(rewound(reset, &a, failure), std::pair(false, false));
+    }
     EXPECT_EQ(rewound(qvo_seq_reset_binary_iterator, &b, failure), std::pair(true, false));
 }
 

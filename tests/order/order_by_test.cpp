@@ -11,29 +11,19 @@ using Construct = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h, const Perm
 
 void check_member(const char* name, Construct construct, qvo_seq_iterator_next_t next, uint8_t type, size_t width) {
     SCOPED_TRACE(name);
-    Random random(type);
-    const auto draw = [&](size_t n) -> Elements {
-        if (type != QVO_DD_CHAR) return random_elements(random, type, n);
-        return {type, width, random_items<t_char>(random, n, [=](Random& r) {
-                    std::string bytes = "abcdefghijklmnop";
-                    bytes[0] = static_cast<char>(r.below(256));
-                    bytes.resize(width, static_cast<char>('0' + r.below(9)));
-                    return bytes;
-                })};
-    };
+    const AnyType any{name, type, width};
+    Random of_four(type);
     const Permutation backwards{3, 2, 1, 0};
     Member member = unary_member(
         name, [&](qvo_seq_iterator_h it, qvo_seq_iterator_h input) { return construct(it, input, backwards, nullptr); },
         next, type, width);
     member.aggregate = true;  // sets `prepared` like one
     member.bound = {false};
-    Elements four = draw(4);
-    for (auto& item : four.items) item.run = 1;
-    member.operands = {operand(four)};
+    member.operands = {any.operand(singles<t_char>(expand(any.items(of_four, 4))))};
     check_protocol(member);
 
-    for (unsigned round = 0; round < 6; ++round) {
-        const Elements elements = draw(random.between(1, 200));
+    for_seeds(6, [&](Random& random, unsigned round) {
+        const Elements elements{type, width, any.items(random, random.between(1, 200))};
         const auto values = expand<t_char>(elements.items);
         Permutation permutation(values.size());
         for (auto& position : permutation) position = random.below(unsigned(values.size()));
@@ -57,7 +47,7 @@ void check_member(const char* name, Construct construct, qvo_seq_iterator_next_t
         EXPECT_EQ(it->buf, given ? array.data() : nullptr) << "the caller's array stays over a reset";
         check_items<t_char>(drain<t_char>(it.get()), expected);
         if (!given) qvo_seq_free_buffer(it.get());
-    }
+    });
 }
 
 #define CHECK_MEMBER(type, value_type, width)                                                              \
@@ -98,10 +88,8 @@ TEST(OrderBy, AFailedLoadReleasesItsBufferAndLoadsAgain) {
     EXPECT_EQ(by.it->reset(by.it.get()), QVO_S_OK);
     check_items<t_int4>(drain<t_int4>(by.it.get()), {{30}, {10}, {20}});
 
-    Int4 empty({}, {0});
-    EXPECT_EQ(empty.next(), QVO_S_CURSOR_END);
-    Int4 nothing({{1}}, {});
-    EXPECT_EQ(nothing.next(), QVO_S_CURSOR_END);
+    Int4 empty({}, {0}), nothing({{1}}, {});
+    EXPECT_TRUE(empty.next() == QVO_S_CURSOR_END && nothing.next() == QVO_S_CURSOR_END);
     EXPECT_EQ(nothing.input.n_next(), 0U);
     EXPECT_EQ(allocator.blocks(), 1U) << "that of the first iterator";
 

@@ -9,6 +9,7 @@ using Number = long double;
 static_assert(std::numeric_limits<Number>::digits >= 64, "holds each value of the fixed types exactly");
 
 __extension__ typedef __int128 wide_int;
+__extension__ typedef unsigned __int128 wide_uint;
 
 size_t width_of(uint8_t type);
 bool is_floating(uint8_t type);

@@ -110,10 +110,15 @@ std::vector<AnyType> all_types();  // the fixed types, and strings
 bool literal_refill(qvo_seq_iterator_h operand, size_t produced, QVO_RET* rc);
 unsigned literal_run(const qvo_seq_iterator_t* it, size_t i);
 void literal_put_run(qvo_seq_iterator_h it, size_t i, unsigned run);
+void literal_put_counted(qvo_seq_iterator_h it, size_t i, unsigned run);  // and counts its positions
 unsigned literal_run_left(const qvo_seq_iterator_t* it);
 void literal_take(qvo_seq_iterator_h it, unsigned positions);
 /// Copies element `from` of one tile to element `to` of another; the run is left alone.
 void literal_copy(qvo_seq_iterator_h it, size_t to, const qvo_seq_iterator_t* operand, size_t from);
+/// The bytes of an element, or of the current one.
+std::string literal_bytes(const qvo_seq_iterator_t* it, size_t i);
+inline std::string literal_bytes(const qvo_seq_iterator_t* it) { return literal_bytes(it, it->tile_offs); }
+void literal_put_bytes(qvo_seq_iterator_h it, size_t i, const std::string& bytes);
 /// What a call returns that has come to `rc` with so many elements: all are lost with an error.
 QVO_RET literal_end(qvo_seq_iterator_h it, size_t produced, QVO_RET rc);
 
@@ -126,9 +131,19 @@ template <class V> void literal_put(qvo_seq_iterator_h it, size_t i, V v) {
     std::memcpy(it->tile.u.arr_uint1 + i * sizeof v, &v, sizeof v);
 }
 
+/// Refills the operands and calls step(i), which says whether it has written result element i, until the tile is full
+/// or holds `capacity` elements, or an operand ends. Elements are counted here, positions by the step.
+enum class Counts { positions, elements };
+QVO_RET literal_loop(qvo_seq_iterator_h it, size_t n_operands, const std::function<bool(size_t i)>& step,
+                     Counts counts = Counts::positions, size_t capacity = SIZE_MAX);
+
 /// The `next` of one operand that takes whole elements and delivers some, counting elements: element(i, k) writes
 /// result element i from operand element k, its run as well, and says whether it did.
 QVO_RET literal_selected_next(qvo_seq_iterator_h it, const std::function<bool(size_t i, size_t k)>& element);
+
+/// The `next` of one operand that takes tiles whole: element(i) writes each result element, its run as well.
+QVO_RET literal_tile_next(qvo_seq_iterator_h it, qvo_seq_iterator_h operand,
+                          const std::function<void(size_t i)>& element);
 
 /// The one-operand element-wise `next`; element(i, k) writes result element i from operand element k.
 QVO_RET literal_elements_next(qvo_seq_iterator_h it, const std::function<void(size_t i, size_t k)>& element);

@@ -33,6 +33,14 @@ uint64_t Random::word() { return std::uniform_int_distribution<uint64_t>()(engin
 uint64_t Random::small() { return static_cast<uint64_t>(std::uniform_int_distribution<int>(-100, 100)(engine_)); }
 double Random::small_real() { return std::uniform_real_distribution<double>(-1000, 1000)(engine_); }
 
+void for_seeds(unsigned n, const std::function<void(Random&, unsigned seed)>& act) {
+    for (unsigned seed = 0; seed < n && !testing::Test::HasFailure(); ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        Random random(seed);
+        act(random, seed);
+    }
+}
+
 template <class T> Items<T> random_items(Random& random, size_t n, const DrawValue<T>& draw) {
     Items<T> items;
     unsigned low = 1, high = 1;
@@ -51,6 +59,15 @@ template <class T> Items<T> random_items(Random& random, size_t n, const DrawVal
 }
 template <class T> Items<T> random_items(Random& random, size_t n) {
     return random_items<T>(random, n, [](Random& r) { return r.value<typename T::value>(); });
+}
+
+std::string random_text(Random& random, std::string_view letters, size_t shortest, size_t longest) {
+    std::string text(random.between(unsigned(shortest), unsigned(longest)), '\0');
+    for (char& c : text) c = letters[random.below(unsigned(letters.size()))];
+    return text;
+}
+Items<t_char> random_strings(Random& random, size_t n, std::string_view letters, size_t shortest, size_t longest) {
+    return random_items<t_char>(random, n, [=](Random& r) { return random_text(r, letters, shortest, longest); });
 }
 
 std::vector<size_t> random_tile_sizes(Random& random) {

@@ -92,6 +92,17 @@ template <class R, class Construct, class... Arguments> Items<R> drained(Constru
     return drain<R>(it.get());
 }
 
+/// A constructor that refuses its arguments leaves the result alone.
+template <class Construct, class... Arguments>
+void expect_refused(QVO_RET code, Construct construct, Arguments... arguments) {
+    Record it, untouched;
+    EXPECT_EQ(construct(it.get(), arguments...), code);
+    EXPECT_EQ(std::memcmp(&it.it, &untouched.it, sizeof it.it), 0);
+}
+
+/// act(random, seed) for so many seeds, up to the first failure.
+void for_seeds(unsigned n, const std::function<void(Random&, unsigned seed)>& act);
+
 /// Random elements: a few shapes of runs, so that stretches and crossings of all kinds come up.
 template <class T> using DrawValue = std::function<typename T::value(Random&)>;
 template <class T> Items<T> random_items(Random& random, size_t n, const DrawValue<T>& draw);
@@ -104,6 +115,10 @@ template <class T> Items<T> draw_items(Random& random, size_t n) {
     else
         return random_items<T>(random, n);
 }
+
+/// Strings of `shortest` to `longest` of the given letters.
+std::string random_text(Random& random, std::string_view letters, size_t shortest, size_t longest);
+Items<t_char> random_strings(Random& random, size_t n, std::string_view letters, size_t shortest, size_t longest);
 
 /// The width of test sequences.
 template <class T> constexpr size_t test_width = std::is_same_v<T, t_char> ? 5 : Source::width_of<T>();

@@ -1,6 +1,7 @@
 // Independent iterator trees in 8 threads: the same results as in one thread. Built with the thread sanitizer (preset
 // tsan), this shows that trees share nothing but the process-wide settings, which are only read, and the generators of
 // the sorts' pivots. That the library has no other data that could be written, its export list's test says.
+#include <array>
 #include <deque>
 #include <functional>
 #include <thread>
@@ -16,29 +17,19 @@ namespace {
 
 constexpr size_t n_values = 3000;
 
-/// The iterators of one tree and what they read.
-class Tree {
- public:
-    Tree() = default;
-    Tree(const Tree&) = delete;
+/// The iterators of one tree and what they keep.
+struct Tree {
+    std::deque<qvo_seq_iterator_t> records;
+    std::deque<std::vector<qvo_seq_no_t>> permutations;
+
     ~Tree() {
-        for (qvo_seq_iterator_t& it : records_)
+        for (qvo_seq_iterator_t& it : records)
             if (qvo_seq_is_hash_aggreate(&it)) qvo_seq_free_hash(&it);
     }
     qvo_seq_iterator_h add() {
-        records_.emplace_back();
-        records_.back().reset = qvo_seq_reset_unary_iterator;  // where the constructor leaves it to the caller
-        return &records_.back();
+        records.emplace_back().reset = qvo_seq_reset_unary_iterator;  // where the constructor leaves it to the caller
+        return &records.back();
     }
-    template <class V> V* array(size_t n) { return static_cast<V*>(arrays_.emplace_back(n * sizeof(V)).data()); }
-
- private:
-    struct Array : std::vector<uint64_t> {
-        explicit Array(size_t bytes) : vector(bytes / 8 + 1) {}
-        void* data() { return vector::data(); }
-    };
-    std::deque<qvo_seq_iterator_t> records_;
-    std::deque<Array> arrays_;
 };
 
 // Arguments: what is called with the tree stands for its result, anything else for itself.
@@ -60,12 +51,14 @@ qvo_seq_iterator_h make(Tree& t, QVO_RET (*construct)(qvo_seq_iterator_h, P...),
 qvo_seq_iterator_h spare(Tree& t) { return t.add(); }
 
 /// Small numbers that go up and down.
-qvo_int4* int_array(Tree& t) {
-    qvo_int4* const values = t.array<qvo_int4>(n_values);
-    for (int i = 0; i < int{n_values}; ++i) values[i] = i * 37 % 101 - i / 50;
-    return values;
+qvo_seq_iterator_h ints(Tree& t) {
+    static const auto values = [] {
+        std::array<qvo_int4, n_values> up_and_down;
+        for (int i = 0; i < int{n_values}; ++i) up_and_down[size_t(i)] = i * 37 % 101 - i / 50;
+        return up_and_down;
+    }();
+    return make(t, qvo_seq_unget_int4, values.data(), n_values);
 }
-qvo_seq_iterator_h ints(Tree& t) { return make(t, qvo_seq_unget_int4, int_array, n_values); }
 qvo_seq_iterator_h twenty(Tree& t) { return make(t, qvo_seq_const_int4, 20); }
 qvo_seq_iterator_h keys(Tree& t) { return make(t, qvo_seq_div_int4, ints, twenty); }
 qvo_seq_iterator_h doubles(Tree& t) { return make(t, qvo_seq_int4_to_double, ints); }
@@ -79,43 +72,40 @@ qvo_seq_iterator_h early(Tree& t) { return make(t, qvo_seq_aprogres_uint4, 10, 2
 qvo_seq_iterator_h late(Tree& t) { return make(t, qvo_seq_aprogres_uint4, 10, 3, 2000); }
 
 /// A permutation by a sort whose pivots depend on the other threads. Values stand at most once, so that it does not.
-template <class V, QVO_RET (*Sort)(const V*, qvo_seq_no_t*, qvo_size_t, qvo_seq_order_t)>
 const qvo_seq_no_t* sorted(Tree& t) {
-    V* const values = t.array<V>(n_values);
-    for (size_t i = 0; i < n_values; ++i) values[i] = static_cast<V>(i * 1009 % n_values);
-    qvo_seq_no_t* const permutation = t.array<qvo_seq_no_t>(n_values);
-    EXPECT_EQ(Sort(values, permutation, n_values, QVO_SEQ_DESC_ORDER), QVO_S_OK);
-    return permutation;
+    std::vector<qvo_int4> values;
+    for (size_t i = 0; i < n_values; ++i) values.push_back(static_cast<qvo_int4>(i * 1009 % n_values));
+    auto& permutation = t.permutations.emplace_back(n_values);
+    EXPECT_EQ(qvo_seq_sort_int4(values.data(), permutation.data(), n_values, QVO_SEQ_DESC_ORDER), QVO_S_OK);
+    return permutation.data();
 }
 
 qvo_int4 sum(qvo_int4 left, qvo_int4 right, void*) { return left + right; }
-
-struct Family {
-    const char* name;
-    qvo_seq_iterator_h (*tree)(Tree&);
-};
 
 #define F(stem, ...)                                               \
     {                                                              \
 #stem, [](Tree & t) { return make(t, stem, __VA_ARGS__); } \
     }
 // One of each kind: those that share no code, and all that take memory, count in the process or read its settings.
-const Family families[] = {F(qvo_seq_add_int4, ints, keys),
-                           F(qvo_seq_eq_char, words, words),
-                           F(qvo_seq_parse_double, "{1, 2.5e3, -7}"),
-                           F(qvo_seq_func2_ctx_int4, ints, keys, sum, nullptr),
-                           F(qvo_seq_iif_int4, bools, ints, keys),
-                           F(qvo_seq_filter_int4, bools, ints),
-                           F(qvo_seq_reverse_int4, ints),
-                           F(qvo_seq_agg_dev_samp_int4, ints),
-                           F(qvo_seq_cov_int4, ints, keys),
-                           F(qvo_seq_window_agg_var_int4, ints, 7),
-                           F(qvo_seq_group_agg_wavg_int4, ints, ints, keys),
-                           F(qvo_seq_agg_approxdc, ints),
-                           F(qvo_seq_hash_agg_max_double, spare, doubles, words, 0),
-                           F(qvo_seq_hash_agg_dup_count, spare, keys, ints, 0, 0, 2),
-                           F(qvo_seq_order_by_int4, ints, (sorted<qvo_int4, qvo_seq_sort_int4>), n_values, nullptr),
-                           F(qvo_seq_stretch0_uint4_int4, late, early, ints, -1)};
+const struct Family {
+    const char* name;
+    qvo_seq_iterator_h (*tree)(Tree&);
+} families[] = {F(qvo_seq_add_int4, ints, keys),
+                F(qvo_seq_eq_char, words, words),
+                F(qvo_seq_parse_double, "{1, 2.5e3, -7}"),
+                F(qvo_seq_func2_ctx_int4, ints, keys, sum, nullptr),
+                F(qvo_seq_iif_int4, bools, ints, keys),
+                F(qvo_seq_filter_int4, bools, ints),
+                F(qvo_seq_reverse_int4, ints),
+                F(qvo_seq_agg_dev_samp_int4, ints),
+                F(qvo_seq_cov_int4, ints, keys),
+                F(qvo_seq_window_agg_var_int4, ints, 7),
+                F(qvo_seq_group_agg_wavg_int4, ints, ints, keys),
+                F(qvo_seq_agg_approxdc, ints),
+                F(qvo_seq_hash_agg_max_double, spare, doubles, words, 0),
+                F(qvo_seq_hash_agg_dup_count, spare, keys, ints, 0, 0, 2),
+                F(qvo_seq_order_by_int4, ints, sorted, n_values, nullptr),
+                F(qvo_seq_stretch0_uint4_int4, late, early, ints, -1)};
 #undef F
 
 /// The first tiles of an iterator, and what it leaves after a reset.

@@ -4,20 +4,16 @@
 namespace test {
 namespace {
 
-// One function of each kind per type. They are pure, and tell their arguments apart.
-template <class V> struct User {
-    inline static V limit{5};
-    static V func(V v) { return v < V{3} ? V{9} : v; }
-    static V func_ctx(V v, void* ctx) { return v < *static_cast<V*>(ctx) ? V{8} : v; }
-    static qvo_seq_bool cond(V v) { return v < V{3} ? 1 : 0; }
-    static qvo_seq_bool cond_ctx(V v, void* ctx) { return v < *static_cast<V*>(ctx) ? 2 : 0; }
-    static V func2(V left, V right) { return left < right ? V{7} : left; }
-    static V func2_ctx(V left, V right, void* ctx) { return left < right ? *static_cast<V*>(ctx) : left; }
-};
-
+// Pure functions that tell their arguments apart; with a context, they take a number from it.
 template <class V, int than, int yes> V less(V v) { return v < V{than} ? V{yes} : v; }
 template <class V, int than, int yes> qvo_seq_bool is_less(V v) { return v < V{than} ? yes : 0; }
 template <class V, int yes> V less2(V a, V b) { return a < b ? V{yes} : a; }
+template <class V> struct User {
+    inline static V limit{5};
+    static V func(V v, void* ctx) { return v < *static_cast<V*>(ctx) ? V{8} : v; }
+    static qvo_seq_bool cond(V v, void* ctx) { return v < *static_cast<V*>(ctx) ? 2 : 0; }
+    static V func2(V left, V right, void* ctx) { return left < right ? *static_cast<V*>(ctx) : left; }
+};
 
 // A member's name, its constructor with the caller's function bound in, and its `next`.
 #define WITH_FUNC(stem, ...) \
@@ -27,17 +23,17 @@ template <class V, int yes> V less2(V a, V b) { return a < b ? V{yes} : a; }
               qvo_seq_iterator_h b) { return stem(it, a, b, __VA_ARGS__); }, stem##_next
 
 // The models are functions and not closures: one type for all members of an element type.
-#define TEST_MEMBER(type)                                                                                     \
-    {                                                                                                         \
-        using V = qvo_##type;                                                                                 \
-        using U = User<V>;                                                                                    \
-        using T = t_##type;                                                                                   \
-        check_unary<T, T>(WITH_FUNC(qvo_seq_func_##type, U::func), less<V, 3, 9>);                            \
-        check_unary<T, T>(WITH_FUNC(qvo_seq_func_ctx_##type, U::func_ctx, &U::limit), less<V, 5, 8>);         \
-        check_unary<T, t_bool>(WITH_FUNC(qvo_seq_cond_##type, U::cond), is_less<V, 3, 1>);                    \
-        check_unary<T, t_bool>(WITH_FUNC(qvo_seq_cond_ctx_##type, U::cond_ctx, &U::limit), is_less<V, 5, 2>); \
-        check_binary<T, T>(WITH_FUNC2(qvo_seq_func2_##type, U::func2), less2<V, 7>);                          \
-        check_binary<T, T>(WITH_FUNC2(qvo_seq_func2_ctx_##type, U::func2_ctx, &U::limit), less2<V, 5>);       \
+#define TEST_MEMBER(type)                                                                                 \
+    {                                                                                                     \
+        using V = qvo_##type;                                                                             \
+        using U = User<V>;                                                                                \
+        using T = t_##type;                                                                               \
+        check_unary<T, T>(WITH_FUNC(qvo_seq_func_##type, less<V, 3, 9>), less<V, 3, 9>);                  \
+        check_unary<T, T>(WITH_FUNC(qvo_seq_func_ctx_##type, U::func, &U::limit), less<V, 5, 8>);         \
+        check_unary<T, t_bool>(WITH_FUNC(qvo_seq_cond_##type, is_less<V, 3, 1>), is_less<V, 3, 1>);       \
+        check_unary<T, t_bool>(WITH_FUNC(qvo_seq_cond_ctx_##type, U::cond, &U::limit), is_less<V, 5, 2>); \
+        check_binary<T, T>(WITH_FUNC2(qvo_seq_func2_##type, less2<V, 7>), less2<V, 7>);                   \
+        check_binary<T, T>(WITH_FUNC2(qvo_seq_func2_ctx_##type, U::func2, &U::limit), less2<V, 5>);       \
     }
 
 TEST(Callback, FollowsTheModel) { QVO_SEQ_FOR_FIXED_TYPES(TEST_MEMBER) }
@@ -49,44 +45,35 @@ qvo_int8 numbered(qvo_int8 v, void* calls) { return v * 100000 + ++*static_cast<
 qvo_int8 numbered2(qvo_int8 left, qvo_int8 right, void* calls) { return numbered(left * 50 + right, calls); }
 
 TEST(Callback, OneCallPerElementOrOverlapInOrder) {
-    qvo_int8 calls, expected_calls;
-    const auto put = [&](qvo_seq_iterator_h it, size_t i, qvo_int8 v) {
-        literal_put(it, i, v * 100000 + ++expected_calls);
-    };
-    const auto value = [](qvo_seq_iterator_h it) { return literal_value<qvo_int8>(it, it->tile_offs); };
-    Member one = unary_member<t_int8>("qvo_seq_func_ctx_int8", nullptr, nullptr);
-    one.construct = [&](qvo_seq_iterator_h it, const Member::Operands& o) {
-        return qvo_seq_func_ctx_int8(it, o[0], numbered, &calls);
-    };
-    const Steps one_steps = [&](qvo_seq_iterator_h it) {
-        return literal_elements_next(it, [&](size_t i, size_t) { put(it, i, value(it->opd[0])); });
-    };
-    Member two = one;
-    two.name = "qvo_seq_func2_ctx_int8";
-    two.construct = [&](qvo_seq_iterator_h it, const Member::Operands& o) {
-        return qvo_seq_func2_ctx_int8(it, o[0], o[1], numbered2, &calls);
-    };
-    const Steps two_steps = [&](qvo_seq_iterator_h it) {
-        return literal_overlap_next(
-            it, [&](size_t i) { return put(it, i, value(it->opd[0]) * 50 + value(it->opd[1])), true; });
-    };
-    const auto check = [&](const Member& member, const Steps& steps, const std::vector<Script>& scripts) {
-        calls = expected_calls = 0;
-        check_steps(member, steps, scripts);
-        EXPECT_EQ(calls, expected_calls);
-    };
-    for (unsigned seed = 0; seed < 40 && !HasFailure(); ++seed) {
-        Random random(seed);
-        const auto draw = [&] {
-            const auto small = [](Random& r) { return qvo_int8{r.below(40)}; };
-            return operand<t_int8>(random_items<t_int8>(random, random.between(4, 2000), small));
-        };
-        two.operands = {draw(), draw()};
-        one.operands = {two.operands[0]};
-        const Script left = random_script(random, seed), right = random_script(random, seed + 1);
-        check(one, one_steps, {left});
-        check(two, two_steps, {left, right});
-    }
+    static qvo_int8 calls, expected_calls;
+    for (const size_t n_operands : {1, 2})
+        for_seeds(40, [=](Random& random, unsigned seed) {
+            Member member = unary_member<t_int8>("numbered", nullptr, nullptr);
+            member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) {
+                return n_operands == 1 ? qvo_seq_func_ctx_int8(it, o[0], numbered, &calls)
+                                       : qvo_seq_func2_ctx_int8(it, o[0], o[1], numbered2, &calls);
+            };
+            std::vector<Script> scripts;
+            for (unsigned k = 0; k < n_operands; ++k) {
+                const auto small = [](Random& r) { return qvo_int8{r.below(40)}; };
+                member.operands.push_back(
+                    operand<t_int8>(random_items<t_int8>(random, random.between(4, 2000), small)));
+                scripts.push_back(random_script(random, seed + k));
+            }
+            const auto put = [=](qvo_seq_iterator_h it, size_t i) {
+                const auto value = [](qvo_seq_iterator_h o) { return literal_value<qvo_int8>(o, o->tile_offs); };
+                const qvo_int8 left = value(it->opd[0]), v = n_operands == 1 ? left : left * 50 + value(it->opd[1]);
+                literal_put(it, i, v * 100000 + ++expected_calls);
+                return true;
+            };
+            const auto steps = [=](qvo_seq_iterator_h it) {
+                if (n_operands == 2) return literal_overlap_next(it, [=](size_t i) { return put(it, i); });
+                return literal_elements_next(it, [=](size_t i, size_t) { put(it, i); });
+            };
+            calls = expected_calls = 0;
+            check_steps(member, steps, scripts);
+            EXPECT_EQ(calls, expected_calls);
+        });
 }
 
 // ---- Strings ------------------------------------------------------------------------------------------------------
@@ -121,35 +108,29 @@ MakeSource draw_strings(Random& random, size_t n) {
     const auto word = [](Random& r) { return std::string(1, "abc\0"[r.below(4)]) + "xyz"[r.below(3)]; };
     return operand<t_char>(random_items<t_char>(random, n, word), width);
 }
-char* string_at(qvo_seq_iterator_h it, size_t i) { return it->tile.u.arr_char + i * width; }
 
 TEST(Callback, FunctionsOfStrings) {
-    const auto check = [](const Member& member, char with) {
-        check_unary(member, draw_strings, [=](qvo_seq_iterator_h it, size_t i, size_t k) {
-            for (size_t b = 0; b < width; ++b)
-                string_at(it, i)[b] = static_cast<char>(string_at(it->opd[0], k)[b] ^ with);
-        });
-    };
-    check(unary_member<t_string>(WITH_FUNC(qvo_seq_func_char, flip_char)), 3);
-    check(unary_member<t_string>(WITH_FUNC(qvo_seq_func_ctx_char, flip_char_ctx, &mask)), 1);
-}
-
-TEST(Callback, FunctionsOfTwoStrings) {
     for (const bool ctx : {false, true}) {
-        const auto element = [=](qvo_seq_iterator_h it, size_t i) {
-            const std::string joined = std::string(string_at(it->opd[0], it->opd[0]->tile_offs), 2) +
-                                       std::string(string_at(it->opd[1], it->opd[1]->tile_offs), 3);
-            std::memcpy(string_at(it, i), joined.data(), width);
-            if (ctx) string_at(it, i)[width - 1] = mask;
+        const auto flipped = [=](qvo_seq_iterator_h it, size_t i, size_t k) {
+            std::string bytes = literal_bytes(it->opd[0], k);
+            for (char& byte : bytes) byte = static_cast<char>(byte ^ (ctx ? mask : 3));
+            literal_put_bytes(it, i, bytes);
+        };
+        check_unary(ctx ? unary_member<t_string>(WITH_FUNC(qvo_seq_func_ctx_char, flip_char_ctx, &mask))
+                        : unary_member<t_string>(WITH_FUNC(qvo_seq_func_char, flip_char)),
+                    draw_strings, flipped);
+        const auto joined = [=](qvo_seq_iterator_h it, size_t i) {
+            std::string bytes = literal_bytes(it->opd[0]).substr(0, 2) + literal_bytes(it->opd[1]).substr(0, 3);
+            if (ctx) bytes.back() = mask;
+            literal_put_bytes(it, i, bytes);
         };
         check_binary(ctx ? binary_member(WITH_FUNC2(qvo_seq_func2_ctx_char, halves_ctx, &mask), QVO_DD_CHAR, width)
                          : binary_member(WITH_FUNC2(qvo_seq_func2_char, halves), QVO_DD_CHAR, width),
-                     draw_strings, draw_strings, element);
+                     draw_strings, draw_strings, joined);
     }
     Source a(t_char{}, {{"a"}}, {}, 2), b(t_char{}, {{"b"}}, {}, 3);
-    Record it;
-    EXPECT_EQ(qvo_seq_func2_char(it.get(), a.get(), b.get(), halves), QVO_E_ILLEGAL_TYPE);
-    EXPECT_EQ(qvo_seq_func2_ctx_char(it.get(), a.get(), b.get(), halves_ctx, nullptr), QVO_E_ILLEGAL_TYPE);
+    expect_refused(QVO_E_ILLEGAL_TYPE, qvo_seq_func2_char, a.get(), b.get(), halves);
+    expect_refused(QVO_E_ILLEGAL_TYPE, qvo_seq_func2_ctx_char, a.get(), b.get(), halves_ctx, nullptr);
     EXPECT_TRUE(a->bounded == 0 && b->bounded == 0);
 }
 

@@ -2,21 +2,10 @@
 // two.
 #include <cfloat>
 
-#include "support/protocol.h"
+#include "support/number.h"
 
 namespace test {
 namespace {
-
-__extension__ typedef __int128 wide_int;
-__extension__ typedef unsigned __int128 wide_uint;
-
-/// The number that the low bits of `value` stand for in an integer of type To.
-template <class To> To low_bits(wide_int value) {
-    const wide_int modulus = wide_int{1} << (8 * sizeof(To));
-    wide_int low = static_cast<wide_int>(static_cast<wide_uint>(value) & static_cast<wide_uint>(modulus - 1));
-    if (std::is_signed_v<To> && low >= modulus / 2) low -= modulus;
-    return static_cast<To>(low);
-}
 
 /// Towards zero; what lies outside of `bits` bits, signed, is the lowest number there.
 wide_int truncated(long double value, unsigned bits) {
@@ -30,12 +19,13 @@ template <class From, class To> To model(From value) {
     if constexpr (std::is_floating_point_v<To>) {
         return static_cast<To>(static_cast<long double>(value));  // which holds any of the sources exactly
     } else if constexpr (std::is_integral_v<From>) {
-        return low_bits<To>(value);
+        return static_cast<To>(value);
     } else {
         const long double v = value, half = 0x1p63L;
-        if (std::is_same_v<To, uint64_t> && v >= half) return low_bits<To>(truncated(v - half, 64) | wide_int{1} << 63);
+        if (std::is_same_v<To, uint64_t> && v >= half)
+            return static_cast<To>(truncated(v - half, 64) | wide_int{1} << 63);
         const bool by_32_bits = sizeof(To) < 4 || std::is_same_v<To, int32_t>;
-        return low_bits<To>(truncated(v, by_32_bits ? 32 : 64));
+        return static_cast<To>(truncated(v, by_32_bits ? 32 : 64));
     }
 }
 
@@ -123,22 +113,16 @@ void check_pair(const From& from, const char* name, ConstructUnary construct, qv
     }
 QVO_SEQ_FOR_FIXED_TYPES(TEST_FROM)
 
-template <class T, class R> void check_case(ConstructUnary construct, const Items<T>& from, const Items<R>& to) {
-    check_items<R>(applied<T, R>(construct, from), to);
-}
-
 TEST(Convert, WorkedCases) {
-    const double nan = std::numeric_limits<double>::quiet_NaN(), inf = std::numeric_limits<double>::infinity();
-    check_case<t_double, t_int4>(qvo_seq_double_to_int4, {{3.9, 200}, {-3.9}, {1e10}, {nan}},
-                                 {{3, 200}, {-3}, {INT32_MIN}, {INT32_MIN}});
-    check_case<t_int4, t_int1>(qvo_seq_int4_to_int1, {{300, 255}}, {{44, 255}});
-    check_case<t_int1, t_uint4>(qvo_seq_uint4_from_int1, {{-1}}, {{4294967295U}});
-    check_case<t_double, t_uint1>(qvo_seq_double_to_uint1, {{300.7}, {nan}, {-1.5}}, {{44}, {0}, {255}});
-    check_case<t_double, t_uint4>(qvo_seq_double_to_uint4, {{-1}, {1e10}}, {{4294967295U}, {1410065408}});
-    check_case<t_double, t_uint8>(qvo_seq_double_to_uint8, {{-1}, {nan}, {0x1.8p63}, {0x1p64}, {inf}, {-inf}},
-                                  {{~0ULL}, {1ULL << 63}, {3ULL << 62}, {1ULL << 63}, {1ULL << 63}, {1ULL << 63}});
+    check_items<t_int4>(applied<t_double, t_int4>(qvo_seq_double_to_int4, {{3.9, 200}, {-3.9}, {1e10}, {NAN}}),
+                        {{3, 200}, {-3}, {INT32_MIN}, {INT32_MIN}});
+    check_items<t_uint1>(applied<t_double, t_uint1>(qvo_seq_double_to_uint1, {{300.7}, {NAN}, {-1.5}}),
+                         {{44}, {0}, {255}});
+    check_items<t_uint8>(applied<t_double, t_uint8>(qvo_seq_double_to_uint8, {{-1}, {NAN}, {0x1.8p63}, {0x1p64}}),
+                         {{~0ULL}, {1ULL << 63}, {3ULL << 62}, {1ULL << 63}});
     // One rounding: by way of a double this would fall on the middle between two floats, and to the even one below.
-    check_case<t_uint8, t_float>(qvo_seq_uint8_to_float, {{(1ULL << 63) + (1ULL << 39) + 1}}, {{0x1p63F + 0x1p40F}});
+    check_items<t_float>(applied<t_uint8, t_float>(qvo_seq_uint8_to_float, {{(1ULL << 63) + (1ULL << 39) + 1}}),
+                         {{0x1p63F + 0x1p40F}});
 }
 
 }  // namespace

@@ -12,15 +12,13 @@ class Series {
                     bool loads = false, size_t fail_at_sequence = SIZE_MAX)
         : sequences_(std::move(sequences)), loads_(loads), fail_at_sequence_(fail_at_sequence) {
         std::memset(static_cast<void*>(&meta_), 0xb6, sizeof meta_);
-        meta_.user_data = this;
+        meta_.user_data = meta_.iterator.buf = this;
         meta_.first = [](qvo_seq_meta_iterator_h meta) { return static_cast<Series*>(meta->user_data)->move(0); };
         meta_.next = [](qvo_seq_meta_iterator_h meta) {
             Series* const s = static_cast<Series*>(meta->user_data);
             const QVO_RET rc = s->move(s->sequence_ + 1);
-            if (rc == QVO_S_OK && s->loads_) s->load();
-            return rc;
+            return rc == QVO_S_OK && s->loads_ ? s->load(), rc : rc;
         };
-        meta_.iterator.buf = this;
         meta_.iterator.next = [](qvo_seq_iterator_h it) { return static_cast<Series*>(it->buf)->load(); };
         meta_.iterator.elem_type = type.code;
         meta_.iterator.elem_size = static_cast<uint16_t>(type.width);
@@ -54,9 +52,8 @@ class Series {
 using Constructor = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_meta_iterator_h);
 
 void check_join(const AnyType& type, Constructor construct) {
-    for (unsigned seed = 0; seed < 12 && !testing::Test::HasFailure(); ++seed) {
-        SCOPED_TRACE(type.name + ", seed " + std::to_string(seed));
-        Random random(seed);
+    SCOPED_TRACE(type.name);
+    for_seeds(12, [&](Random& random, unsigned seed) {
         std::vector<std::unique_ptr<Source>> sequences;
         Items<t_char> all;
         for (unsigned n = seed == 0 ? 0 : random.between(1, 6); n != 0; --n) {
@@ -79,22 +76,20 @@ void check_join(const AnyType& type, Constructor construct) {
             ASSERT_EQ(it->reset(it.get()), QVO_S_OK);
             EXPECT_TRUE(it->tile_size == 0 && it->next_seq_no == 0);
         }
-    }
+    });
 }
 
 #define TEST_MEMBER(type) check_join(any_type<t_##type>(), qvo_seq_join_##type);
 
 TEST(Join, AllSequencesInFullTiles) { QVO_SEQ_FOR_FIXED_TYPES(TEST_MEMBER) TEST_MEMBER(char) }
 
-template <class T>
-std::vector<std::unique_ptr<Source>> sequences_of(const std::vector<size_t>& sizes, size_t failing = SIZE_MAX,
-                                                  QVO_RET code = 4711) {
-    std::vector<std::unique_ptr<Source>> sequences;
-    for (const size_t n : sizes) {
-        const Script script{{}, sequences.size() == failing ? 0 : SIZE_MAX, code};
-        sequences.push_back(std::make_unique<Source>(T{}, Items<T>(n, {7, 2}), script));
-    }
-    return sequences;
+std::vector<std::unique_ptr<Source>> sequences_of(const AnyType& type, const std::vector<size_t>& sizes,
+                                                  size_t failing = SIZE_MAX, QVO_RET code = 4711) {
+    std::vector<std::unique_ptr<Source>> all;
+    for (const size_t n : sizes)
+        all.push_back(type.operand(Items<t_char>(n, {std::string(type.width, 'x'), 2}))(
+            {{}, all.size() == failing ? 0 : SIZE_MAX, code}));
+    return all;
 }
 
 TEST(Join, FailuresPassThrough) {
@@ -112,7 +107,8 @@ TEST(Join, FailuresPassThrough) {
         {SIZE_MAX, SIZE_MAX, {QVO_S_OK, QVO_S_OK, QVO_S_CURSOR_END, QVO_S_CURSOR_END}, 1800},
     };
     for (const auto& c : cases) {
-        Series series(sequences_of<t_int4>({500, 400}, c.at_tile_of), any_type<t_int4>(), false, c.at_sequence);
+        Series series(sequences_of(any_type<t_int4>(), {500, 400}, c.at_tile_of), any_type<t_int4>(), false,
+                      c.at_sequence);
         Record it;
         ASSERT_EQ(qvo_seq_join_int4(it.get(), series.get()), QVO_S_OK);
         for (const QVO_RET code : c.codes) EXPECT_EQ(it->next(it.get()), code);
@@ -122,12 +118,12 @@ TEST(Join, FailuresPassThrough) {
 }
 
 TEST(Join, StopsOnBrokenTiles) {
-    Series empty(sequences_of<t_int4>({3}, 0, QVO_S_OK));
+    Series empty(sequences_of(any_type<t_int4>(), {3}, 0, QVO_S_OK));
     Record it;
     ASSERT_EQ(qvo_seq_join_int4(it.get(), empty.get()), QVO_S_OK);
     EXPECT_TRUE(catch_stop([&] { it->next(it.get()); }).stopped) << "success with an empty tile";
     // Sequences of a narrower type, whose tiles hold more elements than can be read at this width.
-    Series narrow(sequences_of<t_int1>({2000}), any_type<t_int1>());
+    Series narrow(sequences_of(any_type<t_int1>(), {2000}), any_type<t_int1>());
     ASSERT_EQ(qvo_seq_join_int8(it.get(), narrow.get()), QVO_S_OK);
     EXPECT_TRUE(catch_stop([&] { it->next(it.get()); }).stopped);
 }

@@ -1,6 +1,4 @@
 // Text literals read as sequences.
-#include <optional>
-
 #include "support/protocol.h"
 
 namespace test {
@@ -105,37 +103,37 @@ TEST(Parse, WorkedCases) {
     };
     for (const auto& [text, expected] : cases) EXPECT_EQ(values_of<t_int4>(qvo_seq_parse_int4, text), expected) << text;
     EXPECT_EQ(values_of<t_uint1>(qvo_seq_parse_uint1, "{300,-1}").first, (std::vector<qvo_uint1>{44, 255}));
-    EXPECT_EQ(values_of<t_int1>(qvo_seq_parse_int1, "{1,257,-255}").first, std::vector<qvo_int1>{1})
-        << "after narrowing";
+    EXPECT_EQ(values_of<t_int1>(qvo_seq_parse_int1, "{1,257,-255}").first, std::vector<qvo_int1>{1}) << "one run";
     EXPECT_EQ(values_of<t_float>(qvo_seq_parse_float, "{0x1p-2,1e300,.1}").first,
               (std::vector<qvo_float>{0.25F, HUGE_VALF, 0.1F}));
 }
 
+std::string digits(Random& random, unsigned least, unsigned most) {
+    return random_text(random, "0123456789", least, most);
+}
+
+template <class T, class V> void check_scan(ParseNumbers construct, const std::string& number, const char* format, V) {
+    V value{};
+    ASSERT_EQ(std::sscanf(number.c_str(), format, &value), 1);
+    ASSERT_TRUE(same_value<V>(values_of<T>(construct, number).first.at(0), value)) << number;
+}
+
 TEST(Parse, NumbersAreWhatTheScannerReads) {
     Random random(1);
-    for (int round = 0; round < 20000; ++round) {
-        std::string number = random.chance(30) ? "-" : "";
-        for (unsigned n = random.between(1, 20); n != 0; --n) number += static_cast<char>('0' + random.below(10));
-        long long integer = 0;
-        ASSERT_EQ(std::sscanf(number.c_str(), "%lli", &integer), 1);
-        ASSERT_EQ(values_of<t_int8>(qvo_seq_parse_int8, number).first.at(0), integer) << number;
-        int narrow = 0;
-        ASSERT_EQ(std::sscanf(number.c_str(), "%i", &narrow), 1);
-        ASSERT_EQ(values_of<t_int4>(qvo_seq_parse_int4, number).first.at(0), narrow) << number;
+    for (int round = 0; round < 20000 && !HasFailure(); ++round) {
+        std::string number = (random.chance(30) ? "-" : "") + digits(random, 1, 20);
+        check_scan<t_int8>(qvo_seq_parse_int8, number, "%lli", 0LL);
+        check_scan<t_int4>(qvo_seq_parse_int4, number, "%i", 0);
         if (random.chance(80)) number += '.';
-        for (unsigned n = random.below(20); n != 0; --n) number += static_cast<char>('0' + random.below(10));
-        double floating = 0;
-        ASSERT_EQ(std::sscanf(number.c_str(), "%lf", &floating), 1);
-        ASSERT_TRUE(same_value(values_of<t_double>(qvo_seq_parse_double, number).first.at(0), floating)) << number;
+        check_scan<t_double>(qvo_seq_parse_double, number + digits(random, 0, 19), "%lf", 0.0);
     }
 }
 
 TEST(Parse, OnlyTheLastRunByteIsWritten_deliberate) {
     Record it;
-    std::memset(&it->tile, 9, sizeof it->tile);
     ASSERT_EQ(qvo_seq_parse_int4(it.get(), "{1,1,1,2,2}"), QVO_S_OK);
     ASSERT_EQ(it->next(it.get()), QVO_S_OK);
-    check_items<t_int4>(tile_items<t_int4>(it.it), {{1, 9}, {2, 2}});
+    check_items<t_int4>(tile_items<t_int4>(it.it), {{1, 0xa5}, {2, 2}});
     EXPECT_EQ(it->next_seq_no, 2U) << "elements, not positions";
 }
 
@@ -157,14 +155,11 @@ TEST(Parse, ABadTokenBehindAFullTileFailsTheCall_deliberate) {
 TEST(Parse, NumbersOfAnyLength) {
     // Longer than any piece that might be looked at alone; the exponent at the end decides the value.
     const std::string rest = ",7" + std::string(9000, ' ') + "8";
-    static constexpr size_t lengths[] = {20, 45, 46,   47,   48,   49,   50,   60,   63,  64,
-                                         65, 70, 4070, 4079, 4080, 4081, 4095, 4096, 8000};
-    for (const size_t length : lengths) {
-        const std::string number = std::string(length - 9, '0') + "12.5e+03" + "9";
-        const auto [values, rc] = values_of<t_double>(qvo_seq_parse_double, number + rest);
-        EXPECT_EQ(rc, QVO_S_CURSOR_END);
-        EXPECT_EQ(values, (std::vector<double>{12.5e39, 7, 8})) << length;
-        const std::string blank(length, '\t');
+    for (const size_t length :
+         {20, 45, 46, 47, 48, 49, 50, 60, 63, 64, 65, 70, 4070, 4079, 4080, 4081, 4095, 4096, 8000}) {
+        const std::string number = std::string(length - 9, '0') + "12.5e+03" + "9", blank(length, '\t');
+        EXPECT_EQ(values_of<t_double>(qvo_seq_parse_double, number + rest),
+                  std::pair(std::vector<double>{12.5e39, 7, 8}, QVO_RET{QVO_S_CURSOR_END}));
         EXPECT_EQ(values_of<t_int4>(qvo_seq_parse_int4, blank + "0x7ffffffe" + rest).first,
                   (std::vector<qvo_int4>{0x7ffffffe, 7, 8}));
         EXPECT_EQ(values_of<t_int4>(qvo_seq_parse_int4, blank + "x" + rest).second, QVO_E_ILLEGAL_PARAM);
@@ -173,105 +168,97 @@ TEST(Parse, NumbersOfAnyLength) {
 
 // ---- Strings ----------------------------------------------------------------------------------------------------
 
-using String = std::optional<std::string>;
+/// How a call ends, as the expected results have it.
+const char* ending(QVO_RET rc) { return rc == QVO_S_CURSOR_END ? "end" : rc == QVO_E_ILLEGAL_PARAM ? "bad" : "?"; }
 
-struct Strings {
-    std::vector<String> strings;
-    QVO_RET rc;
-    std::vector<size_t> tile_sizes;
-};
-
-Strings strings_of(const std::string& literal, int width) {
+/// All strings of a text, each between bars, with ~ for zero bytes, and how it ends; and the sizes of the tiles.
+std::string strings_of(const std::string& literal, int width, std::vector<size_t>* tile_sizes = nullptr) {
     const Text text = text_of(literal);
     Record it;
     EXPECT_EQ(qvo_seq_parse_char(it.get(), text.data(), width), QVO_S_OK);
     EXPECT_EQ(it->elem_size, width);
-    Strings all;
+    std::string all;
     uint64_t elements = 0;
-    while ((all.rc = it->next(it.get())) == QVO_S_OK) {
-        all.tile_sizes.push_back(it->tile_size);
-        elements += it->tile_size;
+    QVO_RET rc;
+    while ((rc = it->next(it.get())) == QVO_S_OK) {
+        if (tile_sizes != nullptr) tile_sizes->push_back(it->tile_size);
         for (size_t i = 0; i < it->tile_size; ++i)
-            if ((it->tile.null_bitmap[i / 64] >> i % 64 & 1) != 0)
-                all.strings.push_back(std::nullopt);
-            else
-                all.strings.push_back(std::string(it->tile.u.arr_char + i * it->elem_size, it->elem_size));
-        EXPECT_EQ(it->next_seq_no, elements);
+            all += ((it->tile.null_bitmap[i / 64] >> i % 64 & 1) != 0 ? "NULL" : literal_bytes(it.get(), i)) + "|";
+        EXPECT_EQ(it->next_seq_no, elements += it->tile_size);
     }
-    EXPECT_TRUE(all.rc != QVO_S_CURSOR_END || (it->tile_size == 0 && !qvo_seq_contains_nulls(it.get())));
-    return all;
+    EXPECT_TRUE(rc != QVO_S_CURSOR_END || (it->tile_size == 0 && !qvo_seq_contains_nulls(it.get())));
+    std::replace(all.begin(), all.end(), '\0', '~');
+    return all + ending(rc);
 }
 
 TEST(ParseChar, WorkedCases) {
-    const String null;
-    const std::string zero(1, '\0');
-    EXPECT_EQ(strings_of("{'ab',null,'c\\td'}", 3).strings, (std::vector<String>{{"ab" + zero}, null, {"c\td"}}));
-    EXPECT_EQ(strings_of("{a,b}", 2).strings, (std::vector<String>{{"a" + zero}, {"b}"}})) << "a brace is a character";
-    EXPECT_EQ(strings_of("'a' ,\"b\"c\\,\\0,d", 3).strings,
-              (std::vector<String>{
-                  {"a" + zero + zero}, {zero + zero + zero}, {"b" + zero + zero}, {"c," + zero}, {"d" + zero + zero}}))
-        << "what follows a quote is the next value";
-    EXPECT_EQ(strings_of("nullx, null", 4).strings, (std::vector<String>{null, {"x" + zero + zero + zero}, {"null"}}));
-    EXPECT_EQ(strings_of("{\t'\\'\\n\\\\',}'z'", 3).strings, std::vector<String>{{"'\n\\"}});
-    EXPECT_EQ(strings_of("{'','','abc',d}", 0).strings,
-              (std::vector<String>{{zero + zero + zero}, {zero + zero + zero}, {"abc"}, {"d}" + zero}}))
-        << "the first string that is not empty gives the width";
-    for (const char* bad : {"{abc}", "'abc'", "'ab", "\"ab'", "'a\\", "a\\", "a,'\\'"}) {
-        EXPECT_EQ(strings_of(bad, 2).rc, QVO_E_ILLEGAL_PARAM) << bad;
-        EXPECT_TRUE(strings_of(bad, 2).strings.empty()) << bad;
-    }
-    EXPECT_EQ(strings_of("{null}", 0).rc, QVO_E_ILLEGAL_PARAM);
-    EXPECT_EQ(strings_of("{'',null,'a'}", 0).rc, QVO_E_ILLEGAL_PARAM);
-    EXPECT_EQ(strings_of("{'a','bc'}", 0).rc, QVO_E_ILLEGAL_PARAM);
-    EXPECT_EQ(strings_of("", 5).rc, QVO_S_CURSOR_END);
+    const struct {
+        const char* text;
+        int width;
+        const char* expected;
+    } cases[] = {
+        {"{'ab',null,'c\\td'}", 3, "ab~|NULL|c\td|end"},
+        {"{a,b}", 2, "a~|b}|end"},                              // a brace is a character
+        {"'a' ,\"b\"c\\,\\0,d", 3, "a~~|~~~|b~~|c,~|d~~|end"},  // what follows a quote is the next value
+        {"nullx, null", 4, "NULL|x~~~|null|end"},
+        {"{\t'\\'\\n\\\\',}'z'", 3, "'\n\\|end"},
+        {"{'','','abc',d}", 0, "~~~|~~~|abc|d}~|end"},  // the first string that is not empty gives the width
+        {"{abc}", 2, "bad"},
+        {"'abc'", 2, "bad"},
+        {"'ab", 2, "bad"},
+        {"\"ab'", 2, "bad"},
+        {"'a\\", 2, "bad"},
+        {"a\\", 2, "bad"},
+        {"a,'\\'", 2, "bad"},
+        {"{null}", 0, "bad"},
+        {"{'',null,'a'}", 0, "bad"},
+        {"{'a','bc'}", 0, "bad"},
+        {"", 5, "end"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(strings_of(c.text, c.width), c.expected) << c.text;
 }
 
 TEST(ParseChar, WidthsAndTileSizes) {
+    const auto tiles = [](const std::string& literal, int width) {
+        std::vector<size_t> sizes;
+        strings_of(literal, width, &sizes);
+        return sizes;
+    };
     std::string literal;
     for (int i = 0; i < 300; ++i) literal += i % 3 == 0 ? "null," : "'x',";
-    EXPECT_EQ(strings_of(literal, 1).tile_sizes, (std::vector<size_t>{128, 128, 44}));
-    EXPECT_EQ(strings_of(literal, 200).tile_sizes.front(), 20U);
-    EXPECT_EQ(strings_of("a,b", 4095).tile_sizes, (std::vector<size_t>{1, 1}));
-    EXPECT_EQ(strings_of("'','','','" + std::string(2000, 'x') + "','y'", 0).tile_sizes, (std::vector<size_t>{3, 2}))
+    EXPECT_EQ(tiles(literal, 1), (std::vector<size_t>{128, 128, 44}));
+    EXPECT_EQ(tiles(literal, 200).front(), 20U);
+    EXPECT_EQ(tiles("a,b", 4095), (std::vector<size_t>{1, 1}));
+    EXPECT_EQ(tiles("'','','','" + std::string(2000, 'x') + "','y'", 0), (std::vector<size_t>{3, 2}))
         << "a width that the tile's empty strings cannot take starts the next tile";
-    EXPECT_EQ(strings_of(std::string(4095, 'x'), 0).strings[0], std::string(4095, 'x'));
-    EXPECT_EQ(strings_of(std::string(4096, 'x'), 0).rc, QVO_E_ILLEGAL_PARAM);
-    Record it;
-    const qvo_seq_iterator_t before = it.it;
-    for (const int width : {-1, 4096}) EXPECT_EQ(qvo_seq_parse_char(it.get(), "{a}", width), QVO_E_ILLEGAL_PARAM);
-    EXPECT_EQ(std::memcmp(&before, &it.it, sizeof before), 0);
+    EXPECT_EQ(strings_of(std::string(4095, 'x'), 0), std::string(4095, 'x') + "|end");
+    EXPECT_EQ(strings_of(std::string(4096, 'x'), 0), "bad");
+    for (const int width : {-1, 4096}) expect_refused(QVO_E_ILLEGAL_PARAM, qvo_seq_parse_char, "{a}", width);
 }
 
 TEST(ParseChar, RandomStrings) {
-    for (unsigned seed = 0; seed < 20; ++seed) {
-        Random random(seed);
+    for_seeds(20, [](Random& random, unsigned) {
         const size_t width = random.between(1, 60);
-        std::string literal = "{";
-        std::vector<String> expected;
+        std::string literal = "{", expected;
         for (unsigned n = random.below(400); n != 0; --n) {
-            expected.push_back(std::nullopt);
             if (random.chance(15)) {
-                literal += "null,";
+                literal += "null,", expected += "NULL|";
                 continue;
             }
-            std::string s;
-            const char* const quote = random.chance(50) ? "'" : "\"";
+            const char quote = random.chance(50) ? '\'' : '"';
             literal += quote;
-            for (size_t k = random.below(static_cast<unsigned>(width) + 1); k != 0; --k) {
+            const size_t length = random.below(static_cast<unsigned>(width) + 1);
+            for (size_t k = 0; k < length; ++k) {
                 const size_t c = random.below(12);
-                s += "ab,{}\"'\\ \n\t\0"[c];
-                if (c >= 9 || s.back() == *quote || s.back() == '\\') literal += '\\';
+                expected += "ab,{}\"'\\ \n\t~"[c];
+                if (c >= 9 || expected.back() == quote || expected.back() == '\\') literal += '\\';
                 literal += "ab,{}\"'\\ nt0"[c];
             }
-            literal += std::string(quote) + ",";
-            s.resize(width);
-            expected.back() = s;
+            literal += std::string(1, quote) + ",";
+            expected += std::string(width - length, '~') + "|";
         }
-        EXPECT_EQ(strings_of(literal + "}", static_cast<int>(width)).strings, expected) << "seed " << seed;
-    }
-}
-
-TEST(ParseChar, Protocol) {
+        EXPECT_EQ(strings_of(literal + "}", static_cast<int>(width)), expected + "end");
+    });
     check_protocol(parser_member(
         "qvo_seq_parse_char", [](qvo_seq_iterator_h it) { return qvo_seq_parse_char(it, "{a,b", 2); },
         qvo_seq_parse_char_next, QVO_DD_CHAR, 2));
@@ -279,49 +266,43 @@ TEST(ParseChar, Protocol) {
 
 // ---- Custom elements --------------------------------------------------------------------------------------------
 
-std::vector<std::string> tokens;
+std::string tokens;
 
 int parse_length(const char* token, qvo_seq_tile_t* tile, int index) {
-    tokens.push_back(token);
+    tokens += std::string(token) + "|";
     tile->u.arr_int2[index] = static_cast<qvo_int2>(std::strlen(token));
     return std::strcmp(token, "bad") != 0;
 }
 
+QVO_RET construct_lengths(qvo_seq_iterator_h it, char* text) {
+    return qvo_seq_custom_parse(it, text, QVO_DD_INT2, 2, parse_length);
+}
+
 TEST(CustomParse, WorkedCases) {
-    const struct {
-        const char* text;
-        std::vector<std::string> tokens;
-        QVO_RET rc;
-    } cases[] = {
-        {"{a,bc,def}", {"a", "bc", "def"}, QVO_S_CURSOR_END},
-        {"a,bc", {"a", "bc"}, QVO_S_CURSOR_END},
-        {"", {}, QVO_S_CURSOR_END},
-        {"{}", {}, QVO_S_CURSOR_END},
-        {"{a,}b,c", {"a"}, QVO_S_CURSOR_END},
-        {"{a}b", {"a", "b"}, QVO_S_CURSOR_END},
-        {",,a", {"", "", "a"}, QVO_S_CURSOR_END},
-        {"{a,bad,c}", {"a", "bad"}, QVO_E_ILLEGAL_PARAM},
+    const std::pair<const char*, const char*> cases[] = {
+        {"{a,bc,def}", "a|bc|def|end"}, {"a,bc", "a|bc|end"}, {"", "end"},        {"{}", "end"},
+        {"{a,}b,c", "a|end"},           {"{a}b", "a|b|end"},  {",,a", "||a|end"}, {"{a,bad,c}", "a|bad|bad"},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.text);
-        Text text = text_of(c.text);
+    for (const auto& [literal, expected] : cases) {
+        SCOPED_TRACE(literal);
+        Text text = text_of(literal);
         Record it;
-        ASSERT_EQ(qvo_seq_custom_parse(it.get(), text.data(), QVO_DD_INT2, 2, parse_length), QVO_S_OK);
+        ASSERT_EQ(construct_lengths(it.get(), text.data()), QVO_S_OK);
         const qvo_seq_iterator_t before = it.it;
         for (int repeat = 0; repeat < 2; ++repeat) {
             tokens.clear();
-            Items<t_int2> expected;
-            for (const std::string& token : c.tokens) expected.push_back({static_cast<qvo_int2>(token.size()), 1});
             QVO_RET rc = it->next(it.get());
             if (rc == QVO_S_OK) {
-                check_items<t_int2>(tile_items<t_int2>(it.it), expected);
-                EXPECT_EQ(it->next_seq_no, expected.size());
+                Items<t_int2> lengths;
+                for (size_t at = 0, bar; (bar = tokens.find('|', at)) != std::string::npos; at = bar + 1)
+                    lengths.push_back({static_cast<qvo_int2>(bar - at), 1});
+                check_items<t_int2>(tile_items<t_int2>(it.it), lengths);
+                EXPECT_EQ(it->next_seq_no, lengths.size());
                 rc = it->next(it.get());
                 EXPECT_EQ(it->tile_size, 0);
             }
-            EXPECT_EQ(rc, c.rc);
-            EXPECT_EQ(tokens, c.tokens);
-            EXPECT_STREQ(text.data(), c.text) << "the text is put back";
+            EXPECT_EQ(tokens + ending(rc), expected);
+            EXPECT_STREQ(text.data(), literal) << "the text is put back";
             ASSERT_EQ(it->reset(it.get()), QVO_S_OK);
             EXPECT_EQ(std::memcmp(before.context, it->context, sizeof before.context), 0);
         }
@@ -331,21 +312,20 @@ TEST(CustomParse, WorkedCases) {
 TEST(CustomParse, TilesAndProtocol) {
     static char text[] = "{abc,d,ef}";
     check_protocol(parser_member(
-        "qvo_seq_custom_parse",
-        [](qvo_seq_iterator_h it) { return qvo_seq_custom_parse(it, text, QVO_DD_INT2, 2, parse_length); },
+        "qvo_seq_custom_parse", [](qvo_seq_iterator_h it) { return construct_lengths(it, text); },
         qvo_seq_custom_parse_next, QVO_DD_INT2, 2, qvo_seq_reset_custom_parse_iterator));
 
     std::string literal;
     for (int i = 0; i < 1400; ++i) literal += "x,";
     Text many = text_of(literal);
     Record it;
-    ASSERT_EQ(qvo_seq_custom_parse(it.get(), many.data(), QVO_DD_INT2, 2, parse_length), QVO_S_OK);
+    ASSERT_EQ(construct_lengths(it.get(), many.data()), QVO_S_OK);
     for (const size_t n : {size_t{1365}, size_t{35}}) {
         ASSERT_EQ(it->next(it.get()), QVO_S_OK);
         check_items<t_int2>(tile_items<t_int2>(it.it), Items<t_int2>(n, {1, 1}));
     }
     EXPECT_EQ(it->next(it.get()), QVO_S_CURSOR_END);
-    EXPECT_EQ(qvo_seq_custom_parse(it.get(), many.data(), 99, 4096, parse_length), QVO_E_ILLEGAL_PARAM);
+    expect_refused(QVO_E_ILLEGAL_PARAM, qvo_seq_custom_parse, many.data(), 99, 4096, parse_length);
 }
 
 }  // namespace
