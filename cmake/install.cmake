@@ -1,4 +1,4 @@
-# What is installed: headers, libraries, documents, the CMake package and a pkg-config file for each library. The tree may be moved.
+# What is installed: headers, libraries, documents, manual pages, the CMake package and a pkg-config file for each library. The tree may be moved.
 include(CMakePackageConfigHelpers)
 
 set(libraries qvoseq)
@@ -17,6 +17,12 @@ install(FILES ${headers} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT Devel
 
 install(FILES README.md CHANGELOG.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Development)
 install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT Development)
+configure_file(cmake/man/qvoseq.7.in qvoseq.7 @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/qvoseq.7 DESTINATION ${CMAKE_INSTALL_MANDIR}/man7 COMPONENT Development)
+if(QVOSEQ_BUILD_SQLITE)
+  configure_file(cmake/man/qvosqlite.7.in qvosqlite.7 @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/qvosqlite.7 DESTINATION ${CMAKE_INSTALL_MANDIR}/man7 COMPONENT SQLite)
+endif()
 
 install(EXPORT qvoseqTargets NAMESPACE qvoseq:: DESTINATION ${package_dir} COMPONENT Development)
 configure_package_config_file(cmake/qvoseqConfig.cmake.in qvoseqConfig.cmake INSTALL_DESTINATION ${package_dir}

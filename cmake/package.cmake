@@ -3,7 +3,11 @@
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME qvoseq)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
-set(CPACK_PACKAGE_CONTACT "the qvoseq authors <qvoseq@localhost>")
+# The form that Debian asks for. The project has no mailbox, and a name below .invalid never leads to a stranger's: who
+# publishes packages sets CPACK_PACKAGE_CONTACT to an address of their own.
+if(NOT CPACK_PACKAGE_CONTACT)
+  set(CPACK_PACKAGE_CONTACT "qvoseq maintainers <maintainers@qvoseq.invalid>")
+endif()
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Sequences as values")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
