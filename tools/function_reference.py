@@ -8,12 +8,16 @@ ends in the result as a comment, which tests/docs/sql_page.py runs as it stands.
     function_reference.py check LIBRARY PAGE     fail if the page is not what the catalog gives
 """
 import itertools
+import os
 import re
 import sys
 import textwrap
 
 import catalog
 import pages
+
+sys.path.append(os.path.join(os.path.dirname(__file__), "..", "hosts", "python", "qvoseq"))
+from _words import SEQUENCES  # noqa: E402
 
 WIDTH = 120
 INTRODUCTION = """# Functions
@@ -38,16 +42,6 @@ What holds for all of them, unless an entry says otherwise:
 - Brackets enclose what may be left out. Positions count from 0. Texts name other functions without `seq_`.
 """
 
-SEQUENCES = {
-    "": "a sequence",
-    "number": "a sequence of numbers",
-    "number or timestamp": "a sequence of numbers or timestamps",
-    "float or double": "a sequence of float or double",
-    "integer": "a sequence of integers",
-    "boolean": "a sequence of boolean",
-    "timestamp": "a sequence of timestamps",
-    "char": "a sequence of text",
-}
 OTHERS = {"scalar": "a number or a text", "real": "a number", "text": "text", "bytes": "a blob", "anything": "any value"}
 
 

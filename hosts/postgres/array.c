@@ -32,41 +32,23 @@ static void refuse_null(int i) {
                     errhint("coalesce replaces it.")));
 }
 
+/* What the elements of arrays are as values. */
+static const struct {
+    Oid element;
+    qvo_type_t type;
+    unsigned width;
+} element_types[] = {
+    {BOOLOID, QVO_TYPE_BOOLEAN, sizeof(bool)},     {INT2OID, QVO_TYPE_INT2, sizeof(int16)},
+    {INT4OID, QVO_TYPE_INT4, sizeof(int32)},       {INT8OID, QVO_TYPE_INT8, sizeof(int64)},
+    {FLOAT4OID, QVO_TYPE_FLOAT, sizeof(float4)},   {FLOAT8OID, QVO_TYPE_DOUBLE, sizeof(float8)},
+    {NUMERICOID, QVO_TYPE_DOUBLE, sizeof(float8)}, {TIMESTAMPTZOID, QVO_TYPE_TIMESTAMP, sizeof(int64)},
+};
+
 static Values values_for(Oid element, int count) {
-    Values values = {.count = count};
-    switch (element) {
-        case BOOLOID:
-            values.type = QVO_TYPE_BOOLEAN;
-            values.width = sizeof(bool);
-            break;
-        case INT2OID:
-            values.type = QVO_TYPE_INT2;
-            values.width = sizeof(int16);
-            break;
-        case INT4OID:
-            values.type = QVO_TYPE_INT4;
-            values.width = sizeof(int32);
-            break;
-        case INT8OID:
-            values.type = QVO_TYPE_INT8;
-            values.width = sizeof(int64);
-            break;
-        case FLOAT4OID:
-            values.type = QVO_TYPE_FLOAT;
-            values.width = sizeof(float4);
-            break;
-        case FLOAT8OID:
-        case NUMERICOID:
-            values.type = QVO_TYPE_DOUBLE;
-            values.width = sizeof(float8);
-            break;
-        case TIMESTAMPTZOID:
-            values.type = QVO_TYPE_TIMESTAMP;
-            values.width = sizeof(int64);
-            break;
-        default:
-            elog(ERROR, "arrays of %s are no sequences", format_type_be(element));
-    }
+    size_t i = 0;
+    while (i < lengthof(element_types) && element_types[i].element != element) ++i;
+    if (i == lengthof(element_types)) elog(ERROR, "arrays of %s are no sequences", format_type_be(element));
+    Values values = {.type = element_types[i].type, .width = element_types[i].width, .count = count};
     values.values = palloc0(Max((Size)count * values.width, 1));
     return values;
 }

@@ -238,6 +238,7 @@ class TablesTest(unittest.TestCase):
                     "while True:\n"
                     "    n = db.execute('SELECT count(*) FROM ticks').fetchone()[0]\n"
                     "    t.insert(db, t.ticks(70, n))\n"
+                    "    print(flush=True)\n"
                     "    db.execute('BEGIN')\n"
                     "    db.execute('DELETE FROM ticks WHERE volume % 7 = 0')\n"
                     "    db.execute('UPDATE ticks SET volume = volume + 1')\n"
@@ -245,10 +246,10 @@ class TablesTest(unittest.TestCase):
                     "    db.execute('ROLLBACK')\n")
             found = 0
             for i in range(6):
-                writer = subprocess.Popen(["/usr/bin/python3", "-c", code])
-                time.sleep(0.25 + 0.037 * i)
-                writer.send_signal(signal.SIGKILL)
-                writer.wait()
+                with subprocess.Popen(["/usr/bin/python3", "-c", code], stdout=subprocess.PIPE) as writer:
+                    writer.stdout.readline()
+                    time.sleep(0.037 * i)
+                    writer.send_signal(signal.SIGKILL)
                 db = connect(path, timeout=9)
                 n = db.execute("SELECT count(*) FROM ticks").fetchone()[0]
                 self.assertEqual(n % 70, 0)

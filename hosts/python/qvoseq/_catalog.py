@@ -8,20 +8,11 @@ import textwrap
 from typing import Any, Iterator
 
 from qvoseq import _qvoseq
+from qvoseq._words import SEQUENCES
 
 FUNCTIONS = {function.name: function for function in _qvoseq.catalog()}
 
-# What a parameter takes, in Python's words.
-SEQUENCES = {
-    "": "a sequence",
-    "number": "a sequence of numbers",
-    "number or timestamp": "a sequence of numbers or timestamps",
-    "float or double": "a sequence of float or double",
-    "integer": "a sequence of integers",
-    "boolean": "a sequence of boolean",
-    "timestamp": "a sequence of timestamps",
-    "char": "a sequence of text",
-}
+# What a parameter takes that is no sequence, in Python's words.
 OTHERS = {"scalar": "a number, text or time", "integer": "an integer", "real": "a number", "text": "text"}
 OTHERS |= {"bytes": "bytes", "anything": "any value"}
 

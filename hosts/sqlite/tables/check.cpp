@@ -1,6 +1,7 @@
 // seq_check(table [, schema]): reads everything that a table of chunks keeps, and reports each fault in a row.
 #include <algorithm>
 
+#include "tables/module.h"
 #include "tables/table.h"
 
 namespace qvo::sqlite {
@@ -95,12 +96,23 @@ struct Module : sqlite3_vtab {
 };
 
 struct Cursor : sqlite3_vtab_cursor {
+    explicit Cursor(Module&) : sqlite3_vtab_cursor{} {}
+    void next() { ++at; }
+    bool at_end() const { return at >= faults.size(); }
+    sqlite3_int64 row() const { return static_cast<sqlite3_int64>(at); }
+    void column(sqlite3_context* context, size_t index) const {
+        const Fault& fault = faults[at];
+        const std::string in = table + (fault.tail ? "_tail" : "_chunks");
+        if (index == 0) sqlite3_result_text(context, in.c_str(), -1, SQLITE_TRANSIENT);
+        if (index == 1) sqlite3_result_int64(context, fault.id);
+        if (index == 2) sqlite3_result_text(context, fault.what.c_str(), -1, SQLITE_TRANSIENT);
+    }
+
     std::vector<Fault> faults;
     size_t at = 0;
     std::string table;
 };
-
-Cursor& cursor_of(sqlite3_vtab_cursor* cursor) { return *static_cast<Cursor*>(cursor); }
+using CheckMethods = Methods<Module, Cursor>;
 
 int connect(sqlite3* db, void* data, int, const char* const*, sqlite3_vtab** table, char** message) {
     return guarded(message, [&] {
@@ -113,11 +125,6 @@ int connect(sqlite3* db, void* data, int, const char* const*, sqlite3_vtab** tab
         made->tables = *static_cast<std::shared_ptr<Tables>*>(data);
         *table = made;
     });
-}
-
-int disconnect(sqlite3_vtab* table) {
-    delete static_cast<Module*>(table);
-    return SQLITE_OK;
 }
 
 int best_index(sqlite3_vtab*, sqlite3_index_info* info) {
@@ -138,15 +145,6 @@ int best_index(sqlite3_vtab*, sqlite3_index_info* info) {
     return SQLITE_OK;
 }
 
-int open(sqlite3_vtab* table, sqlite3_vtab_cursor** cursor) {
-    return guarded(&table->zErrMsg, [&] { *cursor = new Cursor{}; });
-}
-
-int close(sqlite3_vtab_cursor* cursor) {
-    delete static_cast<Cursor*>(cursor);
-    return SQLITE_OK;
-}
-
 int filter(sqlite3_vtab_cursor* cursor, int, const char*, int n, sqlite3_value** values) {
     return guarded(&cursor->pVtab->zErrMsg, [&] {
         if (n == 0) fail(SQLITE_ERROR, "seq_check: wrong number of arguments: 0");
@@ -154,47 +152,18 @@ int filter(sqlite3_vtab_cursor* cursor, int, const char*, int n, sqlite3_value**
         Table& table = tables.named("seq_check", values[0], n > 1 ? values[1] : nullptr);
         table.store.check_version();
         table.tail.flush();
-        Cursor& c = cursor_of(cursor);
+        Cursor& c = CheckMethods::of(cursor);
         c.faults = Check(table.store).run();
         c.at = 0;
         c.table = table.store.name();
     });
 }
 
-int next(sqlite3_vtab_cursor* cursor) {
-    ++cursor_of(cursor).at;
-    return SQLITE_OK;
-}
-
-int eof(sqlite3_vtab_cursor* cursor) { return cursor_of(cursor).at >= cursor_of(cursor).faults.size(); }
-
-int column(sqlite3_vtab_cursor* cursor, sqlite3_context* context, int index) {
-    const Cursor& c = cursor_of(cursor);
-    const Fault& fault = c.faults[c.at];
-    const std::string table = c.table + (fault.tail ? "_tail" : "_chunks");
-    if (index == 0) sqlite3_result_text(context, table.c_str(), -1, SQLITE_TRANSIENT);
-    if (index == 1) sqlite3_result_int64(context, fault.id);
-    if (index == 2) sqlite3_result_text(context, fault.what.c_str(), -1, SQLITE_TRANSIENT);
-    return SQLITE_OK;
-}
-
-int rowid(sqlite3_vtab_cursor* cursor, sqlite3_int64* row) {
-    *row = static_cast<sqlite3_int64>(cursor_of(cursor).at);
-    return SQLITE_OK;
-}
-
 sqlite3_module methods() {
-    sqlite3_module m{};
+    sqlite3_module m = CheckMethods::module();
     m.xConnect = connect;  // without xCreate: a function
     m.xBestIndex = best_index;
-    m.xDisconnect = disconnect;
-    m.xOpen = open;
-    m.xClose = close;
     m.xFilter = filter;
-    m.xNext = next;
-    m.xEof = eof;
-    m.xColumn = column;
-    m.xRowid = rowid;
     return m;
 }
 

@@ -105,12 +105,12 @@ void RowCursor::column(sqlite3_context* context, size_t column) const {
     const Column& c = store_.declaration().columns[column];
     if (c.key) return result_key(context, store_.declaration(), c.slot, *key_);
     const Vector& values = rows_.batch.columns[c.slot];
-    if (values.width != 0) result_element(context, c.type, values.width, values.at(row()));
+    if (values.width != 0) result_element(context, c.type, values.width, values.at(index()));
 }
 
-int64_t RowCursor::rowid() const {
-    if (part_) return rowid_of({part_->source.tail, part_->source.id, stretch_from_ + row()});
-    const uint64_t origin = rows_.origin[row()];
+int64_t RowCursor::row() const {
+    if (part_) return rowid_of({part_->source.tail, part_->source.id, stretch_from_ + index()});
+    const uint64_t origin = rows_.origin[index()];
     const Source& source = pieces_->piece()[origin >> origin_bits].source;
     return rowid_of({source.tail, source.id, static_cast<size_t>(origin & 0xffffffff)});
 }

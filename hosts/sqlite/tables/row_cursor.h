@@ -17,7 +17,7 @@ class RowCursor {
         if (++at_ == end_) advance();
     }
     void column(sqlite3_context* context, size_t column) const;
-    int64_t rowid() const;
+    int64_t row() const;
 
  private:
     void advance();
@@ -25,7 +25,7 @@ class RowCursor {
     bool next_stretch();
     bool next_piece();
     void start_at_row();
-    size_t row() const { return selection_.descending ? end_ - 1 - at_ : at_; }
+    size_t index() const { return selection_.descending ? end_ - 1 - at_ : at_; }
 
     Store& store_;
     Selection selection_;

@@ -2,19 +2,18 @@
 #include <algorithm>
 #include <cstring>
 
+#include "tables/module.h"
 #include "tables/row_cursor.h"
 
 namespace qvo::sqlite {
 namespace {
 
-struct Cursor : sqlite3_vtab_cursor {
-    explicit Cursor(Table& table) : sqlite3_vtab_cursor{}, rows(table.store) {}
-    RowCursor rows;
+struct Cursor : sqlite3_vtab_cursor, RowCursor {
+    explicit Cursor(Table& table) : sqlite3_vtab_cursor{}, RowCursor(table.store) { table.store.check_version(); }
 };
+using RowMethods = Methods<Table, Cursor>;
 
-Table& table_of(sqlite3_vtab* table) { return *static_cast<Table*>(table); }
-Table& table_of(sqlite3_vtab_cursor* cursor) { return *static_cast<Table*>(cursor->pVtab); }
-RowCursor& rows_of(sqlite3_vtab_cursor* cursor) { return static_cast<Cursor*>(cursor)->rows; }
+Table& table_of(sqlite3_vtab* table) { return RowMethods::of(table); }
 
 // Arguments of a module: its name, the schema, the table, and what stands between the brackets.
 constexpr int first_argument = 3;
@@ -44,11 +43,6 @@ int connect(sqlite3*, void* data, int n, const char* const* arguments, sqlite3_v
     return guarded(message, [&] { open_table(data, n, arguments, table, false); });
 }
 
-int disconnect(sqlite3_vtab* table) {
-    delete static_cast<Table*>(table);
-    return SQLITE_OK;
-}
-
 int destroy(sqlite3_vtab* table) {
     Table& t = table_of(table);
     const int rc = guarded(&t.zErrMsg, [&] {
@@ -65,40 +59,12 @@ int best_index(sqlite3_vtab* table, sqlite3_index_info* info) {
     return guarded(&t.zErrMsg, [&] { plan_rows(t.store.declaration(), t.size(), info); });
 }
 
-int open(sqlite3_vtab* table, sqlite3_vtab_cursor** cursor) {
-    return guarded(&table->zErrMsg, [&] {
-        table_of(table).store.check_version();
-        *cursor = new Cursor(table_of(table));
-    });
-}
-
-int close(sqlite3_vtab_cursor* cursor) {
-    delete static_cast<Cursor*>(cursor);
-    return SQLITE_OK;
-}
-
 int filter(sqlite3_vtab_cursor* cursor, int, const char* plan, int, sqlite3_value** values) {
-    Table& t = table_of(cursor);
+    Table& t = table_of(cursor->pVtab);
     return guarded(&t.zErrMsg, [&] {
         t.tail.flush();
-        rows_of(cursor).start(selection_of(t.store.declaration(), plan, values));
+        RowMethods::of(cursor).start(selection_of(t.store.declaration(), plan, values));
     });
-}
-
-int next(sqlite3_vtab_cursor* cursor) {
-    return guarded(&cursor->pVtab->zErrMsg, [&] { rows_of(cursor).next(); });
-}
-
-int eof(sqlite3_vtab_cursor* cursor) { return rows_of(cursor).at_end(); }
-
-int column(sqlite3_vtab_cursor* cursor, sqlite3_context* context, int index) {
-    rows_of(cursor).column(context, static_cast<size_t>(index));
-    return SQLITE_OK;
-}
-
-int rowid(sqlite3_vtab_cursor* cursor, sqlite3_int64* row) {
-    *row = rows_of(cursor).rowid();
-    return SQLITE_OK;
 }
 
 /// The values of a row as elements and key.
@@ -188,20 +154,13 @@ int shadow_name(const char* suffix) {
 }
 
 sqlite3_module methods() {
-    sqlite3_module m{};
+    sqlite3_module m = RowMethods::module();
     m.iVersion = 3;
     m.xCreate = create;
     m.xConnect = connect;
     m.xBestIndex = best_index;
-    m.xDisconnect = disconnect;
     m.xDestroy = destroy;
-    m.xOpen = open;
-    m.xClose = close;
     m.xFilter = filter;
-    m.xNext = next;
-    m.xEof = eof;
-    m.xColumn = column;
-    m.xRowid = rowid;
     m.xUpdate = update;
     m.xBegin = begin;
     m.xSync = flush;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "tables/module.h"
 #include "tables/table.h"
 
 namespace qvo::sqlite {
@@ -36,6 +37,7 @@ struct Sequences : sqlite3_vtab {
 class Cursor : public sqlite3_vtab_cursor {
  public:
     explicit Cursor(Sequences& table) : sqlite3_vtab_cursor{}, table_(table), store_(table.store) {
+        store_.check_version();
         table.cursors.push_back(this);
     }
     ~Cursor() { std::erase(table_.cursors, this); }
@@ -149,8 +151,9 @@ void Sequences::remove(const Part& part) {
             }
 }
 
-Sequences& table_of(sqlite3_vtab* table) { return *static_cast<Sequences*>(table); }
-Cursor& cursor_of(sqlite3_vtab_cursor* cursor) { return *static_cast<Cursor*>(cursor); }
+using SequenceMethods = Methods<Sequences, Cursor>;
+
+Sequences& table_of(sqlite3_vtab* table) { return SequenceMethods::of(table); }
 
 int connect(sqlite3* db, void* data, int n, const char* const* arguments, sqlite3_vtab** made, char** message) {
     return guarded(message, [&] {
@@ -168,11 +171,6 @@ int connect(sqlite3* db, void* data, int n, const char* const* arguments, sqlite
     });
 }
 
-int disconnect(sqlite3_vtab* table) {
-    delete static_cast<Sequences*>(table);
-    return SQLITE_OK;
-}
-
 int best_index(sqlite3_vtab* table, sqlite3_index_info* info) {
     Sequences& t = table_of(table);
     return guarded(&t.zErrMsg, [&] {
@@ -181,38 +179,12 @@ int best_index(sqlite3_vtab* table, sqlite3_index_info* info) {
     });
 }
 
-int open(sqlite3_vtab* table, sqlite3_vtab_cursor** cursor) {
-    return guarded(&table->zErrMsg, [&] {
-        table_of(table).store.check_version();
-        *cursor = new Cursor(table_of(table));
-    });
-}
-
-int close(sqlite3_vtab_cursor* cursor) {
-    delete static_cast<Cursor*>(cursor);
-    return SQLITE_OK;
-}
-
 int filter(sqlite3_vtab_cursor* cursor, int, const char* plan, int, sqlite3_value** values) {
     Sequences& t = table_of(cursor->pVtab);
     return guarded(&t.zErrMsg, [&] {
         if (Table* const rows = t.tables->find(t.store.schema(), t.store.name())) rows->tail.flush();
-        cursor_of(cursor).start(selection_of(t.store.declaration(), plan, values));
+        SequenceMethods::of(cursor).start(selection_of(t.store.declaration(), plan, values));
     });
-}
-
-int next(sqlite3_vtab_cursor* cursor) {
-    return guarded(&cursor->pVtab->zErrMsg, [&] { cursor_of(cursor).next(); });
-}
-
-int eof(sqlite3_vtab_cursor* cursor) { return cursor_of(cursor).at_end(); }
-
-int column(sqlite3_vtab_cursor* cursor, sqlite3_context* context, int index) {
-    return guarded(&cursor->pVtab->zErrMsg, [&] { cursor_of(cursor).column(context, static_cast<size_t>(index)); });
-}
-
-int rowid(sqlite3_vtab_cursor* cursor, sqlite3_int64* row) {
-    return guarded(&cursor->pVtab->zErrMsg, [&] { *row = cursor_of(cursor).row(); });
 }
 
 int update(sqlite3_vtab* table, int n, sqlite3_value** values, sqlite3_int64*) {
@@ -234,19 +206,12 @@ int rename(sqlite3_vtab* table, const char* name) {
 }
 
 sqlite3_module methods() {
-    sqlite3_module m{};
+    sqlite3_module m = SequenceMethods::module();
     m.xCreate = connect;
     m.xConnect = connect;
     m.xBestIndex = best_index;
-    m.xDisconnect = disconnect;
-    m.xDestroy = disconnect;
-    m.xOpen = open;
-    m.xClose = close;
+    m.xDestroy = SequenceMethods::disconnect;
     m.xFilter = filter;
-    m.xNext = next;
-    m.xEof = eof;
-    m.xColumn = column;
-    m.xRowid = rowid;
     m.xUpdate = update;
     m.xRename = rename;
     return m;
