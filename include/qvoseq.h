@@ -277,6 +277,10 @@ typedef struct {
  *
  * Threads. An iterator and the tree below it belong to one thread at a time. Different trees may run
  * in different threads.
+ *
+ * Instruction sets. Hot loops are compiled for several of those of x86-64; the library takes the widest that the
+ * machine has when it is loaded. Results are the same to the bit. For tests and diagnosis, the environment variable
+ * QVOSEQ_CPU, which is read then, keeps it to less: "plain", or "avx2" at most.
  */
 
 /* The element types of fixed width, and the list again for families with two types per member: the

@@ -20,7 +20,8 @@ HEADERS = ("qvoseq.h", "qvohost.h")
 VERSION_NODE = "QVOSEQ_1"  # with the major number of the binary interface
 MARKER = "QVO_EXPORT_MARKER"
 NEEDED = ("libc.so.6", "libm.so.6")
-SHARED = r"_ZN3qvoL\d+seed_\w+E(\.\d+)?"  # besides the declared settings: the generators of the sorts' pivots
+# Besides the declared settings: the generators of the sorts' pivots, and what is written when the library is loaded.
+SHARED = r"_ZN3qvoL\d+seed_\w+E(\.\d+)?|_ZN3qvo9cpu_levelE"
 
 BANNER = re.compile(r"/\* ==== (\S+?):? ")
 LINE_MARKER = re.compile(r'# (\d+) "(.*)"')

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "cpu.h"
 #include "qvohost.h"
 #include "qvoseq.h"
 
@@ -95,14 +96,6 @@ static_assert(offsetof(qvo_seq_iterator_t, tile) == 392 && offsetof(qvo_seq_tile
 // program's own functions of these names take nothing away from it, with the shared library and with the archive.
 #define QVO_PLAIN_NAME QVO_API __attribute__((weak))
 
-// Functions that loops are made of are inlined into them, so that they are compiled for each instruction set of the
-// loop (QVO_CPU_VARIANTS).
+// Loops for several instruction sets (cpu.h), and the functions that they are made of: inlined, so that they are
+// compiled for each of them.
 #define QVO_INLINE [[gnu::always_inline]] inline
-
-// Compiles a hot operation for several instruction sets; the loader picks one. Every variant gives the same
-// bits: none may contract or reorder. Off where the compiler or the build cannot do it (QVO_CPU_DISPATCH=0).
-#if defined(QVO_CPU_DISPATCH) && QVO_CPU_DISPATCH && defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__)
-#define QVO_CPU_VARIANTS __attribute__((target_clones("default", "avx2")))
-#else
-#define QVO_CPU_VARIANTS
-#endif

@@ -75,10 +75,10 @@ QVO_INLINE CoMoments two_passes(const double* y, const double* x, Weight weight,
     return m;
 }
 
-QVO_CPU_VARIANTS CoMoments of_singles(const double* y, const double* x, size_t n, size_t first) {
+QVO_INLINE CoMoments of_singles(const double* y, const double* x, size_t n, size_t first) {
     return two_passes(y, x, One{}, n, first);
 }
-QVO_CPU_VARIANTS CoMoments of_runs(const double* y, const double* x, const uint8_t* first_run, size_t n, size_t first) {
+QVO_INLINE CoMoments of_runs(const double* y, const double* x, const uint8_t* first_run, size_t n, size_t first) {
     return two_passes(y, x, Run{first_run}, n, first);
 }
 
@@ -88,7 +88,8 @@ CoMoments co_moments_of(const double* y, const double* x, const uint8_t* first_r
     size_t first = 0;
     while (first < n && !present(y[first], x[first])) ++first;
     if (first == n) return {};
-    return leading_single_runs(first_run, n) == n ? of_singles(y, x, n, first) : of_runs(y, x, first_run, n, first);
+    return leading_single_runs(first_run, n) == n ? for_cpu<of_singles>(y, x, n, first)
+                                                  : for_cpu<of_runs>(y, x, first_run, n, first);
 }
 
 }  // namespace qvo::value

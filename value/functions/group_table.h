@@ -75,8 +75,8 @@ template <class V> struct GroupState {
         if (moments.n == 0) first = values[at];
         last = values[end - 1];
         moments.merge(more);
-        min = Best<V, Smaller>::of(values, n, min);
-        max = Best<V, Larger>::of(values, n, max);
+        min = for_cpu<Best<V, Smaller>::of>(values, n, min);
+        max = for_cpu<Best<V, Larger>::of>(values, n, max);
     }
 
     void merge(const GroupState& other) {

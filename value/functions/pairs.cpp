@@ -36,8 +36,8 @@ class Spread final : public Aggregate {
     CoMoments state_;
 };
 
-QVO_CPU_VARIANTS void weigh(const double* __restrict x, const double* __restrict w, size_t n,
-                            double* __restrict products, double* __restrict weights) {
+QVO_INLINE void weigh(const double* __restrict x, const double* __restrict w, size_t n, double* __restrict products,
+                      double* __restrict weights) {
     for (size_t i = 0; i < n; ++i) {
         products[i] = x[i] * w[i];
         weights[i] = x[i] == x[i] ? w[i] : x[i];
@@ -49,7 +49,7 @@ class WeightedMean final : public Aggregate {
     void step(Arguments& row) override {
         for_each_pair_of(row, [&](const double* x, const double* w, const uint8_t* runs, size_t n) {
             double products[capacity_of(sizeof(double))], weights[capacity_of(sizeof(double))];
-            weigh(x, w, n, products, weights);
+            for_cpu<weigh>(x, w, n, products, weights);
             const Summed sum = sum_values(products, runs, n), weight = sum_values(weights, runs, n);
             state_.products.add(sum.sum);
             state_.weights.add(weight.sum);

@@ -29,7 +29,7 @@ ScaledProduct power(ScaledProduct base, unsigned exponent) {
 
 /// The product of digits from 0.5 to 1 and the sum of exponents, of values of whose kind most are: neither 0, nor
 /// subnormal, nor infinite or missing. `special` is not 0 if some are of these.
-QVO_CPU_VARIANTS ScaledProduct of_ordinary(const double* __restrict values, size_t n, uint64_t& special) {
+QVO_INLINE ScaledProduct of_ordinary(const double* __restrict values, size_t n, uint64_t& special) {
     double digits[lanes];
     uint64_t exponents[lanes] = {}, odd[lanes] = {};
     std::fill(digits, digits + lanes, 1.0);
@@ -76,7 +76,8 @@ ScaledProduct product_of(const double* values, const uint8_t* first_run, size_t 
     constexpr size_t block = 512;  // digits of so many cannot become too small
     if (leading_single_runs(first_run, n) == n) {
         uint64_t special = 0;
-        for (size_t i = 0; i < n; i += block) all.multiply(of_ordinary(values + i, std::min(block, n - i), special));
+        for (size_t i = 0; i < n; i += block)
+            all.multiply(for_cpu<of_ordinary>(values + i, std::min(block, n - i), special));
         if (special == 0) return all;
         all = {};
     }

@@ -20,7 +20,7 @@ template <class V> class Ascending {
         if (n == 0) return;
         const bool fits = any_ ? last_ <= values[0] : values[0] == values[0];
         if (!fits) fail(values[0], position);
-        if (descends(values, n)) {
+        if (for_cpu<descends>(values, n)) {
             size_t i = 1;
             while (values[i - 1] <= values[i]) ++i;
             fail(values[i], position + sum_runs(runs, i));
@@ -30,7 +30,7 @@ template <class V> class Ascending {
     }
 
  private:
-    QVO_CPU_VARIANTS static bool descends(const V* __restrict values, size_t n) {
+    QVO_INLINE static bool descends(const V* __restrict values, size_t n) {
         uint64_t found = 0;
         for (size_t i = 1; i < n; ++i) found |= uint64_t{!(values[i - 1] <= values[i])};
         return found != 0;

@@ -34,14 +34,14 @@ class DoubleSums {
         const auto n = static_cast<unsigned>(std::min<size_t>(run, room));
         after.add(x, n);
         if (!std::isfinite(after.high)) return take_each(*this, x, run, results, room, position);
-        multiples(sum_, x, n, results);
+        for_cpu<multiples>(sum_, x, n, results);
         sum_ = after;
         return {n, n};
     }
 
  private:
     /// None of the results waits for the one before.
-    QVO_CPU_VARIANTS static void multiples(DoubleSum sum, double x, unsigned n, double* __restrict results) {
+    QVO_INLINE static void multiples(DoubleSum sum, double x, unsigned n, double* __restrict results) {
         for (unsigned i = 0; i < n; ++i) {
             DoubleSum here = sum;
             here.add(x * static_cast<int>(i + 1));

@@ -46,7 +46,7 @@ concept MayFail = requires(const Op& op, R& result, V... values) {
 
 /// The loop of an operation. One that does not fail is `R operator()(V...) const`.
 template <class Op, class R, class... V> struct OperationLoop {
-    QVO_CPU_VARIANTS static LoopFault run(const Batch& batch, const void* operation) {
+    QVO_INLINE static LoopFault run(const Batch& batch, const void* operation) {
         return over(batch, *static_cast<const Op*>(operation), static_cast<R*>(batch.out),
                     std::index_sequence_for<V...>{});
     }
@@ -74,7 +74,7 @@ template <class Op, class R, class... V> struct OperationLoop {
 template <class R, class... V, class Op>
 Series elementwise(Plan& plan, ValueType type, std::span<const Series> operands, const Op& op) {
     static_assert(sizeof(Op) <= most_operation_bytes && std::is_trivially_copyable_v<Op>);
-    return elementwise(plan, type, operands, OperationLoop<Op, R, V...>::run, &op, sizeof op);
+    return elementwise(plan, type, operands, for_cpu<OperationLoop<Op, R, V...>::run>, &op, sizeof op);
 }
 
 }  // namespace qvo::value

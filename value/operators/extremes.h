@@ -31,7 +31,7 @@ struct Smaller {
 
 /// The best of n values and `best`; NaN is never preferred.
 template <class V, class Better> struct Best {
-    QVO_CPU_VARIANTS static V of(const V* __restrict values, size_t n, V best) {
+    QVO_INLINE static V of(const V* __restrict values, size_t n, V best) {
         constexpr size_t lanes = 8;
         constexpr Better better;
         V lane[lanes];

@@ -32,7 +32,7 @@ template <class F> QVO_INLINE double sum_of(size_t n, F f) {
 }
 
 /// As below, where all runs are 1: no weights but whether a value is there.
-QVO_CPU_VARIANTS Moments moments_of_singles(const double* values, size_t n, double near) {
+QVO_INLINE Moments moments_of_singles(const double* values, size_t n, double near) {
     const size_t whole = n / lanes * lanes;
     double rest[lanes];
     std::fill_n(rest, lanes, std::numeric_limits<double>::quiet_NaN());
@@ -67,7 +67,7 @@ QVO_CPU_VARIANTS Moments moments_of_singles(const double* values, size_t n, doub
 
 /// Of a block of `block` values at most, one of them present: deviations from that one, so that a constant's are
 /// exactly 0, then from the mean.
-QVO_CPU_VARIANTS Moments moments_of_block(const double* values, const uint8_t* first_run, size_t n, double near) {
+QVO_INLINE Moments moments_of_block(const double* values, const uint8_t* first_run, size_t n, double near) {
     double weights[block], apart[block];
     for (size_t i = 0; i < n; ++i) {
         const double x = values[i], run = first_run[-static_cast<ptrdiff_t>(i)];
@@ -112,8 +112,8 @@ Moments moments_of(const double* values, const uint8_t* first_run, size_t n) {
         if (first == here) continue;
         const double near = values[i + first];
         all.merge(leading_single_runs(first_run - i, here) == here
-                      ? moments_of_singles(values + i, here, near)
-                      : moments_of_block(values + i, first_run - i, here, near));
+                      ? for_cpu<moments_of_singles>(values + i, here, near)
+                      : for_cpu<moments_of_block>(values + i, first_run - i, here, near));
     }
     return all;
 }

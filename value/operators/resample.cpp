@@ -90,7 +90,7 @@ template <class V, class Better> struct Extreme {
     V best = Better::template worst<V>();
     bool any = false;
     void add(const V* values, const uint8_t*, size_t n) {
-        best = Best<V, Better>::of(values, n, best);
+        best = for_cpu<Best<V, Better>::of>(values, n, best);
         for (size_t i = 0; !any && i < n; ++i) any = values[i] == values[i];
     }
     bool put(V& to, uint64_t) const {

@@ -23,43 +23,43 @@ template <class S> struct Loops {
     using Fold = typename S::Fold;
     using Value = typename Fold::Value;
 
-    QVO_CPU_VARIANTS static void prefixes(Fold& fold, const double* __restrict x, size_t n, Value* __restrict to) {
+    QVO_INLINE static void prefixes(Fold& fold, const double* __restrict x, size_t n, Value* __restrict to) {
         Fold here = fold;
         here.template add<1>(x, n, to);
         fold = here;
     }
     /// to[i] becomes the fold of x[i], all after it up to x[n - 1], and what has been folded before.
-    QVO_CPU_VARIANTS static void suffixes(Fold& fold, const double* __restrict x, size_t n, Value* __restrict to) {
+    QVO_INLINE static void suffixes(Fold& fold, const double* __restrict x, size_t n, Value* __restrict to) {
         Fold here = fold;
         here.template add<-1>(x + n - 1, n, to + n - 1);
         fold = here;
     }
-    QVO_CPU_VARIANTS static void merge(const Value* __restrict earlier, Value* __restrict folds, size_t n) {
+    QVO_INLINE static void merge(const Value* __restrict earlier, Value* __restrict folds, size_t n) {
         for (size_t i = 0; i < n; ++i) folds[i] = Fold::merge(earlier[i], folds[i]);
     }
-    QVO_CPU_VARIANTS static size_t count_missing(const double* x, size_t n) {
+    QVO_INLINE static size_t count_missing(const double* x, size_t n) {
         size_t count = 0;
         for (size_t i = 0; i < n; ++i) count += !is_present(x[i]);
         return count;
     }
     /// Writes minus the number of values missing up to each, `gone` of them before the first.
-    QVO_CPU_VARIANTS static void count_present(const double* __restrict x, size_t n, uint64_t gone,
-                                               double* __restrict present) {
+    QVO_INLINE static void count_present(const double* __restrict x, size_t n, uint64_t gone,
+                                         double* __restrict present) {
         uint64_t counts[most];
         for (size_t i = 0; i < n; ++i) counts[i] = gone += !is_present(x[i]);
         for (size_t i = 0; i < n; ++i) present[i] = -unsigned_to_double(counts[i]);
     }
-    QVO_CPU_VARIANTS static void add_rows(uint64_t rows, const uint64_t* __restrict gone, size_t n,
-                                          double* __restrict present) {
+    QVO_INLINE static void add_rows(uint64_t rows, const uint64_t* __restrict gone, size_t n,
+                                    double* __restrict present) {
         for (size_t i = 0; i < n; ++i) present[i] += unsigned_to_double(gone == nullptr ? rows : rows - gone[i]);
     }
     /// All windows are complete and nothing is missing.
-    QVO_CPU_VARIANTS static void finish_full(const Value* __restrict folds, size_t n, double present,
-                                             double* __restrict results) {
+    QVO_INLINE static void finish_full(const Value* __restrict folds, size_t n, double present,
+                                       double* __restrict results) {
         for (size_t i = 0; i < n; ++i) results[i] = S::finish(folds[i], present);
     }
-    QVO_CPU_VARIANTS static void finish(const Value* __restrict folds, const double* __restrict present, size_t n,
-                                        double required, double* __restrict results) {
+    QVO_INLINE static void finish(const Value* __restrict folds, const double* __restrict present, size_t n,
+                                  double required, double* __restrict results) {
         for (size_t i = 0; i < n; ++i) {
             const double result = S::finish(folds[i], present[i]);
             results[i] = present[i] >= required ? result : missing;
@@ -192,27 +192,27 @@ template <class S> class Rolling {
             n -= most;
         }
         Value folds[most];
-        const size_t gone = Loop::count_missing(x, n);
-        Loop::prefixes(fold_, x, n, folds);
-        if (earlier_.exists) Loop::merge(earlier_.suffixes.data() + offset_ + 1, folds, n);
+        const size_t gone = for_cpu<Loop::count_missing>(x, n);
+        for_cpu<Loop::prefixes>(fold_, x, n, folds);
+        if (earlier_.exists) for_cpu<Loop::merge>(earlier_.suffixes.data() + offset_ + 1, folds, n);
         values_.insert(values_.end(), x, x + n);
         if (earlier_.exists && gone + missing_ == 0 && earlier_.gone.empty() && n_ >= required_) {
-            Loop::finish_full(folds, n, static_cast<double>(n_), results);
+            for_cpu<Loop::finish_full>(folds, n, static_cast<double>(n_), results);
         } else {
             double present[most];
             count_present(x, n, present);
-            Loop::finish(folds, present, n, static_cast<double>(required_), results);
+            for_cpu<Loop::finish>(folds, present, n, static_cast<double>(required_), results);
         }
         missing_ += gone;
         advance(n);
     }
     void count_present(const double* x, size_t n, double* present) const {
         const uint64_t* const gone = earlier_.gone.empty() ? nullptr : earlier_.gone.data() + offset_ + 1;
-        Loop::count_present(x, n, missing_, present);
+        for_cpu<Loop::count_present>(x, n, missing_, present);
         if (!earlier_.exists)
             for (size_t i = 0; i < n; ++i) present[i] += static_cast<double>(offset_ + i + 1);
         else
-            Loop::add_rows(n_, gone, n, present);
+            for_cpu<Loop::add_rows>(n_, gone, n, present);
     }
 
     void advance(uint64_t positions) {
@@ -247,7 +247,7 @@ template <class S> class Rolling {
             for (size_t n = values.size(); n != 0;) {
                 const size_t here = std::min(n, between_polls);
                 n -= here;
-                Loop::suffixes(fold, values.data() + n, here, earlier_.suffixes.data() + n);
+                for_cpu<Loop::suffixes>(fold, values.data() + n, here, earlier_.suffixes.data() + n);
                 plan_.poll();
             }
         } else {
@@ -344,7 +344,7 @@ template <class S> class Narrow {
     void singles(const double* x, size_t n, double* results, uint64_t) {
         tail_ = 0;
         std::copy_n(x, n, values_ + n_ - 1);
-        windows(values_, n_, n, required_, results);
+        for_cpu<windows>(values_, n_, n, required_, results);
         std::copy(values_ + n, values_ + n + n_ - 1, values_);
     }
     Taken take(double x, unsigned run, double* results, size_t room, uint64_t position) {
@@ -365,8 +365,8 @@ template <class S> class Narrow {
 
  private:
     /// x holds `width` - 1 values more than there are windows.
-    QVO_CPU_VARIANTS static void windows(const double* __restrict x, size_t width, size_t n, double required,
-                                         double* __restrict results) {
+    QVO_INLINE static void windows(const double* __restrict x, size_t width, size_t n, double required,
+                                   double* __restrict results) {
         typename Fold::Value folds[most];
         double present[most];
         const double all = static_cast<double>(width);

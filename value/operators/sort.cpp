@@ -31,10 +31,10 @@ struct Monotone {
     bool ascending = true, descending = true;
 };
 
-template <class Key> struct NeighbourLoop {
+template <bool descending, class V> struct NeighbourLoop {
+    using Key = KeyOf<V>;
     /// Of elements first .. last - 1; first is at least 1.
-    template <bool descending, class V>
-    QVO_CPU_VARIANTS static Monotone run(const V* __restrict values, size_t first, size_t last) {
+    QVO_INLINE static Monotone run(const V* __restrict values, size_t first, size_t last) {
         unsigned falls = 0, rises = 0;
         for (size_t i = first; i < last; ++i) {
             const Key before = order_key<descending>(values[i - 1]), here = order_key<descending>(values[i]);
@@ -250,21 +250,21 @@ Order order_by_comparing(const uint64_t* keys, size_t n) {
 // ---- Of elements -------------------------------------------------------------------------------------------------
 
 template <bool descending, class V> struct Keys {
-    QVO_CPU_VARIANTS static void write(const V* __restrict values, size_t n, uint64_t* __restrict keys) {
+    QVO_INLINE static void write(const V* __restrict values, size_t n, uint64_t* __restrict keys) {
         for (size_t i = 0; i < n; ++i) keys[i] = order_key<descending>(values[i]);
     }
 };
 
 template <bool descending, class V> Order order_fixed(Plan& plan, const V* values, size_t n) {
     const Monotone found = look_for_order(plan, n, [&](size_t first, size_t last) {
-        return NeighbourLoop<KeyOf<V>>::template run<descending>(values, first, last);
+        return for_cpu<NeighbourLoop<descending, V>::run>(values, first, last);
     });
     if (found.ascending) return Order(n);
     if (found.descending)
         return turned_round(n,
                             [&](size_t i, size_t j) { return ascending_key(values[i]) == ascending_key(values[j]); });
     const Words keys = new_words(n);
-    Keys<descending, V>::write(values, n, keys.get());
+    for_cpu<Keys<descending, V>::write>(values, n, keys.get());
     return stable_order(plan, keys.get(), n);
 }
 

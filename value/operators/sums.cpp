@@ -30,7 +30,7 @@ QVO_INLINE void load(Doubles& x, const double* from) { std::memcpy(&x, from, siz
 /// 0 in the place of what is missing.
 QVO_INLINE double or_zero(double x) { return x == x ? x : 0.0; }
 
-QVO_CPU_VARIANTS Summed sum_single(const double* values, size_t n) {
+QVO_INLINE Summed sum_single(const double* values, size_t n) {
     Lanes sums;
     Integers present[vectors] = {};
     size_t i = 0;
@@ -51,7 +51,7 @@ QVO_CPU_VARIANTS Summed sum_single(const double* values, size_t n) {
     return result;
 }
 
-QVO_CPU_VARIANTS Summed sum_runs_of(const double* values, const uint8_t* first_run, size_t n) {
+QVO_INLINE Summed sum_runs_of(const double* values, const uint8_t* first_run, size_t n) {
     Lanes sums;
     uint64_t present = 0;
     for (size_t i = 0; i < n; i += lanes) {
@@ -75,7 +75,7 @@ QVO_CPU_VARIANTS Summed sum_runs_of(const double* values, const uint8_t* first_r
 }
 
 /// The lower and upper halves by themselves, each in 64 bits.
-QVO_CPU_VARIANTS int128 sum_halves(const int64_t* values, const uint8_t* first_run, size_t n) {
+QVO_INLINE int128 sum_halves(const int64_t* values, const uint8_t* first_run, size_t n) {
     uint64_t low = 0;
     int64_t high = 0;
     for (size_t i = 0; i < n; ++i) {
@@ -89,7 +89,8 @@ QVO_CPU_VARIANTS int128 sum_halves(const int64_t* values, const uint8_t* first_r
 }  // namespace
 
 Summed sum_values(const double* values, const uint8_t* first_run, size_t n) {
-    return leading_single_runs(first_run, n) == n ? sum_single(values, n) : sum_runs_of(values, first_run, n);
+    return leading_single_runs(first_run, n) == n ? for_cpu<sum_single>(values, n)
+                                                  : for_cpu<sum_runs_of>(values, first_run, n);
 }
 
 DoubleSum as_reals(int128 integer) {
@@ -100,7 +101,7 @@ DoubleSum as_reals(int128 integer) {
 }
 
 int128 sum_values(const int64_t* values, const uint8_t* first_run, size_t n) {
-    return sum_halves(values, first_run, n);
+    return for_cpu<sum_halves>(values, first_run, n);
 }
 
 }  // namespace qvo::value

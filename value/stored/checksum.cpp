@@ -11,10 +11,8 @@ namespace qvo::value::format {
 
 uint64_t tile_checksum(const uint8_t* bytes, size_t n) {
 #if QVO_WIDE_X86
-    if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl") &&
-        __builtin_cpu_supports("avx512dq"))
-        return tile_checksum_avx512(bytes, n);
-    if (__builtin_cpu_supports("avx2")) return tile_checksum_avx2(bytes, n);
+    if (cpu_level >= CpuLevel::avx512) return tile_checksum_avx512(bytes, n);
+    if (cpu_level >= CpuLevel::avx2) return tile_checksum_avx2(bytes, n);
 #endif
     return XXH3_64bits(bytes, n);
 }

@@ -8,8 +8,12 @@
 #include <stdlib.h>
 #include <string.h>
 
+#ifdef __clang__
+#pragma clang attribute push(__attribute__((target("avx2"))), apply_to = function)
+#else
 #pragma GCC push_options
 #pragma GCC target("avx2")
+#endif
 #define XXH_INLINE_ALL
 #define XXH_VECTOR XXH_AVX2
 #include <xxhash.h>
@@ -19,6 +23,10 @@ namespace qvo::value::format {
 uint64_t tile_checksum_avx2(const uint8_t* bytes, size_t n) { return XXH3_64bits(bytes, n); }
 
 }  // namespace qvo::value::format
+#ifdef __clang__
+#pragma clang attribute pop
+#else
 #pragma GCC pop_options
+#endif
 
 #endif

@@ -33,7 +33,7 @@ struct Divided {
 /// The same quotients with fused multiplication and addition, in less than half of the time. The product with the
 /// inverse is less than two units in the last place off; a step brings it below one, from where the next one is exact.
 struct Fused {
-    static bool is_supported() { return __builtin_cpu_supports("fma") && __builtin_cpu_supports("avx2"); }
+    static bool is_supported() { return cpu_level >= CpuLevel::avx2 && __builtin_cpu_supports("fma"); }
     double power, inverse;
     explicit Fused(unsigned digits) : power(powers[digits]), inverse(1 / powers[digits]) {}
     QVO_INLINE double operator()(double whole) const {
@@ -74,12 +74,12 @@ template <class V, bool any_missing> struct Passes {
 #if QVO_WIDE_X86
         if (Fused::is_supported()) return fused_to_integers(values, n, digits, absent, to);
 #endif
-        return divided_to_integers(values, n, digits, absent, to);
+        return for_cpu<divided_to_integers>(values, n, digits, absent, to);
     }
 
  private:
-    QVO_CPU_VARIANTS static bool divided_to_integers(const V* values, size_t n, unsigned digits, int64_t absent,
-                                                     int64_t* to) {
+    QVO_INLINE static bool divided_to_integers(const V* values, size_t n, unsigned digits, int64_t absent,
+                                               int64_t* to) {
         return Loops<V, Divided>::template to_integers<any_missing>(values, n, digits, absent, to);
     }
 #if QVO_WIDE_X86
@@ -227,9 +227,8 @@ template <class V, class Quotient> struct Decimals {
 template <class V> struct DividedDecimals : Decimals<V, Divided> {
     using Decimals<V, Divided>::Decimals;
     template <class Loop, class From>
-    QVO_CPU_VARIANTS static void run(const Loop& loop, const From* from, size_t n, const DividedDecimals& convert,
-                                     V* to) {
-        Loop::run(loop, from, n, convert, to);
+    static void run(const Loop& loop, const From* from, size_t n, const DividedDecimals& convert, V* to) {
+        for_cpu<Loop::run>(loop, from, n, convert, to);
     }
 };
 

@@ -74,15 +74,9 @@ template <class T> void store(uint8_t* to, const T& value) { std::memcpy(to, &va
 /// Checksums as the format defines them.
 uint64_t tile_checksum(const uint8_t* bytes, size_t n);
 uint64_t header_checksum(const Header& header, const uint8_t* directory);
-// Whether code for wider instruction sets is compiled beside that for any machine, under the same condition as
-// QVO_CPU_VARIANTS.
-#if defined(QVO_CPU_DISPATCH) && QVO_CPU_DISPATCH && defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__)
-#define QVO_WIDE_X86 1
+/// The checksum of a tile for machines of these levels.
 uint64_t tile_checksum_avx2(const uint8_t* bytes, size_t n);
 uint64_t tile_checksum_avx512(const uint8_t* bytes, size_t n);
-#else
-#define QVO_WIDE_X86 0
-#endif
 /// True if a checksum is the one wanted, or any will do in this build.
 constexpr bool same_checksum([[maybe_unused]] uint64_t found, [[maybe_unused]] uint64_t wanted) {
 #ifdef QVO_VALUE_TAKE_ANY_CHECKSUM

@@ -10,8 +10,8 @@ template <class V> struct Truncate {
     QVO_INLINE V operator()(Word word) const { return static_cast<V>(word); }
 
     template <class Loop, class From>
-    QVO_CPU_VARIANTS static void run(const Loop& loop, const From* from, size_t n, const Truncate& convert, V* to) {
-        Loop::run(loop, from, n, convert, to);
+    static void run(const Loop& loop, const From* from, size_t n, const Truncate& convert, V* to) {
+        for_cpu<Loop::run>(loop, from, n, convert, to);
     }
 };
 

@@ -46,7 +46,7 @@ template <class V> struct Passes {
         Word width() const { return static_cast<Word>(largest) - static_cast<Word>(smallest); }
     };
     /// Of the differences between neighbours, in several chains, as a minimum takes longer than a step of the loop.
-    QVO_CPU_VARIANTS static Range differences(const V* values, size_t n) {
+    QVO_INLINE static Range differences(const V* values, size_t n) {
         constexpr size_t chains = 16;
         Signed smallest[chains], largest[chains];
         std::fill_n(smallest, chains, static_cast<Signed>(difference(values, 1)));
@@ -67,14 +67,14 @@ template <class V> struct Passes {
     }
 
     /// The largest quotient of the values, or of their differences, less `base`.
-    QVO_CPU_VARIANTS static uint64_t largest_quotient(const V* values, size_t n, Word base, const ExactDivisor& by) {
+    QVO_INLINE static uint64_t largest_quotient(const V* values, size_t n, Word base, const ExactDivisor& by) {
         const ExactDivisor divide = by;
         uint64_t largest = 0;
         for (size_t i = 0; i < n; ++i)
             largest = std::max(largest, divide(static_cast<Word>(static_cast<Word>(values[i]) - base)));
         return largest;
     }
-    QVO_CPU_VARIANTS static uint64_t largest_delta(const V* values, size_t n, Word base, const ExactDivisor& by) {
+    QVO_INLINE static uint64_t largest_delta(const V* values, size_t n, Word base, const ExactDivisor& by) {
         const ExactDivisor divide = by;
         uint64_t largest = 0;
         for (size_t i = 1; i < n; ++i)
@@ -83,24 +83,24 @@ template <class V> struct Passes {
     }
 
     template <class Offset> struct To {
-        QVO_CPU_VARIANTS static void of_one(const V* __restrict values, size_t n, Word base, Offset* __restrict to) {
+        QVO_INLINE static void of_one(const V* __restrict values, size_t n, Word base, Offset* __restrict to) {
             for (size_t i = 0; i < n; ++i) to[i] = static_cast<Offset>(static_cast<Word>(values[i]) - base);
         }
-        QVO_CPU_VARIANTS static void of_units(const V* __restrict values, size_t n, Word base, const ExactDivisor& by,
-                                              Offset* __restrict to) {
+        QVO_INLINE static void of_units(const V* __restrict values, size_t n, Word base, const ExactDivisor& by,
+                                        Offset* __restrict to) {
             const ExactDivisor divide = by;
             for (size_t i = 0; i < n; ++i)
                 to[i] = static_cast<Offset>(divide.small(static_cast<Word>(static_cast<Word>(values[i]) - base)));
         }
         /// Differences to the value before, from the second on.
-        QVO_CPU_VARIANTS static void of_deltas(const V* __restrict values, size_t n, Word extra, const ExactDivisor& by,
-                                               Offset* __restrict to) {
+        QVO_INLINE static void of_deltas(const V* __restrict values, size_t n, Word extra, const ExactDivisor& by,
+                                         Offset* __restrict to) {
             const ExactDivisor divide = by;
             for (size_t i = 1; i < n; ++i)
                 to[i] = static_cast<Offset>(divide.small(static_cast<Word>(difference(values, i) - extra)));
         }
-        QVO_CPU_VARIANTS static void of_deltas_of_one(const V* __restrict values, size_t n, Word extra,
-                                                      Offset* __restrict to) {
+        QVO_INLINE static void of_deltas_of_one(const V* __restrict values, size_t n, Word extra,
+                                                Offset* __restrict to) {
             for (size_t i = 1; i < n; ++i) to[i] = static_cast<Offset>(difference(values, i) - extra);
         }
     };
@@ -179,10 +179,11 @@ bool OffsetWriter<V>::plan(const V* values, size_t n, V smallest, V largest, uns
     if (bits >= 8 && sizeof(V) > 1 && n > n_samples) {
         const Sample<V> sample(values, n, smallest);
         if (bits_for(sample.differences.width() / sample.unit_of_differences) < bits) {
-            const auto differences = P::differences(values, n);
+            const auto differences = for_cpu<P::differences>(values, n);
             const auto extra = static_cast<Word>(differences.smallest);
             uint64_t unit = sample.unit_of_differences;
-            if (unit != 1 && P::largest_delta(values, n, extra, ExactDivisor(unit)) > differences.width() / unit)
+            if (unit != 1 &&
+                for_cpu<P::largest_delta>(values, n, extra, ExactDivisor(unit)) > differences.width() / unit)
                 unit = 1;
             if (const unsigned delta_bits = bits_for(differences.width() / unit); delta_bits < bits) {
                 bits = delta_bits;
@@ -193,7 +194,8 @@ bool OffsetWriter<V>::plan(const V* values, size_t n, V smallest, V largest, uns
             }
         }
         if (const uint64_t unit = sample.unit_of_values; unit != 1 && bits_for(range / unit) < bits) {
-            const uint64_t most = P::largest_quotient(values, n, static_cast<Word>(smallest), ExactDivisor(unit));
+            const uint64_t most =
+                for_cpu<P::largest_quotient>(values, n, static_cast<Word>(smallest), ExactDivisor(unit));
             if (most <= range / unit) {
                 header = {};
                 header.base = static_cast<uint64_t>(smallest);
@@ -218,13 +220,13 @@ template <class V> void OffsetWriter<V>::write(const V* values, size_t n, const 
             if (first == 0) offsets[0] = 0;
             const size_t skip = first == 0 ? 0 : 1;
             if (header.unit == 1)
-                To::of_deltas_of_one(values + first - skip, some + skip, extra, offsets - skip);
+                for_cpu<To::of_deltas_of_one>(values + first - skip, some + skip, extra, offsets - skip);
             else
-                To::of_deltas(values + first - skip, some + skip, extra, divide, offsets - skip);
+                for_cpu<To::of_deltas>(values + first - skip, some + skip, extra, divide, offsets - skip);
         } else if (header.unit == 1) {
-            To::of_one(values + first, some, base, offsets);
+            for_cpu<To::of_one>(values + first, some, base, offsets);
         } else {
-            To::of_units(values + first, some, base, divide, offsets);
+            for_cpu<To::of_units>(values + first, some, base, divide, offsets);
         }
     });
 }
@@ -243,8 +245,7 @@ namespace {
 typedef uint64_t Words __attribute__((vector_size(32)));
 
 /// Eight offsets at a time: a product adds up those of a group, while the sum of all is in a byte.
-QVO_CPU_VARIANTS uint64_t sums_of_groups(uint64_t sum, const uint8_t* __restrict offsets, size_t n,
-                                         uint64_t* __restrict to) {
+QVO_INLINE uint64_t sums_of_groups(uint64_t sum, const uint8_t* __restrict offsets, size_t n, uint64_t* __restrict to) {
     for (size_t i = 0; i < n; i += bit_group) {
         const uint64_t group = load<uint64_t>(offsets + i) * 0x0101010101010101U;
         const Words low = ((Words{} + group) >> Words{0, 8, 16, 24} & 0xff) + sum;
@@ -278,7 +279,7 @@ template <class Offset> uint64_t sums_of(uint64_t sum, const Offset* offsets, si
 
 uint64_t running_sums(uint64_t sum, const uint8_t* offsets, size_t n, unsigned bits, uint64_t* to) {
     const size_t whole = bits < 8 ? n / bit_group * bit_group : 0;
-    sum = sums_of_groups(sum, offsets, whole, to);
+    sum = for_cpu<sums_of_groups>(sum, offsets, whole, to);
     return sums_of(sum, offsets + whole, n - whole, to + whole);
 }
 uint64_t running_sums(uint64_t sum, const uint16_t* offsets, size_t n, unsigned, uint64_t* to) {

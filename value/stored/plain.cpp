@@ -5,7 +5,7 @@ namespace qvo::value {
 namespace {
 
 /// Booleans are 0 and 1: operators count and move by them.
-QVO_CPU_VARIANTS bool are_booleans(const uint8_t* values, size_t n) {
+QVO_INLINE bool are_booleans(const uint8_t* values, size_t n) {
     uint8_t any = 0;
     for (size_t i = 0; i < n; ++i) any |= values[i];
     return any <= 1;
@@ -13,7 +13,7 @@ QVO_CPU_VARIANTS bool are_booleans(const uint8_t* values, size_t n) {
 
 void open_plain(OpenTile& tile) {
     if (tile.size != tile.n * tile.type.width) damaged("size of a tile");
-    if (tile.type.type == Type::boolean && !are_booleans(tile.payload, tile.n)) damaged("boolean");
+    if (tile.type.type == Type::boolean && !for_cpu<are_booleans>(tile.payload, tile.n)) damaged("boolean");
 }
 
 void read_plain(OpenTile& tile, size_t n, void* to) {

@@ -42,7 +42,7 @@ template <class V> struct Scan {
     size_t equal = 0, missing = 0;
 
     /// Elements from 1 on; those before and after whole vectors go one by one.
-    QVO_CPU_VARIANTS static void run(Scan& scan, const V* values, size_t n) {
+    QVO_INLINE static void run(Scan& scan, const V* values, size_t n) {
         // Several chains, as a minimum takes longer than a step of the loop.
         Values low[chains], high[chains];
         for (size_t c = 0; c < chains; ++c)
@@ -83,7 +83,7 @@ template <class V> struct Scan {
         if (high > largest) largest = high;
     }
 
-    QVO_CPU_VARIANTS static size_t equal_only(const V* values, size_t from, size_t n) {
+    QVO_INLINE static size_t equal_only(const V* values, size_t from, size_t n) {
         size_t i = from, count = 0;
         while (i + lanes <= n) {
             Bits equal{};
@@ -112,7 +112,7 @@ template <class V> Profile profile_numbers(const V* values, size_t n) {
         scan.take(values[0], values[0]);
         scan.missing = values[0] != values[0];
     }
-    Scan<V>::run(scan, values, n);
+    for_cpu<Scan<V>::run>(scan, values, n);
     Profile profile;
     profile.equal = scan.equal;
     profile.missing = scan.missing;
@@ -192,13 +192,13 @@ bool is_missing(const Elements& e, size_t i) {
 size_t count_equal(const Elements& e, size_t from) {
     switch (e.type.type == Type::char_ ? 0 : e.type.width) {
         case 1:
-            return Scan<bits1>::equal_only(e.as<bits1>(), from, e.n);
+            return for_cpu<Scan<bits1>::equal_only>(e.as<bits1>(), from, e.n);
         case 2:
-            return Scan<bits2>::equal_only(e.as<bits2>(), from, e.n);
+            return for_cpu<Scan<bits2>::equal_only>(e.as<bits2>(), from, e.n);
         case 4:
-            return Scan<bits4>::equal_only(e.as<bits4>(), from, e.n);
+            return for_cpu<Scan<bits4>::equal_only>(e.as<bits4>(), from, e.n);
         case 8:
-            return Scan<bits8>::equal_only(e.as<bits8>(), from, e.n);
+            return for_cpu<Scan<bits8>::equal_only>(e.as<bits8>(), from, e.n);
         default:
             return equal_texts(e, from);
     }

@@ -28,10 +28,10 @@ template <class V> struct Loop {
         std::conditional_t<sizeof(V) == 8, bits8,
                            std::conditional_t<sizeof(V) == 4, bits4, std::conditional_t<sizeof(V) == 2, bits2, bits1>>>;
 
-    QVO_CPU_VARIANTS static void fill(const Progression& p, uint64_t from, size_t n, V* __restrict to) {
+    QVO_INLINE static void fill(const Progression& p, uint64_t from, size_t n, V* __restrict to) {
         for (size_t i = 0; i < n; ++i) to[i] = value_at<V>(p, from + i);
     }
-    QVO_CPU_VARIANTS static bool matches(const Progression& p, uint64_t from, size_t n, const V* values) {
+    QVO_INLINE static bool matches(const Progression& p, uint64_t from, size_t n, const V* values) {
         Bits other = 0;
         for (size_t i = 0; i < n; ++i)
             other |= static_cast<Bits>(std::bit_cast<Bits>(value_at<V>(p, from + i)) ^ std::bit_cast<Bits>(values[i]));
@@ -83,7 +83,9 @@ void read_progression(OpenTile& tile, size_t n, void* to) {
 }  // namespace
 
 void Progression::fill(Type type, uint64_t from, size_t n, void* to) const {
-    with_value(type, [&](auto zero) { Loop<decltype(zero)>::fill(*this, from, n, static_cast<decltype(zero)*>(to)); });
+    with_value(type, [&](auto zero) {
+        for_cpu<Loop<decltype(zero)>::fill>(*this, from, n, static_cast<decltype(zero)*>(to));
+    });
 }
 
 bool Progression::matches(const Elements& e, uint64_t from) const {
@@ -92,10 +94,10 @@ bool Progression::matches(const Elements& e, uint64_t from) const {
         // The last value tells nearly always, without a look at the others.
         const V* const values = e.as<V>();
         const size_t last = e.n - 1;
-        if (!Loop<V>::matches(*this, from + last, 1, values + last) ||
-            !Loop<V>::matches(*this, from + e.n / 2, 1, values + e.n / 2))
+        if (!for_cpu<Loop<V>::matches>(*this, from + last, 1, values + last) ||
+            !for_cpu<Loop<V>::matches>(*this, from + e.n / 2, 1, values + e.n / 2))
             return false;
-        return Loop<V>::matches(*this, from, e.n, values) && fits(e.type.type, from + e.n);
+        return for_cpu<Loop<V>::matches>(*this, from, e.n, values) && fits(e.type.type, from + e.n);
     });
 }
 

@@ -15,7 +15,7 @@ struct ByteSum {
     bool any_zero = false;
 };
 
-QVO_CPU_VARIANTS ByteSum sum_bytes(const uint8_t* bytes, size_t n) {
+QVO_INLINE ByteSum sum_bytes(const uint8_t* bytes, size_t n) {
     constexpr uint64_t ones = 0x0101010101010101U, even = 0x00ff00ff00ff00ffU;
     ByteSum result;
     uint64_t zeros = 0;
@@ -52,7 +52,7 @@ template <class R> bool sum_matches(const uint8_t* runs, size_t n, uint64_t posi
 }
 
 template <> bool sum_matches<uint8_t>(const uint8_t* runs, size_t n, uint64_t positions) {
-    const ByteSum bytes = sum_bytes(runs, n);
+    const ByteSum bytes = for_cpu<sum_bytes>(runs, n);
     return !bytes.any_zero && bytes.sum == positions;
 }
 
@@ -63,9 +63,14 @@ uint64_t cut_into(const uint32_t* runs, size_t n, uint32_t limit) {
     return pieces;
 }
 
-template <class Run>
-QVO_CPU_VARIANTS void narrow_runs(const uint32_t* __restrict runs, size_t n, uint8_t* __restrict to) {
+template <class Run> QVO_INLINE void narrow_runs(const uint32_t* __restrict runs, size_t n, uint8_t* __restrict to) {
     for (size_t i = 0; i < n; ++i) store(to + i * sizeof(Run), static_cast<Run>(runs[i]));
+}
+
+QVO_INLINE uint32_t longest_of(const uint32_t* runs, size_t n) {
+    uint32_t most = 0;
+    for (size_t i = 0; i < n; ++i) most = std::max(most, runs[i]);
+    return most;
 }
 
 }  // namespace
@@ -81,13 +86,9 @@ bool RunLengths::match(size_t n, uint64_t positions) const {
     }
 }
 
-uint64_t sum_run_bytes(const uint8_t* lowest, size_t n) { return sum_bytes(lowest, n).sum; }
+uint64_t sum_run_bytes(const uint8_t* lowest, size_t n) { return for_cpu<sum_bytes>(lowest, n).sum; }
 
-QVO_CPU_VARIANTS uint32_t longest_run(const uint32_t* runs, size_t n) {
-    uint32_t most = 0;
-    for (size_t i = 0; i < n; ++i) most = std::max(most, runs[i]);
-    return most;
-}
+uint32_t longest_run(const uint32_t* runs, size_t n) { return for_cpu<longest_of>(runs, n); }
 
 RunForm run_form(const uint32_t* runs, size_t n, uint64_t value_bits) {
     RunForm best{~uint32_t{0}, 4, n * (value_bits + 32) / 8};
@@ -103,9 +104,9 @@ RunForm run_form(const uint32_t* runs, size_t n, uint64_t value_bits) {
 void write_runs(const uint32_t* runs, size_t n, unsigned width, uint8_t* to) {
     switch (width) {
         case 1:
-            return narrow_runs<uint8_t>(runs, n, to);
+            return for_cpu<narrow_runs<uint8_t>>(runs, n, to);
         case 2:
-            return narrow_runs<uint16_t>(runs, n, to);
+            return for_cpu<narrow_runs<uint16_t>>(runs, n, to);
         default:
             std::memcpy(to, runs, 4 * n);
     }

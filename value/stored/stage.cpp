@@ -4,7 +4,7 @@
 namespace qvo::value {
 namespace {
 
-QVO_CPU_VARIANTS bool all_single(const uint8_t* lowest, size_t n) {
+QVO_INLINE bool all_single(const uint8_t* lowest, size_t n) {
     uint8_t other = 0;
     for (size_t i = 0; i < n; ++i) other |= static_cast<uint8_t>(lowest[i] ^ 1);
     return other == 0;
@@ -108,7 +108,7 @@ void Stage::add_single(const void* values, size_t n) {
 }
 
 void Stage::add_with_runs(const void* values, const uint8_t* first_run, size_t n) {
-    if (!has_runs_ && all_single(first_run - n + 1, n)) return add_single(values, n);
+    if (!has_runs_ && for_cpu<all_single>(first_run - n + 1, n)) return add_single(values, n);
     append(values, n);
     positions_ += widen(first_run, n, need_runs() + n_);
     n_ += n;

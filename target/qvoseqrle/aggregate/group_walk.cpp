@@ -27,7 +27,7 @@ template <size_t n, class V> QVO_INLINE bool repeats(const V* values) {
     return (any[0] | any[1]) == 0;
 }
 
-template <class Bits> QVO_CPU_VARIANTS size_t find_ends_of(KeySteps& steps, uint8_t* kept_key, uint16_t* ends) {
+template <class Bits> QVO_INLINE size_t find_ends_of(KeySteps& steps, uint8_t* kept_key, uint16_t* ends) {
     const Bits* const keys = reinterpret_cast<const Bits*>(steps.values);
     const uint16_t* const index = steps.index;
     const size_t n = steps.n;
@@ -197,7 +197,7 @@ bool has_words(size_t width) {
 
 size_t find_ends(KeySteps& steps, uint8_t* kept_key, uint16_t* ends) {
     return with_unsigned(
-        steps.width, [&](auto bits) { return find_ends_of<decltype(bits)>(steps, kept_key, ends); },
+        steps.width, [&](auto bits) { return for_cpu<find_ends_of<decltype(bits)>>(steps, kept_key, ends); },
         [] { return size_t{0}; });
 }
 

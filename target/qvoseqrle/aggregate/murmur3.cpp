@@ -7,7 +7,7 @@ namespace qvo {
 namespace {
 
 template <class Bits>
-QVO_CPU_VARIANTS void hash_array(const Bits* __restrict values, size_t n, uint32_t seed, uint32_t* __restrict hashes) {
+QVO_INLINE void hash_array(const Bits* __restrict values, size_t n, uint32_t seed, uint32_t* __restrict hashes) {
     for (size_t i = 0; i < n; ++i) hashes[i] = murmur3::hash(values[i], seed);
 }
 
@@ -42,7 +42,10 @@ uint32_t hash_bytes(const uint8_t* bytes, size_t len, uint32_t seed) {
 
 void hash_values(const uint8_t* values, size_t width, size_t n, uint32_t seed, uint32_t* hashes) {
     with_unsigned(
-        width, [=](auto bits) { hash_array(reinterpret_cast<const decltype(bits)*>(values), n, seed, hashes); },
+        width,
+        [=](auto bits) {
+            for_cpu<hash_array<decltype(bits)>>(reinterpret_cast<const decltype(bits)*>(values), n, seed, hashes);
+        },
         [=] {
             for (size_t i = 0; i < n; ++i) hashes[i] = hash_bytes(values + i * width, width, seed);
         });

@@ -88,8 +88,8 @@ struct WeightedAverage {
 constexpr size_t batch = 64;
 
 template <class V, class Family>
-QVO_CPU_VARIANTS void batch_terms(double* __restrict t, const V* __restrict x, const V* __restrict y,
-                                  const int32_t* __restrict runs, size_t n) {
+QVO_INLINE void batch_terms(double* __restrict t, const V* __restrict x, const V* __restrict y,
+                            const int32_t* __restrict runs, size_t n) {
     for (size_t i = 0; i < n; ++i) Family::terms(t + i, batch, x[i], y[i], runs[i]);
 }
 
@@ -105,7 +105,7 @@ void fold_pairs(void* state, const void* left, const void* right, const int32_t*
         double terms[n_sums * batch];
         for (size_t at = 0; at < n; at += batch) {
             const size_t some = std::min(batch, n - at);
-            batch_terms<V, Family>(terms, x + at, y + at, runs + at, some);
+            for_cpu<batch_terms<V, Family>>(terms, x + at, y + at, runs + at, some);
             for (size_t i = 0; i < some; ++i)
                 for (size_t k = 0; k < n_sums; ++k) sum[k] += terms[k * batch + i];
         }

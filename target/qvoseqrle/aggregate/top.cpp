@@ -14,7 +14,7 @@ namespace {
 using Context = qvo_seq_top_context_t;
 
 /// The first of the values from i on that comes before `limit`, or n.
-template <class Order, class V> QVO_CPU_VARIANTS size_t find_better(const V* values, size_t i, size_t n, V limit) {
+template <class Order, class V> QVO_INLINE size_t find_better(const V* values, size_t i, size_t n, V limit) {
     constexpr size_t block = 256 / sizeof(V);
     for (; i + block <= n; i += block) {
         unsigned any = 0;
@@ -79,7 +79,7 @@ template <class Order, class V> struct Kept {
         for (; i != size && n < top; ++i) insert(from[i], first_position + i);
         V beaten;
         while (i != size && limit(beaten)) {
-            i = find_better<Order>(from, i, size, beaten);
+            i = for_cpu<find_better<Order, V>>(from, i, size, beaten);
             if (i == size) break;
             insert(from[i], first_position + i);
             ++i;

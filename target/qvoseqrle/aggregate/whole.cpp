@@ -47,12 +47,12 @@ template <class V> struct IntegerLoops {
         QVO_INLINE InOrder(const uint8_t* runs, size_t n) { copy_in_order(bytes, runs, n); }
     };
 
-    QVO_CPU_VARIANTS static Lane sum_single(const V* __restrict values, size_t n) {
+    QVO_INLINE static Lane sum_single(const V* __restrict values, size_t n) {
         modular<Lane> sum = 0;
         for (size_t i = 0; i < n; ++i) sum += static_cast<modular<Lane>>(static_cast<Lane>(values[i]));
         return static_cast<Lane>(sum);
     }
-    QVO_CPU_VARIANTS static Lane sum(const V* __restrict values, const uint8_t* __restrict runs, size_t n) {
+    QVO_INLINE static Lane sum(const V* __restrict values, const uint8_t* __restrict runs, size_t n) {
         const InOrder run(runs, n);
         modular<Lane> sum = 0;
         for (size_t i = 0; i < n; ++i)
@@ -60,7 +60,7 @@ template <class V> struct IntegerLoops {
         return static_cast<Lane>(sum);
     }
     /// Whether all magnitudes are up to 2^small_bits.
-    QVO_CPU_VARIANTS static bool small(const V* __restrict values, size_t n) {
+    QVO_INLINE static bool small(const V* __restrict values, size_t n) {
         using U = std::make_unsigned_t<V>;
         U any = 0;
         for (size_t i = 0; i < n; ++i)
@@ -68,7 +68,7 @@ template <class V> struct IntegerLoops {
         return any < uint64_t{1} << small_bits;
     }
     /// Sum of value x run x value, for small values.
-    QVO_CPU_VARIANTS static uint64_t squares(const V* __restrict values, const uint8_t* __restrict runs, size_t n) {
+    QVO_INLINE static uint64_t squares(const V* __restrict values, const uint8_t* __restrict runs, size_t n) {
         const InOrder run(runs, n);
         int64_t sum = 0;
         for (size_t i = 0; i < n; ++i) {
@@ -77,7 +77,7 @@ template <class V> struct IntegerLoops {
         }
         return static_cast<uint64_t>(sum);
     }
-    QVO_CPU_VARIANTS static uint64_t squares_single(const V* __restrict values, size_t n) {
+    QVO_INLINE static uint64_t squares_single(const V* __restrict values, size_t n) {
         int64_t sum = 0;
         for (size_t i = 0; i < n; ++i)
             sum += int64_t{static_cast<int32_t>(values[i])} * static_cast<int32_t>(values[i]);
@@ -110,8 +110,7 @@ template <class V> struct OrderedLoops {
         for (size_t i = 0; i < n; ++i) sum += static_cast<double>(values[i]);
         return sum;
     }
-    QVO_CPU_VARIANTS static double sum(double sum, const V* __restrict values, const uint8_t* __restrict runs,
-                                       size_t n) {
+    QVO_INLINE static double sum(double sum, const V* __restrict values, const uint8_t* __restrict runs, size_t n) {
         for (; n >= ahead; n -= ahead, values += ahead, runs -= ahead) {
             uint8_t run[ahead];
             double terms[ahead];
@@ -122,8 +121,7 @@ template <class V> struct OrderedLoops {
         for (size_t i = 0; i < n; ++i) sum += static_cast<double>(element_term(values[i], get_run(runs, i)));
         return sum;
     }
-    QVO_CPU_VARIANTS static void squares(State& s, const V* __restrict values, const uint8_t* __restrict runs,
-                                         size_t n) {
+    QVO_INLINE static void squares(State& s, const V* __restrict values, const uint8_t* __restrict runs, size_t n) {
         double sum = s.agg, sum_of_squares = s.norm;
         for (; n >= ahead; n -= ahead, values += ahead, runs -= ahead) {
             uint8_t run[ahead];
@@ -173,8 +171,8 @@ template <class V, class A> struct Sum {
                     s.agg += static_cast<A>(total(values, runs, n, single));
                     return;
                 }
-            s.agg =
-                single ? OrderedLoops<V>::sum_single(s.agg, values, n) : OrderedLoops<V>::sum(s.agg, values, runs, n);
+            s.agg = single ? OrderedLoops<V>::sum_single(s.agg, values, n)
+                           : for_cpu<OrderedLoops<V>::sum>(s.agg, values, runs, n);
         }
     }
     static void merge(State& s, const State& other) {
@@ -184,7 +182,8 @@ template <class V, class A> struct Sum {
 
  private:
     static auto total(const V* values, const uint8_t* runs, size_t n, bool single) {
-        return single ? IntegerLoops<V>::sum_single(values, n) : IntegerLoops<V>::sum(values, runs, n);
+        return single ? for_cpu<IntegerLoops<V>::sum_single>(values, n)
+                      : for_cpu<IntegerLoops<V>::sum>(values, runs, n);
     }
 };
 
@@ -203,7 +202,7 @@ template <class V> struct SumAndSquares {
         if (single)
             OrderedLoops<V>::squares_single(s, values, n);
         else
-            OrderedLoops<V>::squares(s, values, runs, n);
+            for_cpu<OrderedLoops<V>::squares>(s, values, runs, n);
     }
     static void merge(State& s, const State& other) {
         s.agg += other.agg;
@@ -215,12 +214,14 @@ template <class V> struct SumAndSquares {
     static bool fold_exactly(State& s, const V* values, const uint8_t* runs, size_t n, bool single) {
         using Loops = IntegerLoops<V>;
         if (!sums_exactly(s.agg)) return false;
-        if (sizeof(V) == sizeof(int32_t) && !Loops::small(values, n)) return false;
-        const uint64_t squares = single ? Loops::squares_single(values, n) : Loops::squares(values, runs, n);
+        if (sizeof(V) == sizeof(int32_t) && !for_cpu<Loops::small>(values, n)) return false;
+        const uint64_t squares =
+            single ? for_cpu<Loops::squares_single>(values, n) : for_cpu<Loops::squares>(values, runs, n);
         // Squares only grow, so if their sum is within the limit at the end, it always was.
         if (squares > static_cast<uint64_t>(exact_limit) || !(s.norm <= exact_limit - static_cast<double>(squares)))
             return false;
-        s.agg += static_cast<double>(single ? Loops::sum_single(values, n) : Loops::sum(values, runs, n));
+        s.agg +=
+            static_cast<double>(single ? for_cpu<Loops::sum_single>(values, n) : for_cpu<Loops::sum>(values, runs, n));
         s.norm += static_cast<double>(squares);
         return true;
     }
@@ -264,7 +265,7 @@ template <class V, class Order> struct Extreme {
     }
     static void fold(State& s, const V* values, const uint8_t* /*runs*/, size_t n, bool /*single*/) {
         // In any order, the extreme is the same but for its sign if it is 0. (A NaN that came first is never beaten.)
-        const V extreme = of(s.agg, values, n);
+        const V extreme = for_cpu<of>(s.agg, values, n);
         if (!Order::beats(extreme, s.agg)) return;
         s.agg = extreme;
         if constexpr (std::is_floating_point_v<V>)
@@ -276,7 +277,7 @@ template <class V, class Order> struct Extreme {
     }
 
  private:
-    QVO_CPU_VARIANTS static V of(V start, const V* __restrict values, size_t n) {
+    QVO_INLINE static V of(V start, const V* __restrict values, size_t n) {
         if constexpr (std::is_integral_v<V>) {
             V extreme = start;
             for (size_t i = 0; i < n; ++i) extreme = Order::beats(values[i], extreme) ? values[i] : extreme;

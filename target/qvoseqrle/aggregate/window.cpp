@@ -115,8 +115,7 @@ inline constexpr bool adds_exactly = std::is_integral_v<A> || (std::is_integral_
 template <class V, class A, class Finish> struct WindowSums {
     using R = decltype(Finish::of(A{}, 0.0, 1));
 
-    QVO_CPU_VARIANTS static void exact(R* __restrict out, const V* __restrict values, size_t n, A rest,
-                                       uint64_t interval) {
+    QVO_INLINE static void exact(R* __restrict out, const V* __restrict values, size_t n, A rest, uint64_t interval) {
         for (size_t i = 0; i < n; ++i)
             out[i] = Finish::of(wrapping_add(rest, static_cast<A>(values[i])), 0.0, interval);
     }
@@ -129,7 +128,7 @@ template <class V, class A, class Finish> struct WindowSums {
         V old = history.get(call.slot);
         if constexpr (adds_exactly<V, A> && !Finish::squares) {
             const A rest = wrapping_sub(sum, static_cast<A>(old));
-            exact(out, values, call.n, rest, history.size());
+            for_cpu<exact>(out, values, call.n, rest, history.size());
             old = values[call.n - 1];
             sum = wrapping_add(rest, static_cast<A>(old));
         } else {
@@ -165,7 +164,7 @@ template <class V, class Order> struct WindowExtreme {
         if (call.n < fewest_searched) return run_in_steps(call);
         const V rest = extreme_of_others(history, call.slot);
         if (!follows_values(call, history, rest)) return run_in_steps(call);
-        beat(out, values, call.n, rest);
+        for_cpu<beat>(out, values, call.n, rest);
         history.set(call.slot, values[call.n - 1]);
         store_accumulator(call.context, out[call.n - 1]);
     }
@@ -188,12 +187,12 @@ template <class V, class Order> struct WindowExtreme {
         const V extreme = load_accumulator<V>(call.context), expected = Order::apply(rest, history.get(call.slot));
         if (std::memcmp(&extreme, &expected, sizeof(V)) != 0) return false;
         if constexpr (std::is_floating_point_v<V>) {
-            return !has_ambiguous(history.values(), history.size(), rest) &&
-                   !has_ambiguous(static_cast<const V*>(call.values), call.n, rest);
+            return !for_cpu<has_ambiguous>(history.values(), history.size(), rest) &&
+                   !for_cpu<has_ambiguous>(static_cast<const V*>(call.values), call.n, rest);
         }
         return true;
     }
-    QVO_CPU_VARIANTS static bool has_ambiguous(const V* values, size_t n, V rest) {
+    QVO_INLINE static bool has_ambiguous(const V* values, size_t n, V rest) {
         const auto bits = std::bit_cast<Bits>(rest);
         Bits any = 0;
         for (size_t i = 0; i < n; ++i) {
@@ -202,7 +201,7 @@ template <class V, class Order> struct WindowExtreme {
         }
         return any != 0;
     }
-    QVO_CPU_VARIANTS static void beat(V* __restrict out, const V* __restrict values, size_t n, V rest) {
+    QVO_INLINE static void beat(V* __restrict out, const V* __restrict values, size_t n, V rest) {
         for (size_t i = 0; i < n; ++i) out[i] = Order::apply(rest, values[i]);
     }
 

@@ -41,28 +41,20 @@ template <size_t N> class LoopSink {
     const uint8_t* runs_[N];
 };
 
-template <class Rule, size_t N, class... Slot>
-QVO_INLINE QVO_RET loops_next(qvo_seq_iterator_h it, const Loops<N>& loops, Where where, Slot... slots) {
-    Operand operands[] = {Operand(it->opd[slots])...};
+template <class Rule, size_t N, size_t... Slot>
+QVO_INLINE QVO_RET loops_over(qvo_seq_iterator_h it, const Loops<N>& loops, Where where, std::index_sequence<Slot...>) {
+    Operand operands[] = {Operand(it->opd[Slot])...};
     TileWriter out(it);
     typename Loops<N>::Steps steps;
     LoopSink<N> sink(it, out, loops, steps);
     return out.finish(walk<Rule>(operands, sink, where));
 }
-
-}  // namespace
-
-QVO_CPU_VARIANTS QVO_RET overlap_next(qvo_seq_iterator_h it, const Loops<2>& loops, Where where) {
-    return loops_next<RunsLeft>(it, loops, where, 0, 1);
-}
-QVO_CPU_VARIANTS QVO_RET overlap_next(qvo_seq_iterator_h it, const Loops<3>& loops, Where where) {
-    return loops_next<RunsLeft>(it, loops, where, 0, 1, 2);
-}
-QVO_CPU_VARIANTS QVO_RET whole_run_next(qvo_seq_iterator_h it, const Loops<3>& loops, Where where) {
-    return loops_next<WholeRuns>(it, loops, where, 0, 1, 2);
+template <class Rule, size_t N>
+QVO_INLINE QVO_RET loops_next(qvo_seq_iterator_h it, const Loops<N>& loops, Where where) {
+    return loops_over<Rule>(it, loops, where, std::make_index_sequence<N>{});
 }
 
-QVO_CPU_VARIANTS QVO_RET elements_next(qvo_seq_iterator_h it, UnaryLoop loop, Where where) {
+QVO_INLINE QVO_RET unary_next(qvo_seq_iterator_h it, UnaryLoop loop, Where where) {
     Operand input(it->opd[0]);
     TileWriter out(it, capacity_of(it->elem_size));
     const uint8_t* runs = runs_of(it->opd[0]);
@@ -71,6 +63,21 @@ QVO_CPU_VARIANTS QVO_RET elements_next(qvo_seq_iterator_h it, UnaryLoop loop, Wh
             loop(it, out.size(), index, n);
             out.put_runs(runs - index, n);
         }));
+}
+
+}  // namespace
+
+QVO_RET overlap_next(qvo_seq_iterator_h it, const Loops<2>& loops, Where where) {
+    return for_cpu<loops_next<RunsLeft, 2>>(it, loops, where);
+}
+QVO_RET overlap_next(qvo_seq_iterator_h it, const Loops<3>& loops, Where where) {
+    return for_cpu<loops_next<RunsLeft, 3>>(it, loops, where);
+}
+QVO_RET whole_run_next(qvo_seq_iterator_h it, const Loops<3>& loops, Where where) {
+    return for_cpu<loops_next<WholeRuns, 3>>(it, loops, where);
+}
+QVO_RET elements_next(qvo_seq_iterator_h it, UnaryLoop loop, Where where) {
+    return for_cpu<unary_next>(it, loop, where);
 }
 
 void copy_loop(qvo_seq_iterator_h it, size_t to, size_t from, size_t n) { copy_values(it, to, it->opd[0], from, n); }

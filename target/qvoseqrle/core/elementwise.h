@@ -75,9 +75,10 @@ template <class Op, class W, class... V> struct OperationLoops {
     static constexpr size_t n_operands = sizeof...(V);
 
     template <unsigned Set>
-    QVO_CPU_VARIANTS static void stretch(qvo_seq_iterator_h it, size_t to, At<n_operands> from, size_t n) {
+    QVO_INLINE static void stretch_loop(qvo_seq_iterator_h it, size_t to, At<n_operands> from, size_t n) {
         stretch_of<Set>(it, to, from, n, std::index_sequence_for<V...>{});
     }
+    template <unsigned Set> static constexpr auto stretch = for_cpu<stretch_loop<Set>>;
     static void singles(qvo_seq_iterator_h it, size_t to, const typename Loops<n_operands>::Steps& steps, size_t n) {
         singles_of(it, to, steps, n, std::index_sequence_for<V...>{});
     }
@@ -146,7 +147,7 @@ template <class E, class R, class Op> QVO_RET ternary_next(qvo_seq_iterator_h it
 
 /// The loop of Op::apply(value), from V to W.
 template <class V, class W, class Op> struct ValueLoop {
-    QVO_CPU_VARIANTS static void run(qvo_seq_iterator_h it, size_t to, size_t from, size_t n) {
+    QVO_INLINE static void run(qvo_seq_iterator_h it, size_t to, size_t from, size_t n) {
         apply<Op>(values_of<W>(it) + to, values_of<V>(it->opd[0]) + from, n);
     }
 };
@@ -183,7 +184,7 @@ void copy_loop(qvo_seq_iterator_h it, size_t to, size_t from, size_t n);
 #define QVO_DEFINE_UNARY(name, Element, Result, Op) QVO_DEFINE_UNARY_NAMED(name, name##_next, Element, Result, Op)
 
 #define QVO_DEFINE_UNARY_NAMED(name, next_name, Element, Result, Op) \
-    QVO_DEFINE_UNARY_LOOP(name, next_name, Element, Result, ValueLoop<Element::value, Result::value, Op>::run)
+    QVO_DEFINE_UNARY_LOOP(name, next_name, Element, Result, for_cpu<ValueLoop<Element::value, Result::value, Op>::run>)
 
 #define QVO_DEFINE_UNARY_LOOP(name, next_name, Element, Result, ...)                         \
     extern "C" QVO_API QVO_RET next_name(qvo_seq_iterator_h iterator) {                      \

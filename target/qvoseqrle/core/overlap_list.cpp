@@ -59,18 +59,15 @@ QVO_INLINE size_t list_steps(OverlapList<N>& list, Operand* operands, size_t roo
     return sink.size();
 }
 
-QVO_CPU_VARIANTS size_t list_overlaps(OverlapList<2>& list, Operand* operands, size_t room) {
-    return list_steps(list, operands, room, std::make_index_sequence<2>{});
-}
-QVO_CPU_VARIANTS size_t list_overlaps(OverlapList<3>& list, Operand* operands, size_t room) {
-    return list_steps(list, operands, room, std::make_index_sequence<3>{});
+template <size_t N> QVO_INLINE size_t list_overlaps(OverlapList<N>& list, Operand* operands, size_t room) {
+    return list_steps(list, operands, room, std::make_index_sequence<N>{});
 }
 
 }  // namespace
 
 template <size_t N> void OverlapList<N>::collect(Operand* operands, size_t room) {
     for (size_t k = 0; k < N; ++k) taken[k] = operands[k].taken();
-    n = list_overlaps(*this, operands, std::min(room, most));
+    n = for_cpu<list_overlaps<N>>(*this, operands, std::min(room, most));
 }
 
 template <size_t N> void OverlapList<N>::set_back(Operand* operands, size_t i) const {

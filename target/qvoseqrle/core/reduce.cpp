@@ -8,7 +8,7 @@ namespace qvo {
 namespace {
 
 /// Run bytes in the order of their elements, as numbers.
-QVO_CPU_VARIANTS void widen_runs(int32_t* __restrict to, const uint8_t* __restrict runs, size_t n) {
+QVO_INLINE void widen_runs(int32_t* __restrict to, const uint8_t* __restrict runs, size_t n) {
     for (size_t i = 0; i < n; ++i) to[i] = static_cast<int32_t>(get_run(runs, i));
 }
 
@@ -61,7 +61,7 @@ template <class Mover> class FoldSink {
             const uint8_t* from_right = right_ + (right + at * right_step) * width;
             if (!alone || left_step == 0) copy(left_batch_, from_left, left_step, n);
             if (!alone || right_step == 0) copy(right_batch_, from_right, right_step, n);
-            widen_runs(runs_ + n_, runs - at, n);
+            for_cpu<widen_runs>(runs_ + n_, runs - at, n);
             if (alone)
                 fold_(state_, left_step == 0 ? batch(left_batch_) : from_left,
                       right_step == 0 ? batch(right_batch_) : from_right, runs_, n);
@@ -96,8 +96,8 @@ template <class Mover> class FoldSink {
 };
 
 template <class Mover>
-QVO_CPU_VARIANTS QVO_RET reduce_with(Mover mover, qvo_seq_iterator_h it, void* state, qvo_seq_count_t& count,
-                                     FoldPairs fold, Where where) {
+QVO_INLINE QVO_RET reduce_with(Mover mover, qvo_seq_iterator_h it, void* state, qvo_seq_count_t& count, FoldPairs fold,
+                               Where where) {
     Operand operands[] = {Operand(it->opd[0]), Operand(it->opd[1])};
     FoldSink sink(it, state, fold, mover);
     const QVO_RET rc = walk(operands, sink, where);
@@ -107,17 +107,8 @@ QVO_CPU_VARIANTS QVO_RET reduce_with(Mover mover, qvo_seq_iterator_h it, void* s
     return QVO_S_OK;
 }
 
-}  // namespace
-
-QVO_RET reduce_overlaps(qvo_seq_iterator_h it, void* state, qvo_seq_count_t& count, FoldPairs fold, Where where) {
-    const auto reduce = [&](auto bits) {
-        return reduce_with(FixedMover<sizeof bits>{}, it, state, count, fold, where);
-    };
-    return with_unsigned(it->opd[0]->elem_size, reduce, [&] { return reduce(bits8{}); });
-}
-
-QVO_CPU_VARIANTS QVO_RET reduce_tiles(qvo_seq_iterator_h operand, void* state, qvo_seq_count_t& count, FoldTile fold,
-                                      Where where) {
+QVO_INLINE QVO_RET fold_tiles(qvo_seq_iterator_h operand, void* state, qvo_seq_count_t& count, FoldTile fold,
+                              Where where) {
     const uint8_t* runs = runs_of(operand);
     qvo_seq_count_t positions = 0;
     bool first = true;
@@ -133,6 +124,19 @@ QVO_CPU_VARIANTS QVO_RET reduce_tiles(qvo_seq_iterator_h operand, void* state, q
     if (rc != QVO_S_CURSOR_END || first) return rc;
     count += positions;
     return QVO_S_OK;
+}
+
+}  // namespace
+
+QVO_RET reduce_overlaps(qvo_seq_iterator_h it, void* state, qvo_seq_count_t& count, FoldPairs fold, Where where) {
+    const auto reduce = [&](auto bits) {
+        return for_cpu<reduce_with<FixedMover<sizeof bits>>>(FixedMover<sizeof bits>{}, it, state, count, fold, where);
+    };
+    return with_unsigned(it->opd[0]->elem_size, reduce, [&] { return reduce(bits8{}); });
+}
+
+QVO_RET reduce_tiles(qvo_seq_iterator_h operand, void* state, qvo_seq_count_t& count, FoldTile fold, Where where) {
+    return for_cpu<fold_tiles>(operand, state, count, fold, where);
 }
 
 }  // namespace qvo

@@ -51,7 +51,7 @@ struct Descending {
 };
 
 /// The number of leading values, of `n` at most, no two neighbours of which break the order. (n is 1 or more.)
-template <class V, class Order> QVO_CPU_VARIANTS size_t ordered_prefix(const V* data, size_t n) {
+template <class V, class Order> QVO_INLINE size_t ordered_prefix(const V* data, size_t n) {
     size_t i = 0;
     for (; i + order_block < n; i += order_block) {
         bool broken = false;
@@ -62,8 +62,12 @@ template <class V, class Order> QVO_CPU_VARIANTS size_t ordered_prefix(const V* 
     return i + 1;
 }
 
-template <class V> bool is_sorted(const V* data, size_t n) { return ordered_prefix<V, Ascending>(data, n) >= n; }
-template <class V> bool is_rev_sorted(const V* data, size_t n) { return ordered_prefix<V, Descending>(data, n) >= n; }
+template <class V> bool is_sorted(const V* data, size_t n) {
+    return for_cpu<ordered_prefix<V, Ascending>>(data, n) >= n;
+}
+template <class V> bool is_rev_sorted(const V* data, size_t n) {
+    return for_cpu<ordered_prefix<V, Descending>>(data, n) >= n;
+}
 
 void init_permutation(qvo_seq_no_t* permutation, size_t n, qvo_seq_order_t order) {
     if (order == QVO_SEQ_DESC_ORDER)
@@ -106,7 +110,7 @@ template <class V> void insertion_sort(const V* data, qvo_seq_no_t* slice, size_
 /// sort of what smallest_first left: a position ends up after as many others as have smaller values, or equal ones
 /// further ahead. Comparing all with all in vectors is faster than inserting, which waits for a branch that cannot be
 /// foreseen at every position.
-template <class V> QVO_CPU_VARIANTS void sort_short(const V* data, qvo_seq_no_t* slice, size_t n) {
+template <class V> QVO_INLINE void sort_short(const V* data, qvo_seq_no_t* slice, size_t n) {
     if (n < 2) return;
     smallest_first(data, slice, n);
     V values[most_inserted];
@@ -262,12 +266,12 @@ void qloop(const V* data, qvo_seq_no_t* slice, size_t n, unsigned depth, size_t 
         qloop(data, slice + pivot + 1, n - 1 - pivot, depth, ascending, seed);  // no deeper than `depth`
         n = pivot;
     }
-    sort_short(data, slice, n);
+    for_cpu<sort_short<V>>(data, slice, n);
 }
 
 template <class V>
 void sort(const V* data, qvo_seq_no_t* permutation, size_t n, qvo_seq_order_t order, PivotSeed& seed) {
-    const size_t ascending = n <= 1 ? n : ordered_prefix<V, Ascending>(data, n);
+    const size_t ascending = n <= 1 ? n : for_cpu<ordered_prefix<V, Ascending>>(data, n);
     if (ascending >= n) return init_permutation(permutation, n, order);
     // Deliberate: without an order, descending values stay as they are, while all others are sorted.
     if (is_rev_sorted(data, n))
@@ -312,7 +316,8 @@ void sort(const V* data, qvo_seq_no_t* permutation, size_t n, qvo_seq_order_t or
     }                                                                                                                  \
     extern "C" QVO_PLAIN_NAME void qloop_##type(const qvo_##type* data, qvo_seq_no_t* permutation, qvo_size_t n_elems, \
                                                 unsigned d) {                                                          \
-        const size_t ascending = n_elems <= most_inserted ? 0 : ordered_prefix<qvo_##type, Ascending>(data, n_elems);  \
+        const size_t ascending =                                                                                       \
+            n_elems <= most_inserted ? 0 : for_cpu<ordered_prefix<qvo_##type, Ascending>>(data, n_elems);              \
         qloop(data, permutation, n_elems, d, ascending, seed_##type);                                                  \
     }
 QVO_SEQ_FOR_FIXED_TYPES(STAMP)

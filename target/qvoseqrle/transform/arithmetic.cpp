@@ -51,13 +51,13 @@ template <class V> struct FloatModLoops {
     };
     template <unsigned Set> static void stretch(qvo_seq_iterator_h it, size_t to, At<2> from, size_t n) {
         Quick::template stretch<Set>(it, to, from, n);
-        if (any_nan(values_of<V>(it) + to, n)) MappedLoops<Repair>::template stretch<Set>(it, to, from, n);
+        if (for_cpu<any_nan>(values_of<V>(it) + to, n)) MappedLoops<Repair>::template stretch<Set>(it, to, from, n);
     }
     static void singles(qvo_seq_iterator_h it, size_t to, const BinaryLoops::Steps& steps, size_t n) {
         Quick::singles(it, to, steps, n);
-        if (any_nan(values_of<V>(it) + to, n)) MappedLoops<Repair>::singles(it, to, steps, n);
+        if (for_cpu<any_nan>(values_of<V>(it) + to, n)) MappedLoops<Repair>::singles(it, to, steps, n);
     }
-    QVO_CPU_VARIANTS static bool any_nan(const V* values, size_t n) {
+    QVO_INLINE static bool any_nan(const V* values, size_t n) {
         unsigned any = 0;
         for (size_t i = 0; i < n; ++i) any |= values[i] != values[i];
         return any != 0;

@@ -33,7 +33,7 @@ template <class Bits> struct ChoiceLoops {
     static constexpr size_t n_operands = 3;
 
     template <unsigned Set>
-    QVO_CPU_VARIANTS static void stretch(qvo_seq_iterator_h it, size_t to, At<3> from, size_t n) {
+    QVO_INLINE static void stretch_loop(qvo_seq_iterator_h it, size_t to, At<3> from, size_t n) {
         constexpr size_t left_step = Set >> 1 & 1, right_step = Set >> 2 & 1;
         const size_t width = it->elem_size;
         const auto value = [&](size_t k) { return values_of<uint8_t>(it->opd[k]) + from[k] * width; };
@@ -55,6 +55,7 @@ template <class Bits> struct ChoiceLoops {
             blend<Bits, left_step, right_step>(out, conditions, value(1), value(2), n);
         }
     }
+    template <unsigned Set> static constexpr auto stretch = for_cpu<stretch_loop<Set>>;
     static void singles(qvo_seq_iterator_h it, size_t to, const Loops<3>::Steps& steps, size_t n) {
         const uint8_t* const conditions = values_of<uint8_t>(it->opd[0]);
         const uint8_t *const left = values_of<uint8_t>(it->opd[1]), *const right = values_of<uint8_t>(it->opd[2]);

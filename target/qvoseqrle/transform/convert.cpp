@@ -32,7 +32,7 @@ template <class F> struct ToUint4 {
         }
     }
 
-    QVO_CPU_VARIANTS static void run(qvo_seq_iterator_h it, size_t to, size_t from, size_t n) {
+    QVO_INLINE static void run(qvo_seq_iterator_h it, size_t to, size_t from, size_t n) {
         const F* const values = values_of<F>(it->opd[0]) + from;
         uint32_t* const out = values_of<uint32_t>(it) + to;
         for (size_t i = 0; i < n; i += chunk) {
@@ -53,13 +53,13 @@ template <class From, class To> constexpr UnaryLoop conversion_loop() {
     if constexpr (sizeof(From) == sizeof(To) && from_integer == to_integer)
         return copy_loop;
     else if constexpr (!from_integer && std::is_same_v<To, uint32_t>)
-        return ToUint4<From>::run;
+        return for_cpu<ToUint4<From>::run>;
     else if constexpr (from_integer && to_integer && sizeof(From) > sizeof(To))
-        return ValueLoop<signed_of<From>, signed_of<To>, Convert<signed_of<To>>>::run;
+        return for_cpu<ValueLoop<signed_of<From>, signed_of<To>, Convert<signed_of<To>>>::run>;
     else if constexpr ((from_integer && to_integer) || sizeof(To) < sizeof(int32_t))
-        return ValueLoop<From, signed_of<To>, Convert<signed_of<To>>>::run;
+        return for_cpu<ValueLoop<From, signed_of<To>, Convert<signed_of<To>>>::run>;
     else
-        return ValueLoop<From, To, Convert<To>>::run;
+        return for_cpu<ValueLoop<From, To, Convert<To>>::run>;
 }
 
 }  // namespace

@@ -10,8 +10,7 @@ namespace {
 /// The signs of the operand's elements from .. from+n-1: 1, -1, and 0 for zeros and NaNs.
 using SignLoop = void (*)(qvo_seq_iterator_h it, size_t from, size_t n, int8_t* signs);
 
-template <class V>
-QVO_CPU_VARIANTS void find_signs(qvo_seq_iterator_h it, size_t from, size_t n, int8_t* __restrict signs) {
+template <class V> QVO_INLINE void find_signs(qvo_seq_iterator_h it, size_t from, size_t n, int8_t* __restrict signs) {
     const V* __restrict values = values_of<V>(it->opd[0]) + from;
     for (size_t i = 0; i < n; ++i) signs[i] = static_cast<int8_t>((values[i] > 0) - (values[i] < 0));
 }
@@ -108,7 +107,7 @@ extern "C" QVO_API QVO_RET qvo_seq_cross_reset_iterator(qvo_seq_iterator_h itera
 
 #define STAMP(type)                                                                                                   \
     extern "C" QVO_API QVO_RET qvo_seq_cross_##type##_next(qvo_seq_iterator_h iterator) {                             \
-        return cross_next(iterator, find_signs<qvo_##type>, Where::here());                                           \
+        return cross_next(iterator, for_cpu<find_signs<qvo_##type>>, Where::here());                                  \
     }                                                                                                                 \
     extern "C" QVO_API QVO_RET qvo_seq_cross_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input,              \
                                                     int first_cross_direction) {                                      \

@@ -21,8 +21,8 @@ using DirectionLoop = void (*)(qvo_seq_iterator_h it, size_t from, size_t n, con
                                int8_t* directions);
 
 template <class V>
-QVO_CPU_VARIANTS void find_directions(qvo_seq_iterator_h it, size_t from, size_t n, const uint64_t* previous,
-                                      int8_t* __restrict directions) {
+QVO_INLINE void find_directions(qvo_seq_iterator_h it, size_t from, size_t n, const uint64_t* previous,
+                                int8_t* __restrict directions) {
     const V* __restrict values = values_of<V>(it->opd[0]) + from;
     V first;
     std::memcpy(&first, previous, sizeof first);
@@ -121,7 +121,7 @@ QVO_RET construct_extrema(qvo_seq_iterator_h result, qvo_seq_iterator_h input, i
 
 #define STAMP(type)                                                                                               \
     extern "C" QVO_API QVO_RET qvo_seq_extrema_##type##_next(qvo_seq_iterator_h iterator) {                       \
-        return extrema_next(iterator, find_directions<qvo_##type>, Where::here());                                \
+        return extrema_next(iterator, for_cpu<find_directions<qvo_##type>>, Where::here());                       \
     }                                                                                                             \
     extern "C" QVO_API QVO_RET qvo_seq_extrema_##type##_reset_iterator(qvo_seq_iterator_h iterator) {             \
         return extrema_reset(iterator);                                                                           \

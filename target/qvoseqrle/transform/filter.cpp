@@ -108,7 +108,7 @@ class FilterSink {
     const uint8_t* input_runs_;
 };
 
-QVO_CPU_VARIANTS QVO_RET filter_next(qvo_seq_iterator_h it, Where where) {
+QVO_INLINE QVO_RET filter_next(qvo_seq_iterator_h it, Where where) {
     Operand operands[] = {Operand(it->opd[0]), Operand(it->opd[1])};
     TileWriter out(it);
     FilterSink::Singles singles;
@@ -133,7 +133,7 @@ Selection select_positions(uint64_t* to, const uint8_t* conditions, size_t n, si
 }
 
 /// Writes `count` positions from `first` on.
-QVO_CPU_VARIANTS void write_positions(uint64_t* __restrict to, size_t count, uint64_t first) {
+QVO_INLINE void write_positions(uint64_t* __restrict to, size_t count, uint64_t first) {
     for (size_t k = 0; k < count; ++k) to[k] = first + k;
 }
 
@@ -164,7 +164,7 @@ QVO_RET filter_pos_next(qvo_seq_iterator_h it, Where where) {
             // after the end of this run, which then lasts until the byte has come round.
             const unsigned left = static_cast<uint8_t>(condition.run_left() - 1) + 1U;
             const unsigned n = static_cast<unsigned>(std::min<size_t>(left, out.room()));
-            write_positions(positions + out.size(), n, at);
+            for_cpu<write_positions>(positions + out.size(), n, at);
             out.put_equal_runs(n, 1);
             condition.take(n);
             at += n;
@@ -186,7 +186,7 @@ QVO_RET filter_first_pos_next(qvo_seq_iterator_h it, Where where) {
         // counts on. It ends at once or, with a false element, not at all.
         const volatile qvo_seq_bool& tested = values_of<qvo_seq_bool>(it->opd[0])[condition.index()];
         while (tested == 0) continue;
-        write_positions(values_of<uint64_t>(it), n, first);
+        for_cpu<write_positions>(values_of<uint64_t>(it), n, first);
     }
     TileWriter out(it);
     out.put_equal_runs(n, 1);
@@ -223,7 +223,7 @@ QVO_RET construct_filter_pos(qvo_seq_iterator_h result, qvo_seq_iterator_h condi
 
 #define STAMP(type, code, width)                                                                         \
     extern "C" QVO_API QVO_RET qvo_seq_filter_##type##_next(qvo_seq_iterator_h iterator) {               \
-        return filter_next(iterator, Where::here());                                                     \
+        return for_cpu<filter_next>(iterator, Where::here());                                            \
     }                                                                                                    \
     extern "C" QVO_API QVO_RET qvo_seq_filter_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h cond, \
                                                      qvo_seq_iterator_h input) {                         \

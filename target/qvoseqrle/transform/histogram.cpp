@@ -58,8 +58,7 @@ QVO_INLINE void floating_intervals(const HistogramState<V>& s, const V* __restri
     }
 }
 
-template <class V>
-QVO_CPU_VARIANTS size_t find_intervals(qvo_seq_iterator_h it, size_t from, size_t n, uint16_t* intervals) {
+template <class V> QVO_INLINE size_t find_intervals(qvo_seq_iterator_h it, size_t from, size_t n, uint16_t* intervals) {
     const HistogramState<V> s = state<HistogramState<V>>(it);
     const V* __restrict values = values_of<V>(it->opd[0]) + from;
     unsigned outside = 0;
@@ -115,7 +114,7 @@ QVO_RET construct_histogram(qvo_seq_iterator_h result, qvo_seq_iterator_h input,
 
 #define STAMP(type)                                                                                          \
     extern "C" QVO_API QVO_RET qvo_seq_histogram_##type##_next(qvo_seq_iterator_h iterator) {                \
-        return histogram_next(iterator, find_intervals<qvo_##type>,                                          \
+        return histogram_next(iterator, for_cpu<find_intervals<qvo_##type>>,                                 \
                               state<HistogramState<qvo_##type>>(iterator).n_intervals, Where::here());       \
     }                                                                                                        \
     extern "C" QVO_API QVO_RET qvo_seq_histogram_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input, \

@@ -22,7 +22,7 @@ template <class V> struct NormLoops {
         return sum;
     }
 
-    QVO_CPU_VARIANTS static void divide(qvo_seq_iterator_h it, size_t to, size_t from, size_t n) {
+    QVO_INLINE static void divide(qvo_seq_iterator_h it, size_t to, size_t from, size_t n) {
         const V* __restrict const values = values_of<V>(it->opd[0]) + from;
         double* __restrict const out = values_of<double>(it) + to;
         const double norm = state<qvo_seq_norm_context_t>(it).norm;
@@ -55,7 +55,7 @@ QVO_RET norm_next(qvo_seq_iterator_h it, SumSquares sum_squares, UnaryLoop divid
 #define STAMP(type)                                                                                       \
     extern "C" QVO_API QVO_RET qvo_seq_norm_##type##_next(qvo_seq_iterator_h iterator) {                  \
         using Loops = NormLoops<elem_##type::value>;                                                      \
-        return norm_next(iterator, Loops::sum_squares, Loops::divide, Where::here());                     \
+        return norm_next(iterator, Loops::sum_squares, for_cpu<Loops::divide>, Where::here());            \
     }                                                                                                     \
     extern "C" QVO_API QVO_RET qvo_seq_norm_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) { \
         return construct_unary<elem_##type, elem_double>(result, input, qvo_seq_norm_##type##_next);      \

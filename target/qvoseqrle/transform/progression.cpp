@@ -12,7 +12,7 @@ template <class V> struct ProgressionState { V init_value, step; };
 /// would round floating values differently.
 using ProgressionLoop = void (*)(qvo_seq_iterator_h it, qvo_seq_no_t first, size_t n);
 
-template <class V> QVO_CPU_VARIANTS void fill_progression(qvo_seq_iterator_h it, qvo_seq_no_t first, size_t n) {
+template <class V> QVO_INLINE void fill_progression(qvo_seq_iterator_h it, qvo_seq_no_t first, size_t n) {
     const ProgressionState<V> s = state<ProgressionState<V>>(it);
     V* __restrict out = values_of<V>(it);
     if constexpr (std::is_integral_v<V>) {
@@ -54,7 +54,7 @@ QVO_RET construct_progression(qvo_seq_iterator_h result, typename E::value init_
 
 #define STAMP(type)                                                                                                 \
     extern "C" QVO_API QVO_RET qvo_seq_aprogres_##type##_next(qvo_seq_iterator_h iterator) {                        \
-        return progression_next(iterator, fill_progression<qvo_##type>);                                            \
+        return progression_next(iterator, for_cpu<fill_progression<qvo_##type>>);                                   \
     }                                                                                                               \
     extern "C" QVO_API QVO_RET qvo_seq_aprogres_##type(qvo_seq_iterator_h result, qvo_##type init_value,            \
                                                        qvo_##type step, uint64_t count) {                           \

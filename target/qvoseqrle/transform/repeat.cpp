@@ -7,7 +7,7 @@ namespace qvo {
 namespace {
 
 /// Each of `n` run bytes times `factor`. Deliberate: only the low 8 bits are kept, nothing is carried into elements.
-QVO_CPU_VARIANTS void multiply_runs(uint8_t* __restrict to, const uint8_t* __restrict from, size_t n, uint8_t factor) {
+QVO_INLINE void multiply_runs(uint8_t* __restrict to, const uint8_t* __restrict from, size_t n, uint8_t factor) {
     for (size_t i = 0; i < n; ++i) to[i] = static_cast<uint8_t>(from[i] * factor);
 }
 
@@ -18,7 +18,7 @@ QVO_RET repeat_next(qvo_seq_iterator_h it, Where where) {
     const qvo_size_t n_times = state<qvo_seq_repeat_context_t>(it).n_times;
     const size_t n = input->tile_size;
     copy_values(it, 0, input, 0, n);
-    multiply_runs(runs_of(it) - n + 1, runs_of(input) - n + 1, n, static_cast<uint8_t>(n_times));
+    for_cpu<multiply_runs>(runs_of(it) - n + 1, runs_of(input) - n + 1, n, static_cast<uint8_t>(n_times));
     TileWriter out(it, n);
     out.advance({n, 0});
     return out.finish_at(input->next_seq_no * n_times);

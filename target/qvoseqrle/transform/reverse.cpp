@@ -21,7 +21,7 @@ QVO_INLINE void reverse_elements(Mover mover, uint8_t* __restrict to, const uint
 }
 
 /// The input's tile as the result's, last element first.
-QVO_CPU_VARIANTS void reverse_tile(qvo_seq_iterator_h it, qvo_seq_iterator_h input) {
+QVO_INLINE void reverse_tile(qvo_seq_iterator_h it, qvo_seq_iterator_h input) {
     const size_t n = input->tile_size;
     uint8_t* const out = values_of<uint8_t>(it);
     const uint8_t* const in = values_of<uint8_t>(input);
@@ -83,7 +83,7 @@ QVO_RET reverse_next(qvo_seq_iterator_h it, const ReverseMember& member, Where w
     const qvo_seq_iterator_h input = it->opd[0];
     if (const QVO_RET rc = pull_any_tile(input, where); rc != QVO_S_OK) return rc;
     const size_t n = input->tile_size;
-    reverse_tile(it, input);
+    for_cpu<reverse_tile>(it, input);
     const QVO_RET second = pull_any_tile(input, where);
     if (second == QVO_S_CURSOR_END) {
         TileWriter out(it, n);

@@ -10,7 +10,7 @@ namespace {
 using NumberLoop = void (*)(qvo_seq_iterator_h it, size_t from, size_t n, uint8_t* numbers);
 
 template <class V>
-QVO_CPU_VARIANTS void find_numbers(qvo_seq_iterator_h it, size_t from, size_t n, uint8_t* __restrict numbers) {
+QVO_INLINE void find_numbers(qvo_seq_iterator_h it, size_t from, size_t n, uint8_t* __restrict numbers) {
     const V* __restrict values = values_of<V>(it->opd[0]) + from;
     for (size_t i = 0; i < n; ++i) numbers[i] = values[i] == values[i];
 }
@@ -33,7 +33,7 @@ QVO_RET skip_nan_next(qvo_seq_iterator_h it, NumberLoop loop, Where where) {
 
 #define STAMP(type)                                                                                           \
     extern "C" QVO_API QVO_RET qvo_seq_skip_nan_##type##_next(qvo_seq_iterator_h iterator) {                  \
-        return skip_nan_next(iterator, find_numbers<qvo_##type>, Where::here());                              \
+        return skip_nan_next(iterator, for_cpu<find_numbers<qvo_##type>>, Where::here());                     \
     }                                                                                                         \
     extern "C" QVO_API QVO_RET qvo_seq_skip_nan_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) { \
         return construct_typed(result, input, elem_##type::code, layout_of<elem_##type>,                      \

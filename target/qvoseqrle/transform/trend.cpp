@@ -30,7 +30,7 @@ struct DiffLoops {
 };
 
 template <class V> struct DiffOf {
-    QVO_CPU_VARIANTS static void differences(qvo_seq_iterator_h it, size_t to, size_t from, size_t n) {
+    QVO_INLINE static void differences(qvo_seq_iterator_h it, size_t to, size_t from, size_t n) {
         const V* const values = values_of<V>(it->opd[0]) + from;
         V* const out = values_of<V>(it) + to;
         out[0] = wrapping_sub(values[0], previous_value<V>(it));
@@ -110,7 +110,7 @@ QVO_RET diff_next(qvo_seq_iterator_h it, const DiffLoops& loops, Where where) {
 
 template <class V> struct TrendOf {
     /// The signs of the differences of the tile's elements from those before them.
-    QVO_CPU_VARIANTS static void signs(qvo_seq_iterator_h it, size_t n) {
+    QVO_INLINE static void signs(qvo_seq_iterator_h it, size_t n) {
         const V* __restrict const values = values_of<V>(it->opd[0]);
         int8_t* __restrict const out = values_of<int8_t>(it);
         const V previous = previous_value<V>(it);
@@ -154,13 +154,13 @@ QVO_RET trend_next(qvo_seq_iterator_h it, void (*signs)(qvo_seq_iterator_h it, s
 #define STAMP(type)                                                                                        \
     extern "C" QVO_API QVO_RET qvo_seq_diff_##type##_next(qvo_seq_iterator_h iterator) {                   \
         using Loops = DiffOf<elem_##type::value>;                                                          \
-        return diff_next(iterator, {Loops::differences, Loops::with_rests}, Where::here());                \
+        return diff_next(iterator, {for_cpu<Loops::differences>, Loops::with_rests}, Where::here());       \
     }                                                                                                      \
     extern "C" QVO_API QVO_RET qvo_seq_diff_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) {  \
         return construct_unary<elem_##type, elem_##type>(result, input, qvo_seq_diff_##type##_next);       \
     }                                                                                                      \
     extern "C" QVO_API QVO_RET qvo_seq_trend_##type##_next(qvo_seq_iterator_h iterator) {                  \
-        return trend_next(iterator, TrendOf<elem_##type::value>::signs, Where::here());                    \
+        return trend_next(iterator, for_cpu<TrendOf<elem_##type::value>::signs>, Where::here());           \
     }                                                                                                      \
     extern "C" QVO_API QVO_RET qvo_seq_trend_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) { \
         return construct_unary<elem_##type, elem_int1>(result, input, qvo_seq_trend_##type##_next);        \

@@ -22,7 +22,7 @@ uint8_t* accumulator_of(qvo_seq_iterator_h it) { return reinterpret_cast<uint8_t
 using ChangeLoop = void (*)(qvo_seq_iterator_h it, size_t from, size_t n, uint8_t* changes);
 
 template <class V>
-QVO_CPU_VARIANTS void find_changes(qvo_seq_iterator_h it, size_t from, size_t n, uint8_t* __restrict changes) {
+QVO_INLINE void find_changes(qvo_seq_iterator_h it, size_t from, size_t n, uint8_t* __restrict changes) {
     const V* __restrict values = values_of<V>(it->opd[0]) + from;
     V previous;
     std::memcpy(&previous, accumulator_of(it), sizeof previous);
@@ -84,7 +84,7 @@ QVO_RET construct_unique(qvo_seq_iterator_h result, qvo_seq_iterator_h input, ui
     extern "C" QVO_API QVO_RET qvo_seq_unique_##type(qvo_seq_iterator_h result, qvo_seq_iterator_h input) { \
         return construct_unique(result, input, code, qvo_seq_unique_##type##_next);                         \
     }
-#define STAMP_FIXED(type, Value) STAMP(type, elem_##type::code, find_changes<Value>)
+#define STAMP_FIXED(type, Value) STAMP(type, elem_##type::code, for_cpu<find_changes<Value>>)
 STAMP_FIXED(int1, uint8_t)
 STAMP_FIXED(int2, uint16_t)
 STAMP_FIXED(int4, uint32_t)
