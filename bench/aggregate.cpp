@@ -167,6 +167,9 @@ struct Adding {
 struct Greater {
     template <class S> static S apply(S a, S b) { return a > b ? a : b; }
 };
+struct Less {
+    template <class S> static S apply(S a, S b) { return a < b ? a : b; }
+};
 template <class Op> struct FlatPrefix {
     template <class R, class V> static void run(R* __restrict out, const V* __restrict values, size_t n) {
         R result = out[0] = static_cast<R>(values[0]);
@@ -197,6 +200,55 @@ struct FewVariance {
         }
         const auto count = static_cast<double>(n);
         return (q - s * s / count) / count;
+    }
+};
+/// The same with n - 1 throughout, and the square root.
+struct FewSampleVariance {
+    template <class V> static double of(const V* values, size_t n) {
+        double s = 0, q = 0;
+        for (size_t i = 0; i < n; ++i) {
+            const auto v = static_cast<double>(values[i]);
+            s += v;
+            q += v * v;
+        }
+        const auto count = static_cast<double>(n - 1);
+        return (q - s * s / count) / count;
+    }
+};
+struct FewDeviation {
+    template <class V> static double of(const V* values, size_t n) { return std::sqrt(FewVariance::of(values, n)); }
+};
+/// Smoothing, which begins with the second call; before that values are their own result.
+struct FlatEma {
+    static constexpr double alpha = 2.0 / (static_cast<double>(window) + 1);
+    template <class V> static void run(double* __restrict out, const V* __restrict values, size_t n) {
+        double smoothed = out[0] = static_cast<double>(values[0]);
+        for (size_t i = 1; i < n; ++i)
+            out[i] = smoothed = (1.0 - alpha) * smoothed + alpha * static_cast<double>(values[i]);
+    }
+    template <class V> static void expect(std::vector<double>& out, const std::vector<V>& values, size_t per_call) {
+        double smoothed = 0;
+        for (size_t i = 0; i < values.size(); ++i) {
+            const auto v = static_cast<double>(values[i]);
+            out.push_back(smoothed = i < per_call ? v : (1.0 - alpha) * smoothed + alpha * v);
+        }
+    }
+};
+/// The weight is that of the call.
+struct FlatAtr {
+    template <class V> static void run(double* __restrict out, const V* __restrict values, size_t n) {
+        double smoothed = 0;
+        for (size_t i = 0; i < n; ++i) {
+            const auto k = static_cast<double>(std::min(i + 1, window));
+            out[i] = smoothed = (smoothed * (k - 1) + static_cast<double>(values[i])) / k;
+        }
+    }
+    template <class V> static void expect(std::vector<double>& out, const std::vector<V>& values, size_t per_call) {
+        double smoothed = 0;
+        for (size_t i = 0; i < values.size(); ++i) {
+            const auto k = static_cast<double>(std::min(i / per_call * per_call + 1, window));
+            out.push_back(smoothed = (smoothed * (k - 1) + static_cast<double>(values[i])) / k);
+        }
     }
 };
 /// What is delivered is computed from all values of the window, what it is timed against from running sums.
@@ -266,6 +318,7 @@ void add_positions(const char* family, const char* type, Construct construct) {
     add_case(family, type, "single",
              [=](benchmark::State& s) { run_positions<V, R, Flat>(s, construct, single_runs); });
     add_case(family, type, "short", [=](benchmark::State& s) { run_positions<V, R, Flat>(s, construct, short_runs); });
+    add_case(family, type, "full", [=](benchmark::State& s) { run_positions<V, R, Flat>(s, construct, full_runs); });
 }
 
 template <QVO_RET (*construct)(qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_size_t)>
@@ -324,6 +377,16 @@ struct FlatDistinct {
     GRID(max, type, qvo_##type, FewFolded<Greater>)                                                               \
     GRID(var, type, double, FewVariance)
 
+// One of the formulas is enough where others differ in the last step alone.
+#define FURTHER(type)                                             \
+    WINDOW(min, type, qvo_##type, FlatSearch<FewFolded<Less>>)    \
+    WINDOW(var_samp, type, double, FlatSearch<FewSampleVariance>) \
+    WINDOW(dev, type, double, FlatSearch<FewDeviation>)           \
+    WINDOW(ema, type, double, FlatEma)                            \
+    WINDOW(atr, type, double, FlatAtr)                            \
+    GRID(min, type, qvo_##type, FewFolded<Less>)                  \
+    GRID(dev, type, double, FewDeviation)
+
 #define WHOLE(type)                                                                \
     add_whole<qvo_##type, FlatSum>("agg_sum", #type, qvo_seq_agg_sum_##type);      \
     add_whole<qvo_##type, FlatAverage>("agg_avg", #type, qvo_seq_agg_avg_##type);  \
@@ -337,6 +400,8 @@ QVO_BENCH_FAMILIES(aggregates) {
     POSITIONS(int1)
     POSITIONS(int4)
     POSITIONS(double)
+    FURTHER(int4)
+    FURTHER(double)
     DISTINCT(int4)
     DISTINCT(double)
 }

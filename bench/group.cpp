@@ -4,7 +4,8 @@
 namespace qvo::bench {
 namespace {
 
-using Construct = QVO_RET (*)(qvo_seq_iterator_h, qvo_seq_iterator_h, qvo_seq_iterator_h);
+using Construct = QVO_RET (*)(qvo_seq_iterator_h result, qvo_seq_iterator_h values, qvo_seq_iterator_h weights,
+                              qvo_seq_iterator_h keys);
 
 constexpr size_t rows = 1'000'000;
 
@@ -53,21 +54,64 @@ struct Average {
     }
 };
 
+struct First {
+    template <class S, class V> static void plain(const V* values, const int32_t* keys, size_t n, std::vector<S>& out) {
+        for (size_t i = 0; i < n; ++i)
+            if (i == 0 || keys[i] != keys[i - 1]) out.push_back(values[i]);
+    }
+};
+struct Variance {
+    template <class S, class V> static void plain(const V* values, const int32_t* keys, size_t n, std::vector<S>& out) {
+        for (size_t i = 0; i < n;) {
+            double s = 0, q = 0;
+            const size_t first = i;
+            for (const int32_t key = keys[i]; i < n && keys[i] == key; ++i) {
+                s += static_cast<double>(values[i]);
+                q += static_cast<double>(values[i]) * static_cast<double>(values[i]);
+            }
+            const auto count = static_cast<double>(i - first);
+            out.push_back((q - s * s / count) / count);
+        }
+    }
+};
+struct Count {
+    template <class S, class V> static void plain(const V*, const int32_t* keys, size_t n, std::vector<S>& out) {
+        for (size_t i = 0; i < n;) {
+            const size_t first = i;
+            for (const int32_t key = keys[i]; i < n && keys[i] == key;) ++i;
+            out.push_back(i - first);
+        }
+    }
+};
+/// The values are the weights too. What the sum is divided by depends on runs: see `is_right`.
+struct WeightedAverage {
+    template <class S, class V> static void plain(const V* values, const int32_t* keys, size_t n, std::vector<S>& out) {
+        for (size_t i = 0; i < n;) {
+            double sum = 0;
+            for (const int32_t key = keys[i]; i < n && keys[i] == key; ++i)
+                sum += static_cast<double>(values[i]) * static_cast<double>(values[i]);
+            out.push_back(static_cast<S>(sum / static_cast<double>(values[i - 1])));
+        }
+    }
+};
+
 template <class Op, class V, class S> bool is_right(qvo_seq_iterator_t& it, const Rows<V>& data) {
     const auto values = data.values.flat();
     const auto keys = data.keys.flat();
     std::vector<S> expected;
     Op::template plain<S>(values.data(), keys.data(), values.size(), expected);
+    if (std::is_same_v<Op, WeightedAverage> && data.values.runs[0] + data.values.runs[1] != 2) return true;
     return delivers(it, expected);
 }
 
 template <class Op, class V, class S>
 void run_groups(benchmark::State& state, Construct construct, unsigned group, bool runs, Runs value_runs) {
     const Rows<V> data(group, runs, value_runs);
-    Source<V> values(data.values);
+    Source<V> values(data.values), weights(data.values);
     Source<int32_t> keys(data.keys);
     static qvo_seq_iterator_t it;
-    if (construct(&it, values.get(), keys.get()) != QVO_S_OK || !is_right<Op, V, S>(it, data)) return fail(state);
+    if (construct(&it, values.get(), weights.get(), keys.get()) != QVO_S_OK || !is_right<Op, V, S>(it, data))
+        return fail(state);
     double elements = 0;
     for (auto _ : state) {
         it.reset(&it);
@@ -117,7 +161,7 @@ template <class V, class S> void run_run_groups(benchmark::State& state, Constru
     std::vector<S> expected;
     data.plain(expected);
     static qvo_seq_iterator_t it;
-    if (construct(&it, values.get(), keys.get()) != QVO_S_OK || !delivers(it, expected)) return fail(state);
+    if (construct(&it, values.get(), nullptr, keys.get()) != QVO_S_OK || !delivers(it, expected)) return fail(state);
     double runs = 0;
     for (auto _ : state) {
         it.reset(&it);
@@ -151,6 +195,8 @@ void add_groups(const std::string& family, const char* type, Construct construct
     add("single", false, single_runs);
     add("key_runs", true, single_runs);
     add("both_runs", true, {10, 10});
+    add("short", true, short_runs);
+    add("full", true, full_runs);
 }
 
 template <class V, class S> void add_sum(const char* type, Construct construct) {
@@ -163,13 +209,26 @@ template <class V, class S> void add_sum(const char* type, Construct construct) 
     }
 }
 
+#define MEMBER(name, type)                                                                                  \
+    [](qvo_seq_iterator_h result, qvo_seq_iterator_h values, qvo_seq_iterator_h, qvo_seq_iterator_h keys) { \
+        return qvo_seq_group_agg_##name##_##type(result, values, keys);                                     \
+    }
+#define MEMBERS(type, V)                                                                              \
+    add_sum<V, std::conditional_t<std::is_integral_v<V>, int64_t, double>>(#type, MEMBER(sum, type)); \
+    add_groups<Max, V, V>("group_agg_max", #type, MEMBER(max, type), 10);                             \
+    add_groups<First, V, V>("group_agg_first", #type, MEMBER(first, type), 10);                       \
+    add_groups<Average, V, double>("group_agg_avg", #type, MEMBER(avg, type), 10);                    \
+    add_groups<Variance, V, double>("group_agg_var", #type, MEMBER(var, type), 10);                   \
+    add_groups<WeightedAverage, V, std::conditional_t<std::is_integral_v<V>, int64_t, double>>(       \
+        "group_agg_wavg", #type, qvo_seq_group_agg_wavg_##type, 10);
+
 QVO_BENCH_FAMILIES(group) {
-    add_sum<int32_t, int64_t>("int4", qvo_seq_group_agg_sum_int4);
-    add_sum<double, double>("double", qvo_seq_group_agg_sum_double);
-    add_groups<Max, int32_t, int32_t>("group_agg_max", "int4", qvo_seq_group_agg_max_int4, 10);
-    add_groups<Max, double, double>("group_agg_max", "double", qvo_seq_group_agg_max_double, 10);
-    add_groups<Average, int32_t, double>("group_agg_avg", "int4", qvo_seq_group_agg_avg_int4, 10);
-    add_groups<Average, double, double>("group_agg_avg", "double", qvo_seq_group_agg_avg_double, 10);
+    MEMBERS(int4, int32_t)
+    MEMBERS(double, double)
+    const Construct counts = [](qvo_seq_iterator_h result, qvo_seq_iterator_h, qvo_seq_iterator_h,
+                                qvo_seq_iterator_h keys) { return qvo_seq_group_agg_count(result, keys); };
+    for (const unsigned group : {1U, 10U, 100U})
+        add_groups<Count, int32_t, uint64_t>("group_agg_count", "int4", counts, group);
 }
 
 }  // namespace

@@ -1,105 +1,8 @@
-// Operators that reshape, combine or look along one sequence, hashes and callbacks, on tiles that are in cache. A
-// table: a row has the constructor and the same computation over flat arrays, which checks it and is what it is
-// compared with.
-#include <cmath>
-#include <limits>
-
-#include "support.h"
+// Operators that reshape, combine or look along one sequence, hashes and callbacks.
+#include "rows.h"
 
 namespace qvo::bench {
 namespace {
-
-/// What a family is fed with: a tile of elements with such runs, so many times.
-struct Shape {
-    const char* name;
-    Runs runs;
-    size_t n_tiles;
-};
-using Shapes = std::vector<Shape>;
-const Shapes all{{"single", single_runs, 4}, {"short", short_runs, 4}, {"full", full_runs, 4}};
-const Shapes singles{all[0]}, short_ones{all[0], all[1]};
-const Shapes tile{{"single", single_runs, 1}}, tiles{tile[0], {"full", full_runs, 1}};
-
-template <class V, class R> struct Row {
-    QVO_RET (*construct)(qvo_seq_iterator_h result, qvo_seq_iterator_h input);
-    /// The result of n positions, whose length is returned.
-    size_t (*loop)(R* __restrict out, const V* __restrict in, size_t n);
-    void (*prepare)(Column<V>& column) = nullptr;  // makes the input fit for the family
-};
-
-template <class V, class R> Column<V> input_of(const Row<V, R>& row, Runs runs) {
-    auto column = random_column<V>(capacity<V>(), runs, 1);
-    if (row.prepare != nullptr) row.prepare(column);
-    return column;
-}
-
-template <class V> std::vector<V> flat_of(const Column<V>& column, size_t n_tiles) {
-    const std::vector<V> tile = column.flat();
-    std::vector<V> all;
-    for (size_t i = 0; i < n_tiles; ++i) all.insert(all.end(), tile.begin(), tile.end());
-    return all;
-}
-
-/// No family here delivers more than two positions for one and a tile.
-template <class V, class R> std::vector<R> run_loop(const Row<V, R>& row, const std::vector<V>& in) {
-    std::vector<R> out(2 * in.size() + sizeof(qvo_seq_payload_t));
-    out.resize(row.loop(out.data(), in.data(), in.size()));
-    return out;
-}
-
-template <class R> std::vector<R> drain(qvo_seq_iterator_h it) {
-    std::vector<R> all;
-    while (it->next(it) == QVO_S_OK)
-        for (size_t i = 0; i < it->tile_size; ++i) {
-            R value;
-            std::memcpy(&value, it->tile.u.arr_uint1 + i * sizeof value, sizeof value);
-            all.insert(all.end(), it->tile.u.arr_uint1[sizeof(qvo_seq_payload_t) - 1 - i], value);
-        }
-    return all;
-}
-
-template <class V, class R> void run_tiles(benchmark::State& state, const Row<V, R>& row, const Shape& shape) {
-    const auto column = input_of(row, shape.runs);
-    TileSeries<V> input(column, shape.n_tiles);
-    qvo_seq_iterator_t it{};
-    if (row.construct(&it, input.get()) != QVO_S_OK) return fail(state);
-    const auto expected = run_loop(row, flat_of(column, shape.n_tiles)), actual = drain<R>(&it);
-    if (actual.size() != expected.size() ||
-        std::memcmp(actual.data(), expected.data(), expected.size() * sizeof(R)) != 0)
-        return fail(state);
-    double rounds = 0;
-    for (auto _ : state) {
-        it.reset(&it);
-        while (it.next(&it) == QVO_S_OK) {}
-        benchmark::ClobberMemory();
-        ++rounds;
-    }
-    qvo_seq_free_buffer(&it);
-    rounds *= static_cast<double>(shape.n_tiles);
-    count(state, rounds * static_cast<double>(column.values.size()), rounds * static_cast<double>(column.positions()));
-}
-
-template <class V, class R> void run_flat(benchmark::State& state, const Row<V, R>& row, const Shape& shape) {
-    const auto in = flat_of(input_of(row, single_runs), shape.n_tiles);
-    // Half a page after the input, modulo a page: arrays at the same place of their pages slow each other down.
-    constexpr size_t page = 4096;
-    std::vector<R> out(2 * in.size() + 2 * page);
-    const size_t distance = (reinterpret_cast<uintptr_t>(in.data()) - reinterpret_cast<uintptr_t>(out.data())) % page;
-    R* const result = out.data() + (distance + page / 2) % page / sizeof(R);
-    double elements = 0;
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(row.loop(result, in.data(), in.size()));
-        benchmark::ClobberMemory();
-        elements += static_cast<double>(in.size());
-    }
-    count(state, elements, elements);
-}
-
-template <class V, class R> void add_rows(const char* family, const char* type, const Shapes& shapes, Row<V, R> row) {
-    add_case(family, type, "flat", [row, shape = shapes[0]](benchmark::State& state) { run_flat(state, row, shape); });
-    for (const Shape& shape : shapes)
-        add_case(family, type, shape.name, [=](benchmark::State& state) { run_tiles(state, row, shape); });
-}
 
 // ---- Second operands and callbacks ----
 
@@ -115,16 +18,6 @@ template <size_t Width> const Column<qvo_uint8>& some_positions() {
 }
 template <size_t Width> qvo_seq_iterator_h positions() {
     static Source<qvo_uint8> source(some_positions<Width>());
-    source.get()->reset(source.get());
-    return source.get();
-}
-
-template <class V> const Column<V>& other_column() {
-    static const auto column = random_column<V>(capacity<V>(), single_runs, 2);
-    return column;
-}
-template <class V> qvo_seq_iterator_h other() {
-    static TileSeries<V> source(other_column<V>(), 1);
     source.get()->reset(source.get());
     return source.get();
 }
@@ -328,12 +221,9 @@ size_t flat_positions(qvo_uint8* __restrict out, const qvo_uint1* __restrict in,
 
 // ---- The table ----
 
-#define ROW(family, type, Result, shapes, ...) add_rows<qvo_##type, Result>(family, #type, shapes, {__VA_ARGS__});
-#define WITH(...) [](qvo_seq_iterator_h result, qvo_seq_iterator_h input) { return __VA_ARGS__; }
-
 #define FAMILIES(type)                                                                                              \
     ROW("norm", type, double, tiles, qvo_seq_norm_##type, flat_norm)                                                \
-    ROW("thin", type, qvo_##type, singles, WITH(qvo_seq_thin_##type(result, input, 1, 3)), flat_thin)               \
+    ROW("thin", type, qvo_##type, all, WITH(qvo_seq_thin_##type(result, input, 1, 3)), flat_thin)                   \
     ROW("repeat", type, qvo_##type, short_ones, WITH(qvo_seq_repeat_##type(result, input, 2)), flat_repeat)         \
     ROW("reverse", type, qvo_##type, tiles, qvo_seq_reverse_##type, flat_reverse)                                   \
     ROW("reverse_buffer", type, qvo_##type, singles, qvo_seq_reverse_##type, flat_reverse)                          \
@@ -347,7 +237,7 @@ size_t flat_positions(qvo_uint8* __restrict out, const qvo_uint1* __restrict in,
     ROW("unique", type, qvo_##type, singles, qvo_seq_unique_##type, flat_unique)                                    \
     ROW("cross", type, qvo_uint8, singles, WITH(qvo_seq_cross_##type(result, input, 0)), flat_cross,                \
         centre<qvo_##type>)                                                                                         \
-    ROW("histogram", type, qvo_uint8, singles, WITH(qvo_seq_histogram_##type(result, input, 0, 101, n_intervals)),  \
+    ROW("histogram", type, qvo_uint8, all, WITH(qvo_seq_histogram_##type(result, input, 0, 101, n_intervals)),      \
         flat_histogram)                                                                                             \
     ROW("extrema", type, qvo_uint8, all, WITH(qvo_seq_extrema_##type(result, input, 0)), flat_extrema)              \
     ROW("aprogres", type, qvo_##type, singles,                                                                      \

@@ -81,6 +81,43 @@ void run_get(benchmark::State& state, QVO_RET (*get)(qvo_seq_iterator_h, V*, qvo
     count(state, elements, positions);
 }
 
+/// Position by position.
+template <class V> void run_next(benchmark::State& state, QVO_RET (*next)(qvo_seq_iterator_h, V*), Runs runs) {
+    const auto column = random_column<V>(n_elements, runs, 1);
+    const std::vector<V> flat = column.flat();
+    Source<V> source(column);
+    std::vector<V> out(flat.size() + 1);
+    double elements = 0, positions = 0;
+    for (auto _ : state) {
+        source.get()->reset(source.get());
+        size_t n = 0;
+        while (next(source.get(), &out[n]) == QVO_S_OK) ++n;
+        if (n != flat.size()) return fail(state);
+        elements += n_elements;
+        positions += static_cast<double>(n);
+    }
+    if (std::memcmp(out.data(), flat.data(), flat.size() * sizeof(V)) != 0) return fail(state);
+    count(state, elements, positions);
+}
+
+/// Elements and their null marks.
+template <class V>
+void run_nullable(benchmark::State& state, QVO_RET (*get)(qvo_seq_iterator_h, V*, qvo_size_t*, qvo_bitmap_word_t*)) {
+    const auto column = random_column<V>(n_elements, single_runs, 1);
+    Source<V> source(column);
+    std::vector<V> out(n_elements);
+    std::vector<qvo_bitmap_word_t> nulls((n_elements + 63) / 64);
+    double elements = 0;
+    for (auto _ : state) {
+        source.get()->reset(source.get());
+        qvo_size_t n = n_elements;
+        if (get(source.get(), out.data(), &n, nulls.data()) != QVO_S_OK || n != n_elements) return fail(state);
+        elements += n_elements;
+    }
+    if (out != column.values) return fail(state);
+    count(state, elements, elements);
+}
+
 template <class V> void add_runs(const char* family, const char* type, void (*body)(benchmark::State&, Runs)) {
     add_case(family, type, "flat", run_copy<V>);
     add_case(family, type, "single", [=](benchmark::State& state) { body(state, single_runs); });
@@ -96,7 +133,13 @@ template <class V> void add_runs(const char* family, const char* type, void (*bo
     add_runs<qvo_##type>("agg_count", #type, run_count<qvo_##type>);                               \
     add_runs<qvo_##type>("get", #type, [](benchmark::State& state, Runs runs) {                    \
         run_get<qvo_##type>(state, qvo_seq_get_##type, runs);                                      \
-    });
+    });                                                                                            \
+    add_runs<qvo_##type>("next", #type, [](benchmark::State& state, Runs runs) {                   \
+        run_next<qvo_##type>(state, qvo_seq_next_##type, runs);                                    \
+    });                                                                                            \
+    add_case("get_nullable", #type, "flat", run_copy<qvo_##type>);                                 \
+    add_case("get_nullable", #type, "single",                                                      \
+             [](benchmark::State& state) { run_nullable<qvo_##type>(state, qvo_seq_get_nullable_##type); });
 
 QVO_BENCH_FAMILIES(sources) {
     FAMILY(int1)

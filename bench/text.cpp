@@ -68,6 +68,25 @@ void add_parser(const char* type, QVO_RET (*construct)(qvo_seq_iterator_h, const
     add_case("parse", type, "single", [=](benchmark::State& state) { run_parse<V>(state, construct, literal); });
 }
 
+/// The caller's function reads each number.
+void run_custom_parse(benchmark::State& state, const Literal& literal) {
+    qvo_seq_iterator_t it{};
+    std::string text = literal.text.substr(1);
+    const auto read = [](const char* token, qvo_seq_tile_t* tile, int index) {
+        tile->u.arr_double[index] = std::strtod(token, nullptr);
+        return 1;
+    };
+    if (qvo_seq_custom_parse(&it, text.data(), QVO_DD_DOUBLE, sizeof(double), read) != QVO_S_OK ||
+        !delivers(it, literal.values))
+        return fail(state);
+    double elements = 0;
+    for (auto _ : state) {
+        it.reset(&it);
+        while (it.next(&it) == QVO_S_OK) elements += it.tile_size;
+    }
+    count(state, elements, elements);
+}
+
 // Quoted words of up to 8 letters, no two neighbours the same, in strings of 8 bytes.
 constexpr size_t word_width = 8;
 std::string quoted_words() {
@@ -191,6 +210,9 @@ void run_matcher(benchmark::State& state, const char* pattern) {
 QVO_BENCH_FAMILIES(text) {
     add_parser<qvo_int4>("int4", qvo_seq_parse_int4, {"%.0f", 1});
     add_parser<double>("double", qvo_seq_parse_double, {"%.2f", 100});
+    const Literal literal("%.2f", 100);
+    add_case("custom_parse", "double", "flat", [=](benchmark::State& s) { read_flat<double>(s, literal); });
+    add_case("custom_parse", "double", "single", [=](benchmark::State& s) { run_custom_parse(s, literal); });
     add_case("parse", "char8", "flat", copy_flat);
     add_case("parse", "char8", "single", run_parse_char);
     add_case("print", "char15", "flat", print_flat);

@@ -48,6 +48,20 @@ TEST(Hash, KeysOfAllTypesAndWidths) {
     for (const size_t width : {1, 3, 7, 8, 9, 33, 700}) check_keys(random, random_keys(random, 2500, 900, width));
 }
 
+// Lookups in a table that fits no near cache, with short chains and with long ones.
+TEST(Hash, LargeTables) {
+    Random random(7);
+    for (const double load_factor : {1.0, 5.0}) {
+        qvo_seq_hash_table_load_factor = load_factor;
+        const auto key = [](Random& r) { return Number(r.below(9000)); };
+        check_hash(sum_member, random,
+                   {random_elements(random, QVO_DD_INT4, 20000, key), random_elements(random, QVO_DD_INT4, 20000)});
+        check_hash(count_member, random,
+                   {random_keys(random, 12000, 9000, 9), random_elements(random, QVO_DD_UINT8, 12000)});
+    }
+    qvo_seq_hash_table_load_factor = 1.0;
+}
+
 TEST(Hash, CountNeedsNoValues) {
     HashPart count({elements_of<t_int1>({{1, 4}, {1, 3}}), elements_of<t_int1>({})});
     ASSERT_EQ(qvo_seq_hash_agg_count(count.agg.get(), count.grp.get(), count.keys->get(), 0), QVO_S_OK);

@@ -91,17 +91,30 @@ template <class Keys> QVO_INLINE HashElem** place(const Keys& keys, HashElem** l
 // A table of up to this many bytes is in a cache near enough not to be asked for in advance.
 constexpr size_t near_bytes = 256 * 1024;
 
-/// The element of an inline key, or null. Whether it is the first or the second of its chain cannot be foretold, and
-/// the lookups of a batch overlap well as long as no branch depends on it. That there are more before it is rare, and
-/// that it is missing happens once per key.
-QVO_INLINE HashElem* find_inline(HashElem* elem, uint64_t key) {
-    if (elem == nullptr) return nullptr;
+/// The first element of a chain or, if its inline key comes before the wanted one, the second. Which of the two cannot be
+/// foretold, and the lookups of a batch overlap well as long as no branch depends on it.
+QVO_INLINE HashElem* first_or_second(HashElem* elem, uint64_t key) {
     const auto first = reinterpret_cast<uintptr_t>(elem), second = reinterpret_cast<uintptr_t>(elem->collision);
     uintptr_t before = -uintptr_t{elem->grp.val < key};
     __asm__("" : "+r"(before));  // or the compiler makes the choice a branch
-    elem = reinterpret_cast<HashElem*>(first ^ ((first ^ second) & before));
+    return reinterpret_cast<HashElem*>(first ^ ((first ^ second) & before));
+}
+
+QVO_INLINE bool has_key(const HashElem* elem, uint64_t key) { return elem != nullptr && elem->grp.val == key; }
+
+/// The element of an inline key, or null. That there are more than one before it is rare, and that it is missing happens
+/// once per key.
+QVO_INLINE HashElem* find_inline(HashElem* elem, uint64_t key) {
+    if (elem == nullptr) return nullptr;
+    elem = first_or_second(elem, key);
     while (elem != nullptr && elem->grp.val < key) elem = elem->collision;
-    return elem != nullptr && elem->grp.val == key ? elem : nullptr;
+    return has_key(elem, key) ? elem : nullptr;
+}
+
+/// Asks for what is read of an element, which may lie across two lines of the caches: all but the hashes at its end.
+QVO_INLINE void fetch_element(const HashElem* elem) {
+    __builtin_prefetch(elem);
+    __builtin_prefetch(reinterpret_cast<const char*>(elem) + offsetof(HashElem, grp_hash) - 1);
 }
 
 HashElem** new_chains(qvo_seq_iterator_h owner, qvo_size_t n) {
@@ -218,17 +231,32 @@ template <class Keys> bool HashFiller::grow(Keys keys) {
     return true;
 }
 
+/// Asks for the memory that a batch of lookups will read: chains, their first elements, and with inline keys the second
+/// ones where these are wanted. `likely` are the elements that may be the right ones, or null.
+template <class Keys>
+void HashFiller::fetch(Keys, const Probes& probes, const uint32_t* hashes, size_t n, HashElem** likely) const {
+    HashElem** heads[most];
+    for (size_t i = 0; i < n; ++i) __builtin_prefetch(heads[i] = chains_.of(hashes[i]));
+    for (size_t i = 0; i < n; ++i) fetch_element(likely[i] = *heads[i]);
+    if constexpr (Keys::is_inline)
+        for (size_t i = 0; i < n; ++i)
+            if (likely[i] != nullptr) fetch_element(likely[i] = first_or_second(likely[i], probes.key[i].val));
+}
+
 template <class Keys> size_t HashFiller::locate_as(Keys keys, const Probes& probes, size_t n, HashElem** found) {
     const uint32_t* hashes = layout_.pairs ? probes.pair_hash : probes.key_hash;
     uint16_t* created = created_;
     Chains chains = chains_;
-    if (chains.size * sizeof *chains.heads + used_ * sizeof(HashElem) > near_bytes) {
-        HashElem** heads[most];
-        for (size_t i = 0; i < n; ++i) __builtin_prefetch(heads[i] = chains.of(hashes[i]));
-        for (size_t i = 0; i < n; ++i) __builtin_prefetch(*heads[i]);
-    }
+    HashElem* likely[most];
+    const bool is_far = chains.size * sizeof *chains.heads + used_ * sizeof(HashElem) > near_bytes;
+    if (is_far) fetch(keys, probes, hashes, n, likely);
     [[maybe_unused]] HashElem last{};
     for (size_t i = 0; i < n; ++i) {
+        if constexpr (Keys::is_inline)
+            if (is_far && has_key(likely[i], probes.key[i].val)) {
+                found[i] = likely[i];
+                continue;
+            }
         HashElem** link = chains.of(hashes[i]);
         if constexpr (Keys::is_inline) {
             found[i] = find_inline(*link, probes.key[i].val);

@@ -74,6 +74,8 @@ class HashFiller {
 
  private:
     template <class Keys> size_t locate_as(Keys keys, const Probes& probes, size_t n, HashElem** found);
+    template <class Keys>
+    void fetch(Keys keys, const Probes& probes, const uint32_t* hashes, size_t n, HashElem** likely) const;
     template <class Keys> bool take_chains(Keys keys, qvo_seq_hash_t* other, Join join, void* context);
     template <class Keys> bool grow(Keys keys);
     template <class F> auto with_keys(F f) const;
