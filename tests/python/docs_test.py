@@ -144,3 +144,16 @@ def test_the_report_in_a_browser(tmp_path):
     options = ["--headless", "--no-sandbox", "--disable-gpu", f"--user-data-dir={tmp_path}", "--dump-dom"]
     shown = subprocess.run([browser, *options, page.as_uri()], capture_output=True, text=True, timeout=240).stdout
     assert "<title>shown 4 of 4</title>" in shown, re.findall("<title>.*?</title>", shown)
+
+
+def test_the_source_distribution_can_be_built(tmp_path):
+    """As far as CMake goes without a compiler: what it names is there."""
+    code = f"import backend; print(backend.build_sdist({str(tmp_path)!r}))"
+    options = {"capture_output": True, "text": True, "check": True}
+    made = subprocess.run([sys.executable, "-B", "-c", code], cwd=ROOT / "hosts" / "python", **options).stdout
+    shutil.unpack_archive(tmp_path / made.split()[-1], tmp_path)
+    source = next(path for path in tmp_path.iterdir() if path.is_dir())
+    assert "Name: qvoseq" in (source / "PKG-INFO").read_text()
+    nanobind = subprocess.run([sys.executable, "-m", "nanobind", "--cmake_dir"], **options).stdout.strip()
+    configure = ["cmake", "-S", source, "-B", tmp_path / "build", "-G", "Ninja", f"-Dnanobind_DIR={nanobind}"]
+    subprocess.run([*configure, f"-DPython_EXECUTABLE={sys.executable}"], **options)

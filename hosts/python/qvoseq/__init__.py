@@ -5,16 +5,19 @@
 idioms of pandas beside.
 """
 
-from typing import Any
+import importlib
+from typing import TYPE_CHECKING, Any
 
 from qvoseq import functions
 from qvoseq._qvoseq import version
 from qvoseq.aggregates import Aggregate, aggregate
 from qvoseq.columns import Columns, columns
-from qvoseq.csv_import import read_csv
-from qvoseq.database import connect, loadable_path
-from qvoseq.plotting import plot
 from qvoseq.sequence import Sequence
+
+if TYPE_CHECKING:
+    from qvoseq.csv_import import read_csv
+    from qvoseq.database import connect, loadable_path
+    from qvoseq.plotting import plot
 
 __version__ = version
 __all__ = [
@@ -30,7 +33,17 @@ def budget(positions: "int | None" = None) -> int:
     return _qvoseq.budget() if positions is None else _qvoseq.set_budget(positions)
 
 
+# What takes longer to import than to compute something, and is imported when it is asked for.
+_LATER = {"read_csv": "csv_import", "connect": "database", "loadable_path": "database", "plot": "plotting"}
+
+
 def __getattr__(name: str) -> Any:
+    if name in _LATER:
+        return globals().setdefault(name, getattr(importlib.import_module(f"qvoseq.{_LATER[name]}"), name))
     if name in functions.__all__:
         return getattr(functions, name)
     raise AttributeError(f"module 'qvoseq' has no attribute {name!r}")
+
+
+def __dir__() -> list[str]:
+    return sorted({*globals(), *_LATER, *functions.__all__})

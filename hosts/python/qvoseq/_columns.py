@@ -112,14 +112,21 @@ def to_our_dtype(array: np.ndarray, floating: bool, present: "np.ndarray | None"
     raise no_column(f"an array of {array.dtype}")
 
 
+def _missing_times(array: np.ndarray) -> "np.ndarray | None":
+    """Where times are missing, or None. The number behind them is the least of all, which is found sooner than they."""
+    numbers = array.view(np.dtype("i8").newbyteorder(array.dtype.byteorder))
+    return np.isnat(array) if numbers.size and numbers.min() == np.iinfo("i8").min else None
+
+
 def _microseconds(array: np.ndarray, kind: str, present: "np.ndarray | None" = None) -> np.ndarray:
     """Times of any unit in microseconds; finer ones are rounded down."""
-    gaps = np.isnat(array) if present is None else np.isnat(array) & present
-    if gaps.any():
+    absent = _missing_times(array)
+    gaps = absent if absent is None or present is None else absent & present
+    if gaps is not None and gaps.any():
         raise missing(kind, int(np.argmax(gaps)))
     made = array.astype(f"{array.dtype.kind}8[us]", copy=False)
     coarse = np.datetime_data(array.dtype)[0] in ("Y", "M", "W", "D", "h", "m", "s", "ms")
-    if coarse and not (made.astype(array.dtype) == array)[~np.isnat(array)].all():
+    if coarse and not (made.astype(array.dtype) == array)[... if absent is None else ~absent].all():
         raise OverflowError("a time does not fit 64 bits of microseconds")
     return made.astype(made.dtype.newbyteorder("="), copy=False)
 
