@@ -36,7 +36,7 @@ void Waiting::cut(size_t size) {
     for (; size_ > size && !noted_.empty(); --size_) {
         Batch& rows = series_[noted_.back()].rows;
         for (Vector& column : rows.columns) {
-            column.bytes.resize(column.bytes.size() - column.width);
+            column.bytes.erase(column.bytes.end() - static_cast<std::ptrdiff_t>(column.width), column.bytes.end());
             bytes_ -= column.width;
         }
         rows.set_size(rows.size() - 1);
