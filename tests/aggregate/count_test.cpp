@@ -54,30 +54,22 @@ TEST(Count, CountsPositionsWholeAndInParts) {
 }
 
 TEST(Count, CountsElementsThatAreNotNull_deliberate) {
-    const struct {
-        size_t elements;
-        uint64_t null_bitmap[2];
-        qvo_uint8 expected;
-    } cases[] = {
-        {5, {0, 0}, 5},
-        {5, {0b10110, 0}, 2},
-        {5, {~uint64_t{0b11}, ~uint64_t{0}}, 2},  // marks after the last element
-        {64, {~uint64_t{0}, 1}, 0},
-        {65, {~uint64_t{0}, 2}, 1},
-        {128, {~uint64_t{0}, ~uint64_t{0}}, 0},
-        {300, {~uint64_t{0}, ~uint64_t{0}}, 172},  // no marks after the bitmap
-    };
-    for (const auto& c : cases) {
-        Source source(t_int2{}, Items<t_int2>(c.elements, Item<t_int2>{7, 9}));
-        source->tile.null_bitmap[0] = c.null_bitmap[0];
-        source->tile.null_bitmap[1] = c.null_bitmap[1];
-        Record it;
-        ASSERT_EQ(qvo_seq_agg_count_not_null(it.get(), source.get()), QVO_S_OK);
-        ASSERT_EQ(it->next(it.get()), QVO_S_OK);
-        EXPECT_EQ(value_of(it), c.expected) << c.elements << " elements";
-        EXPECT_EQ(it->tile.null_bitmap[0] | it->tile.null_bitmap[1], 0U) << "its own marks are cleared";
-        EXPECT_EQ(it->tile.u.arr_uint1[4095], 0xa5) << "no run byte is written";
-    }
+    for (const size_t n : {1, 5, 63, 64, 65, 127, 128, 129, 300})
+        for_seeds(10, [=](Random& random, unsigned seed) {
+            Source source(t_int2{}, Items<t_int2>(n, Item<t_int2>{7, 9}));
+            qvo_uint8 expected = n;
+            for (size_t i = 0; i < 128; ++i) {  // marks after the last element count for nothing
+                const bool null = random.chance(seed == 0 ? 100 : 40);
+                source->tile.null_bitmap[i / 64] |= uint64_t{null} << i % 64;
+                expected -= null && i < n;
+            }
+            Record it;
+            ASSERT_EQ(qvo_seq_agg_count_not_null(it.get(), source.get()), QVO_S_OK);
+            ASSERT_EQ(it->next(it.get()), QVO_S_OK);
+            EXPECT_EQ(value_of(it), expected) << n << " elements";
+            EXPECT_EQ(it->tile.null_bitmap[0] | it->tile.null_bitmap[1], 0U) << "its own marks are cleared";
+            EXPECT_EQ(it->tile.u.arr_uint1[4095], 0xa5) << "no run byte is written";
+        });
 }
 
 /// Both counts of what is known without pulling all of it; such a count has no parts.

@@ -19,11 +19,18 @@ QVO_RET literal_each_position(qvo_seq_iterator_h it, const std::function<Number(
 }
 
 /// A member of elements of a type; `fresh` makes steps with a state of their own. The protocol is checked over so many
-/// elements.
+/// elements. `to_the_bit` is for floating members that keep one of equal values.
 void check_positions(const Member& member, uint8_t type, unsigned seeds, const std::function<Steps()>& fresh,
-                     unsigned of_protocol = 50) {
+                     unsigned of_protocol = 50, bool to_the_bit = false) {
     check_random(member, seeds, [=](Random& random, unsigned seed, Member& m) {
-        const auto draw = [=](Random& r) { return seed % 2 != 0 ? random_number(r, type) : Number(r.below(100)); };
+        const auto draw = [=, first = 0U, some = 1U](Random& r) mutable {
+            static constexpr Number kinds[] = {-2,    -0.0L, 0, -0.0L, -1, INFINITY, -INFINITY, -INFINITY, -3,
+                                               -0.0L, -1,    0, 2,     3,  5,        4,         NAN,       7};
+            if (seed % 4 < 2 || !to_the_bit) return seed % 2 != 0 ? random_number(r, type) : Number(r.below(100));
+            // A few neighbours of the list for a while: what a window holds changes from call to call.
+            if (r.chance(30)) first = r.below(unsigned(std::size(kinds))), some = r.between(1, 3);
+            return kinds[(first + r.below(some)) % std::size(kinds)];
+        };
         m.operands = {operand(random_elements(random, type, seed == 0 ? of_protocol : random.between(1, 300), draw))};
         m.before = [=](const Member::Operands& o) {
             if (seed % 3 == 0 && o[0]->next(o[0]) == QVO_S_OK) o[0]->tile_offs = o[0]->tile_size / 2;
@@ -182,13 +189,16 @@ Number atr(Window& w, Number v) {
 void check_member(const char* name, Constructor construct, qvo_seq_iterator_next_t next, qvo_seq_iterator_reset_t reset,
                   uint8_t type, uint8_t result, Formula formula) {
     const uint64_t most = 208 / width_of(type);
-    for (const uint64_t interval : {uint64_t{1}, uint64_t{2}, uint64_t{5}, most}) {
-        check_positions(with_interval(name, construct, interval, next, result, reset), type, 8, [=] {
+    const bool to_the_bit = is_floating(type) && (formula == max || formula == min);
+    for (const uint64_t interval : {uint64_t{1}, uint64_t{2}, uint64_t{11}, most}) {
+        const auto fresh = [=] {
             return [=, window = Window{result, interval}](qvo_seq_iterator_h it) mutable {
                 window.position = it->next_seq_no;
                 return literal_each_position(it, [&](Number v) { return formula(window, v); });
             };
-        });
+        };
+        check_positions(with_interval(name, construct, interval, next, result, reset), type, to_the_bit ? 64 : 8, fresh,
+                        50, to_the_bit);
         if (testing::Test::HasFailure()) return;
     }
     const auto source = source_of({type, width_of(type), {}});

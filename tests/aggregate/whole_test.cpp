@@ -123,12 +123,9 @@ void check_min_max(const char* name, ConstructUnary construct, qvo_seq_iterator_
         Items<t_number> expected;
         for (size_t i = 0; i < elements.items.size(); ++i) {
             const Number v = number_at(result, bytes_of(result, elements.number(i)).data());
-            if (i == 0)
-                expected = {{v}, {v}};
-            else if (v < expected[0].value)
-                expected[0].value = v;
-            else if (v > expected[1].value)
-                expected[1].value = v;
+            if (i == 0) expected = {{v}, {v}};
+            if (v < expected[0].value) expected[0].value = v;
+            if (v > expected[1].value) expected[1].value = v;
         }
         const auto source = source_of(elements, {random_tile_sizes(random)});
         check_items<t_number>(drained<t_number>(construct, source->get()), expected);

@@ -30,7 +30,7 @@ template <class From, class To> To model(From value) {
 }
 
 /// Values where conversions go wrong: powers of two and halves between numbers, and their neighbours.
-template <class V> std::vector<V> hard_values() {
+template <class V> Items<t_char> hard_values() {
     std::vector<V> values;
     if constexpr (std::is_integral_v<V>) {
         // Next to 2^k, and to the middle between two floats or doubles that follow it.
@@ -54,7 +54,9 @@ template <class V> std::vector<V> hard_values() {
                 values.insert(values.end(), {w, std::nextafter(w, V{-INFINITY}), std::nextafter(w, V{INFINITY})});
         }
     }
-    return values;
+    Items<t_char> bytes;
+    for (const V v : values) bytes.push_back({std::string(reinterpret_cast<const char*>(&v), sizeof v)});
+    return bytes;
 }
 
 /// A type to convert from, and its hard values, as bytes.
@@ -62,11 +64,6 @@ struct From {
     AnyType type;
     Items<t_char> hard;
 };
-template <class T> From from_type() {
-    From from{any_type<T>(), {}};
-    for (const auto v : hard_values<typename T::value>()) from.hard.push_back({Source::bytes_of<T>(v, sizeof v)});
-    return from;
-}
 
 template <class V, class R> void convert(const char* from, char* to) {
     V v;
@@ -106,10 +103,10 @@ void check_pair(const From& from, const char* name, ConstructUnary construct, qv
     check_pair(values, MEMBER(qvo_seq_##from##_to_##to), qvo_seq_##to##_from_##from, t_##to::code, sizeof(qvo_##to), \
                convert<qvo_##from, qvo_##to>);                                                                       \
     if (HasFailure()) return;
-#define TEST_FROM(type)                               \
-    TEST(Convert, type) {                             \
-        const From values = from_type<t_##type>();    \
-        QVO_SEQ_FOR_FIXED_TYPES_WITH(TEST_PAIR, type) \
+#define TEST_FROM(type)                                                     \
+    TEST(Convert, type) {                                                   \
+        const From values{any_type<t_##type>(), hard_values<qvo_##type>()}; \
+        QVO_SEQ_FOR_FIXED_TYPES_WITH(TEST_PAIR, type)                       \
     }
 QVO_SEQ_FOR_FIXED_TYPES(TEST_FROM)
 

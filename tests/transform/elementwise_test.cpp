@@ -104,6 +104,33 @@ TEST(ArithmeticDeathTest, IntegerDivisionFaults) {
     EXPECT_EXIT(applied<t_int8>(qvo_seq_mod_int8, {{INT64_MIN}}, {{-1}}), divides, "");
 }
 
+/// Quotients of all sizes, and next to whole and half ones.
+template <class T> void check_remainders(ConstructBinary construct, int most_exponent) {
+    using V = typename T::value;
+    Random random(1);
+    Items<T> left, right, expected;
+    const auto spread = [&] { return random.below(1U << random.below(31)); };
+    for (int i = 0; i < 150'000; ++i) {
+        const int exponent = int(random.below(unsigned(2 * most_exponent))) - most_exponent;
+        const V divisor =
+            random.chance(20) ? random.value<V>() : static_cast<V>(std::ldexp(1.0 + spread() / 7.0, exponent));
+        right.push_back({divisor, i % 1000 < 500 ? 1U : 2U});
+        for (unsigned k = 0; k < right.back().run; ++k) {
+            double value = double{divisor} * (random.value<double>() + spread() + 0.5 * random.below(2));
+            value = random.chance(50) ? std::nextafter(value, random.value<double>())
+                                      : std::ldexp(value, int(random.below(70)));
+            left.push_back({random.chance(20) ? random.value<V>() : static_cast<V>(value)});
+            expected.push_back({mod(left.back().value, divisor)});
+        }
+    }
+    check_items<T>(applied<T>(construct, left, right), expected);
+}
+
+TEST(Arithmetic, RemaindersOfFloatingValues) {
+    check_remainders<t_double>(qvo_seq_mod_double, 1070);
+    check_remainders<t_float>(qvo_seq_mod_float, 140);
+}
+
 /// Zero, the smallest number, 1.5, infinity, a signalling and a quiet NaN, of both signs: by their bits, both a vector
 /// loop's worth and a few.
 template <class T, class Bits> void check_sign_bits(ConstructUnary abs, ConstructUnary neg, Bits infinity, Bits quiet) {

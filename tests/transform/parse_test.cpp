@@ -325,7 +325,7 @@ TEST(CustomParse, TilesAndProtocol) {
         check_items<t_int2>(tile_items<t_int2>(it.it), Items<t_int2>(n, {1, 1}));
     }
     EXPECT_EQ(it->next(it.get()), QVO_S_CURSOR_END);
-    expect_refused(QVO_E_ILLEGAL_PARAM, qvo_seq_custom_parse, many.data(), 99, 4096, parse_length);
+    expect_refused(QVO_E_ILLEGAL_PARAM, qvo_seq_custom_parse, many.data(), uint8_t{99}, uint16_t{4096}, parse_length);
 }
 
 }  // namespace

@@ -77,18 +77,45 @@ TEST(Match, FollowsTheModel) {
     EXPECT_FALSE(Matcher("%b\\", 9)("ab\\")) << "an escape at the end matches nothing";
 }
 
-TEST(Match, SubstringsLikeANaiveSearch) {
-    Random random(2);
-    for (unsigned round = 0; round < 1500; ++round) {
-        const size_t width = random.between(1, 40);
-        const std::string needle = random_text(random, "abc\xff", 0, 10);
-        // With the entry of byte 255 at 0 or 1 the search goes on by 1 from there.
-        const Matcher match("%" + needle + "%", width, round % 2 == 0 ? 0 : 1);
-        for (int i = 0; i < 30; ++i) {
-            const std::string string = random_text(random, "abc\xff", 0, width);
-            ASSERT_EQ(match(string), string.find(needle) != std::string::npos) << needle << " in " << string;
-        }
+/// The search step by step: it moves on by the byte under the needle's last one.
+bool found(const qvo_seq_match_context_t& context, const std::string& string) {
+    const std::string needle(context.pattern + 1, static_cast<size_t>(context.pn) - 2);
+    for (size_t end = needle.size() - 1; end < string.size() && string[end] != '\0';) {
+        if (string.compare(end + 1 - needle.size(), needle.size(), needle) == 0) return true;
+        end += std::max<size_t>(1, context.shift[static_cast<uint8_t>(string[end])]);
     }
+    return false;
+}
+
+// The matcher, and the operator over tiles. Zero bytes may be stepped over, and byte 255 leads astray.
+TEST(Match, SubstringsLikeTheSearchStepByStep_deliberate) {
+    const std::string_view alphabets[] = {"ab", "abcdefgh", {"aab\0", 4}, "abc\xff", {"abcdef\0\xff", 8}};
+    for_seeds(600, [&](Random& random, unsigned seed) {
+        const std::string_view letters = alphabets[random.below(std::size(alphabets))];
+        std::string needle = random_text(random, letters, 1, seed % 4 == 0 ? 30 : 4);
+        std::replace(needle.begin(), needle.end(), '\0', 'a');
+        const std::string pattern = "%" + needle + "%";
+        const size_t width = random.between(1, seed % 3 == 0 ? 1500 : 70);
+        const int filler = int(random.below(5));
+        const Matcher match(pattern, width, filler);
+        const bool plain = letters.find('\0') == letters.npos && letters.find('\xff') == letters.npos;
+        Items<t_char> strings(random.between(1, unsigned(capacity_of(width))));
+        for (size_t i = 0; i < strings.size(); ++i) {
+            const std::string& string = strings[i].value = random_text(random, letters, width, width);
+            if (i > 30) continue;
+            ASSERT_EQ(match(string), found(match.context(), string)) << needle << " in string " << i;
+            ASSERT_TRUE(!plain || match(string) == (string.find(needle) != std::string::npos)) << needle;
+        }
+        Source source(t_char{}, strings, {}, width);
+        Record it;
+        std::memset(it->context, filler, sizeof it->context);
+        ASSERT_EQ(qvo_seq_match(it.get(), source.get(), pattern.c_str()), QVO_S_OK);
+        ASSERT_EQ(it->next(it.get()), QVO_S_OK);
+        for (size_t i = 0; i < it->tile_size; ++i) {
+            const std::string rest(source->tile.u.arr_char + i, std::min(width, sizeof(qvo_seq_payload_t) - i));
+            ASSERT_EQ(it->tile.u.arr_uint1[i] != 0, found(match.context(), rest)) << "element " << i;
+        }
+    });
     for (const size_t length : {size_t{255}, size_t{257}, size_t{600}}) {
         const Matcher match("%" + std::string(length - 1, 'a') + "b%", 1500);
         EXPECT_TRUE(match(std::string(800, 'a').replace(700, 1, "b")));
