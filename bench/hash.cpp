@@ -37,6 +37,7 @@ using Map = std::unordered_map<int, int64_t>;
 
 /// Adds a term per row to the row's group.
 template <class Op> struct Terms {
+    using Result = int64_t;
     static QVO_RET build(qvo_seq_iterator_t& agg) { return agg.prepare(&agg); }
     static void fill(Map& map, const Rows& rows, unsigned distinct) {
         map.reserve(distinct);
@@ -57,8 +58,22 @@ struct Count : Terms<Count> {
     static int64_t of(int32_t, unsigned run) { return run; }
 };
 
+/// Values are positive.
+struct Max : Terms<Max> {
+    using Result = int32_t;
+    static constexpr Construct construct = qvo_seq_hash_agg_max_int4;
+    static void fill(Map& map, const Rows& rows, unsigned distinct) {
+        map.reserve(distinct);
+        for (size_t i = 0; i < rows.keys.values.size(); ++i) {
+            int64_t& max = map[rows.keys.values[i]];
+            max = std::max<int64_t>(max, rows.values.values[i]);
+        }
+    }
+};
+
 /// The number of different values, of which there are about a hundred in all.
 struct Distinct {
+    using Result = int64_t;
     static QVO_RET construct(qvo_seq_iterator_h agg, qvo_seq_iterator_h grp, qvo_seq_iterator_h input,
                              qvo_seq_iterator_h group_by, qvo_size_t n) {
         return qvo_seq_hash_agg_distinct_count(agg, grp, input, group_by, n, 100 * n);
@@ -94,8 +109,10 @@ bool is_right(qvo_seq_iterator_t& agg, qvo_seq_iterator_t& grp, const Rows& data
     Op::fill(expected, data, distinct);
     size_t groups = 0;
     std::vector<int64_t> sums;
-    while (agg.next(&agg) == QVO_S_OK)
-        sums.insert(sums.end(), agg.tile.u.arr_int8, agg.tile.u.arr_int8 + agg.tile_size);
+    while (agg.next(&agg) == QVO_S_OK) {
+        const auto* results = reinterpret_cast<const typename Op::Result*>(agg.tile.u.arr_uint1);
+        sums.insert(sums.end(), results, results + agg.tile_size);
+    }
     while (grp.next(&grp) == QVO_S_OK)
         for (size_t i = 0; i < grp.tile_size; ++i)
             if (expected[grp.tile.u.arr_int4[i]] != sums[groups++]) return false;
@@ -130,11 +147,13 @@ template <class Op> void add_family(const char* family, std::initializer_list<un
         add_case(family, type, "flat", [=](benchmark::State& state) { run_map<Op>(state, distinct); });
         add_case(family, type, "single", [=](benchmark::State& state) { run_hash<Op>(state, distinct, single_runs); });
         add_case(family, type, "short", [=](benchmark::State& state) { run_hash<Op>(state, distinct, short_runs); });
+        add_case(family, type, "full", [=](benchmark::State& state) { run_hash<Op>(state, distinct, full_runs); });
     }
 }
 
 QVO_BENCH_FAMILIES(hash) {
     add_family<Sum>("hash_agg_sum", {10, 1000, 1000000});
+    add_family<Max>("hash_agg_max", {10, 1000, 1000000});
     add_family<Count>("hash_agg_count", {10, 1000, 1000000});
     add_family<Distinct>("hash_agg_distinct_count", {10, 1000});
 }

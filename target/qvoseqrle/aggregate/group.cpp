@@ -234,9 +234,9 @@ size_t count_some(qvo_seq_iterator_h it, TileWriter& out, uint64_t& count, size_
     const size_t n_ends = find_ends(steps, kept.bytes, ends);
     uint64_t* const counts = values_of<uint64_t>(it) + out.size();
     if (leading_single_runs(runs, steps.n) == steps.n) {
-        size_t from = 0;
-        for (size_t j = 0; j < n_ends; from = ends[j++]) counts[j] = std::exchange(count, 0) + (ends[j] - from);
-        count += steps.n - from;
+        if (n_ends != 0) counts[0] = count + ends[0];
+        for (size_t j = 1; j < n_ends; ++j) counts[j] = uint64_t{ends[j]} - ends[j - 1];
+        count = n_ends == 0 ? count + steps.n : steps.n - ends[n_ends - 1];
     } else {
         // A sum up to each element, so that no branch depends on the lengths of groups.
         uint64_t up_to[GroupSteps::most + 1], before = -count;
