@@ -444,6 +444,9 @@ QVO_SEQ_DECLARE_READERS(char, char)
  * Runs      All 1: an int4 array of 1000 comes as tiles of 819 and 181 elements.
  * Ends      After `count` elements. last_seq_no is count - 1, for an empty array all ones.
  * Errors    QVO_E_ILLEGAL_PARAM for char wider than 4095, of which no tile holds one. Else none.
+ * Tiles     An operator may take the elements from the array itself, without a call of `next`. The iterator's counters,
+ *           read position and run bytes are then as after the calls; of its tile, the elements that the operator has
+ *           not taken are there when it returns, and those before them need not be.
  * Lifetime  The array is not copied, and only read; it stays in place while the iterator is used. It need not be
  *           aligned. owned_buf is 1: qvo_seq_free_buffer hands the array to the release hook. So either take the
  *           array from qvo_seq_malloc, or do not call qvo_seq_free_buffer on this iterator.

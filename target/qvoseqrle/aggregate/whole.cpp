@@ -182,7 +182,7 @@ template <class V, class A> struct Sum {
 
  private:
     static auto total(const V* values, const uint8_t* runs, size_t n, bool single) {
-        return single ? for_cpu<IntegerLoops<V>::sum_single>(values, n)
+        return single ? for_cpu<IntegerLoops<V>::sum_single, CpuLevel::avx512>(values, n)
                       : for_cpu<IntegerLoops<V>::sum>(values, runs, n);
     }
 };
@@ -283,7 +283,7 @@ template <class V, class Order> struct Extreme {
             for (size_t i = 0; i < n; ++i) extreme = Order::beats(values[i], extreme) ? values[i] : extreme;
             return extreme;
         } else {
-            constexpr size_t lanes = 64 / sizeof(V);
+            constexpr size_t lanes = 256 / sizeof(V);  // several chains of comparisons
             V lane[lanes];
             for (size_t k = 0; k < lanes; ++k) lane[k] = start;
             size_t i = 0;

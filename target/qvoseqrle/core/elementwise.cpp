@@ -10,43 +10,71 @@ namespace {
 /// crossing runs costs one call too.
 template <size_t N> class LoopSink {
  public:
-    using Steps = typename Loops<N>::Steps;
+    /// The steps of a row, and its runs if they do not go into the tile one by one.
+    struct Row {
+        static constexpr size_t most = 256;
+        uint16_t index[N][most + CrossingRow<N>::slack];
+        uint8_t run[most + CrossingRow<N>::slack];
+    };
 
-    QVO_INLINE LoopSink(qvo_seq_iterator_h it, TileWriter& out, const Loops<N>& loops, Steps& steps)
-        : it_(it), out_(out), loops_(loops), steps_(steps) {
-        each<N>([&](auto k) __attribute__((always_inline)) { runs_[k] = runs_of(it->opd[k]); });
-    }
+    QVO_INLINE LoopSink(qvo_seq_iterator_h it, TileWriter& out, const Loops<N>& loops, Row& row)
+        : it_(it), out_(out), loops_(loops), row_(row) {}
 
     QVO_INLINE size_t room() const { return out_.room(); }
     QVO_INLINE size_t reach() const { return out_.room(); }
+    QVO_INLINE QVO_RET look(const Operand (&operands)[N]) {
+        each<N>([&](auto k) __attribute__((always_inline)) {
+            values_[k] = operands[k].values();
+            runs_[k] = operands[k].first_run();
+        });
+        return QVO_S_OK;
+    }
     template <unsigned Set> QVO_INLINE RunSpan stretch(Moving<Set>, At<N> at, RunSpan span) {
-        loops_.stretch[Set](it_, out_.size(), at, span.elements);
+        const auto values = values_;  // so that nobody else knows of the sink, which then stays in registers
+        loops_.stretch[Set](it_, out_.size(), values, at, span.elements);
         out_.put_runs(runs_[first_moving<Set>] - at[first_moving<Set>], span);
         return span;
     }
     QVO_INLINE void one(size_t i, At<N> at, unsigned run) {
-        each<N>([&](auto k) __attribute__((always_inline)) { steps_.index[k][i] = static_cast<uint16_t>(at[k]); });
+        each<N>([&](auto k) __attribute__((always_inline)) { row_.index[k][i] = static_cast<uint16_t>(at[k]); });
         out_.set_run_ahead(i, run);
     }
     QVO_INLINE void end_singles(RunSpan span) {
-        loops_.singles(it_, out_.size(), steps_, span.elements);
+        const auto values = values_;
+        loops_.singles(it_, out_.size(), values, steps(), span.elements);
         out_.advance(span);
+    }
+    QVO_INLINE CrossingRow<N> crossing_row() {
+        CrossingRow<N> row{{}, row_.run, Row::most};
+        each<N>([&](auto k) __attribute__((always_inline)) { row.index[k] = row_.index[k]; });
+        return row;
+    }
+    QVO_INLINE void end_crossings(RunSpan span) {
+        put_in_tile(runs_of(it_) - out_.size(), row_.run, span.elements);
+        end_singles(span);
     }
 
  private:
+    QVO_INLINE typename Loops<N>::Steps steps() const {
+        typename Loops<N>::Steps steps;
+        each<N>([&](auto k) __attribute__((always_inline)) { steps.index[k] = row_.index[k]; });
+        return steps;
+    }
+
     qvo_seq_iterator_h it_;
     TileWriter& out_;
     const Loops<N>& loops_;
-    Steps& steps_;
+    Row& row_;
+    typename Loops<N>::Values values_;
     const uint8_t* runs_[N];
 };
 
 template <class Rule, size_t N, size_t... Slot>
 QVO_INLINE QVO_RET loops_over(qvo_seq_iterator_h it, const Loops<N>& loops, Where where, std::index_sequence<Slot...>) {
-    Operand operands[] = {Operand(it->opd[Slot])...};
+    Operand operands[] = {Operand(it->opd[Slot], loops.from)...};
     TileWriter out(it);
-    typename Loops<N>::Steps steps;
-    LoopSink<N> sink(it, out, loops, steps);
+    typename LoopSink<N>::Row row;
+    LoopSink<N> sink(it, out, loops, row);
     return out.finish(walk<Rule>(operands, sink, where));
 }
 template <class Rule, size_t N>

@@ -11,16 +11,19 @@ namespace qvo {
 
 /// The loops of a member of N operands. Each writes the result elements to .. to+n-1 of the iterator's tile.
 template <size_t N> struct Loops {
-    /// A row of single steps: the element of each operand for each of them.
+    /// A row of single steps: the elements of each operand.
     struct Steps {
-        uint16_t index[N][most_single_steps];
+        const uint16_t* index[N];
     };
+    /// Where element 0 of each operand lies.
+    using Values = std::array<const uint8_t*, N>;
     /// From the operands' elements `from` on, of which some move on with each result element.
-    using Stretch = void (*)(qvo_seq_iterator_h it, size_t to, At<N> from, size_t n);
-    using Singles = void (*)(qvo_seq_iterator_h it, size_t to, const Steps& steps, size_t n);
+    using Stretch = void (*)(qvo_seq_iterator_h it, size_t to, const Values& values, At<N> from, size_t n);
+    using Singles = void (*)(qvo_seq_iterator_h it, size_t to, const Values& values, const Steps& steps, size_t n);
 
     Stretch stretch[1U << N];  // by the set of operands that move on (see Moving); that of none is not used
     Singles singles;
+    Operand::Values from;  // whether the loops take the operands' elements from anywhere
 };
 using BinaryLoops = Loops<2>;
 
@@ -73,26 +76,31 @@ template <class Op, class V, class W> QVO_INLINE void apply(W* __restrict out, c
 /// The loops of Op::apply, from operands of values V ... to results of W.
 template <class Op, class W, class... V> struct OperationLoops {
     static constexpr size_t n_operands = sizeof...(V);
+    static constexpr auto from = Operand::Values::anywhere;
+    using Values = typename Loops<n_operands>::Values;
+    using Steps = typename Loops<n_operands>::Steps;
 
     template <unsigned Set>
-    QVO_INLINE static void stretch_loop(qvo_seq_iterator_h it, size_t to, At<n_operands> from, size_t n) {
-        stretch_of<Set>(it, to, from, n, std::index_sequence_for<V...>{});
+    QVO_INLINE static void stretch_loop(qvo_seq_iterator_h it, size_t to, const Values& values, At<n_operands> from,
+                                        size_t n) {
+        stretch_of<Set>(it, to, values, from, n, std::index_sequence_for<V...>{});
     }
     template <unsigned Set> static constexpr auto stretch = for_cpu<stretch_loop<Set>>;
-    static void singles(qvo_seq_iterator_h it, size_t to, const typename Loops<n_operands>::Steps& steps, size_t n) {
-        singles_of(it, to, steps, n, std::index_sequence_for<V...>{});
+    static void singles(qvo_seq_iterator_h it, size_t to, const Values& values, const Steps& steps, size_t n) {
+        singles_of(it, to, values, steps, n, std::index_sequence_for<V...>{});
     }
 
  private:
     template <unsigned Set, size_t... K>
-    QVO_INLINE static void stretch_of(qvo_seq_iterator_h it, size_t to, At<n_operands> from, size_t n,
-                                      std::index_sequence<K...>) {
-        apply_steps<Op, (Set >> K & 1)...>(values_of<W>(it) + to, n, (values_of<V>(it->opd[K]) + from[K])...);
+    QVO_INLINE static void stretch_of(qvo_seq_iterator_h it, size_t to, const Values& values, At<n_operands> from,
+                                      size_t n, std::index_sequence<K...>) {
+        apply_steps<Op, (Set >> K & 1)...>(values_of<W>(it) + to, n,
+                                           (reinterpret_cast<const V*>(values[K]) + from[K])...);
     }
     template <size_t... K>
-    QVO_INLINE static void singles_of(qvo_seq_iterator_h it, size_t to, const typename Loops<n_operands>::Steps& steps,
+    QVO_INLINE static void singles_of(qvo_seq_iterator_h it, size_t to, const Values& values, const Steps& steps,
                                       size_t n, std::index_sequence<K...>) {
-        pick(values_of<W>(it) + to, n, values_of<V>(it->opd[K])..., steps.index[K]...);
+        pick(values_of<W>(it) + to, n, reinterpret_cast<const V*>(values[K])..., steps.index[K]...);
     }
 
     template <class Value> using Index = uint16_t;
@@ -109,12 +117,15 @@ template <class V, class W, class Op> using ValueLoops = OperationLoops<Op, W, V
 /// result element from the operands' elements with these indexes.
 template <class Map, size_t N = 2> struct MappedLoops {
     static constexpr size_t n_operands = N;
+    static constexpr auto from = Operand::Values::in_tile;
+    using Values = typename Loops<N>::Values;
+    using Steps = typename Loops<N>::Steps;
 
-    template <unsigned Set> static void stretch(qvo_seq_iterator_h it, size_t to, At<N> from, size_t n) {
+    template <unsigned Set> static void stretch(qvo_seq_iterator_h it, size_t to, const Values&, At<N> from, size_t n) {
         const Map map(it);
         for (size_t i = 0; i < n; ++i) call(map, to + i, [&](auto k) { return from[k] + (Set >> k & 1 ? i : 0); });
     }
-    static void singles(qvo_seq_iterator_h it, size_t to, const typename Loops<N>::Steps& steps, size_t n) {
+    static void singles(qvo_seq_iterator_h it, size_t to, const Values&, const Steps& steps, size_t n) {
         const Map map(it);
         for (size_t i = 0; i < n; ++i) call(map, to + i, [&](auto k) { return size_t{steps.index[k][i]}; });
     }
@@ -129,7 +140,7 @@ template <class Map, size_t N = 2> struct MappedLoops {
 };
 
 template <class L, size_t... Before> constexpr Loops<L::n_operands> table_of(std::index_sequence<Before...>) {
-    return {{nullptr, L::template stretch<Before + 1>...}, L::singles};
+    return {{nullptr, L::template stretch<Before + 1>...}, L::singles, L::from};
 }
 template <class L>
 inline constexpr Loops<L::n_operands> loops_of =

@@ -44,6 +44,10 @@ class ByteMover {
     size_t width_;
 };
 
+/// The width of a mover if it is fixed, else 0.
+template <class Mover> inline constexpr size_t fixed_width = 0;
+template <size_t Width> inline constexpr size_t fixed_width<FixedMover<Width>> = Width;
+
 /// Calls f with the mover for elements of the given width.
 template <class F> QVO_INLINE auto with_mover(size_t width, F f) {
     switch (width) {

@@ -4,21 +4,34 @@
 #include <utility>
 
 #include "core/protocol.h"
+#include "core/source.h"
 
 namespace qvo {
 
 /// The read position in an operand's tile. It is the record's own while the operand's `next` runs and when the
 /// consumer returns; in between it is kept here, in registers (see TileWriter). Whoever moves it calls `store`.
 ///
-/// Values are not its business: a family reads them at values_of<T>(it)[index()].
+/// A family reads the values at values_of<T>(it)[index()]; or, if it says so, at values(), which need not be in the tile
+/// (core/source.h): then it takes the run bytes from here as well, and ends with `leave`.
 class Operand {
  public:
-    QVO_INLINE explicit Operand(qvo_seq_iterator_h it)
-        : it_(it), runs_(runs_of(it)), index_(it->tile_offs), size_(it->tile_size), taken_(it->rle_offs) {}
+    enum class Values { in_tile, anywhere };
+
+    QVO_INLINE explicit Operand(qvo_seq_iterator_h it, Values values = Values::in_tile)
+        : it_(it),
+          runs_(runs_of(it)),
+          index_(it->tile_offs),
+          size_(it->tile_size),
+          taken_(it->rle_offs),
+          anywhere_(values == Values::anywhere),
+          constant_(anywhere_ && is_constant(it)) {}
 
     QVO_INLINE qvo_seq_iterator_h iterator() const { return it_; }
     QVO_INLINE bool used_up() const { return index_ >= size_; }
     QVO_INLINE size_t index() const { return index_; }
+    /// The values and the run byte of element 0.
+    QVO_INLINE const uint8_t* values() const { return stretch_.n != 0 ? stretch_.values : values_of<uint8_t>(it_); }
+    QVO_INLINE const uint8_t* first_run() const { return runs_; }
     QVO_INLINE size_t elements_left() const { return size_ - index_; }
     /// The run byte of the current element; those of the next ones lie below.
     QVO_INLINE const uint8_t* runs() const { return runs_ - index_; }
@@ -40,6 +53,15 @@ class Operand {
         }
     }
 
+    /// The positions that are left of the value of the current element: in the tile, of a constant.
+    QVO_INLINE size_t value_left() const { return constant_ ? elements_left() * max_run - taken_ : size_t{run_left()}; }
+    /// Takes some of them.
+    QVO_INLINE void take_of_value(unsigned positions) {
+        if (!constant_) return take(positions);
+        index_ += (taken_ + positions) / max_run;
+        taken_ = (taken_ + positions) % max_run;
+    }
+
     /// Sets the position outright.
     QVO_INLINE void move_to(size_t index, unsigned taken) {
         index_ = index;
@@ -48,15 +70,44 @@ class Operand {
 
     /// Writes the position to the record.
     QVO_INLINE void store() const {
-        it_->tile_offs = static_cast<uint16_t>(index_);
+        if (stretch_.n != 0)
+            store_in_array(it_, stretch_, index_, index_ == asked_for_);
+        else
+            it_->tile_offs = static_cast<uint16_t>(index_);
         it_->rle_offs = static_cast<uint8_t>(taken_);
+    }
+    /// The same at the end of a call, when others may read the tile.
+    QVO_INLINE void leave() const {
+        store();
+        if (stretch_.n != 0) restore_tile(it_, stretch_);
     }
 
     /// Pulls the next tile. The position must have been stored. On a failure it stays.
     QVO_INLINE QVO_RET pull(Where where) {
+        if (anywhere_)
+            if (const ArrayStretch next = next_of_array(it_); next.n != 0) {
+                stretch_ = next;
+                runs_ = single_runs_of_stretch();
+                index_ = it_->tile_offs = 0;
+                asked_for_ = 0;
+                size_ = next.n;
+                return QVO_S_OK;
+            }
         if (const QVO_RET rc = pull_tile(it_, where); rc != QVO_S_OK) return rc;
+        stretch_.n = 0;
+        runs_ = runs_of(it_);
         index_ = 0;
         size_ = it_->tile_size;
+        return QVO_S_OK;
+    }
+
+    /// Pulls if the tile is used up; where one would be used up whose copy is left out, says so in the record.
+    QVO_INLINE QVO_RET pull_if_used_up(Where where) {
+        if (used_up()) return pull(where);
+        if (stretch_.n != 0 && index_ % capacity_of(it_->elem_size) == 0) {
+            asked_for_ = index_;
+            store();
+        }
         return QVO_S_OK;
     }
 
@@ -73,6 +124,9 @@ class Operand {
     size_t index_;
     size_t size_;
     unsigned taken_;
+    bool anywhere_, constant_;
+    ArrayStretch stretch_;  // empty: the elements are in the tile
+    size_t asked_for_ = 0;  // the element of the stretch at which a tile was last asked for
 };
 
 /// Refills the operands in order, up to the first that stops. An operand's `next` finds the positions of all of them in
@@ -82,7 +136,7 @@ template <class... Operands> QVO_INLINE QVO_RET refill_all(Where where, Operands
         return QVO_S_OK;
     (operands.store(), ...);
     QVO_RET rc = QVO_S_OK;
-    static_cast<void>(((!operands.used_up() || (rc = operands.pull(where)) == QVO_S_OK) && ...));
+    static_cast<void>((((rc = operands.pull_if_used_up(where)) == QVO_S_OK) && ...));
     return rc;
 }
 template <size_t N> QVO_INLINE QVO_RET refill_all(Where where, Operand (&operands)[N]) {

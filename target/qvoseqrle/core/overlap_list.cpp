@@ -32,12 +32,18 @@ template <size_t N> class ListSink {
         list_.run[n_ + i] = static_cast<uint8_t>(run);
     }
     QVO_INLINE void end_singles(RunSpan span) { n_ += span.elements; }
+    QVO_INLINE CrossingRow<N> crossing_row() {
+        CrossingRow<N> row{{}, list_.run + n_, room()};
+        each<N>([&](auto k) __attribute__((always_inline)) { row.index[k] = list_.index[k] + n_; });
+        return row;
+    }
+    QVO_INLINE void end_crossings(RunSpan span) { n_ += span.elements; }
 
  private:
     // Stretches are short as a rule: eight indexes at a time do with few branches.
     typedef uint16_t Indexes __attribute__((vector_size(16)));
     static constexpr size_t step = sizeof(Indexes) / sizeof(uint16_t);
-    static_assert(step == OverlapList<N>::slack + 1);
+    static_assert(step <= OverlapList<N>::slack + 1);
     QVO_INLINE static void put(uint16_t* to, Indexes indexes, unsigned up, size_t n) {
         for (size_t i = 0; i < n; i += step, indexes += static_cast<uint16_t>(up))
             std::memcpy(to + i, &indexes, sizeof indexes);

@@ -3,6 +3,7 @@
 // until it has been worked through, and the operands can be set back to any step of it.
 #pragma once
 
+#include "core/crossing.h"
 #include "core/operand.h"
 
 namespace qvo {
@@ -10,7 +11,7 @@ namespace qvo {
 template <size_t Operands> struct OverlapList {
     // Short enough to stay in the nearest cache along with what families compute beside it.
     static constexpr size_t most = 256;
-    static constexpr size_t slack = 7;  // stretches are written in steps of eight
+    static constexpr size_t slack = CrossingRow<Operands>::slack;  // steps are written many at a time
 
     uint16_t index[Operands][most + slack];
     uint8_t run[most + slack];

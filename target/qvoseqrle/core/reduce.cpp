@@ -16,17 +16,17 @@ QVO_INLINE void widen_runs(int32_t* __restrict to, const uint8_t* __restrict run
 /// else a batch of copies.
 template <class Mover> class FoldSink {
  public:
-    QVO_INLINE FoldSink(qvo_seq_iterator_h it, void* state, FoldPairs fold, Mover mover)
-        : state_(state),
-          fold_(fold),
-          mover_(mover),
-          left_(values_of<uint8_t>(it->opd[0])),
-          right_(values_of<uint8_t>(it->opd[1])),
-          left_runs_(runs_of(it->opd[0])),
-          right_runs_(runs_of(it->opd[1])) {}
+    QVO_INLINE FoldSink(void* state, FoldPairs fold, Mover mover) : state_(state), fold_(fold), mover_(mover) {}
 
     QVO_INLINE static size_t room() { return most_single_steps; }
     QVO_INLINE static size_t reach() { return SIZE_MAX; }
+    QVO_INLINE QVO_RET look(const Operand (&operands)[2]) {
+        left_ = operands[0].values();
+        right_ = operands[1].values();
+        left_runs_ = operands[0].first_run();
+        right_runs_ = operands[1].first_run();
+        return QVO_S_OK;
+    }
     template <unsigned Set> QVO_INLINE RunSpan stretch(Moving<Set>, At<2> at, RunSpan span) {
         const uint8_t* const runs = (Set & 1) != 0 ? left_runs_ - at[0] : right_runs_ - at[1];
         return fold_stretch(at[0], Set & 1, at[1], Set >> 1, runs, span);
@@ -39,6 +39,11 @@ template <class Mover> class FoldSink {
     QVO_INLINE void end_singles(RunSpan span) {
         positions_ += span.positions;
         join(span.elements);
+    }
+    QVO_INLINE CrossingRow<2> crossing_row() { return {{row_.left, row_.right}, row_.run, most_single_steps}; }
+    QVO_INLINE void end_crossings(RunSpan span) {
+        for (size_t i = 0; i < span.elements; ++i) one(i, {row_.left[i], row_.right[i]}, row_.run[i]);
+        end_singles(span);
     }
     void flush() {
         if (n_ != 0) fold_(state_, left_batch_, right_batch_, runs_, n_);
@@ -84,6 +89,11 @@ template <class Mover> class FoldSink {
     }
     static const uint8_t* batch(const uint64_t* values) { return reinterpret_cast<const uint8_t*>(values); }
 
+    struct Row {
+        uint16_t left[most_single_steps + CrossingRow<2>::slack], right[most_single_steps + CrossingRow<2>::slack];
+        uint8_t run[most_single_steps + CrossingRow<2>::slack];
+    };
+
     void* state_;
     FoldPairs fold_;
     Mover mover_;
@@ -93,13 +103,15 @@ template <class Mover> class FoldSink {
     uint64_t left_batch_[most_pairs];
     uint64_t right_batch_[most_pairs];
     int32_t runs_[most_pairs];
+    Row row_;
 };
 
 template <class Mover>
 QVO_INLINE QVO_RET reduce_with(Mover mover, qvo_seq_iterator_h it, void* state, qvo_seq_count_t& count, FoldPairs fold,
                                Where where) {
-    Operand operands[] = {Operand(it->opd[0]), Operand(it->opd[1])};
-    FoldSink sink(it, state, fold, mover);
+    Operand operands[] = {Operand(it->opd[0], Operand::Values::anywhere),
+                          Operand(it->opd[1], Operand::Values::anywhere)};
+    FoldSink sink(state, fold, mover);
     const QVO_RET rc = walk(operands, sink, where);
     if (rc != QVO_S_CURSOR_END || sink.positions() == 0) return rc;
     sink.flush();
@@ -112,12 +124,16 @@ QVO_INLINE QVO_RET fold_tiles(qvo_seq_iterator_h operand, void* state, qvo_seq_c
     const uint8_t* runs = runs_of(operand);
     qvo_seq_count_t positions = 0;
     bool first = true;
+    for (ArrayTiles tiles(operand); tiles.next(); first = false) {
+        fold(state, tiles.values(), single_runs_of_stretch(), tiles.size(), first, true);
+        positions += tiles.size();
+    }
     QVO_RET rc;
     while ((rc = pull_any_tile(operand, where)) == QVO_S_OK) {
         const size_t n = operand->tile_size;
         if (n == 0) continue;
         const size_t singles = leading_single_runs(runs, n);
-        fold(state, operand, first, singles == n);
+        fold(state, values_of<uint8_t>(operand), runs, n, first, singles == n);
         first = false;
         positions += singles + sum_runs(runs - singles, n - singles);
     }

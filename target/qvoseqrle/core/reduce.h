@@ -16,20 +16,20 @@
 
 namespace qvo {
 
-/// Folds a tile of the operand into a state; `first` if there was none before it.
-using FoldTile = void (*)(void* state, qvo_seq_iterator_h operand, bool first, bool single);
+/// Folds `n` elements, a tile at most, into a state; `first` if there were none before them.
+using FoldTile = void (*)(void* state, const uint8_t* values, const uint8_t* runs, size_t n, bool first, bool single);
 
 /// Pulls the operand to its end and folds every tile from its element 0 on, whatever tile_offs and rle_offs say.
 /// QVO_S_OK if there was any element; then `count` has grown by the positions, of which there are none if all runs are
 /// 0. An empty tile is passed over.
 QVO_RET reduce_tiles(qvo_seq_iterator_h operand, void* state, qvo_seq_count_t& count, FoldTile fold, Where where);
 
-template <class Accumulation> void fold_tile(void* erased, qvo_seq_iterator_h operand, bool first, bool single) {
+template <class Accumulation>
+void fold_tile(void* erased, const uint8_t* from, const uint8_t* runs, size_t n, bool first, bool single) {
     auto& state = *static_cast<typename Accumulation::State*>(erased);
-    const auto* values = values_of<typename Accumulation::Value>(operand);
-    const uint8_t* runs = runs_of(operand);
+    const auto* values = reinterpret_cast<const typename Accumulation::Value*>(from);
     if (first) Accumulation::start(state, *values, *runs);
-    Accumulation::fold(state, values + first, runs - first, operand->tile_size - size_t{first}, single);
+    Accumulation::fold(state, values + first, runs - first, n - size_t{first}, single);
 }
 
 /// Folds `n` pairs of elements of a reducer of two operands, with the positions that they share: all three as arrays.

@@ -159,10 +159,12 @@ QVO_INLINE RunSpan equal_runs(const uint8_t* a, const uint8_t* b, size_t n) {
 }
 
 /// The leading elements, of `n` at most, that one run of `budget` positions covers: an element belongs to the
-/// span if positions of the budget are left before it and it fits into them.
-QVO_INLINE RunSpan elements_within(const uint8_t* runs, size_t n, unsigned budget) {
-    const size_t singles = leading_single_runs(runs, std::min<size_t>(n, budget));
+/// span if positions of the budget are left before it and it fits into them. Leading elements of run 1 may go on where
+/// another run follows that is as good.
+QVO_INLINE RunSpan elements_within(const uint8_t* runs, size_t n, unsigned budget, size_t most_singles) {
+    const size_t singles = leading_single_runs(runs, std::min(n, most_singles));
     RunSpan span{singles, static_cast<unsigned>(singles)};
+    if (singles >= budget) return span;
     while (span.elements + run_word <= n) {
         const unsigned sum = lane_sum(pair_sums(load_runs(runs - span.elements)));
         if (span.positions + sum >= budget) break;  // the budget ends in these eight: go one by one
@@ -176,6 +178,9 @@ QVO_INLINE RunSpan elements_within(const uint8_t* runs, size_t n, unsigned budge
         ++span.elements;
     }
     return span;
+}
+QVO_INLINE RunSpan elements_within(const uint8_t* runs, size_t n, unsigned budget) {
+    return elements_within(runs, n, budget, budget);
 }
 
 }  // namespace qvo

@@ -70,10 +70,13 @@ template <class Move> QVO_INLINE Selection select(const uint8_t* conditions, siz
     return {kept < room ? n : i, kept};
 }
 
-/// Appends the operand's elements from .. from+n-1 whose condition is not 0 to the values of the result, from element
-/// `to` on, `room` at most. Of any width.
-Selection select_values(qvo_seq_iterator_h it, size_t to, qvo_seq_iterator_h operand, size_t from,
-                        const uint8_t* conditions, size_t n, size_t room);
+/// Appends those of `n` values, as wide as the result's, whose condition is not 0 to the values of the result, from
+/// element `to` on, `room` at most. Of any width.
+Selection select_values(qvo_seq_iterator_h it, size_t to, const uint8_t* values, const uint8_t* conditions, size_t n,
+                        size_t room);
+
+/// Writes the numbers of the conditions that are not 0, `room` at most, the first of them being `first`.
+Selection select_positions(uint64_t* to, const uint8_t* conditions, size_t n, size_t room, uint64_t first);
 
 /// The runs of the elements that select_values has kept; there is room for them.
 void select_runs(uint8_t* to, const uint8_t* runs, const uint8_t* conditions, size_t n);

@@ -1,5 +1,7 @@
 // The simplest sources: the caller's array, and a constant. Both move values without looking at them, so that the
 // members differ in what their constructors note down and share one `next`.
+#include "core/source.h"
+
 #include "core/construct.h"
 #include "core/move.h"
 
@@ -22,6 +24,11 @@ void construct_array(qvo_seq_iterator_h result, ElementLayout layout, const void
     result->owned_buf = 1;
 }
 
+/// The next tile of a long array is on its way from memory while this one is worked on.
+QVO_INLINE void prefetch_tile(const uint8_t* values, size_t bytes) {
+    for (size_t at = 0; at < bytes; at += cache_line) __builtin_prefetch(values + at);
+}
+
 QVO_RET array_next(qvo_seq_iterator_h it) {
     const qvo_seq_no_t from = it->next_seq_no, last = it->last_seq_no;
     if (last == ~qvo_seq_no_t{0} || from > last) return QVO_S_CURSOR_END;
@@ -29,9 +36,7 @@ QVO_RET array_next(qvo_seq_iterator_h it) {
     const size_t n = std::min<qvo_seq_no_t>(capacity_of(width), last - from + 1);
     const uint8_t* const values = static_cast<const uint8_t*>(it->buf) + from * width;
     std::memcpy(values_of<uint8_t>(it), values, n * width);
-    // The next tile of a long array is on its way from memory while this one is worked on.
-    const size_t n_ahead = std::min<qvo_seq_no_t>(n, last - from + 1 - n) * width;
-    for (size_t at = 0; at < n_ahead; at += cache_line) __builtin_prefetch(values + n * width + at);
+    prefetch_tile(values + n * width, std::min<qvo_seq_no_t>(n, last - from + 1 - n) * width);
     TileWriter out(it);
     out.put_equal_runs(n, 1);
     return out.finish(QVO_S_OK);
@@ -58,7 +63,75 @@ QVO_RET constant_next(qvo_seq_iterator_h it) {
     return out.finish(QVO_S_OK);
 }
 
+/// Whether the iterator is an array source of a fixed type as its constructor has made it.
+bool is_array(const qvo_seq_iterator_t* it) {
+    switch (it->elem_type) {
+#define CASE(type)                                                                               \
+    case elem_##type::code:                                                                      \
+        return it->next == qvo_seq_unget_##type##_next && it->elem_size == elem_##type::width && \
+               reinterpret_cast<uintptr_t>(it->buf) % alignof(qvo_##type) == 0;
+        QVO_SEQ_FOR_FIXED_TYPES(CASE)
+#undef CASE
+        default:
+            return false;
+    }
+}
+
 }  // namespace
+
+constexpr auto make_single_runs() {
+    std::array<uint8_t, ArrayStretch::most + run_block> runs{};
+    runs.fill(1);
+    return runs;
+}
+const std::array<uint8_t, ArrayStretch::most + run_block> single_runs = make_single_runs();
+
+bool is_constant(const qvo_seq_iterator_t* it) {
+    switch (it->elem_type) {
+#define CASE(type)          \
+    case elem_##type::code: \
+        return it->next == qvo_seq_const_##type##_next;
+        QVO_SEQ_FOR_FIXED_TYPES(CASE)
+#undef CASE
+        default:
+            return false;
+    }
+}
+
+ArrayStretch next_of_array(qvo_seq_iterator_h it) {
+    const qvo_seq_no_t first = it->next_seq_no, last = it->last_seq_no;
+    if (!is_array(it) || last == ~qvo_seq_no_t{0} || first > last) return {};
+    const size_t capacity = capacity_of(it->elem_size), whole_tiles = ArrayStretch::most / capacity * capacity;
+    const size_t n = std::min<qvo_seq_no_t>(capacity, last - first + 1);
+    fill_runs(runs_of(it), n, 1);
+    it->tile_size = static_cast<uint16_t>(n);
+    it->next_seq_no = first + n;
+    const uint8_t* const values = static_cast<const uint8_t*>(it->buf) + first * it->elem_size;
+    prefetch_tile(values + n * it->elem_size, std::min<qvo_seq_no_t>(n, last - first + 1 - n) * it->elem_size);
+    return {values, std::min<qvo_seq_no_t>(whole_tiles, last - first + 1), first};
+}
+
+void store_in_array(qvo_seq_iterator_h it, ArrayStretch stretch, size_t index, bool asked_for) {
+    const size_t capacity = capacity_of(it->elem_size), before = (index - !asked_for) / capacity * capacity;
+    const size_t n = std::min<uint64_t>(capacity, it->last_seq_no - (stretch.first + before) + 1);
+    it->next_seq_no = stretch.first + before + n;
+    it->tile_size = static_cast<uint16_t>(n);
+    it->tile_offs = static_cast<uint16_t>(index - before);
+}
+
+void restore_tile(qvo_seq_iterator_h it, ArrayStretch stretch) {
+    const size_t width = it->elem_size, at = it->tile_offs, n = it->tile_size;
+    if (at >= n) return;
+    const uint64_t first = it->next_seq_no - n;  // of the tile
+    std::memcpy(values_of<uint8_t>(it) + at * width, stretch.values + (first - stretch.first + at) * width,
+                (n - at) * width);
+}
+
+ArrayTiles::ArrayTiles(qvo_seq_iterator_h it)
+    : it_(it), it_values_(static_cast<const uint8_t*>(it->buf)), size_(capacity_of(it->elem_size)) {
+    const qvo_seq_no_t first = it->next_seq_no, last = it->last_seq_no;
+    if (is_array(it) && last != ~qvo_seq_no_t{0} && first <= last) left_ = (last - first) / size_;
+}
 
 #define STAMP(type)                                                                                      \
     extern "C" QVO_API QVO_RET qvo_seq_unget_##type##_next(qvo_seq_iterator_h iterator) {                \

@@ -14,6 +14,7 @@
 #include <concepts>
 #include <utility>
 
+#include "core/crossing.h"
 #include "core/operand.h"
 
 namespace qvo {
@@ -40,7 +41,10 @@ template <size_t N, class F> QVO_INLINE void each(F f) {
 ///                              span.positions positions. Returns the leading part of the span that it has taken, which
 ///                              is all of it but for sinks that may become full in between
 ///   one(i, at, run)            the i-th of a row of single steps; end_singles(span) closes the row
-///   check()                    if it has one: looks at the tiles that the operands hold; not QVO_S_OK ends the walk
+///   crossing_row()             if it has one: where a longer row of single steps is written (core/crossing.h);
+///                              end_crossings(span) closes it
+///   look(operands)             if it has one: before each of these, where the operands' elements lie and how wide they
+///                              are; not QVO_S_OK ends the walk
 template <class Sink, size_t N>
 concept WalkSink = requires(Sink sink, At<N> at, RunSpan span, size_t i, unsigned run) {
     { sink.room() } -> std::same_as<size_t>;
@@ -56,6 +60,9 @@ inline constexpr size_t shortest_stretch = 6;
 // Single steps between two looks for a stretch: few after a stretch was found, more each time none was.
 inline constexpr size_t fewest_single_steps = 8;
 inline constexpr size_t most_single_steps = 128;
+
+// The same for rows of steps over short runs that cross, each of which costs a fraction of one.
+inline constexpr size_t crossings_to_a_step = 16;
 
 // How long a step is: the shortest of what is left of the runs, or, for one family, of the whole runs. The latter lets
 // read positions pass the ends of their runs.
@@ -154,7 +161,8 @@ QVO_INLINE bool take_stretch_of(Operand (&operands)[N], Sink& sink) {
             span = equal_runs(runs, operands[k].runs(), span.elements);
     });
     each<N>([&](auto k) __attribute__((always_inline)) {
-        if constexpr ((Set >> k & 1) == 0) span = elements_within(runs, span.elements, operands[k].run_left());
+        if constexpr ((Set >> k & 1) == 0)
+            span = elements_within(runs, span.elements, operands[k].run_left(), operands[k].value_left());
     });
     if (!inside || (span.elements < shortest_stretch && !(all_move && span.elements == n))) return false;
     const RunSpan taken = sink.stretch(Moving<Set>{}, indexes_of(operands), span);
@@ -162,7 +170,7 @@ QVO_INLINE bool take_stretch_of(Operand (&operands)[N], Sink& sink) {
         if constexpr ((Set >> k & 1) != 0)
             operands[k].skip(taken.elements);
         else
-            operands[k].take(taken.positions);
+            operands[k].take_of_value(taken.positions);
     });
     return true;
 }
@@ -185,6 +193,25 @@ template <class Rule, size_t N, class Sink> QVO_INLINE bool take_stretch(Operand
     return taken;
 }
 
+/// Takes a row of single steps over short runs that cross, if that is what comes.
+template <size_t N, class Sink> QVO_INLINE bool take_crossings(Operand (&operands)[N], size_t room, Sink& sink) {
+    bool all_short = room >= fewest_crossings && can_cross_runs();
+    each<N>([&](auto k) __attribute__((always_inline)) {
+        all_short =
+            all_short && runs_are_short(operands[k].runs(), operands[k].elements_left(), operands[k].run_left());
+    });
+    if (!all_short) return false;
+    CrossingRow<N> row = sink.crossing_row();
+    row.room = std::min(row.room, room);
+    CrossingSide sides[N];
+    each<N>([&](auto k) __attribute__((always_inline)) {
+        sides[k] = {operands[k].runs(), operands[k].index(), operands[k].elements_left(), operands[k].taken()};
+    });
+    sink.end_crossings(cross_runs(row, sides));
+    each<N>([&](auto k) __attribute__((always_inline)) { operands[k].move_to(sides[k].index, sides[k].taken); });
+    return true;
+}
+
 /// Hands the sink what comes next: a stretch, or `room` single steps at most if there is none. No operand is used up.
 /// `single` is the number of single steps to take, kept from one call to the next.
 template <class Rule = RunsLeft, size_t N, class Sink>
@@ -192,6 +219,12 @@ QVO_INLINE void walk_stretch(Operand (&operands)[N], size_t room, size_t& single
     if (take_stretch<Rule>(operands, sink)) {
         single = fewest_single_steps;
         return;
+    }
+    if constexpr (Rule::in_step && requires { sink.crossing_row(); }) {
+        if (take_crossings(operands, std::min(room, crossings_to_a_step * single), sink)) {
+            single = std::min(single * 2, most_single_steps);
+            return;
+        }
     }
     if constexpr (Rule::in_step)
         tracked_steps(operands, std::min(room, single), sink);
@@ -209,7 +242,7 @@ QVO_INLINE QVO_RET walk_while(Operand (&operands)[N], Where where, Room room, Go
         if (rc = refill_all(where, operands); rc != QVO_S_OK) break;
         if (rc = go_on(left); rc != QVO_S_OK) break;
     }
-    each<N>([&](auto k) __attribute__((always_inline)) { operands[k].store(); });
+    each<N>([&](auto k) __attribute__((always_inline)) { operands[k].leave(); });
     return rc;
 }
 
@@ -220,8 +253,8 @@ requires WalkSink<Sink, N> QVO_INLINE QVO_RET walk(Operand (&operands)[N], Sink&
     return walk_while(
         operands, where, [&]() __attribute__((always_inline)) { return sink.room(); },
         [&](size_t room) __attribute__((always_inline))->QVO_RET {
-            if constexpr (requires { sink.check(); })
-                if (const QVO_RET rc = sink.check(); rc != QVO_S_OK) return rc;
+            if constexpr (requires { sink.look(operands); })
+                if (const QVO_RET rc = sink.look(operands); rc != QVO_S_OK) return rc;
             walk_stretch<Rule>(operands, room, single, sink);
             return QVO_S_OK;
         });

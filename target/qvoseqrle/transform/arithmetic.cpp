@@ -35,6 +35,8 @@ struct QuickMod {
 /// The loops of floating remainders: quick ones by vector code, then the library's function where that gave none.
 template <class V> struct FloatModLoops {
     static constexpr size_t n_operands = 2;
+    static constexpr auto from = Operand::Values::in_tile;
+    using Values = BinaryLoops::Values;
     using Quick = OperationLoops<QuickMod, V, V, V>;
 
     class Repair {
@@ -49,13 +51,16 @@ template <class V> struct FloatModLoops {
         V* out_;
         const V *left_, *right_;
     };
-    template <unsigned Set> static void stretch(qvo_seq_iterator_h it, size_t to, At<2> from, size_t n) {
-        Quick::template stretch<Set>(it, to, from, n);
-        if (for_cpu<any_nan>(values_of<V>(it) + to, n)) MappedLoops<Repair>::template stretch<Set>(it, to, from, n);
+    template <unsigned Set>
+    static void stretch(qvo_seq_iterator_h it, size_t to, const Values& values, At<2> at, size_t n) {
+        Quick::template stretch<Set>(it, to, values, at, n);
+        if (for_cpu<any_nan>(values_of<V>(it) + to, n))
+            MappedLoops<Repair>::template stretch<Set>(it, to, values, at, n);
     }
-    static void singles(qvo_seq_iterator_h it, size_t to, const BinaryLoops::Steps& steps, size_t n) {
-        Quick::singles(it, to, steps, n);
-        if (for_cpu<any_nan>(values_of<V>(it) + to, n)) MappedLoops<Repair>::singles(it, to, steps, n);
+    static void singles(qvo_seq_iterator_h it, size_t to, const Values& values, const BinaryLoops::Steps& steps,
+                        size_t n) {
+        Quick::singles(it, to, values, steps, n);
+        if (for_cpu<any_nan>(values_of<V>(it) + to, n)) MappedLoops<Repair>::singles(it, to, values, steps, n);
     }
     QVO_INLINE static bool any_nan(const V* values, size_t n) {
         unsigned any = 0;

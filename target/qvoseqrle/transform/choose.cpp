@@ -31,14 +31,16 @@ QVO_INLINE void blend(uint8_t* __restrict out, const uint8_t* __restrict conditi
 /// The loops of a width: Bits is the unsigned integer of the width, or void for strings, which are moved one by one.
 template <class Bits> struct ChoiceLoops {
     static constexpr size_t n_operands = 3;
+    static constexpr auto from = Operand::Values::anywhere;
+    using Values = Loops<3>::Values;
 
     template <unsigned Set>
-    QVO_INLINE static void stretch_loop(qvo_seq_iterator_h it, size_t to, At<3> from, size_t n) {
+    QVO_INLINE static void stretch_loop(qvo_seq_iterator_h it, size_t to, const Values& values, At<3> from, size_t n) {
         constexpr size_t left_step = Set >> 1 & 1, right_step = Set >> 2 & 1;
         const size_t width = it->elem_size;
-        const auto value = [&](size_t k) { return values_of<uint8_t>(it->opd[k]) + from[k] * width; };
+        const auto value = [&](size_t k) { return values[k] + from[k] * width; };
         uint8_t* const out = values_of<uint8_t>(it) + to * width;
-        const uint8_t* const conditions = values_of<uint8_t>(it->opd[0]) + from[0];
+        const uint8_t* const conditions = values[0] + from[0];
         if constexpr ((Set & 1) == 0) {
             const size_t chosen = *conditions != 0 ? 1 : 2;
             if ((Set >> chosen & 1) != 0)
@@ -56,9 +58,9 @@ template <class Bits> struct ChoiceLoops {
         }
     }
     template <unsigned Set> static constexpr auto stretch = for_cpu<stretch_loop<Set>>;
-    static void singles(qvo_seq_iterator_h it, size_t to, const Loops<3>::Steps& steps, size_t n) {
-        const uint8_t* const conditions = values_of<uint8_t>(it->opd[0]);
-        const uint8_t *const left = values_of<uint8_t>(it->opd[1]), *const right = values_of<uint8_t>(it->opd[2]);
+    static void singles(qvo_seq_iterator_h it, size_t to, const Values& values, const Loops<3>::Steps& steps,
+                        size_t n) {
+        const uint8_t *const conditions = values[0], *const left = values[1], *const right = values[2];
         uint8_t* const out = values_of<uint8_t>(it);
         with_mover(
             it->elem_size, [ =, &steps ](auto mover) __attribute__((always_inline)) {
@@ -93,6 +95,12 @@ class Singles {
     QVO_INLINE void put(const uint8_t* value, unsigned run) {
         from_[n_++] = value;
         out_.put_run(run);
+    }
+    /// The i-th of a row, whose runs are written ahead; `advance` closes the row.
+    QVO_INLINE void note(size_t i, const uint8_t* value) { from_[i] = value; }
+    QVO_INLINE void advance(RunSpan span) {
+        n_ = span.elements;
+        out_.advance(span);
     }
     void move() {
         uint8_t* const to = values_ + (out_.size() - n_) * width_;
@@ -191,8 +199,8 @@ bool deal_stretch(Choice& c) {
 bool chosen_stretch(Choice& c) {
     Operand& chosen = c.chosen();
     if (chosen.taken() != 0) return false;
-    const RunSpan span =
-        elements_within(chosen.runs(), std::min(c.out.room(), chosen.elements_left()), c.condition.run_left());
+    const RunSpan span = elements_within(chosen.runs(), std::min(c.out.room(), chosen.elements_left()),
+                                         c.condition.run_left(), c.condition.run_left());
     if (span.elements < shortest_stretch) return false;
     std::memcpy(c.next_value(), current_value(chosen, c.width), span.elements * c.width);
     c.out.put_runs(chosen.runs(), span);
@@ -201,8 +209,54 @@ bool chosen_stretch(Choice& c) {
     return true;
 }
 
+/// A side of a choice, or the condition, between elements: where the current one lies, and what is left of its run.
+struct Tracked {
+    const uint8_t* value;
+    const uint8_t* run;
+    unsigned left;
+
+    Tracked(const Operand& operand, size_t width)
+        : value(current_value(operand, width)), run(operand.runs()), left(operand.run_left()) {}
+    /// Takes positions, at most those that are left, and moves on at the end of a run: without a branch, as nothing
+    /// foretells it.
+    QVO_INLINE void take(unsigned positions, size_t width) {
+        left -= positions;
+        const size_t ends = left == 0;
+        value += ends * width;
+        run -= ends;
+        left += *run & (0U - static_cast<unsigned>(ends));
+    }
+    void store(Operand& operand) const {
+        operand.move_to(operand.index() + static_cast<size_t>(operand.runs() - run), *run - left);
+    }
+};
+
+/// At most n overlaps of the condition with the side that it chooses, none of which ends a tile; how many.
+size_t tracked_choices(Choice& c, size_t n) {
+    for (const Operand& operand : c.operands)
+        n = operand.run_left() - 1 < max_run ? std::min(n, operand.elements_left() - 1) : 0;
+    const size_t width = c.width;
+    Tracked condition(c.condition, 1), sides[] = {Tracked(c.right, width), Tracked(c.left, width)};
+    RunSpan span{n, 0};
+    for (size_t i = 0; i < n; ++i) {
+        Tracked& chosen = sides[*condition.value != 0];
+        const unsigned run = std::min(condition.left, chosen.left);
+        c.singles.note(i, chosen.value);
+        c.out.set_run_ahead(i, run);
+        condition.take(run, 1);
+        chosen.take(run, width);
+        span.positions += run;
+    }
+    condition.store(c.condition);
+    sides[0].store(c.right);
+    sides[1].store(c.left);
+    c.singles.advance(span);
+    return n;
+}
+
 /// At most n overlaps of the condition with the side that it chooses.
 void single_choices(Choice& c, size_t n) {
+    if (tracked_choices(c, n) != 0) return c.singles.move();
     for (; n != 0 && !any_used_up(c.operands); --n) {
         Operand& chosen = c.chosen();
         const unsigned run = std::min(c.condition.run_left(), chosen.run_left());

@@ -11,22 +11,20 @@
 namespace qvo {
 namespace {
 
-// The functions below move values of operand 1, of any width, to the result.
+// The functions below move values of any width to the result; they lie at `in`.
 
-void gather_values(qvo_seq_iterator_h it, size_t to, const uint16_t* indexes, size_t n) {
+void gather_values(qvo_seq_iterator_h it, size_t to, const uint8_t* in, const uint16_t* indexes, size_t n) {
     uint8_t* const out = values_of<uint8_t>(it);
-    const uint8_t* const in = values_of<uint8_t>(it->opd[1]);
     with_mover(
         it->elem_size, [=](auto mover) __attribute__((always_inline)) {
             for (size_t k = 0; k < n; ++k) mover.move(out, to + k, in, indexes[k]);
         });
 }
 
-void repeat_value(qvo_seq_iterator_h it, size_t to, size_t from, size_t n) {
+void repeat_value(qvo_seq_iterator_h it, size_t to, const uint8_t* in, size_t n) {
     uint8_t* const out = values_of<uint8_t>(it);
-    const uint8_t* const in = values_of<uint8_t>(it->opd[1]);
     with_mover(
-        it->elem_size, [=](auto mover) __attribute__((always_inline)) { mover.fill(out, to, in, from, n); });
+        it->elem_size, [=](auto mover) __attribute__((always_inline)) { mover.fill(out, to, in, 0, n); });
 }
 
 /// Sink of a walk over the condition and the input.
@@ -36,25 +34,32 @@ class FilterSink {
         uint16_t inputs[most_single_steps];
         uint8_t runs[most_single_steps];  // in the order of a tile
     };
+    /// A row of overlaps that cross, which are then picked from.
+    struct Row {
+        static constexpr size_t most = 256;
+        uint16_t condition[most + CrossingRow<2>::slack], input[most + CrossingRow<2>::slack];
+        uint8_t run[most + CrossingRow<2>::slack];
+    };
 
-    QVO_INLINE FilterSink(qvo_seq_iterator_h it, TileWriter& out, Singles& singles)
-        : it_(it),
-          out_(out),
-          singles_(singles),
-          conditions_(values_of<uint8_t>(it->opd[0])),
-          condition_runs_(runs_of(it->opd[0])),
-          input_runs_(runs_of(it->opd[1])) {}
+    QVO_INLINE FilterSink(qvo_seq_iterator_h it, TileWriter& out, Singles& singles, Row& row)
+        : it_(it), out_(out), singles_(singles), row_(row) {}
 
     QVO_INLINE size_t room() const { return out_.room(); }
     QVO_INLINE size_t reach() const { return SIZE_MAX; }  // what is not kept needs no room
 
     /// Values are copied at the width of the result.
-    QVO_INLINE QVO_RET check() const { return check_width(it_->opd[1], it_->elem_size); }
+    QVO_INLINE QVO_RET look(const Operand (&operands)[2]) {
+        conditions_ = operands[0].values();
+        inputs_ = operands[1].values();
+        condition_runs_ = operands[0].first_run();
+        input_runs_ = operands[1].first_run();
+        return check_width(it_->opd[1], it_->elem_size);
+    }
 
     QVO_INLINE RunSpan stretch(Moving<0b11>, At<2> at, RunSpan span) {
         const auto [condition, input] = at;
         const uint8_t* const conditions = conditions_ + condition;
-        const Selection chosen = select_values(it_, out_.size(), it_->opd[1], input, conditions, span.elements, room());
+        const Selection chosen = select_values(it_, out_.size(), value(input), conditions, span.elements, room());
         return keep(chosen, conditions, input_runs_ - input, span);
     }
     QVO_INLINE RunSpan stretch(Moving<0b01>, At<2> at, RunSpan span) {
@@ -62,7 +67,7 @@ class FilterSink {
         const uint8_t* const conditions = conditions_ + condition;
         const Selection chosen =
             select(conditions, span.elements, room(), [](size_t, size_t, auto) __attribute__((always_inline)){});
-        repeat_value(it_, out_.size(), input, chosen.kept);
+        repeat_value(it_, out_.size(), value(input), chosen.kept);
         return keep(chosen, conditions, condition_runs_ - condition, span);
     }
     QVO_INLINE RunSpan stretch(Moving<0b10>, At<2> at, RunSpan span) {
@@ -70,7 +75,8 @@ class FilterSink {
         if (conditions_[condition] == 0) return span;
         const uint8_t* const runs = input_runs_ - input;
         if (span.elements > room()) span = {room(), sum_runs(runs, room())};
-        copy_values(it_, out_.size(), it_->opd[1], input, span.elements);
+        const size_t width = it_->elem_size;
+        std::memcpy(values_of<uint8_t>(it_) + out_.size() * width, value(input), span.elements * width);
         out_.put_runs(runs, span);
         return span;
     }
@@ -80,12 +86,28 @@ class FilterSink {
         kept_ += conditions_[at[0]] != 0;
     }
     QVO_INLINE void end_singles(RunSpan) {
-        gather_values(it_, out_.size(), singles_.inputs, kept_);
+        gather_values(it_, out_.size(), inputs_, singles_.inputs, kept_);
         out_.put_runs(singles_.runs + most_single_steps - 1, kept_);
         kept_ = 0;
     }
+    QVO_INLINE CrossingRow<2> crossing_row() { return {{row_.condition, row_.input}, row_.run, Row::most}; }
+    QVO_INLINE void end_crossings(RunSpan span) {
+        RunSpan kept{0, 0};
+        for (size_t i = 0; i < span.elements; ++i) {
+            const bool is_true = conditions_[row_.condition[i]] != 0;
+            row_.input[kept.elements] = row_.input[i];
+            row_.run[kept.elements] = row_.run[i];
+            kept.elements += is_true;
+            kept.positions += is_true ? row_.run[i] : 0;
+        }
+        gather_values(it_, out_.size(), inputs_, row_.input, kept.elements);
+        put_in_tile(runs_of(it_) - out_.size(), row_.run, kept.elements);
+        out_.advance(kept);
+    }
 
  private:
+    QVO_INLINE const uint8_t* value(size_t input) const { return inputs_ + input * it_->elem_size; }
+
     /// Accounts for the chosen elements of the span; returns the part of it that was seen.
     QVO_INLINE RunSpan keep(Selection chosen, const uint8_t* conditions, const uint8_t* runs, RunSpan span) {
         if (chosen.kept == 0) return span;
@@ -102,17 +124,20 @@ class FilterSink {
     qvo_seq_iterator_h it_;
     TileWriter& out_;
     Singles& singles_;
+    Row& row_;
     size_t kept_ = 0;
-    const uint8_t* conditions_;
+    const uint8_t *conditions_, *inputs_;
     const uint8_t* condition_runs_;
     const uint8_t* input_runs_;
 };
 
 QVO_INLINE QVO_RET filter_next(qvo_seq_iterator_h it, Where where) {
-    Operand operands[] = {Operand(it->opd[0]), Operand(it->opd[1])};
+    Operand operands[] = {Operand(it->opd[0], Operand::Values::anywhere),
+                          Operand(it->opd[1], Operand::Values::anywhere)};
     TileWriter out(it);
     FilterSink::Singles singles;
-    FilterSink sink(it, out, singles);
+    FilterSink::Row row;
+    FilterSink sink(it, out, singles, row);
     return out.finish(walk(operands, sink, where));
 }
 
@@ -124,17 +149,46 @@ QVO_RET construct_filter(qvo_seq_iterator_h result, qvo_seq_iterator_h condition
     return QVO_S_OK;
 }
 
-/// Writes the positions of leading conditions of run 1; returns the conditions seen and the positions written.
-Selection select_positions(uint64_t* to, const uint8_t* conditions, size_t n, size_t room, uint64_t first) {
-    return select(
-        conditions, n, room, [=](size_t k, size_t i, auto count) __attribute__((always_inline)) {
-            for (size_t j = 0; j < count; ++j) to[k + j] = first + i + j;
-        });
-}
-
 /// Writes `count` positions from `first` on.
 QVO_INLINE void write_positions(uint64_t* __restrict to, size_t count, uint64_t first) {
     for (size_t k = 0; k < count; ++k) to[k] = first + k;
+}
+
+/// What has been seen of conditions with short runs: elements, their positions, and those of the true ones.
+struct ShortRuns {
+    size_t elements = 0, positions = 0, kept = 0;
+};
+
+// Positions that are written at once, whether or not there are as many.
+constexpr size_t at_once = 16;
+
+/// Writes the positions of conditions with short runs, up to a row of runs of 1, a run of 0 or one that there is no room
+/// for. What is written beyond the room is of no account.
+QVO_INLINE ShortRuns expand_short(uint64_t* to, const uint8_t* conditions, const uint8_t* runs, size_t n, size_t room,
+                                  uint64_t first) {
+    ShortRuns seen;
+    for (; seen.elements + run_word <= n; seen.elements += run_word) {
+        if (load_runs(runs - seen.elements) == ones_word) break;
+        for (size_t i = seen.elements; i != seen.elements + run_word; ++i) {
+            const size_t run = get_run(runs, i);
+            if (run == 0 || run > room - seen.kept) return {i, seen.positions, seen.kept};
+            for (size_t k = 0; k < at_once; ++k) to[seen.kept + k] = first + seen.positions + k;
+            if (run > at_once)
+                for (size_t k = at_once; k < run; ++k) to[seen.kept + k] = first + seen.positions + k;
+            seen.kept += conditions[i] != 0 ? run : 0;
+            seen.positions += run;
+        }
+    }
+    return seen;
+}
+
+/// The same, with nothing written beyond the positions that are kept.
+[[gnu::noinline]] ShortRuns put_short(uint64_t* to, const uint8_t* conditions, const uint8_t* runs, size_t n,
+                                      size_t room, uint64_t first) {
+    uint64_t expanded[elem_uint8::capacity + at_once];
+    const ShortRuns seen = for_cpu<expand_short, CpuLevel::avx512>(expanded, conditions, runs, n, room, first);
+    std::memcpy(to, expanded, seen.kept * sizeof *to);
+    return seen;
 }
 
 // Conditions are not split into overlaps of two operands here, and false ones are deliberately passed over with their
@@ -149,7 +203,18 @@ QVO_RET filter_pos_next(qvo_seq_iterator_h it, Where where) {
     QVO_RET rc = QVO_S_OK;
     while (out.room() != 0) {
         if (rc = condition.refill(where); rc != QVO_S_OK) break;
-        const size_t index = condition.index();
+        const size_t index = condition.index(), n_left = condition.elements_left();
+        if (condition.taken() == 0 && condition.run() <= 4 * at_once &&
+            runs_are_short(condition.runs(), n_left, condition.run())) {
+            const ShortRuns seen =
+                put_short(positions + out.size(), conditions + index, condition.runs(), n_left, out.room(), at);
+            if (seen.elements != 0) {
+                out.put_equal_runs(seen.kept, 1);
+                condition.skip(seen.elements);
+                at += seen.positions;
+                continue;
+            }
+        }
         if (condition.taken() == 0 && condition.run() == 1) {
             const size_t n = leading_single_runs(condition.runs(), condition.elements_left());
             const Selection chosen = select_positions(positions + out.size(), conditions + index, n, out.room(), at);

@@ -22,7 +22,8 @@ QVO_RET skip_nan_next(qvo_seq_iterator_h it, NumberLoop loop, Where where) {
     uint8_t numbers[elem_float::capacity];
     const QVO_RET rc = walk_elements(input, out, where, [&](size_t index, size_t n) {
         loop(it, index, n, numbers);
-        const size_t kept = select_values(it, out.size(), from, index, numbers, n, n).kept;
+        const size_t kept =
+            select_values(it, out.size(), values_of<uint8_t>(from) + index * it->elem_size, numbers, n, n).kept;
         select_runs(runs_of(it) - out.size(), input.runs(), numbers, n);
         out.advance({kept, 0});
     });

@@ -56,7 +56,7 @@ QVO_RET unique_next(qvo_seq_iterator_h it, ChangeLoop loop, Where where) {
             copy_values(it, out.size(), from, index, n);
         } else {
             loop(it, index, n, changes);
-            kept = select_values(it, out.size(), from, index, changes, n, n).kept;
+            kept = select_values(it, out.size(), values_of<uint8_t>(from) + index * it->elem_size, changes, n, n).kept;
         }
         if (kept == 0) return;
         out.put_equal_runs(kept, 1);
