@@ -34,9 +34,12 @@ def times(path, options):
     with tempfile.NamedTemporaryFile(suffix=".json") as file:
         command = [program(path), f"--benchmark_filter={options.filter or '.'}", "--benchmark_out_format=json",
                    f"--benchmark_min_time={options.seconds}", f"--benchmark_out={file.name}"]
-        subprocess.run(command, check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        subprocess.run(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         rows = json.load(file)["benchmarks"]
-    return {row["name"]: 1e9 / row["elements"] for row in rows if row.get("elements")}
+    for row in rows:
+        if row.get("error_occurred"):
+            print(f"{path}: {row['name']}: {row['error_message']}", file=sys.stderr)
+    return {row["name"]: 1e9 / row["elements"] for row in rows if row.get("elements")}  # none where it failed
 
 
 def median_and_error(values):
@@ -100,8 +103,8 @@ def compare_baseline(path, new, options):
 
 
 def save(path, new, options):
+    rows = {name: round(math.exp(log), 2) for name, (log, _) in sorted(ratios(new, options).items())}
     with open(path, "w", encoding="utf-8") as file:
-        rows = {name: round(math.exp(log), 2) for name, (log, _) in sorted(ratios(new, options).items())}
         json.dump({"filter": options.filter, "rows": rows}, file, indent=0)
         file.write("\n")
 

@@ -171,23 +171,8 @@ size_t flat_less_texts(qvo_seq_bool* __restrict out, const Text* __restrict in, 
     return n;
 }
 
-// ---- Conditions, copies, constants ----
+// ---- Copies, constants ----
 
-size_t flat_not(qvo_seq_bool* __restrict out, const qvo_seq_bool* __restrict in, size_t n) {
-    for (size_t i = 0; i < n; ++i) out[i] = in[i] == 0;
-    return n;
-}
-void halve(Column<qvo_uint1>& conditions) {
-    for (qvo_uint1& condition : conditions.values) condition %= 2;
-}
-size_t flat_positions(qvo_uint8* __restrict out, const qvo_uint1* __restrict in, size_t n) {
-    size_t found = 0;
-    for (size_t i = 0; i < n; ++i) {
-        out[found] = i;
-        found += in[i] != 0;
-    }
-    return found;
-}
 template <class V> size_t flat_copy(V* __restrict out, const V* __restrict in, size_t n) {
     std::memcpy(out, in, n * sizeof(V));
     return n;
@@ -280,9 +265,6 @@ QVO_BENCH_FAMILIES(members) {
     MEMBERS(double)
     ROW("cum_avg", double, double, tile, qvo_seq_cum_agg_avg_double, flat_cum_average)
     ROW("cum_var", double, double, tile, qvo_seq_cum_agg_var_double, flat_cum_variance)
-    ROW("not", uint1, qvo_seq_bool, all, qvo_seq_not, flat_not, halve)
-    ROW("filter_search", uint1, qvo_uint8, all, WITH(qvo_seq_filter_search(result, input, input)), flat_positions,
-        halve)
     add_rows<Text, Texts>("add", "char8", all, {with_texts<qvo_seq_add_char>, flat_add_texts, make_texts});
     add_rows<Text, Texts>("cat", "char8", all, {with_texts<qvo_seq_cat>, flat_cat, make_texts});
     add_rows<Text, qvo_seq_bool>("lt", "char8", all, {with_texts<qvo_seq_lt_char>, flat_less_texts, make_texts});

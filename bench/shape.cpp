@@ -210,6 +210,10 @@ template <class V> size_t flat_hash(qvo_uint4* __restrict out, const V* __restri
 void halve(Column<qvo_uint1>& conditions) {
     for (qvo_uint1& condition : conditions.values) condition %= 2;
 }
+size_t flat_not(qvo_seq_bool* __restrict out, const qvo_seq_bool* __restrict in, size_t n) {
+    for (size_t i = 0; i < n; ++i) out[i] = in[i] == 0;
+    return n;
+}
 size_t flat_positions(qvo_uint8* __restrict out, const qvo_uint1* __restrict in, size_t n) {
     size_t found = 0;
     for (size_t i = 0; i < n; ++i) {
@@ -223,7 +227,7 @@ size_t flat_positions(qvo_uint8* __restrict out, const qvo_uint1* __restrict in,
 
 #define FAMILIES(type)                                                                                              \
     ROW("norm", type, double, tiles, qvo_seq_norm_##type, flat_norm)                                                \
-    ROW("thin", type, qvo_##type, all, WITH(qvo_seq_thin_##type(result, input, 1, 3)), flat_thin)                   \
+    ROW("thin", type, qvo_##type, singles, WITH(qvo_seq_thin_##type(result, input, 1, 3)), flat_thin)               \
     ROW("repeat", type, qvo_##type, short_ones, WITH(qvo_seq_repeat_##type(result, input, 2)), flat_repeat)         \
     ROW("reverse", type, qvo_##type, tiles, qvo_seq_reverse_##type, flat_reverse)                                   \
     ROW("reverse_buffer", type, qvo_##type, singles, qvo_seq_reverse_##type, flat_reverse)                          \
@@ -255,6 +259,9 @@ QVO_BENCH_FAMILIES(shape) {
     ROW("hash", int4, qvo_uint4, all, WITH(qvo_seq_hash(result, input, nullptr)), flat_hash)
     ROW("hash", double, qvo_uint4, all, WITH(qvo_seq_hash(result, input, nullptr)), flat_hash)
     ROW("filter_pos", uint1, qvo_uint8, all, qvo_seq_filter_pos, flat_positions, halve)
+    ROW("not", uint1, qvo_seq_bool, all, qvo_seq_not, flat_not, halve)
+    ROW("filter_search", uint1, qvo_uint8, all, WITH(qvo_seq_filter_search(result, input, input)), flat_positions,
+        halve)
     ROW("skip_nan", float, float, all, qvo_seq_skip_nan_float, flat_skip_nan<float>, with_nans<float>)
     ROW("skip_nan", double, double, all, qvo_seq_skip_nan_double, flat_skip_nan<double>, with_nans<double>)
     // Strings of one byte, the pattern once without wildcards and once as a substring.
