@@ -70,6 +70,7 @@ void* operator new(size_t size, std::align_val_t alignment) {
     if (void* const memory = Counted::take(size, static_cast<size_t>(alignment))) return memory;
     throw std::bad_alloc();
 }
+void* operator new(size_t size, const std::nothrow_t&) noexcept { return Counted::take(size, 1); }
 void operator delete(void* memory) noexcept { Counted::give(memory); }
 void operator delete(void* memory, size_t) noexcept { Counted::give(memory); }
 void operator delete(void* memory, std::align_val_t) noexcept { Counted::give(memory); }

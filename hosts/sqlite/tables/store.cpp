@@ -268,7 +268,7 @@ Store::Size Store::size() {
         Statement count(db_, "SELECT count(*),sum(" + number + ") FROM " + table_of(tail));
         count.step();
         size.sources += count.integer(0);
-        size.rows += count.integer(1);
+        size.rows += std::clamp<int64_t>(count.integer(1), 0, int64_t{1} << 52);  // whatever somebody wrote there
         if (names.empty()) continue;
         Statement keys(db_, "SELECT count(*) FROM (SELECT DISTINCT " + names + " FROM " + table_of(tail) + ")");
         keys.step();
