@@ -124,10 +124,14 @@ def _microseconds(array: np.ndarray, kind: str, present: "np.ndarray | None" = N
     gaps = absent if absent is None or present is None else absent & present
     if gaps is not None and gaps.any():
         raise missing(kind, int(np.argmax(gaps)))
-    made = array.astype(f"{array.dtype.kind}8[us]", copy=False)
+    wide = OverflowError("a time does not fit 64 bits of microseconds")
+    try:
+        made = array.astype(f"{array.dtype.kind}8[us]", copy=False)
+    except OverflowError:  # of NumPy, from some version on; others give another time
+        raise wide from None
     coarse = np.datetime_data(array.dtype)[0] in ("Y", "M", "W", "D", "h", "m", "s", "ms")
     if coarse and not (made.astype(array.dtype) == array)[... if absent is None else ~absent].all():
-        raise OverflowError("a time does not fit 64 bits of microseconds")
+        raise wide
     return made.astype(made.dtype.newbyteorder("="), copy=False)
 
 
