@@ -117,14 +117,6 @@ template <class E> struct WeightedLoops {
     using Result = sum_element<E>;
     using R = typename Result::value;
 
-    struct Sums {
-        double norm;
-        R last;
-
-        QVO_INLINE friend Sums chosen(uint64_t mask, Sums yes, Sums no) {
-            return {qvo::chosen(mask, yes.norm, no.norm), qvo::chosen(mask, yes.last, no.last)};
-        }
-    };
     static R finish(double norm, R last) {
         if constexpr (Result::is_floating)
             return norm / last;
@@ -135,31 +127,20 @@ template <class E> struct WeightedLoops {
         Context& context = state<Context>(it);
         const V *values = values_of<V>(it->opd[0]), *weights = values_of<V>(it->opd[1]);
         R* out = values_of<R>(it) + to;
-        Sums sums{context.norm, R{}};
-        load(context, sums.last);
-        const auto of_step = [&](size_t i) __attribute__((always_inline)) {
+        double norm = context.norm;
+        R last;
+        load(context, last);
+        const auto product = [&](size_t i) __attribute__((always_inline)) {
             const V v = values[steps.value[i]], w = weights[steps.second[i]];
-            const unsigned run = steps.run[i];
-            return Sums{static_cast<double>(v) * static_cast<double>(w) * static_cast<double>(run),
-                        weighted<E>(v, run)};
+            last = weighted<E>(v, steps.run[i]);
+            return static_cast<double>(v) * static_cast<double>(w) * static_cast<double>(steps.run[i]);
         };
-        const auto with_step = [&](Sums sums, size_t i) __attribute__((always_inline)) {
-            const Sums step = of_step(i);
-            return Sums{sums.norm + step.norm, step.last};
-        };
-        if (steps.brief)
-            walk_brief_groups(
-                steps, context.count,
-                sums, [&](size_t i) __attribute__((always_inline)) { return unsigned{steps.run[i]}; }, of_step,
-                with_step,
-                [&](Sums of, uint64_t) __attribute__((always_inline)) { *out++ = finish(of.norm, of.last); });
-        else
-            walk_groups(
-                steps, context.count, [&](size_t i) __attribute__((always_inline)) { sums = of_step(i); },
-                [&](size_t i) __attribute__((always_inline)) { sums = with_step(sums, i); },
-                [&](uint64_t) __attribute__((always_inline)) { *out++ = finish(sums.norm, sums.last); });
-        context.norm = sums.norm;
-        store(context, sums.last);
+        walk_groups(
+            steps, context.count, [&](size_t i) __attribute__((always_inline)) { norm = product(i); },
+            [&](size_t i) __attribute__((always_inline)) { norm += product(i); },
+            [&](uint64_t) __attribute__((always_inline)) { *out++ = finish(norm, last); });
+        context.norm = norm;
+        store(context, last);
     }
     static void close(qvo_seq_iterator_h it, size_t to) {
         R last;
@@ -200,51 +181,68 @@ QVO_RET construct_weighted(qvo_seq_iterator_h result, qvo_seq_iterator_h left, q
 
 // ---- The sizes of groups ----
 
-/// Counts the elements of the current tile from p up to `end`, until the result is full; returns where it has come to.
-size_t count_one_by_one(qvo_seq_iterator_h it, TileWriter& out, uint64_t& count, size_t p, size_t end, KeptKey kept) {
+// Neighbours that are worth a look at many keys at a time.
+constexpr size_t fewest_neighbours = 32;
+
+/// Counts the elements of the current tile from p on, until it is used up or the result is full; returns where it has
+/// come to. `differs(p)` compares the key of element p with the kept one and keeps it.
+template <class Differs>
+QVO_INLINE size_t count_tile(qvo_seq_iterator_h it, TileWriter& out, uint64_t& count, size_t p, Differs differs) {
+    const qvo_seq_iterator_h keys = it->opd[0];
     uint64_t* const counts = values_of<uint64_t>(it);
-    const size_t width = it->opd[0]->elem_size;
-    for (; p < end; ++p) {
-        const uint8_t* const key = values_of<uint8_t>(it->opd[0]) + p * width;
-        const bool differs = qvo_memcmp(key, kept.bytes, width) != 0;
-        std::memcpy(kept.bytes, key, width);
-        if (differs && count != 0) {
+    const size_t size = keys->tile_size;
+    for (; p < size; ++p) {
+        if (differs(p) && count != 0) {
             counts[out.size()] = std::exchange(count, 0);
             out.put_run(1);
             if (out.room() == 0) break;  // the element comes again in the next call
         }
-        count += get_run(runs_of(it->opd[0]), p);
+        count += get_run(runs_of(keys), p);
     }
     return p;
 }
 
-/// Counts some of the elements of the current tile from p on; returns where it has come to.
+size_t count_tile(qvo_seq_iterator_h it, TileWriter& out, uint64_t& count, size_t p) {
+    const qvo_seq_iterator_h group_by = it->opd[0];
+    const size_t width = group_by->elem_size;
+    const auto of_words = [&](auto bits) {
+        using Bits = decltype(bits);
+        uint8_t* const kept = key_in_accumulator(it).bytes;
+        const Bits* const keys = values_of<Bits>(group_by);
+        return count_tile(
+            it, out, count, p, [=](size_t i) __attribute__((always_inline)) {
+                Bits last;
+                std::memcpy(&last, kept, sizeof last);
+                std::memcpy(kept, &keys[i], sizeof last);
+                return keys[i] != last;
+            });
+    };
+    const auto of_bytes = [&] {
+        uint8_t* const kept = key_in_history(it).bytes;
+        const uint8_t* const keys = values_of<uint8_t>(group_by);
+        return count_tile(it, out, count, p, [=](size_t i) {
+            const bool differs = qvo_memcmp(keys + i * width, kept, width) != 0;
+            std::memcpy(kept, keys + i * width, width);
+            return differs;
+        });
+    };
+    return with_unsigned(width, of_words, of_bytes);
+}
+
+/// The same of neighbours with runs of 1 and keys that are words, as many as there are; else of all.
 size_t count_some(qvo_seq_iterator_h it, TileWriter& out, uint64_t& count, size_t p) {
     const qvo_seq_iterator_h group_by = it->opd[0];
-    const uint8_t* const runs = runs_of(group_by) - p;
-    const size_t width = group_by->elem_size, n = std::min(group_by->tile_size - p, GroupSteps::most);
-    if (!has_words(width)) return count_one_by_one(it, out, count, p, p + n, key_in_history(it));
-    const KeptKey kept = key_in_accumulator(it);
-    // A run of 0 opens no group.
-    if (std::memchr(runs - n + 1, 0, n) != nullptr) return count_one_by_one(it, out, count, p, p + n, kept);
+    const size_t n = leading_single_runs(runs_of(group_by) - p, std::min(group_by->tile_size - p, GroupSteps::most));
+    if (n < fewest_neighbours || !has_words(group_by->elem_size)) return count_tile(it, out, count, p);
 
     uint16_t index[GroupSteps::most + 7], ends[GroupSteps::most + 1];
     fill_indexes(index, p, n);
-    KeySteps steps{values_of<uint8_t>(group_by), width, index, n, false, count != 0, out.room()};
-    const size_t n_ends = find_ends(steps, kept.bytes, ends);
+    KeySteps steps{values_of<uint8_t>(group_by), group_by->elem_size, index, n, false, count != 0, out.room()};
+    const size_t n_ends = find_ends(steps, key_in_accumulator(it).bytes, ends);
     uint64_t* const counts = values_of<uint64_t>(it) + out.size();
-    if (leading_single_runs(runs, steps.n) == steps.n) {
-        if (n_ends != 0) counts[0] = count + ends[0];
-        for (size_t j = 1; j < n_ends; ++j) counts[j] = uint64_t{ends[j]} - ends[j - 1];
-        count = n_ends == 0 ? count + steps.n : steps.n - ends[n_ends - 1];
-    } else {
-        // A sum up to each element, so that no branch depends on the lengths of groups.
-        uint64_t up_to[GroupSteps::most + 1], before = -count;
-        up_to[0] = 0;
-        for (size_t i = 0; i < steps.n; ++i) up_to[i + 1] = up_to[i] + get_run(runs, i);
-        for (size_t j = 0; j < n_ends; before = up_to[ends[j++]]) counts[j] = up_to[ends[j]] - before;
-        count = up_to[steps.n] - before;
-    }
+    if (n_ends != 0) counts[0] = count + ends[0];
+    for (size_t j = 1; j < n_ends; ++j) counts[j] = uint64_t{ends[j]} - ends[j - 1];
+    count = n_ends == 0 ? count + steps.n : steps.n - ends[n_ends - 1];
     out.put_equal_runs(n_ends, 1);
     return p + steps.n;
 }

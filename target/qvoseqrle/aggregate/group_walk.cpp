@@ -170,7 +170,7 @@ QVO_RET next_groups(qvo_seq_iterator_h it, Operand (&operands)[N], const GroupMe
         const size_t n_ends = words && !any_empty ? find_ends(keys, kept.bytes, ends)
                                                   : find_ends_step_by_step(keys, kept.bytes, ends, list.run, k, words);
         // Nearly all groups of one step can be foretold again.
-        const bool brief = !any_empty && n_ends > keys.n / (brief_group + 1) && n_ends < keys.n - keys.n / 8;
+        const bool brief = N == 2 && !any_empty && n_ends > keys.n / (brief_group + 1) && n_ends < keys.n - keys.n / 8;
         if (brief) pad(list);
         member.fold(it, {list.index[0], N == 3 ? list.index[1] : nullptr, list.run, keys.n, ends, n_ends, plain, brief},
                     k);
