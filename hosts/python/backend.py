@@ -2,18 +2,26 @@
 these lie two folders above; in a distribution, in its folder `library`."""
 
 import pathlib
-import re
 import tarfile
 import tempfile
 
 from scikit_build_core import build as _backend
-from scikit_build_core.build import (  # noqa: F401
+from scikit_build_core.build import (
     build_editable,
     build_wheel,
     get_requires_for_build_editable,
     get_requires_for_build_sdist,
     get_requires_for_build_wheel,
 )
+
+__all__ = [
+    "build_editable",
+    "build_sdist",
+    "build_wheel",
+    "get_requires_for_build_editable",
+    "get_requires_for_build_sdist",
+    "get_requires_for_build_wheel",
+]
 
 _HERE = pathlib.Path(__file__).parent
 _LIBRARY = ["CMakeLists.txt", "LICENSE", "cmake", "include", "target", "value", "hosts/sqlite"]
