@@ -107,7 +107,7 @@ template <class V> V model(uint64_t position, V init, V step) {
         const V product = static_cast<V>(position) * step;
         return product + init;
     } else {
-        return static_cast<V>(static_cast<wide_int>(position) * step + init);
+        return static_cast<V>(position * static_cast<uint64_t>(step) + static_cast<uint64_t>(init));  // modulo 2^64
     }
 }
 

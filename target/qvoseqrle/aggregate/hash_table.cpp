@@ -111,10 +111,12 @@ QVO_INLINE HashElem* find_inline(HashElem* elem, uint64_t key) {
     return has_key(elem, key) ? elem : nullptr;
 }
 
-/// Asks for what is read of an element, which may lie across two lines of the caches: all but the hashes at its end.
+/// Asks for what is read of an element, which may lie across two lines of the caches: all but the hashes at its end. There
+/// need not be one: what is asked for is not read.
 QVO_INLINE void fetch_element(const HashElem* elem) {
+    const auto address = reinterpret_cast<uintptr_t>(elem);
     __builtin_prefetch(elem);
-    __builtin_prefetch(reinterpret_cast<const char*>(elem) + offsetof(HashElem, grp_hash) - 1);
+    __builtin_prefetch(reinterpret_cast<const void*>(address + offsetof(HashElem, grp_hash) - 1));
 }
 
 HashElem** new_chains(qvo_seq_iterator_h owner, qvo_size_t n) {
