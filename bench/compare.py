@@ -35,7 +35,10 @@ def times(path, options):
         command = [program(path), f"--benchmark_filter={options.filter or '.'}", "--benchmark_out_format=json",
                    f"--benchmark_min_time={options.seconds}", f"--benchmark_out={file.name}"]
         subprocess.run(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        rows = json.load(file)["benchmarks"]
+        text = file.read()
+    if not text:
+        sys.exit(f"{path}: no rows match {options.filter or '.'}, or the program cannot start")
+    rows = json.loads(text)["benchmarks"]
     for row in rows:
         if row.get("error_occurred"):
             print(f"{path}: {row['name']}: {row['error_message']}", file=sys.stderr)
