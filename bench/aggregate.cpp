@@ -190,7 +190,8 @@ template <class Op> struct FewFolded {
         return result;
     }
 };
-struct FewVariance {
+/// `less` is taken from the number of values throughout.
+template <size_t less> struct FewVarianceOf {
     template <class V> static double of(const V* values, size_t n) {
         double s = 0, q = 0;
         for (size_t i = 0; i < n; ++i) {
@@ -198,23 +199,12 @@ struct FewVariance {
             s += v;
             q += v * v;
         }
-        const auto count = static_cast<double>(n);
+        const auto count = static_cast<double>(n - less);
         return (q - s * s / count) / count;
     }
 };
-/// The same with n - 1 throughout, and the square root.
-struct FewSampleVariance {
-    template <class V> static double of(const V* values, size_t n) {
-        double s = 0, q = 0;
-        for (size_t i = 0; i < n; ++i) {
-            const auto v = static_cast<double>(values[i]);
-            s += v;
-            q += v * v;
-        }
-        const auto count = static_cast<double>(n - 1);
-        return (q - s * s / count) / count;
-    }
-};
+using FewVariance = FewVarianceOf<0>;
+using FewSampleVariance = FewVarianceOf<1>;
 struct FewDeviation {
     template <class V> static double of(const V* values, size_t n) { return std::sqrt(FewVariance::of(values, n)); }
 };
