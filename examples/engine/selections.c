@@ -1,4 +1,5 @@
 /* Selecting rows and reducing columns to a number. */
+#include <math.h>
 #include <stdio.h>
 
 #include "questions.h"
@@ -26,14 +27,20 @@ static void mean_high_of_wet_days(const station_t* station) {
     answer("Mean high of days with more than 5 mm", "%.2f degrees in %s", number_of(&q.mean), station->name);
 }
 
-/* Each part is computed for itself, as on two machines; then one takes in the other's state. */
+/* Each part is computed for itself, as on two machines; then one takes in the other's state. A part without a wet day
+   ends without a result and has nothing to give: it is left out, since the first part has to have one to deliver. */
 static void mean_high_of_wet_days_merged(const station_t* a, const station_t* b) {
-    wet_mean_t parts[2];
-    open_wet_mean(&parts[0], a);
-    open_wet_mean(&parts[1], b);
-    for (int i = 0; i < 2; ++i) MUST(parts[i].mean.prepare(&parts[i].mean));
-    MUST(parts[0].mean.merge(&parts[0].mean, &parts[1].mean));
-    answer("  the two merged", "%.2f degrees in both", number_of(&parts[0].mean));
+    const station_t* stations[] = {a, b};
+    wet_mean_t parts[2], *merged = NULL;
+    for (int i = 0; i < 2; ++i) {
+        open_wet_mean(&parts[i], stations[i]);
+        const QVO_RET rc = parts[i].mean.prepare(&parts[i].mean);
+        if (rc == QVO_S_CURSOR_END) continue;
+        MUST(rc);
+        if (merged != NULL) MUST(merged->mean.merge(&merged->mean, &parts[i].mean));
+        if (merged == NULL) merged = &parts[i];
+    }
+    answer("  the two merged", "%.2f degrees in both", merged != NULL ? number_of(&merged->mean) : nan(""));
 }
 
 static void days_of_much_rain(const station_t* station, double millimetres) {
