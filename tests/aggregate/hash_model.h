@@ -216,7 +216,8 @@ inline void check_out_of_memory(const HashMember& member, const HashInput& input
     });
 }
 
-/// While two parts are merged: nothing is lost, the table only has fewer chains than it would.
+/// While two parts are merged that are built: nothing is lost, the table only has fewer chains than it would. Before
+/// one of them is built, nothing is merged.
 inline void check_merge_out_of_memory(const HashMember& member, const std::vector<HashInput>& inputs, uint64_t wanted) {
     const Expected expected(member, inputs, wanted);
     const auto by_key = [](const std::vector<std::string>& keys, const Items<t_number>& aggregates) {
@@ -226,6 +227,17 @@ inline void check_merge_out_of_memory(const HashMember& member, const std::vecto
         EXPECT_EQ(keys.size(), groups.size());
         return groups;
     };
+    {
+        Allocator allocator;
+        HashPart a(inputs[0]), b(inputs[1]);
+        EXPECT_TRUE(a.construct(member, wanted) == QVO_S_OK && b.construct(member, wanted) == QVO_S_OK);
+        EXPECT_EQ(a.prepare(), QVO_S_OK);
+        allocator.fail_at(0, true);
+        EXPECT_EQ(a.merge(b), QVO_E_NOMEM);
+        allocator.never_fail();
+        EXPECT_EQ(a.merge(b), QVO_S_OK);
+        check_delivery(a, expected);
+    }
     for_failing_allocations([&](Allocator& allocator, size_t n, bool forever) {
         HashPart a(inputs[0]), b(inputs[1]);
         for (HashPart* part : {&a, &b})
