@@ -78,36 +78,33 @@ struct Case {
     Construct construct;
     std::string operands;  // d: double, i: int4, b: boolean, c: a constant
 };
-#define CASE1(name, operands)                                          \
-    {                                                                  \
-#name, [](auto r, auto& o) { return name(r, o[0]); }, operands \
-    }
-#define CASE2(name, operands)                                                \
-    {                                                                        \
-#name, [](auto r, auto& o) { return name(r, o[0], o[1]); }, operands \
-    }
-#define CASE3(name, operands)                                                      \
-    {                                                                              \
-#name, [](auto r, auto& o) { return name(r, o[0], o[1], o[2]); }, operands \
-    }
+/// A constructor of operands alone, over so many of a list.
+template <class... H> Construct over(QVO_RET (*construct)(qvo_seq_iterator_h, H...)) {
+    return [=](auto r, auto& o) {
+        return [&]<size_t... k>(std::index_sequence<k...>) { return construct(r, o[k]...); }
+        (std::index_sequence_for<H...>{});
+    };
+}
+#define CASE(name, operands) \
+    { #name, over(name), operands }
 const Case cases[] = {
-    CASE2(qvo_seq_add_double, "dd"),
-    CASE2(qvo_seq_mod_double, "dd"),
-    CASE2(qvo_seq_gt_int4, "ic"),
-    CASE2(qvo_seq_gt_int4, "ci"),
-    CASE2(qvo_seq_max_int4, "ii"),
-    CASE2(qvo_seq_filter_double, "bd"),
-    CASE2(qvo_seq_filter_int4, "bi"),
-    CASE3(qvo_seq_iif_double, "bdd"),
-    CASE3(qvo_seq_iif_int4, "bic"),
-    CASE2(qvo_seq_corr_double, "dd"),
-    CASE1(qvo_seq_agg_sum_double, "d"),
-    CASE1(qvo_seq_agg_max_int4, "i"),
-    CASE1(qvo_seq_agg_var_samp_int4, "i"),
-    CASE2(qvo_seq_cat, "di"),
-    CASE1(qvo_seq_filter_pos, "b"),
-    CASE1(qvo_seq_agg_min_max_double, "d"),
-    CASE2(qvo_seq_group_agg_sum_int4, "ib"),
+    CASE(qvo_seq_add_double, "dd"),
+    CASE(qvo_seq_mod_double, "dd"),
+    CASE(qvo_seq_gt_int4, "ic"),
+    CASE(qvo_seq_gt_int4, "ci"),
+    CASE(qvo_seq_max_int4, "ii"),
+    CASE(qvo_seq_filter_double, "bd"),
+    CASE(qvo_seq_filter_int4, "bi"),
+    CASE(qvo_seq_iif_double, "bdd"),
+    CASE(qvo_seq_iif_int4, "bic"),
+    CASE(qvo_seq_corr_double, "dd"),
+    CASE(qvo_seq_agg_sum_double, "d"),
+    CASE(qvo_seq_agg_max_int4, "i"),
+    CASE(qvo_seq_agg_var_samp_int4, "i"),
+    CASE(qvo_seq_cat, "di"),
+    CASE(qvo_seq_filter_pos, "b"),
+    CASE(qvo_seq_agg_min_max_double, "d"),
+    CASE(qvo_seq_group_agg_sum_int4, "ib"),
 };
 
 /// Lengths about the ends of tiles, and of several.

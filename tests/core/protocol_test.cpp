@@ -6,13 +6,6 @@
 namespace test {
 namespace {
 
-TEST(Settings, TheBindingSwitchReturnsWhatItWas) {
-    EXPECT_EQ(qvo_seq_enable_check_bindings(1), 0);
-    EXPECT_EQ(qvo_seq_check_bindings, 1);
-    EXPECT_EQ(qvo_seq_enable_check_bindings(0), 1);
-    EXPECT_EQ(qvo_seq_enable_check_bindings(0), 0);
-}
-
 // ---- Buffers
 
 TEST(Buffers, GoThroughTheHooks) {
@@ -108,14 +101,6 @@ TEST(Helpers, CheckTileFindsWhatIsWrong) {
     }
 }
 
-TEST(Helpers, PrepareMarksWhateverCameOfIt) {
-    for (const QVO_RET code : {QVO_RET{QVO_S_OK}, QVO_RET{QVO_S_CURSOR_END}, 4711}) {
-        Source source(t_int4{}, {{1}}, {{}, code == QVO_S_OK ? SIZE_MAX : 0, code, QVO_S_OK});
-        EXPECT_EQ(qvo_seq_prepare_aggregate(source.get()), code);
-        EXPECT_EQ(source->prepared, 1);
-    }
-}
-
 // ---- Resets
 
 constexpr QVO_RET empty_slot = -1;
@@ -186,12 +171,8 @@ TEST(Widths, CopiersRefuseATextThatGetsItsWidthLater) {
 
 // ---- Overlaps: read positions inside a run, and run bytes that a producer left unwritten, zeros among them
 
-void check_subtraction(const Items<t_uint2>& left, const Items<t_uint2>& right, const std::vector<Script>& scripts,
-                       const std::function<void(const Member::Operands&)>& before = nullptr) {
+TEST(Overlap, StartsInsideARunAndTakesUnwrittenRunBytesAsTheyAre) {
     Member member = binary_member(MEMBER(qvo_seq_sub_uint2), QVO_DD_UINT2, 2);
-    member.checks_tiles = before != nullptr;  // without, runs of 0 are among them
-    member.operands = {operand<t_uint2>(left), operand<t_uint2>(right)};
-    member.before = before;
     const auto difference = [](qvo_seq_iterator_h it) {
         return literal_overlap_next(it, [it](size_t i) {
             const qvo_seq_iterator_h a = it->opd[0], b = it->opd[1];
@@ -200,31 +181,24 @@ void check_subtraction(const Items<t_uint2>& left, const Items<t_uint2>& right, 
             return true;
         });
     };
-    check_steps(member, difference, scripts);
-}
-
-TEST(Overlap, StartsInsideARun) {
-    for_seeds(40, [](Random& random, unsigned seed) {
-        const Items<t_uint2> items[] = {random_items<t_uint2>(random, 2000), random_items<t_uint2>(random, 2000)};
-        check_subtraction(items[0], items[1], {}, [&](const Member::Operands& o) {
-            Random at(seed);
-            for (size_t k = 0; k < 2; ++k) {
-                ASSERT_EQ(o[k]->next(o[k]), QVO_S_OK);
-                o[k]->tile_offs = static_cast<uint16_t>(at.below(30));
-                o[k]->rle_offs = static_cast<uint8_t>(at.below(items[k][o[k]->tile_offs].run));
-            }
-        });
-    });
-}
-
-TEST(Overlap, TakesUnwrittenRunBytesAsTheyAre) {
-    for_seeds(60, [](Random& random, unsigned) {
-        auto left = random_items<t_uint2>(random, 3000), right = random_items<t_uint2>(random, 3000);
-        const unsigned percent = random.between(1, 60);
-        for (auto* items : {&left, &right})
-            for (auto& item : *items)
+    for_seeds(100, [&](Random& random, unsigned seed) {
+        Items<t_uint2> sides[] = {random_items<t_uint2>(random, 3000), random_items<t_uint2>(random, 3000)};
+        const unsigned percent = seed % 2 * random.between(1, 60);
+        for (auto& items : sides)
+            for (auto& item : items)
                 if (random.chance(percent)) item.run = 0;
-        check_subtraction(left, right, {{random_tile_sizes(random)}, {random_tile_sizes(random)}});
+        member.operands = {operand<t_uint2>(sides[0]), operand<t_uint2>(sides[1])};
+        member.checks_tiles = percent == 0;
+        check_steps(member, difference, {{random_tile_sizes(random)}, {random_tile_sizes(random)}},
+                    [&](const Member::Operands& o) {
+                        Random at(seed);
+                        for (size_t k = 0; k < 2; ++k) {
+                            ASSERT_EQ(o[k]->next(o[k]), QVO_S_OK);
+                            o[k]->tile_offs = static_cast<uint16_t>(at.below(o[k]->tile_size));
+                            const unsigned run = sides[k][o[k]->tile_offs].run;
+                            o[k]->rle_offs = static_cast<uint8_t>(run == 0 ? 0 : at.below(run));
+                        }
+                    });
     });
 }
 

@@ -1,37 +1,9 @@
-/* The functions of docs/memory.md, as they stand there: with hooks that count, which may run out of memory. */
+/* The functions of docs/memory.md, with its hooks that count, which may run out of memory. */
 #include <qvoseq.h>
 #include <stdio.h>
 #include <stdlib.h>
 
-/* The sum of the amounts of each customer. Both arrays of results have room for n; the number of groups, or -1. */
-static int64_t sums_by_customer(const qvo_int4* customers, const qvo_double* amounts, qvo_size_t n, qvo_int4* group,
-                                qvo_double* sum) {
-    qvo_seq_iterator_t customer, amount, sums, groups;
-    qvo_size_t n_sums = n, n_groups = n;
-    qvo_seq_unget_int4(&customer, customers, n);
-    qvo_seq_unget_double(&amount, amounts, n);
-    QVO_RET code = qvo_seq_hash_agg_sum_double(&sums, &groups, &amount, &customer, 0);
-    if (code != QVO_S_OK) return -1; /* nothing is held */
-    code = qvo_seq_get_double(&sums, sum, &n_sums);
-    if (code == QVO_S_OK) code = qvo_seq_get_int4(&groups, group, &n_groups);
-    qvo_seq_free_hash(&sums); /* whatever came of it */
-    return code == QVO_S_OK && n_sums == n_groups ? (int64_t)n_groups : -1;
-}
-
-static size_t held;
-
-static void* take(qvo_seq_iterator_h iterator, qvo_size_t size) {
-    (void)iterator; /* on whose behalf: a host may keep an arena or a limit for each query */
-    void* block = malloc(size);
-    if (block != NULL) held += size;
-    return block;
-}
-
-static void give_back(qvo_seq_iterator_h iterator, void* block, qvo_size_t size) {
-    (void)iterator;
-    if (block != NULL) held -= size;
-    free(block);
-}
+#include "memory_shown.h"
 
 enum { N = 20000 };
 static qvo_int4 customers[N], groups[N];

@@ -190,16 +190,6 @@ TEST_F(Host, StringSearch) {
     EXPECT_EQ(called["strchr"], 3) << "a comma, no comma, the brace";
 }
 
-TEST_F(Host, Primes) {
-    qvo_seq_iterator_t keys;
-    ASSERT_EQ(qvo_seq_hash_agg_count(&result, &keys, &a, 1), QVO_S_OK);
-    EXPECT_EQ(reinterpret_cast<const qvo_seq_hash_iterator_context_t*>(result.context)->n_groups, 3U);
-    EXPECT_GT(called["prime"], 0);
-    ASSERT_EQ(result.next(&result), QVO_S_OK);
-    EXPECT_EQ(result.tile_size, 3);
-    EXPECT_EQ(qvo_seq_free_hash(&result), 1);
-}
-
 // A table that has the largest size takes more groups than it is made for.
 TEST_F(Host, GrowthEndsAtTheLastPrime) {
     qvo_int4 values[1000];
@@ -208,10 +198,11 @@ TEST_F(Host, GrowthEndsAtTheLastPrime) {
         qvo_seq_iterator_t input, keys;
         qvo_seq_unget_int4(&input, values, 1000);
         ASSERT_EQ(qvo_seq_hash_agg_count(&result, &keys, &input, wanted), QVO_S_OK);
+        const auto* context = reinterpret_cast<const qvo_seq_hash_iterator_context_t*>(result.context);
+        EXPECT_TRUE(context->n_groups == (wanted == 1 ? 3 : 257) && called["prime"] > 0);
         qvo_uint8 count = 0, groups = 0;
         for (; qvo_seq_next_uint8(&result, &count) == QVO_S_OK; ++groups) EXPECT_EQ(count, 1U);
         EXPECT_EQ(groups, 1000U);
-        const auto* context = reinterpret_cast<const qvo_seq_hash_iterator_context_t*>(result.context);
         EXPECT_EQ(context->shared->hash->table_size, 257U);
         EXPECT_EQ(qvo_seq_free_hash(&result), 1);
     }
