@@ -1,37 +1,9 @@
 /* What a program outside of this project does with the installed value library: the function that the README shows, the
  * same from the bytes that a database keeps, and an error. */
-#include <qvovalue.h>
 #include <stdio.h>
 #include <string.h>
 
-/* The mean of the prices whose volume exceeds 1000. */
-int mean_price(const double* prices, const int32_t* volumes, size_t n, double* mean) {
-    qvo_expression_t *price, *volume, *large, *kept;
-    qvo_error_t error;
-    qvo_expression_array(QVO_TYPE_DOUBLE, 0, prices, n, NULL, NULL, &price, &error);
-    qvo_expression_array(QVO_TYPE_INT4, 0, volumes, n, NULL, NULL, &volume, &error);
-    const qvo_datum_t limit[] = {{QVO_DATUM_EXPRESSION, {.expression = volume}},
-                                 {QVO_DATUM_INTEGER, {.integer = 1000}}};
-    qvo_expression_call(qvo_function_named("gt"), limit, 2, &large, &error);
-    const qvo_datum_t filter[] = {{QVO_DATUM_EXPRESSION, {.expression = price}},
-                                  {QVO_DATUM_EXPRESSION, {.expression = large}}};
-    qvo_expression_call(qvo_function_named("filter"), filter, 2, &kept, &error);
-
-    const qvo_datum_t values[] = {{QVO_DATUM_EXPRESSION, {.expression = kept}}};
-    qvo_aggregate_t* average;
-    qvo_datum_t result;
-    qvo_aggregate_new(qvo_function_named("avg"), &average, &error);
-    qvo_aggregate_step(average, values, 1, NULL, &error); /* one streaming pass */
-    qvo_aggregate_finish(average, NULL, &result, &error);
-    *mean = result.as.real;
-
-    qvo_aggregate_free(average);
-    qvo_expression_release(kept);
-    qvo_expression_release(large);
-    qvo_expression_release(volume);
-    qvo_expression_release(price);
-    return result.kind == QVO_DATUM_REAL;
-}
+#include "qvovalue_shown.h"
 
 /* Stores an array, reads it back, and compares. */
 static int comes_back(const double* values, size_t n) {
