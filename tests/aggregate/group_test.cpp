@@ -102,15 +102,6 @@ TEST(Group, Count) {
     });
 }
 
-TEST(Group, AStepWithoutPositionsOpensNoGroup) {
-    using Times = Items<t_datetime>;
-    check_items<t_datetime>(
-        result_of<t_datetime>(qvo_seq_group_agg_avg_datetime, Times{{9, 0}, {4, 2}}, Items<t_int4>{{1, 0}, {2, 2}}),
-        {{4}});
-    check_items<t_uint4>(
-        result_of<t_uint4>(qvo_seq_group_agg_approxdc, Times{{9, 0}, {4, 2}}, Items<t_int4>{{1, 0}, {2, 2}}), {{1}});
-}
-
 // A key is as wide as its tile says, and that is known only when there is one.
 TEST(Group, KeysOfATextSource) {
     // How many groups the keys of a text are, or a negative code; of counts, where there is no constructor.

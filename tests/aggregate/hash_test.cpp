@@ -223,22 +223,18 @@ TEST(Hash, AggregatesOfValuesNeedThem) {
 }
 
 TEST(Hash, KeysOfATextSource) {
-    for (const bool wide : {false, true}) {
-        const std::string a = wide ? "twelve bytes" : "ab", b = wide ? "twelve more." : "cd";
-        TextSource keys("{" + a + "," + b + "," + a), more("{'" + a + "','x','" + a + "'}");
-        Source values(t_int4{}, {{1}, {2}, {3}});
+    for (const auto& [a, b] : {std::pair("ab", "cd"), {"twelve bytes", "twelve more."}}) {
+        const std::string text = std::string("{") + a + "," + b + "," + a;
+        TextSource keys(text), more(text), values("{'" + std::string(a) + "','x','" + a + "'}");
+        Source numbers(t_int4{}, {{1}, {2}, {3}});
         Record agg, grp, count, unused;
-        ASSERT_EQ(qvo_seq_hash_agg_sum_int4(agg.get(), grp.get(), values.get(), keys.get(), 0), QVO_S_OK);
-        const auto sums = drain<t_int8>(agg.get());
+        ASSERT_EQ(qvo_seq_hash_agg_sum_int4(agg.get(), grp.get(), numbers.get(), keys.get(), 0), QVO_S_OK);
         const auto groups = drain_keys(grp.get());
-        const bool a_first = groups.front() == a;
-        EXPECT_EQ(groups, a_first ? std::vector<std::string>({a, b}) : std::vector<std::string>({b, a}));
-        check_items<t_int8>(sums, {{a_first ? 4 : 2}, {a_first ? 2 : 4}});
+        std::map<std::string, int64_t> sums;
+        for (const auto& item : drain<t_int8>(agg.get())) sums[groups.at(sums.size())] = item.value;
+        EXPECT_EQ(sums, (std::map<std::string, int64_t>{{a, 4}, {b, 2}}));
         qvo_seq_release_hash(agg.get());
-
-        ASSERT_EQ(keys->reset(keys.get()), QVO_S_OK);
-        keys->elem_size = 0;
-        ASSERT_EQ(qvo_seq_hash_agg_distinct_count(count.get(), unused.get(), more.get(), keys.get(), 0, 0), QVO_S_OK);
+        ASSERT_EQ(qvo_seq_hash_agg_distinct_count(count.get(), unused.get(), values.get(), more.get(), 0, 0), QVO_S_OK);
         EXPECT_EQ(drain<t_uint8>(count.get()).size(), 2U);
         qvo_seq_release_hash(count.get());
     }

@@ -46,34 +46,29 @@ qvo_int8 numbered2(qvo_int8 left, qvo_int8 right, void* calls) { return numbered
 
 TEST(Callback, OneCallPerElementOrOverlapInOrder) {
     static qvo_int8 calls, expected_calls;
-    for (const size_t n_operands : {1, 2})
-        for_seeds(40, [=](Random& random, unsigned seed) {
-            Member member = unary_member<t_int8>("numbered", nullptr, nullptr);
-            member.construct = [=](qvo_seq_iterator_h it, const Member::Operands& o) {
-                return n_operands == 1 ? qvo_seq_func_ctx_int8(it, o[0], numbered, &calls)
-                                       : qvo_seq_func2_ctx_int8(it, o[0], o[1], numbered2, &calls);
-            };
-            std::vector<Script> scripts;
-            for (unsigned k = 0; k < n_operands; ++k) {
-                const auto small = [](Random& r) { return qvo_int8{r.below(40)}; };
-                member.operands.push_back(
-                    operand<t_int8>(random_items<t_int8>(random, random.between(4, 2000), small)));
-                scripts.push_back(random_script(random, seed + k));
-            }
-            const auto put = [=](qvo_seq_iterator_h it, size_t i) {
-                const auto value = [](qvo_seq_iterator_h o) { return literal_value<qvo_int8>(o, o->tile_offs); };
-                const qvo_int8 left = value(it->opd[0]), v = n_operands == 1 ? left : left * 50 + value(it->opd[1]);
-                literal_put(it, i, v * 100000 + ++expected_calls);
-                return true;
-            };
-            const auto steps = [=](qvo_seq_iterator_h it) {
-                if (n_operands == 2) return literal_overlap_next(it, [=](size_t i) { return put(it, i); });
-                return literal_elements_next(it, [=](size_t i, size_t) { put(it, i); });
-            };
-            calls = expected_calls = 0;
-            check_steps(member, steps, scripts);
-            EXPECT_EQ(calls, expected_calls);
+    const auto current = [](qvo_seq_iterator_h o) { return literal_value<qvo_int8>(o, o->tile_offs); };
+    const Steps one = [=](qvo_seq_iterator_h it) {
+        return literal_elements_next(
+            it, [=](size_t i, size_t) { literal_put(it, i, numbered(current(it->opd[0]), &expected_calls)); });
+    };
+    const Steps two = [=](qvo_seq_iterator_h it) {
+        return literal_overlap_next(it, [=](size_t i) {
+            const qvo_int8 left = current(it->opd[0]), right = current(it->opd[1]);
+            return literal_put(it, i, numbered2(left, right, &expected_calls)), true;
         });
+    };
+    Member func = unary_member<t_int8>(WITH_FUNC(qvo_seq_func_ctx_int8, numbered, &calls));
+    Member func2 = binary_member(WITH_FUNC2(qvo_seq_func2_ctx_int8, numbered2, &calls), QVO_DD_INT8, 8);
+    for_seeds(40, [&](Random& random, unsigned seed) {
+        const auto small = [](Random& r) { return qvo_int8{r.below(40)}; };
+        const auto draw = [&] { return operand<t_int8>(random_items<t_int8>(random, random.between(4, 2000), small)); };
+        func.operands = {draw()}, func2.operands = {draw(), draw()};
+        for (const auto& [member, steps] : {std::pair(&func, &one), {&func2, &two}}) {
+            calls = expected_calls = 0;
+            check_steps(*member, *steps, {random_script(random, seed), random_script(random, seed + 1)});
+            EXPECT_EQ(calls, expected_calls);
+        }
+    });
 }
 
 // ---- Strings ------------------------------------------------------------------------------------------------------
