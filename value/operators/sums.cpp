@@ -74,7 +74,18 @@ QVO_INLINE Summed sum_runs_of(const double* values, const uint8_t* first_run, si
     return {sums.total(), present};
 }
 
-/// The lower and upper halves by themselves, each in 64 bits.
+/// The lower and upper halves by themselves, each in 64 bits; shifted to what has no sign, as vectors have no other shift.
+QVO_INLINE int128 sum_single_halves(const int64_t* values, size_t n) {
+    constexpr uint64_t sign = uint64_t{1} << 63;
+    uint64_t low = 0, high = 0;
+    for (size_t i = 0; i < n; ++i) {
+        const uint64_t x = static_cast<uint64_t>(values[i]) ^ sign;
+        low += x & 0xffffffffU;
+        high += x >> 32;
+    }
+    return (static_cast<int128>(high) << 32) + low - static_cast<int128>(n) * sign;
+}
+
 QVO_INLINE int128 sum_halves(const int64_t* values, const uint8_t* first_run, size_t n) {
     uint64_t low = 0;
     int64_t high = 0;
@@ -101,7 +112,8 @@ DoubleSum as_reals(int128 integer) {
 }
 
 int128 sum_values(const int64_t* values, const uint8_t* first_run, size_t n) {
-    return for_cpu<sum_halves>(values, first_run, n);
+    return leading_single_runs(first_run, n) == n ? for_cpu<sum_single_halves>(values, n)
+                                                  : for_cpu<sum_halves>(values, first_run, n);
 }
 
 }  // namespace qvo::value

@@ -72,6 +72,7 @@ template <class V, class Quotient> struct Loops {
 template <class V, bool any_missing> struct Passes {
     static bool to_integers(const V* values, size_t n, unsigned digits, int64_t absent, int64_t* to) {
 #if QVO_WIDE_X86
+        if (cpu_level >= CpuLevel::avx512) return wide_to_integers(values, n, digits, absent, to);
         if (Fused::is_supported()) return fused_to_integers(values, n, digits, absent, to);
 #endif
         return for_cpu<divided_to_integers>(values, n, digits, absent, to);
@@ -85,6 +86,9 @@ template <class V, bool any_missing> struct Passes {
 #if QVO_WIDE_X86
     [[gnu::target("avx2,fma")]] static bool fused_to_integers(const V* values, size_t n, unsigned digits,
                                                               int64_t absent, int64_t* to) {
+        return Loops<V, Fused>::template to_integers<any_missing>(values, n, digits, absent, to);
+    }
+    QVO_AVX512 static bool wide_to_integers(const V* values, size_t n, unsigned digits, int64_t absent, int64_t* to) {
         return Loops<V, Fused>::template to_integers<any_missing>(values, n, digits, absent, to);
     }
 #endif
@@ -236,8 +240,18 @@ template <class V> struct DividedDecimals : Decimals<V, Divided> {
 template <class V> struct FusedDecimals : Decimals<V, Fused> {
     using Decimals<V, Fused>::Decimals;
     template <class Loop, class From>
-    [[gnu::target("avx2,fma")]] static void run(const Loop& loop, const From* from, size_t n,
-                                                const FusedDecimals& convert, V* to) {
+    static void run(const Loop& loop, const From* from, size_t n, const FusedDecimals& convert, V* to) {
+        cpu_level >= CpuLevel::avx512 ? wide(loop, from, n, convert, to) : narrow(loop, from, n, convert, to);
+    }
+
+ private:
+    template <class Loop, class From>
+    [[gnu::target("avx2,fma")]] static void narrow(const Loop& loop, const From* from, size_t n,
+                                                   const FusedDecimals& convert, V* to) {
+        Loop::run(loop, from, n, convert, to);
+    }
+    template <class Loop, class From>
+    QVO_AVX512 static void wide(const Loop& loop, const From* from, size_t n, const FusedDecimals& convert, V* to) {
         Loop::run(loop, from, n, convert, to);
     }
 };

@@ -179,11 +179,11 @@ bool OffsetWriter<V>::plan(const V* values, size_t n, V smallest, V largest, uns
     if (bits >= 8 && sizeof(V) > 1 && n > n_samples) {
         const Sample<V> sample(values, n, smallest);
         if (bits_for(sample.differences.width() / sample.unit_of_differences) < bits) {
-            const auto differences = for_cpu<P::differences>(values, n);
+            const auto differences = for_cpu<P::differences, CpuLevel::avx512>(values, n);
             const auto extra = static_cast<Word>(differences.smallest);
             uint64_t unit = sample.unit_of_differences;
-            if (unit != 1 &&
-                for_cpu<P::largest_delta>(values, n, extra, ExactDivisor(unit)) > differences.width() / unit)
+            if (unit != 1 && for_cpu<P::largest_delta, CpuLevel::avx512>(values, n, extra, ExactDivisor(unit)) >
+                                 differences.width() / unit)
                 unit = 1;
             if (const unsigned delta_bits = bits_for(differences.width() / unit); delta_bits < bits) {
                 bits = delta_bits;
@@ -194,8 +194,8 @@ bool OffsetWriter<V>::plan(const V* values, size_t n, V smallest, V largest, uns
             }
         }
         if (const uint64_t unit = sample.unit_of_values; unit != 1 && bits_for(range / unit) < bits) {
-            const uint64_t most =
-                for_cpu<P::largest_quotient>(values, n, static_cast<Word>(smallest), ExactDivisor(unit));
+            const uint64_t most = for_cpu<P::largest_quotient, CpuLevel::avx512>(values, n, static_cast<Word>(smallest),
+                                                                                 ExactDivisor(unit));
             if (most <= range / unit) {
                 header = {};
                 header.base = static_cast<uint64_t>(smallest);
@@ -220,13 +220,15 @@ template <class V> void OffsetWriter<V>::write(const V* values, size_t n, const 
             if (first == 0) offsets[0] = 0;
             const size_t skip = first == 0 ? 0 : 1;
             if (header.unit == 1)
-                for_cpu<To::of_deltas_of_one>(values + first - skip, some + skip, extra, offsets - skip);
+                for_cpu<To::of_deltas_of_one, CpuLevel::avx512>(values + first - skip, some + skip, extra,
+                                                                offsets - skip);
             else
-                for_cpu<To::of_deltas>(values + first - skip, some + skip, extra, divide, offsets - skip);
+                for_cpu<To::of_deltas, CpuLevel::avx512>(values + first - skip, some + skip, extra, divide,
+                                                         offsets - skip);
         } else if (header.unit == 1) {
-            for_cpu<To::of_one>(values + first, some, base, offsets);
+            for_cpu<To::of_one, CpuLevel::avx512>(values + first, some, base, offsets);
         } else {
-            for_cpu<To::of_units>(values + first, some, base, divide, offsets);
+            for_cpu<To::of_units, CpuLevel::avx512>(values + first, some, base, divide, offsets);
         }
     });
 }
@@ -279,7 +281,7 @@ template <class Offset> uint64_t sums_of(uint64_t sum, const Offset* offsets, si
 
 uint64_t running_sums(uint64_t sum, const uint8_t* offsets, size_t n, unsigned bits, uint64_t* to) {
     const size_t whole = bits < 8 ? n / bit_group * bit_group : 0;
-    sum = for_cpu<sums_of_groups>(sum, offsets, whole, to);
+    sum = for_cpu<sums_of_groups, CpuLevel::avx512>(sum, offsets, whole, to);
     return sums_of(sum, offsets + whole, n - whole, to + whole);
 }
 uint64_t running_sums(uint64_t sum, const uint16_t* offsets, size_t n, unsigned, uint64_t* to) {

@@ -112,7 +112,7 @@ template <class V> Profile profile_numbers(const V* values, size_t n) {
         scan.take(values[0], values[0]);
         scan.missing = values[0] != values[0];
     }
-    for_cpu<Scan<V>::run>(scan, values, n);
+    for_cpu<Scan<V>::run, CpuLevel::avx512>(scan, values, n);
     Profile profile;
     profile.equal = scan.equal;
     profile.missing = scan.missing;

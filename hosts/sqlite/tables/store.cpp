@@ -71,11 +71,9 @@ void Store::check_version() {
 }
 
 void Store::close() {
-    for (auto* list : {sources_, find_, insert_, remove_})
+    for (auto* list : {sources_, find_, insert_, remove_, first_key_, next_key_, key_from_})
         for (int i = 0; i < 2; ++i) list[i] = Statement();
-    first_key_ = Statement();
-    next_key_ = Statement();
-    key_from_ = Statement();
+    is_before_ = Statement();
     readers_.clear();
 }
 
@@ -156,35 +154,45 @@ bool Store::find(bool tail, int64_t id, Source& source, Key& key) {
     return true;
 }
 
-/// The lesser of the two tables' next keys, found by SQLite, which knows how they compare.
-std::string Store::select_key(const char* comparison) const {
+std::string Store::select_key(bool tail, const char* comparison) const {
     std::string names = key_names();
     names.pop_back();
-    const std::string order = " ORDER BY " + names + " LIMIT 1";
-    std::string condition;
+    std::string sql = "SELECT " + names + " FROM " + table_of(tail);
     if (comparison != nullptr)
-        condition = " WHERE (" + names + ")" + comparison + "(" + marks(declaration_.keys.size()) + ")";
-    const auto one = [&](bool tail) {
-        return "SELECT * FROM (SELECT " + names + " FROM " + table_of(tail) + condition + order + ")";
-    };
-    return one(false) + " UNION ALL " + one(true) + order;
+        sql += " WHERE (" + names + ")" + comparison + "(" + marks(declaration_.keys.size()) + ")";
+    return sql + " ORDER BY " + names + " LIMIT 1";
 }
 
 std::optional<Key> Store::next_key(const Key* after) {
     if (declaration_.keys.empty()) return after == nullptr ? std::optional<Key>(Key()) : std::nullopt;
-    if (after == nullptr) return found_key(kept(first_key_, [&] { return select_key(nullptr); }), nullptr);
-    return found_key(kept(next_key_, [&] { return select_key(">"); }), after);
+    return after == nullptr ? lesser_key(first_key_, nullptr, nullptr) : lesser_key(next_key_, ">", after);
 }
 
-std::optional<Key> Store::key_from(const Key& key) {
-    return found_key(kept(key_from_, [&] { return select_key(">="); }), &key);
+std::optional<Key> Store::key_from(const Key& key) { return lesser_key(key_from_, ">=", &key); }
+
+/// The lesser of the two tables' first keys of those that compare so with another. One index tells each; a statement over
+/// both would make tables of its own to merge them.
+std::optional<Key> Store::lesser_key(Statement (&statements)[2], const char* comparison, const Key* bound) {
+    std::optional<Key> found[2];
+    for (const bool tail : {false, true}) {
+        Statement& statement = kept(statements[tail], [&] { return select_key(tail, comparison); });
+        const Resetting resetting(statement);
+        if (bound != nullptr) bind_key(declaration_, statement, 1, *bound);
+        if (statement.step()) found[tail] = key_of(declaration_, statement, 0);
+    }
+    if (!found[0] || !found[1]) return found[0] ? found[0] : found[1];
+    return found[is_before(*found[1], *found[0])];
 }
 
-std::optional<Key> Store::found_key(Statement& statement, const Key* bound) {
+/// By SQLite, which knows how they compare.
+bool Store::is_before(const Key& a, const Key& b) {
+    Statement& statement = kept(is_before_, [&] {
+        const std::string key = "(" + marks(declaration_.keys.size()) + ")";
+        return "SELECT " + key + "<" + key;
+    });
     const Resetting resetting(statement);
-    if (bound != nullptr) bind_key(declaration_, statement, bind_key(declaration_, statement, 1, *bound), *bound);
-    if (!statement.step()) return {};
-    return key_of(declaration_, statement, 0);
+    bind_key(declaration_, statement, bind_key(declaration_, statement, 1, a), b);
+    return statement.step() && statement.integer(0) != 0;
 }
 
 Source Store::insert(bool tail, const Key& key, const Batch& rows, int64_t place) {

@@ -129,8 +129,9 @@ class Store {
     Source source_of(const Statement& row, int first, bool tail) const;
     int bind_rank(Statement& statement, int i, int64_t rank) const;
     std::string select_sources(bool tail) const;
-    std::string select_key(const char* comparison) const;
-    std::optional<Key> found_key(Statement& statement, const Key* bound);
+    std::string select_key(bool tail, const char* comparison) const;
+    std::optional<Key> lesser_key(Statement (&statements)[2], const char* comparison, const Key* bound);
+    bool is_before(const Key& a, const Key& b);
     template <class F> Statement& kept(Statement& statement, F sql);
 
     void before_change(const Source& source);
@@ -139,7 +140,7 @@ class Store {
     Readers& reading_;
     std::string schema_, name_;
     Declaration declaration_;
-    Statement sources_[2], find_[2], insert_[2], remove_[2], first_key_, next_key_, key_from_;
+    Statement sources_[2], find_[2], insert_[2], remove_[2], first_key_[2], next_key_[2], key_from_[2], is_before_;
     bool version_is_known_ = false;
     // Statements that read columns, which many cursors may want at once.
     std::map<std::pair<bool, Slots>, std::vector<Statement>> readers_;
