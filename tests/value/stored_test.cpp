@@ -49,16 +49,27 @@ TEST(Stored, TakesTheSmallestEncoding) {
         double bytes_a_value;
     };
     using enum Encoding;
-    for (const Case& c :
-         {Case{"any bits", Type::double_, plain, 8.02}, Case{"the same", Type::float_, constant, 0.01},
-          Case{"regular", Type::timestamp, progression, 0.01}, Case{"regular", Type::double_, progression, 0.01},
-          Case{"small", Type::int8, narrow, 1.03}, Case{"two values", Type::boolean, constant, 0.01},
-          Case{"small", Type::boolean, narrow, 0.14}, Case{"runs of 5", Type::int1, runs, 0.42},
-          Case{"runs of 300", Type::char_, dictionary, 0.02}, Case{"ascending", Type::timestamp, delta, 0.54},
-          Case{"whole thousands", Type::timestamp, delta, 0.54}, Case{"prices", Type::double_, decimal, 2.04},
-          Case{"prices", Type::float_, decimal, 2.03}, Case{"gaps", Type::double_, decimal, 1.04},
-          Case{"two values", Type::double_, dictionary, 0.15}, Case{"small", Type::char_, dictionary, 1.2},
-          Case{"limits", Type::float_, dictionary, 0.15}}) {
+    for (const Case& c : {Case{"any bits", Type::double_, plain, 8.02},
+                          Case{"the same", Type::float_, constant, 0.01},
+                          Case{"regular", Type::timestamp, progression, 0.01},
+                          Case{"regular", Type::double_, progression, 0.01},
+                          Case{"small", Type::int8, narrow, 1.03},
+                          Case{"two values", Type::boolean, constant, 0.01},
+                          Case{"small", Type::boolean, narrow, 0.14},
+                          Case{"runs of 5", Type::int1, runs, 0.42},
+                          Case{"runs of 300", Type::char_, dictionary, 0.02},
+                          Case{"ascending", Type::timestamp, delta, 0.54},
+                          Case{"whole thousands", Type::timestamp, delta, 0.54},
+                          Case{"prices", Type::double_, decimal, 2.04},
+                          Case{"prices", Type::float_, decimal, 2.03},
+                          Case{"gaps", Type::double_, decimal, 1.04},
+                          Case{"thousands", Type::int4, narrow, 1.54},
+                          Case{"thousands", Type::double_, decimal, 1.54},
+                          Case{"millions", Type::uint8, narrow, 3.04},
+                          Case{"millions", Type::double_, decimal, 3.04},
+                          Case{"two values", Type::double_, dictionary, 0.15},
+                          Case{"small", Type::char_, dictionary, 1.2},
+                          Case{"limits", Type::float_, dictionary, 0.15}}) {
         SCOPED_TRACE(std::string(c.content) + " as " + std::string(name_of(c.type)));
         const ValueType type = c.type == Type::char_ ? char_of(5) : type_of(c.type);
         const auto content = std::find_if(std::begin(contents), std::end(contents), [&](const Content& some) {

@@ -37,6 +37,8 @@ inline const Content contents[] = {
     {"two values", [](size_t, Engine& random) { return random() % 2 != 0 ? 0.0 : -0.0; }},
     {"few values", [](size_t, Engine& random) { return std::ldexp(1.0, static_cast<int>(random() % 11)); }},
     {"one and many", [](size_t i, Engine& random) { return i < 2000 ? 5.0 : static_cast<double>(random() % 9973); }},
+    {"thousands", [](size_t, Engine& random) { return static_cast<double>(random() % 3000); }},
+    {"millions", [](size_t, Engine& random) { return static_cast<double>(random() % 9999991); }},
     {"prices", [](size_t, Engine& random) { return static_cast<double>(random() % 30000) / 100; }},
     {"gaps", [](size_t, Engine& random) { return random() % 9 != 0 ? static_cast<double>(random() % 99) / 10 : NAN; }},
     {"limits", [](size_t, Engine& random) { return random() % 2 != 0 ? HUGE_VAL : -HUGE_VAL; }},

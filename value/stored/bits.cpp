@@ -1,4 +1,4 @@
-// Packing and unpacking, eight numbers in a word at a time.
+// Packing and unpacking: small numbers eight in a word at a time, wider ones as their two parts.
 #include "stored/bits.h"
 
 namespace qvo::value {
@@ -24,7 +24,7 @@ template <unsigned bits> struct Groups {
     }
 };
 
-}  // namespace
+constexpr size_t groups_of(size_t n) { return (n + bit_group - 1) / bit_group; }
 
 void pack_groups(const uint8_t* bytes, size_t groups, unsigned bits, uint8_t* to) {
     switch (bits) {
@@ -46,6 +46,52 @@ void unpack_groups(const uint8_t* packed, size_t groups, unsigned bits, uint8_t*
         default:
             return for_cpu<Groups<4>::unpack>(packed, groups, to);
     }
+}
+
+/// Numbers as their low parts, which are a Low each, and their upper parts.
+template <class Number, class Low> struct Parts {
+    static constexpr unsigned shift = 8 * sizeof(Low);
+
+    QVO_INLINE static void join(const uint8_t* __restrict low, const uint8_t* __restrict high, size_t n,
+                                Number* __restrict to) {
+        for (size_t i = 0; i < n; ++i) {
+            const Number upper = high[i];
+            to[i] = static_cast<Number>(format::load<Low>(low + i * sizeof(Low)) | upper << shift);
+        }
+    }
+    QVO_INLINE static void cut(const Number* __restrict numbers, size_t n, uint8_t* __restrict low,
+                               uint8_t* __restrict high) {
+        for (size_t i = 0; i < n; ++i) {
+            format::store(low + i * sizeof(Low), static_cast<Low>(numbers[i]));
+            high[i] = static_cast<uint8_t>(numbers[i] >> shift);
+        }
+    }
+};
+
+}  // namespace
+
+void pack(const uint8_t* numbers, unsigned bits, uint64_t, uint64_t first, size_t n, uint8_t* to) {
+    pack_groups(numbers, groups_of(n), bits, to + first / bit_group * bits);
+}
+void pack(const uint16_t* numbers, unsigned, uint64_t total, uint64_t first, size_t n, uint8_t* to) {
+    uint8_t upper[unpack_block] = {};
+    for_cpu<Parts<uint16_t, uint8_t>::cut>(numbers, n, to + first, upper);
+    pack_groups(upper, groups_of(n), 4, to + total + first / bit_group * 4);
+}
+void pack(const uint32_t* numbers, unsigned, uint64_t total, uint64_t first, size_t n, uint8_t* to) {
+    for_cpu<Parts<uint32_t, uint16_t>::cut>(numbers, n, to + 2 * first, to + 2 * total + first);
+}
+
+void unpack(const uint8_t* packed, unsigned bits, uint64_t, uint64_t first, size_t n, uint8_t* to) {
+    unpack_groups(packed + first / bit_group * bits, groups_of(n), bits, to);
+}
+void unpack(const uint8_t* packed, unsigned, uint64_t total, uint64_t first, size_t n, uint16_t* to) {
+    uint8_t upper[unpack_block];
+    unpack_groups(packed + total + first / bit_group * 4, groups_of(n), 4, upper);
+    for_cpu<Parts<uint16_t, uint8_t>::join>(packed + first, upper, n, to);
+}
+void unpack(const uint8_t* packed, unsigned, uint64_t total, uint64_t first, size_t n, uint32_t* to) {
+    for_cpu<Parts<uint32_t, uint16_t>::join>(packed + 2 * first, packed + 2 * total + first, n, to);
 }
 
 }  // namespace qvo::value

@@ -11,7 +11,7 @@ namespace qvo::value {
 
 /// Header of the codings that hold integers as small offsets: narrow, delta, and decimal.
 struct OffsetHeader {
-    uint8_t bits;    // of an offset: 1, 2, 4, 8, 16, 32
+    uint8_t bits;    // of an offset: 1, 2, 4, 8, 12, 16, 24, 32
     uint8_t digits;  // decimals: values are integers divided by 10^digits
     uint8_t flags;
     uint8_t reserved[5];  // 0

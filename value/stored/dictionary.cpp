@@ -65,6 +65,9 @@ size_t different_in_sample(const Elements& e, size_t most) {
     return n;
 }
 
+/// Bits of an index, none of which lies in two parts.
+constexpr unsigned index_bits(uint64_t largest) { return std::bit_ceil(bits_for(largest)); }
+
 constexpr size_t size_of(size_t n, size_t entries, size_t width, unsigned bits) {
     return sizeof(DictionaryHeader) + entries * width + packed_size(n, bits);
 }
@@ -112,7 +115,7 @@ class Numbering {
             if (slot->number == 0) {
                 const bool hopeless = i >= 256 && entries_ > i - i / 8;
                 if (hopeless || entries_ == max_entries ||
-                    size_of(e_.n, entries_ + 1, width, bits_for(entries_)) >= below)
+                    size_of(e_.n, entries_ + 1, width, index_bits(entries_)) >= below)
                     return false;
                 scratch_.entries.append(value, width);
                 *slot = {key, ++entries_};
@@ -171,20 +174,20 @@ bool plan_dictionary(const Elements& e, const Profile&, Scratch& scratch, Plan& 
     unsigned bits = 1;
     while (bits < 16 && packed_size(e.n, 2 * bits) < worth) bits *= 2;
     const size_t fewest = e.n < n_samples ? 2 : std::max<size_t>(2, different_in_sample(e, size_t{1} << bits));
-    if (e.type.type == Type::boolean || size_of(e.n, fewest, width, bits_for(fewest - 1)) >= worth) return false;
+    if (e.type.type == Type::boolean || size_of(e.n, fewest, width, index_bits(fewest - 1)) >= worth) return false;
     // Of numbers that are nearly all different in a sample there are too many; texts pay even so.
     if (e.type.type != Type::char_ && (e.n < n_samples || 8 * fewest > 7 * n_samples)) return false;
     Numbering numbering(e, scratch);
     if (!numbering.run(worth)) return false;
     plan.encoding = Encoding::dictionary;
-    plan.size = size_of(e.n, numbering.entries(), width, bits_for(numbering.entries() - 1));
+    plan.size = size_of(e.n, numbering.entries(), width, index_bits(numbering.entries() - 1));
     return true;
 }
 
 void write_dictionary(const Elements& e, const Plan&, Scratch& scratch, uint8_t* to) {
     DictionaryHeader header{};
     header.entries = static_cast<uint32_t>(scratch.entries.size() / e.type.width);
-    header.bits = static_cast<uint8_t>(bits_for(header.entries - 1));
+    header.bits = static_cast<uint8_t>(index_bits(header.entries - 1));
     store(to, header);
     std::memcpy(to + sizeof header, scratch.entries.data(), scratch.entries.size());
     to += sizeof header + scratch.entries.size();
@@ -197,7 +200,7 @@ void write_dictionary(const Elements& e, const Plan&, Scratch& scratch, uint8_t*
         for (size_t i = 0; i < e.n; i += bit_group) {
             uint8_t bytes[bit_group] = {};
             for (size_t k = 0; k < std::min(bit_group, e.n - i); ++k) bytes[k] = static_cast<uint8_t>(indices[i + k]);
-            pack_groups(bytes, 1, header.bits, to + i / bit_group * header.bits);
+            pack(bytes, header.bits, e.n, i, bit_group, to);
         }
     }
 }
@@ -223,7 +226,7 @@ void open_dictionary(OpenTile& tile) {
     else if (h.bits == 8)
         sound = indices_below<uint8_t>(tile.body, tile.n, h.entries);
     else
-        for_unpacked(tile.body, h.bits, 0, tile.n, [&](const uint8_t* bytes, size_t n) {
+        for_unpacked<uint8_t>(tile.body, h.bits, tile.n, 0, tile.n, [&](const uint8_t* bytes, size_t n) {
             sound = sound && indices_below<uint8_t>(bytes, n, h.entries);
         });
     if (!sound) damaged("dictionary");
@@ -265,10 +268,11 @@ void read_dictionary(OpenTile& tile, size_t n, void* values) {
         case 8:
             return look_up<uint8_t>(tile, tile.body + at, n, to);
         default:
-            for_unpacked(tile.body, tile.offsets.bits, at, n, [&](const uint8_t* indices, size_t some) {
-                look_up<uint8_t>(tile, indices, some, to);
-                to += some * tile.type.width;
-            });
+            for_unpacked<uint8_t>(tile.body, tile.offsets.bits, tile.n, at, n,
+                                  [&](const uint8_t* indices, size_t some) {
+                                      look_up<uint8_t>(tile, indices, some, to);
+                                      to += some * tile.type.width;
+                                  });
     }
 }
 

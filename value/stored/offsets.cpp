@@ -141,26 +141,33 @@ template <class V> struct Sample {
     }
 };
 
-/// Writes offsets of a byte and more, by `f(array, first, n)`; smaller ones go through bytes.
+/// Writes offsets that are packed, a block at a time.
+template <class Offset, class F> void write_packed(unsigned bits, size_t n, uint8_t* to, F&& f) {
+    Offset offsets[unpack_block];
+    for (size_t i = 0; i < n; i += unpack_block) {
+        const size_t some = std::min(n - i, unpack_block);
+        std::fill(offsets + some - some % bit_group, offsets + (some + bit_group - 1) / bit_group * bit_group,
+                  Offset{0});
+        f(offsets, i, some);
+        pack(offsets, bits, n, i, some, to);
+    }
+}
+
+/// Writes n offsets, by `f(array, first, n)`.
 template <class F> void write_as(unsigned bits, size_t n, uint8_t* to, F&& f) {
     switch (bits) {
         case 8:
             return f(to, size_t{0}, n);
+        case 12:
+            return write_packed<uint16_t>(bits, n, to, f);
         case 16:
             return f(reinterpret_cast<uint16_t*>(to), size_t{0}, n);
+        case 24:
+            return write_packed<uint32_t>(bits, n, to, f);
         case 32:
             return f(reinterpret_cast<uint32_t*>(to), size_t{0}, n);
         default:
-            break;
-    }
-    uint8_t bytes[unpack_block];
-    for (size_t i = 0; i < n; i += unpack_block) {
-        const size_t some = std::min(n - i, unpack_block);
-        const size_t groups = (some + bit_group - 1) / bit_group;
-        std::memset(bytes + groups * bit_group - bit_group, 0, bit_group);
-        f(bytes, i, some);
-        pack_groups(bytes, groups, bits, to);
-        to += groups * bits;
+            return write_packed<uint8_t>(bits, n, to, f);
     }
 }
 
@@ -294,7 +301,7 @@ uint64_t running_sums(uint64_t sum, const uint32_t* offsets, size_t n, unsigned,
 void open_offsets(OpenTile& tile) {
     if (tile.size < sizeof(OffsetHeader)) damaged("size of a tile");
     const auto h = load<OffsetHeader>(tile.payload);
-    const bool known_bits = std::has_single_bit(h.bits) && h.bits <= 32 && h.bits < 8 * tile.type.width;
+    const bool known_bits = is_width(h.bits) && h.bits < 8 * tile.type.width;
     const bool reserved = std::any_of(std::begin(h.reserved), std::end(h.reserved), [](uint8_t b) { return b != 0; });
     if (!known_bits || reserved || h.unit == 0 || h.flags > offsets_with_missing) damaged("offsets of a tile");
     if (tile.size != offsets_size(tile.n, h.bits)) damaged("size of a tile");

@@ -51,16 +51,25 @@ template <class Convert, class T> class OffsetReader {
                 return read_as<uint16_t>(tile, at, tile.body + 2 * at, n, convert, to);
             case 32:
                 return read_as<uint32_t>(tile, at, tile.body + 4 * at, n, convert, to);
+            case 12:
+                return read_packed<uint16_t>(tile, at, n, convert, to);
+            case 24:
+                return read_packed<uint32_t>(tile, at, n, convert, to);
             default:
-                for_unpacked(tile.body, bits, at, n, [&](const uint8_t* bytes, size_t some) {
-                    read_as<uint8_t>(tile, at, bytes, some, convert, to);
-                    at += some;
-                    if (to != nullptr) to += some;
-                });
+                return read_packed<uint8_t>(tile, at, n, convert, to);
         }
     }
 
  private:
+    template <class Offset>
+    static void read_packed(OpenTile& tile, uint64_t at, size_t n, const Convert& convert, T* to) {
+        for_unpacked<Offset>(tile.body, tile.offsets.bits, tile.n, at, n, [&](const uint8_t* offsets, size_t some) {
+            read_as<Offset>(tile, at, offsets, some, convert, to);
+            at += some;
+            if (to != nullptr) to += some;
+        });
+    }
+
     template <class Offset>
     static void read_as(OpenTile& tile, uint64_t at, const uint8_t* from, size_t n, const Convert& convert, T* to) {
         const OffsetHeader& h = tile.offsets;
