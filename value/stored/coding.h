@@ -67,10 +67,12 @@ struct Plan {
 
 /// Arrays that codings keep between planning and writing, and from tile to tile.
 struct Scratch {
-    Buffer integers;  // decimals: the integers
-    Buffer indices;   // dictionary: the indices, 16 bits each
-    Buffer entries;   // dictionary: its values
-    Buffer slots;     // dictionary: hash table of numbers of entries
+    Buffer integers;              // decimals: the integers, int32_t or int64_t
+    int64_t integers_from = 0;    // what they are counted from
+    bool short_integers = false;  // which
+    Buffer indices;               // dictionary: the indices, 16 bits each
+    Buffer entries;               // dictionary: its values
+    Buffer slots;                 // dictionary: hash table of numbers of entries
 };
 
 /// A tile that is being read.

@@ -49,19 +49,20 @@ QVO_INLINE double whole_of(uint64_t integer) { return std::bit_cast<double>(inte
 template <class V, class Quotient> struct Loops {
     using Bits = BitsOf<V>;
 
-    /// True if all are decimals; their integers. Missing values become `absent`.
-    template <bool any_missing>
-    QVO_INLINE static bool to_integers(const V* __restrict values, size_t n, unsigned digits, int64_t absent,
-                                       int64_t* __restrict to) {
+    /// True if all are decimals; their integers, counted from `first`. Missing values become -1.
+    template <bool any_missing, class Integer>
+    QVO_INLINE static bool to_integers(const V* __restrict values, size_t n, unsigned digits, int64_t first,
+                                       Integer* __restrict to) {
         const Quotient quotient(digits);
+        const uint64_t origin = shifter_bits + static_cast<uint64_t>(first);
         Bits other = 0;
         for (size_t i = 0; i < n; ++i) {
             const double shifted = static_cast<double>(values[i]) * quotient.power + shifter;
             const auto back = std::bit_cast<Bits>(static_cast<V>(quotient(shifted - shifter)));
             const auto bits = std::bit_cast<Bits>(values[i]);
-            const auto integer = static_cast<int64_t>(std::bit_cast<uint64_t>(shifted) - shifter_bits);
+            const auto integer = static_cast<Integer>(std::bit_cast<uint64_t>(shifted) - origin);
             const bool none = any_missing && values[i] != values[i];
-            to[i] = none ? absent : integer;
+            to[i] = none ? Integer{-1} : integer;
             other |= none ? Bits{0} : static_cast<Bits>(back ^ bits);
         }
         return other == 0;
@@ -69,27 +70,26 @@ template <class V, class Quotient> struct Loops {
 };
 
 /// The loops, compiled for what the machine has.
-template <class V, bool any_missing> struct Passes {
-    static bool to_integers(const V* values, size_t n, unsigned digits, int64_t absent, int64_t* to) {
+template <class V, bool any_missing, class Integer> struct Passes {
+    static bool to_integers(const V* values, size_t n, unsigned digits, int64_t first, Integer* to) {
 #if QVO_WIDE_X86
-        if (cpu_level >= CpuLevel::avx512) return wide_to_integers(values, n, digits, absent, to);
-        if (Fused::is_supported()) return fused_to_integers(values, n, digits, absent, to);
+        if (cpu_level >= CpuLevel::avx512) return wide_to_integers(values, n, digits, first, to);
+        if (Fused::is_supported()) return fused_to_integers(values, n, digits, first, to);
 #endif
-        return for_cpu<divided_to_integers>(values, n, digits, absent, to);
+        return for_cpu<divided_to_integers>(values, n, digits, first, to);
     }
 
  private:
-    QVO_INLINE static bool divided_to_integers(const V* values, size_t n, unsigned digits, int64_t absent,
-                                               int64_t* to) {
-        return Loops<V, Divided>::template to_integers<any_missing>(values, n, digits, absent, to);
+    QVO_INLINE static bool divided_to_integers(const V* values, size_t n, unsigned digits, int64_t first, Integer* to) {
+        return Loops<V, Divided>::template to_integers<any_missing>(values, n, digits, first, to);
     }
 #if QVO_WIDE_X86
-    [[gnu::target("avx2,fma")]] static bool fused_to_integers(const V* values, size_t n, unsigned digits,
-                                                              int64_t absent, int64_t* to) {
-        return Loops<V, Fused>::template to_integers<any_missing>(values, n, digits, absent, to);
+    [[gnu::target("avx2,fma")]] static bool fused_to_integers(const V* values, size_t n, unsigned digits, int64_t first,
+                                                              Integer* to) {
+        return Loops<V, Fused>::template to_integers<any_missing>(values, n, digits, first, to);
     }
-    QVO_AVX512 static bool wide_to_integers(const V* values, size_t n, unsigned digits, int64_t absent, int64_t* to) {
-        return Loops<V, Fused>::template to_integers<any_missing>(values, n, digits, absent, to);
+    QVO_AVX512 static bool wide_to_integers(const V* values, size_t n, unsigned digits, int64_t first, Integer* to) {
+        return Loops<V, Fused>::template to_integers<any_missing>(values, n, digits, first, to);
     }
 #endif
 };
@@ -104,10 +104,10 @@ template <class V> bool is_exact(V value, unsigned digits) {
 constexpr size_t n_samples = 16;
 constexpr size_t block = 512;
 
-/// Finds the digits that all values need, and their integers.
+/// Finds the digits that all values need, and their integers, counted from the smallest.
 template <class V> class Search {
  public:
-    Search(const Elements& e, const Profile& profile, int64_t* integers)
+    Search(const Elements& e, const Profile& profile, Buffer& integers)
         : values_(e.as<V>()), n_(e.n), integers_(integers), any_missing_(profile.missing != 0) {
         smallest_ = static_cast<double>(profile.smallest.as<V>());
         largest_ = static_cast<double>(profile.largest.as<V>());
@@ -119,6 +119,8 @@ template <class V> class Search {
     }
 
     unsigned digits() const { return digits_; }
+    /// Whether the integers, and so their differences, are below 2^31: they are int32_t then, else int64_t.
+    bool is_short() const { return largest() - smallest() < INT32_MAX; }
     // Multiplying and rounding keeps the order.
     int64_t smallest() const { return integer_of(smallest_); }
     int64_t largest() const { return integer_of(largest_); }
@@ -142,12 +144,12 @@ template <class V> class Search {
     static bool is_missing(V value) { return value != value; }
     int64_t integer_of(double value) const { return static_cast<int64_t>(std::nearbyint(value * powers[digits_])); }
 
-    bool convert(size_t i) {
+    bool convert(size_t i) { return is_short() ? convert_to<int32_t>(i) : convert_to<int64_t>(i); }
+    template <class Integer> bool convert_to(size_t i) {
+        auto* const to = reinterpret_cast<Integer*>(integers_.data()) + i;
         const size_t some = std::min(block, n_ - i);
-        if (!any_missing_) return Passes<V, false>::to_integers(values_ + i, some, digits_, 0, integers_ + i);
-        // One below the smallest has the offset of all ones.
-        const int64_t absent = smallest() - 1;
-        return Passes<V, true>::to_integers(values_ + i, some, digits_, absent, integers_ + i);
+        return any_missing_ ? Passes<V, true, Integer>::to_integers(values_ + i, some, digits_, smallest(), to)
+                            : Passes<V, false, Integer>::to_integers(values_ + i, some, digits_, smallest(), to);
     }
 
     bool raise_for(V value) {
@@ -158,7 +160,7 @@ template <class V> class Search {
 
     const V* values_;
     size_t n_;
-    int64_t* integers_;
+    Buffer& integers_;
     bool any_missing_;
     double smallest_, largest_;
     unsigned digits_ = 0, end_;
@@ -175,24 +177,34 @@ bool stays_whole(const OffsetHeader& header, uint64_t n) {
     return base + most <= 0x1p51;
 }
 
+/// Offsets of integers from 0 up to and with `largest`.
+template <class Integer>
+bool plan_offsets(const Elements& e, const Buffer& integers, int64_t largest, unsigned below, OffsetHeader& header) {
+    return OffsetWriter<Integer>::plan(reinterpret_cast<const Integer*>(integers.data()), e.n, 0,
+                                       static_cast<Integer>(largest), below, header);
+}
+
 template <class V> bool plan_as(const Elements& e, const Profile& profile, Scratch& scratch, Plan& plan) {
     if (scratch.integers.size() < e.n * sizeof(int64_t)) scratch.integers.resize(e.n * sizeof(int64_t));
-    auto* const integers = reinterpret_cast<int64_t*>(scratch.integers.data());
-    Search<V> search(e, profile, integers);
+    Search<V> search(e, profile, scratch.integers);
     if (!search.run()) return false;
-    const int64_t smallest = search.smallest(), largest = search.largest();
+    const int64_t range = search.largest() - search.smallest();
     const unsigned below = static_cast<unsigned>(8 * sizeof(V));
     OffsetHeader header{};
     if (profile.missing != 0) {
-        header.bits = static_cast<uint8_t>(bits_for(static_cast<uint64_t>(largest - smallest) + 1));
+        // What is missing, -1, has the offset of all ones.
+        header.bits = static_cast<uint8_t>(bits_for(static_cast<uint64_t>(range) + 1));
         header.unit = 1;
-        header.base = static_cast<uint64_t>(smallest);
         header.extra = std::bit_cast<BitsOf<V>>(std::numeric_limits<V>::quiet_NaN());
         header.flags = offsets_with_missing;
         if (header.bits >= below) return false;
-    } else if (!OffsetWriter<int64_t>::plan(integers, e.n, smallest, largest, below, header)) {
+    } else if (!(search.is_short() ? plan_offsets<int32_t>(e, scratch.integers, range, below, header)
+                                   : plan_offsets<int64_t>(e, scratch.integers, range, below, header))) {
         return false;
     }
+    scratch.integers_from = search.smallest();
+    scratch.short_integers = search.is_short();
+    header.base += static_cast<uint64_t>(search.smallest());
     const size_t size = offsets_size(e.n, header.bits);
     if (size >= plan.size || !stays_whole(header, e.n)) return false;
     header.digits = static_cast<uint8_t>(search.digits());
@@ -208,8 +220,12 @@ bool plan_decimal(const Elements& e, const Profile& profile, Scratch& scratch, P
 }
 
 void write_decimal(const Elements& e, const Plan& plan, Scratch& scratch, uint8_t* to) {
-    const auto* const integers = reinterpret_cast<const int64_t*>(scratch.integers.data());
-    OffsetWriter<int64_t>::write(integers, e.n, plan.offsets, to);
+    const auto write = [&](auto zero) {
+        using Integer = decltype(zero);
+        const auto* const integers = reinterpret_cast<const Integer*>(scratch.integers.data());
+        OffsetWriter<Integer>::write(integers, e.n, plan.offsets, scratch.integers_from, to);
+    };
+    scratch.short_integers ? write(int32_t{}) : write(int64_t{});
 }
 
 void open_decimal(OpenTile& tile) {

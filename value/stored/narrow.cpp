@@ -47,7 +47,7 @@ bool plan_narrow(const Elements& e, const Profile& profile, Scratch&, Plan& plan
 
 void write_narrow(const Elements& e, const Plan& plan, Scratch&, uint8_t* to) {
     with_integer(e.type.type, [&](auto zero) {
-        OffsetWriter<decltype(zero)>::write(e.as<decltype(zero)>(), e.n, plan.offsets, to);
+        OffsetWriter<decltype(zero)>::write(e.as<decltype(zero)>(), e.n, plan.offsets, 0, to);
     });
 }
 

@@ -215,11 +215,13 @@ bool OffsetWriter<V>::plan(const V* values, size_t n, V smallest, V largest, uns
     return bits < below;
 }
 
-template <class V> void OffsetWriter<V>::write(const V* values, size_t n, const OffsetHeader& header, uint8_t* to) {
+template <class V>
+void OffsetWriter<V>::write(const V* values, size_t n, const OffsetHeader& header, int64_t from, uint8_t* to) {
     using Word = WordOf<V>;
     store(to, header);
     const ExactDivisor divide(header.unit);
-    const auto base = static_cast<Word>(header.base), extra = static_cast<Word>(header.extra);
+    const auto base = static_cast<Word>(header.base - static_cast<uint64_t>(from));
+    const auto extra = static_cast<Word>(header.extra);
     write_as(header.bits, n, to + sizeof header, [&](auto* offsets, size_t first, size_t some) {
         using To = typename Passes<V>::template To<std::remove_pointer_t<decltype(offsets)>>;
         if ((header.flags & offsets_of_deltas) != 0) {

@@ -20,8 +20,8 @@ constexpr size_t offsets_size(uint64_t n, unsigned bits) { return sizeof(OffsetH
 template <class V> struct OffsetWriter {
     /// Finds the fewest bits for the integers, which are from smallest to largest: false if `below` is not undercut.
     static bool plan(const V* values, size_t n, V smallest, V largest, unsigned below, OffsetHeader& header);
-    /// Writes header and offsets.
-    static void write(const V* values, size_t n, const OffsetHeader& header, uint8_t* to);
+    /// Writes header and offsets. The values may be counted from another number than those that the header speaks of.
+    static void write(const V* values, size_t n, const OffsetHeader& header, int64_t from, uint8_t* to);
 };
 
 /// Takes the header of a tile and checks it against the tile's size.
