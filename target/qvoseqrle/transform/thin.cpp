@@ -90,6 +90,24 @@ class ThinWalk {
     qvo_seq_no_t next_pos_;
 };
 
+/// Every step-th element from `index` on, n of them. Some at a time are read before any is written: where both tiles lie
+/// at about the same place of their pages, a processor takes the next read for one of what was just written.
+template <class Mover>
+QVO_INLINE void move_every(Mover mover, uint8_t* to, size_t at, const uint8_t* in, size_t index, size_t step,
+                           size_t n) {
+    constexpr size_t width = fixed_width<Mover>;
+    size_t k = 0;
+    if constexpr (width != 0) {
+        constexpr size_t some = 8;
+        for (; k + some <= n; k += some) {
+            uint8_t values[some * width];
+            for (size_t j = 0; j < some; ++j) mover.move(values, j, in, index + (k + j) * step);
+            std::memcpy(to + (at + k) * width, values, sizeof values);
+        }
+    }
+    for (; k < n; ++k) mover.move(to, at + k, in, index + k * step);
+}
+
 QVO_RET thin_next(qvo_seq_iterator_h it, Where where) {
     ThinWalk walk(it, state<qvo_seq_thin_context_t>(it));
     TileWriter out(it);
@@ -101,9 +119,8 @@ QVO_RET thin_next(qvo_seq_iterator_h it, Where where) {
         walk.find(where);
         const size_t size = out.size(), n = walk.n_singles(out.room()), index = walk.index(), step = walk.step();
         with_mover(
-            it->elem_size, [=](auto mover) __attribute__((always_inline)) {
-                for (size_t k = 0; k < n; ++k) mover.move(to, size + k, in, index + k * step);
-            });
+            it->elem_size, [=](auto mover)
+                               __attribute__((always_inline)) { move_every(mover, to, size, in, index, step, n); });
         out.put_equal_runs(n, 1);
         walk.take(n);
     }
