@@ -149,9 +149,11 @@ QVO_RET construct_filter(qvo_seq_iterator_h result, qvo_seq_iterator_h condition
     return QVO_S_OK;
 }
 
-/// Writes `count` positions from `first` on.
+/// Writes `count` positions from `first` on; vectors of them to where they do not lie across two lines of the cache.
 QVO_INLINE void write_positions(uint64_t* __restrict to, size_t count, uint64_t first) {
-    for (size_t k = 0; k < count; ++k) to[k] = first + k;
+    size_t k = 0;
+    for (; k < count && reinterpret_cast<uintptr_t>(to + k) % 32 != 0; ++k) to[k] = first + k;
+    for (; k < count; ++k) to[k] = first + k;
 }
 
 /// What has been seen of conditions with short runs: elements, their positions, and those of the true ones.
