@@ -83,6 +83,16 @@ struct Count {
         }
     }
 };
+struct Distinct {
+    template <class S, class V> static void plain(const V* values, const int32_t* keys, size_t n, std::vector<S>& out) {
+        for (size_t i = 0; i < n;) {
+            qvo_uint1 sketch[128] = {};
+            for (const int32_t key = keys[i]; i < n && keys[i] == key; ++i)
+                calculate_hash_functions(&values[i], sizeof(V), sketch);
+            out.push_back(approximate_distinct_count(sketch));
+        }
+    }
+};
 /// The values are the weights too. What the sum is divided by depends on runs: see `is_right`.
 struct WeightedAverage {
     template <class S, class V> static void plain(const V* values, const int32_t* keys, size_t n, std::vector<S>& out) {
@@ -227,6 +237,9 @@ QVO_BENCH_FAMILIES(group) {
     MEMBERS(double, double)
     const Construct counts = [](qvo_seq_iterator_h result, qvo_seq_iterator_h, qvo_seq_iterator_h,
                                 qvo_seq_iterator_h keys) { return qvo_seq_group_agg_count(result, keys); };
+    const Construct distinct = [](qvo_seq_iterator_h result, qvo_seq_iterator_h values, qvo_seq_iterator_h,
+                                  qvo_seq_iterator_h keys) { return qvo_seq_group_agg_approxdc(result, values, keys); };
+    add_groups<Distinct, int32_t, uint32_t>("group_agg_approxdc", "int4", distinct, 100);
     for (const unsigned group : {1U, 10U, 100U})
         add_groups<Count, int32_t, uint64_t>("group_agg_count", "int4", counts, group);
 }

@@ -1,6 +1,8 @@
 // Aggregates by hash beside std::unordered_map over flat arrays of the same keys and values.
+#include <array>
+#include <limits>
 #include <unordered_map>
-#include <unordered_set>
+#include <utility>
 
 #include "support.h"
 
@@ -33,71 +35,103 @@ struct Rows {
     }
 };
 
-using Map = std::unordered_map<int, int64_t>;
+// A family: what a group is while rows are added to it, and in the end; and how the library's is made.
 
 /// Adds a term per row to the row's group.
 template <class Op> struct Terms {
+    using State = int64_t;
     using Result = int64_t;
     static QVO_RET build(qvo_seq_iterator_t& agg) { return agg.prepare(&agg); }
-    static void fill(Map& map, const Rows& rows, unsigned distinct) {
+    static auto groups(const Rows& rows, unsigned distinct) {
+        std::unordered_map<int, typename Op::State> map;
         map.reserve(distinct);
         for (size_t i = 0; i < rows.keys.values.size(); ++i)
-            map[rows.keys.values[i]] += Op::of(rows.values.values[i], rows.values.runs[i]);
+            Op::add(map[rows.keys.values[i]], rows.values.values[i], rows.values.runs[i]);
+        return map;
     }
+    template <class State> static auto result(const State& state) { return state; }
 };
 
 struct Sum : Terms<Sum> {
     static constexpr Construct construct = qvo_seq_hash_agg_sum_int4;
-    static int64_t of(int32_t value, unsigned run) { return int64_t{value} * run; }
+    static void add(State& sum, int32_t value, unsigned run) { sum += int64_t{value} * run; }
 };
 struct Count : Terms<Count> {
     static QVO_RET construct(qvo_seq_iterator_h agg, qvo_seq_iterator_h grp, qvo_seq_iterator_h,
                              qvo_seq_iterator_h group_by, qvo_size_t n) {
         return qvo_seq_hash_agg_count(agg, grp, group_by, n);
     }
-    static int64_t of(int32_t, unsigned run) { return run; }
+    static void add(State& count, int32_t, unsigned run) { count += run; }
 };
-
-/// Values are positive.
-struct Max : Terms<Max> {
+struct Max : Terms<Max> {  // of positive values
+    using State = int32_t;
     using Result = int32_t;
     static constexpr Construct construct = qvo_seq_hash_agg_max_int4;
-    static void fill(Map& map, const Rows& rows, unsigned distinct) {
-        map.reserve(distinct);
-        for (size_t i = 0; i < rows.keys.values.size(); ++i) {
-            int64_t& max = map[rows.keys.values[i]];
-            max = std::max<int64_t>(max, rows.values.values[i]);
-        }
+    static void add(State& max, int32_t value, unsigned) { max = std::max(max, value); }
+};
+struct Min : Terms<Min> {
+    struct State {
+        int32_t min = std::numeric_limits<int32_t>::max();
+    };
+    using Result = int32_t;
+    static constexpr Construct construct = qvo_seq_hash_agg_min_int4;
+    static void add(State& s, int32_t value, unsigned) { s.min = std::min(s.min, value); }
+    static int32_t result(const State& s) { return s.min; }
+};
+struct Average : Terms<Average> {
+    struct State {
+        double sum = 0;
+        uint64_t count = 0;
+    };
+    using Result = double;
+    static constexpr Construct construct = qvo_seq_hash_agg_avg_int4;
+    static void add(State& s, int32_t value, unsigned run) {
+        s.sum += static_cast<double>(uint64_t{run} * static_cast<uint64_t>(value));
+        s.count += run;
     }
+    static double result(const State& s) { return s.sum / static_cast<double>(s.count); }
+};
+struct Sketched : Terms<Sketched> {
+    using State = std::array<qvo_uint1, 128>;
+    using Result = qvo_uint4;
+    static constexpr Construct construct = qvo_seq_hash_agg_approxdc;
+    static void add(State& sketch, int32_t value, unsigned) {
+        calculate_hash_functions(&value, sizeof value, sketch.data());
+    }
+    static qvo_uint4 result(const State& sketch) { return approximate_distinct_count(sketch.data()); }
 };
 
-/// The number of different values, of which there are about a hundred in all.
-struct Distinct {
+/// The number of different values, of which there are about a hundred in all, that come at so many positions or more.
+template <unsigned Least> struct Distinct {
     using Result = int64_t;
     static QVO_RET construct(qvo_seq_iterator_h agg, qvo_seq_iterator_h grp, qvo_seq_iterator_h input,
                              qvo_seq_iterator_h group_by, qvo_size_t n) {
-        return qvo_seq_hash_agg_distinct_count(agg, grp, input, group_by, n, 100 * n);
+        return Least == 1 ? qvo_seq_hash_agg_distinct_count(agg, grp, input, group_by, n, 100 * n)
+                          : qvo_seq_hash_agg_dup_count(agg, grp, input, group_by, n, 100 * n, Least);
     }
     static QVO_RET build(qvo_seq_iterator_t& agg) { return qvo_seq_dup_hash_initialize(&agg); }
-    static void fill(Map& map, const Rows& rows, unsigned distinct) {
-        std::unordered_set<uint64_t> pairs;
+    static auto groups(const Rows& rows, unsigned distinct) {
+        std::unordered_map<uint64_t, uint64_t> pairs;
+        std::unordered_map<int, int64_t> map;
         pairs.reserve(size_t{100} * distinct);
         map.reserve(distinct);
         for (size_t i = 0; i < rows.keys.values.size(); ++i) {
             const auto key = static_cast<uint32_t>(rows.keys.values[i]),
                        value = static_cast<uint32_t>(rows.values.values[i]);
-            map[rows.keys.values[i]] += pairs.insert(uint64_t{key} << 32 | value).second;
+            uint64_t& count = pairs[uint64_t{key} << 32 | value];
+            const uint64_t before = std::exchange(count, count + rows.values.runs[i]);
+            map[rows.keys.values[i]] += before < Least && count >= Least;
         }
+        return map;
     }
+    static int64_t result(int64_t count) { return count; }
 };
 
 template <class Op> void run_map(benchmark::State& state, unsigned distinct) {
     const Rows& data = Rows::of(distinct, single_runs);
     double elements = 0;
     for (auto _ : state) {
-        Map map;
-        Op::fill(map, data, distinct);
-        benchmark::DoNotOptimize(map);
+        benchmark::DoNotOptimize(Op::groups(data, distinct));
         elements += rows;
     }
     count(state, elements, elements);
@@ -105,17 +139,17 @@ template <class Op> void run_map(benchmark::State& state, unsigned distinct) {
 
 template <class Op>
 bool is_right(qvo_seq_iterator_t& agg, qvo_seq_iterator_t& grp, const Rows& data, unsigned distinct) {
-    Map expected;
-    Op::fill(expected, data, distinct);
+    using Result = typename Op::Result;
+    auto expected = Op::groups(data, distinct);
     size_t groups = 0;
-    std::vector<int64_t> sums;
+    std::vector<Result> results;
     while (agg.next(&agg) == QVO_S_OK) {
-        const auto* results = reinterpret_cast<const typename Op::Result*>(agg.tile.u.arr_uint1);
-        sums.insert(sums.end(), results, results + agg.tile_size);
+        const auto* delivered = reinterpret_cast<const Result*>(agg.tile.u.arr_uint1);
+        results.insert(results.end(), delivered, delivered + agg.tile_size);
     }
     while (grp.next(&grp) == QVO_S_OK)
         for (size_t i = 0; i < grp.tile_size; ++i)
-            if (expected[grp.tile.u.arr_int4[i]] != sums[groups++]) return false;
+            if (Op::result(expected[grp.tile.u.arr_int4[i]]) != results[groups++]) return false;
     return groups == expected.size();
 }
 
@@ -154,8 +188,12 @@ template <class Op> void add_family(const char* family, std::initializer_list<un
 QVO_BENCH_FAMILIES(hash) {
     add_family<Sum>("hash_agg_sum", {10, 1000, 1000000});
     add_family<Max>("hash_agg_max", {10, 1000, 1000000});
+    add_family<Min>("hash_agg_min", {1000});
+    add_family<Average>("hash_agg_avg", {1000, 1000000});
     add_family<Count>("hash_agg_count", {10, 1000, 1000000});
-    add_family<Distinct>("hash_agg_distinct_count", {10, 1000});
+    add_family<Sketched>("hash_agg_approxdc", {1000});
+    add_family<Distinct<1>>("hash_agg_distinct_count", {10, 1000});
+    add_family<Distinct<2>>("hash_agg_dup_count", {1000});
 }
 
 }  // namespace

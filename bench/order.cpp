@@ -76,6 +76,59 @@ template <class V> void add_sort(const char* type, Sort<V> sort) {
     }
 }
 
+// ---- The steps of the sort, each on positions in their order ----
+
+using Step = void (*)(const qvo_int4*, qvo_seq_no_t*, qvo_size_t);
+/// The same on an array of indexes, which are to be in the order of the values.
+using PlainStep = void (*)(std::vector<qvo_seq_no_t>& indexes, const qvo_int4* values);
+
+template <class Run> void run_step(benchmark::State& state, size_t n, Run run) {
+    const std::vector<qvo_int4> values = column<qvo_int4>(Shape::random);
+    std::vector<qvo_seq_no_t> permutation(n);
+    double elements = 0;
+    for (auto _ : state) {
+        std::iota(permutation.begin(), permutation.end(), qvo_seq_no_t{0});
+        run(permutation, values.data());
+        benchmark::DoNotOptimize(permutation.data());
+        elements += static_cast<double>(n);
+    }
+    for (size_t i = 1; i < n; ++i)
+        if (values[permutation[i - 1]] > values[permutation[i]]) return fail(state);
+    count(state, elements, elements);
+}
+void add_step(const char* family, size_t n, Step step, PlainStep plain) {
+    add_case(family, "int4", "flat", [=](benchmark::State& state) { run_step(state, n, plain); });
+    add_case(family, "int4", "sort", [=](benchmark::State& state) {
+        run_step(state, n, [=](auto& permutation, const qvo_int4* values) { step(values, permutation.data(), n); });
+    });
+}
+void plain_insertion(std::vector<qvo_seq_no_t>& indexes, const qvo_int4* values) {
+    for (size_t i = 1; i < indexes.size(); ++i) {
+        const qvo_seq_no_t x = indexes[i];
+        size_t at = i;
+        for (; at != 0 && values[indexes[at - 1]] > values[x]; --at) indexes[at] = indexes[at - 1];
+        indexes[at] = x;
+    }
+}
+void plain_heap(std::vector<qvo_seq_no_t>& indexes, const qvo_int4* values) {
+    const auto less = [=](qvo_seq_no_t a, qvo_seq_no_t b) { return values[a] < values[b]; };
+    std::make_heap(indexes.begin(), indexes.end(), less);
+    std::sort_heap(indexes.begin(), indexes.end(), less);
+}
+void plain_sort(std::vector<qvo_seq_no_t>& indexes, const qvo_int4* values) {
+    std::sort(indexes.begin(), indexes.end(), [=](qvo_seq_no_t a, qvo_seq_no_t b) { return values[a] < values[b]; });
+}
+void loops(const qvo_int4* values, qvo_seq_no_t* permutation, qvo_size_t n) { qloop_int4(values, permutation, n, 40); }
+
+/// Whether values are sorted, which all of them have to be looked at for.
+template <class Sorted> void run_sorted(benchmark::State& state, Sorted sorted) {
+    const std::vector<qvo_int4> values = column<qvo_int4>(Shape::ascending);
+    for (auto _ : state)
+        if (!sorted(values)) return fail(state);
+    const double n = static_cast<double>(n_values) * static_cast<double>(state.iterations());
+    count(state, n, n);
+}
+
 /// A random permutation of all positions, or with `near` one that moves each by a few.
 std::vector<qvo_seq_no_t> permutation_of(bool near) {
     std::vector<qvo_seq_no_t> permutation(n_values);
@@ -206,6 +259,15 @@ QVO_BENCH_FAMILIES(order) {
     add_sort<qvo_int1>("int1", qvo_seq_sort_int1);
     add_sort<qvo_int4>("int4", qvo_seq_sort_int4);
     add_sort<qvo_double>("double", qvo_seq_sort_double);
+    add_step("insertion_sort", 50, insertion_sort_int4, plain_insertion);
+    add_step("heap_sort", 100'000, heap_sort_int4, plain_heap);
+    add_step("qloop", 100'000, loops, plain_sort);
+    add_case("sorted", "int4", "flat", [](benchmark::State& state) {
+        run_sorted(state, [](const auto& values) { return std::is_sorted(values.begin(), values.end()); });
+    });
+    add_case("sorted", "int4", "sort", [](benchmark::State& state) {
+        run_sorted(state, [](const auto& values) { return sorted_int4(values.data(), values.size()) != 0; });
+    });
     add_order_by<qvo_int1>("int1", qvo_seq_order_by_int1);
     add_order_by<qvo_int4>("int4", qvo_seq_order_by_int4);
     add_order_by<qvo_double>("double", qvo_seq_order_by_double);

@@ -18,7 +18,11 @@ struct Shape {
 using Shapes = std::vector<Shape>;
 inline const Shapes all{{"single", single_runs, 4}, {"short", short_runs, 4}, {"full", full_runs, 4}};
 inline const Shapes singles{all[0]}, short_ones{all[0], all[1]};
-inline const Shapes tile{{"single", single_runs, 1}}, tiles{tile[0], {"full", full_runs, 1}};
+inline const Shapes tile{{"single", single_runs, 1}}, tiles{tile[0], {"short", short_runs, 1}, {"full", full_runs, 1}};
+
+// For families that find what they take by its position, which is then the first one of a run: all runs are the same.
+inline const Shapes equal_runs{all[0], {"short", {8, 8}, 4}, all[2]};
+inline size_t run_of_case = 1;
 
 template <class V, class R> struct Row {
     QVO_RET (*construct)(qvo_seq_iterator_h result, qvo_seq_iterator_h input);
@@ -60,6 +64,7 @@ template <class R> std::vector<R> drain(qvo_seq_iterator_h it) {
 
 template <class V, class R> void run_tiles(benchmark::State& state, const Row<V, R>& row, const Shape& shape) {
     const auto column = input_of(row, shape.runs);
+    run_of_case = shape.runs.longest;
     TileSeries<V> input(column, shape.n_tiles);
     qvo_seq_iterator_t it{};
     if (row.construct(&it, input.get()) != QVO_S_OK) return fail(state);
@@ -81,6 +86,7 @@ template <class V, class R> void run_tiles(benchmark::State& state, const Row<V,
 
 template <class V, class R> void run_flat(benchmark::State& state, const Row<V, R>& row, const Shape& shape) {
     const auto in = flat_of(input_of(row, single_runs), shape.n_tiles);
+    run_of_case = 1;
     // Half a page after the input, modulo a page: arrays at the same place of their pages slow each other down.
     constexpr size_t page = 4096;
     std::vector<R> out(2 * in.size() + 2 * page);

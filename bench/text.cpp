@@ -189,8 +189,26 @@ void find_flat(benchmark::State& state) {
     count(state, elements, elements);
 }
 
-void run_matcher(benchmark::State& state, const char* pattern) {
-    const std::string strings = random_strings();
+/// Compared as a whole with one that only the words' first letters tell from it.
+const std::string sought = std::string(width - 8, 'z') + "sequence";
+std::string equal_strings() {
+    std::string all;
+    for (size_t i = 0; i < n_values; ++i) all += i % 4 == 0 ? sought : std::string(width - 8, 'z') + "parallel";
+    return all;
+}
+void compare_flat(benchmark::State& state) {
+    const std::string strings = equal_strings();
+    double elements = 0;
+    size_t found = 0;
+    for (auto _ : state) {
+        for (size_t i = 0; i < n_values; ++i) found += strncmp(&strings[i * width], sought.c_str(), width) == 0;
+        benchmark::DoNotOptimize(found);
+        elements += n_values;
+    }
+    count(state, elements, elements);
+}
+
+void run_matcher(benchmark::State& state, const char* pattern, const std::string& strings = random_strings()) {
     Column<char> column{{'a'}, {1}};
     Source<char> source(column);
     source.get()->elem_size = width;
@@ -219,6 +237,9 @@ QVO_BENCH_FAMILIES(text) {
     add_case("print", "char15", "single", run_print);
     add_case("match_substring", "char64", "flat", find_flat);
     add_case("match_substring", "char64", "single", [](benchmark::State& s) { run_matcher(s, "%sequence%"); });
+    add_case("match_exact", "char64", "flat", compare_flat);
+    add_case("match_exact", "char64", "single",
+             [](benchmark::State& s) { run_matcher(s, sought.c_str(), equal_strings()); });
     add_case("match_regex", "char64", "flat", find_flat);
     add_case("match_regex", "char64", "single", [](benchmark::State& s) { run_matcher(s, "%seq_ence%"); });
 }
