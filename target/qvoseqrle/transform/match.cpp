@@ -201,11 +201,9 @@ void match_elements(qvo_seq_iterator_h it, size_t to, size_t /*from*/, size_t n)
 extern "C" {
 
 QVO_API qvo_bool qvo_seq_exact_match(const qvo_seq_match_context_t* ctx, const char* str) {
-    for (int i = 0; i < ctx->elem_size; ++i) {
-        if (str[i] != ctx->pattern[i]) return 0;
-        if (str[i] == '\0') return 1;
-    }
-    return ctx->pattern[ctx->elem_size] == '\0';
+    const auto width = static_cast<size_t>(ctx->elem_size);
+    if (width != 0 && *str != *ctx->pattern) return 0;  // most often, and without a call
+    return std::strncmp(str, ctx->pattern, width) == 0 && strnlen(ctx->pattern, width + 1) <= width;
 }
 
 QVO_API qvo_bool qvo_seq_match_substring(const qvo_seq_match_context_t* ctx, const char* str) {
