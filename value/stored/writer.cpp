@@ -300,7 +300,7 @@ struct Writer::State {
         entry.offset = out.size();
 
         const size_t size = plan.size + elements.n * run_width;
-        if (expected > positions) reserve_for(size + sizeof(Entry), positions);
+        if (expected > positions) reserve_for(size, positions);
         uint8_t* const to = out.extend(padded(size));
         coding_of(plan.encoding).write(elements, plan, scratch, to);
         if (run_width != 0) write_runs(runs, elements.n, run_width, to + plan.size);
@@ -312,11 +312,12 @@ struct Writer::State {
         written += positions;
     }
 
-    /// Makes room for what is expected, if it takes as much for each position as this.
+    /// Makes room for what is expected, the directory included, if it takes as much for each position as this tile.
     void reserve_for(size_t bytes, uint64_t positions) {
-        const double most = static_cast<double>(expected - positions) * type.width;
-        const double all = static_cast<double>(bytes) * static_cast<double>(expected) / static_cast<double>(positions);
-        if (std::min(most, all) < max_reserved) out.reserve(bytes + static_cast<size_t>(std::min(most, all)));
+        const double tiles = static_cast<double>(expected) / static_cast<double>(positions) + 2;
+        const double most = static_cast<double>(positions) * type.width;  // of a tile
+        const double all = tiles * (std::min(most, static_cast<double>(bytes)) + sizeof(Entry) + sizeof(uint64_t));
+        if (all < max_reserved) out.reserve(static_cast<size_t>(all));
         expected = 0;
     }
 
