@@ -54,11 +54,15 @@ uint64_t key_of(const uint8_t* value, size_t width) {
 size_t different_in_sample(const Elements& e, size_t most) {
     const size_t width = e.type.width;
     uint64_t seen[n_samples];
+    uint64_t marks[16] = {};  // a bit for each that may have been seen
     size_t n = 0;
     for (size_t k = 0; k < n_samples && n <= most; ++k) {
         const uint64_t key = key_of(e.values + k * (e.n - 1) / (n_samples - 1) * width, width);
+        const uint64_t place = key * 0x9e3779b97f4a7c15U >> 54, mark = uint64_t{1} << place % 64;
         bool found = false;
-        for (size_t i = 0; i < n; ++i) found |= seen[i] == key;
+        if ((marks[place / 64] & mark) != 0)
+            for (size_t i = 0; i < n; ++i) found |= seen[i] == key;
+        marks[place / 64] |= mark;
         seen[n] = key;
         n += !found;
     }

@@ -47,7 +47,7 @@ template <class V> struct Passes {
     };
     /// Of the differences between neighbours, in several chains, as a minimum takes longer than a step of the loop.
     QVO_INLINE static Range differences(const V* values, size_t n) {
-        constexpr size_t chains = 16;
+        constexpr size_t chains = 128 / sizeof(Word);
         Signed smallest[chains], largest[chains];
         std::fill_n(smallest, chains, static_cast<Signed>(difference(values, 1)));
         std::fill_n(largest, chains, smallest[0]);

@@ -11,9 +11,7 @@
 namespace qvo::value {
 namespace {
 
-constexpr size_t vector_bytes = 32;
-
-template <class V> struct VectorOf { typedef V type __attribute__((vector_size(vector_bytes))); };
+template <class V, size_t bytes> struct VectorOf { typedef V type __attribute__((vector_size(bytes))); };
 template <size_t> struct BitsOf;
 template <> struct BitsOf<1> { using type = bits1; };
 template <> struct BitsOf<2> { using type = bits2; };
@@ -24,14 +22,14 @@ template <> struct BitsOf<8> { using type = bits8; };
 template <class Vector> QVO_INLINE size_t total(const Vector& counts) {
     using B = std::remove_cvref_t<decltype(counts[0])>;
     size_t sum = 0;
-    for (size_t i = 0; i < vector_bytes / sizeof(B); ++i) sum += static_cast<B>(B{0} - counts[i]);
+    for (size_t i = 0; i < sizeof(Vector) / sizeof(B); ++i) sum += static_cast<B>(B{0} - counts[i]);
     return sum;
 }
 
-template <class V> struct Scan {
+template <class V, size_t vector_bytes> struct Scan {
     using B = typename BitsOf<sizeof(V)>::type;
-    using Values = typename VectorOf<V>::type;
-    using Bits = typename VectorOf<B>::type;
+    using Values = typename VectorOf<V, vector_bytes>::type;
+    using Bits = typename VectorOf<B, vector_bytes>::type;
     static constexpr size_t lanes = vector_bytes / sizeof(V);
     static constexpr size_t chains = 3;
     static constexpr bool floating = std::is_floating_point_v<V>;
@@ -102,8 +100,8 @@ template <class V> struct Scan {
 
 template <class V> void put(Extreme& to, V value) { std::memcpy(to.bytes, &value, sizeof value); }
 
-template <class V> Profile profile_numbers(const V* values, size_t n) {
-    Scan<V> scan;
+template <class V, size_t vector_bytes, CpuLevel most> Profile profile_numbers(const V* values, size_t n) {
+    Scan<V, vector_bytes> scan;
     constexpr bool floating = std::is_floating_point_v<V>;
     // Infinities stay only if nothing is there, or they themselves are.
     scan.smallest = floating ? std::numeric_limits<V>::infinity() : values[0];
@@ -112,7 +110,7 @@ template <class V> Profile profile_numbers(const V* values, size_t n) {
         scan.take(values[0], values[0]);
         scan.missing = values[0] != values[0];
     }
-    for_cpu<Scan<V>::run, CpuLevel::avx512>(scan, values, n);
+    for_cpu<Scan<V, vector_bytes>::run, most>(scan, values, n);
     Profile profile;
     profile.equal = scan.equal;
     profile.missing = scan.missing;
@@ -180,7 +178,9 @@ Profile profile_of(const Elements& e) {
     if (e.type.type == Type::char_) return profile_texts(e);
     return with_fixed(e.type.type, [&](auto tag) {
         using V = typename decltype(tag)::value;
-        return profile_numbers(e.as<V>(), e.n);
+        // Vectors are as wide as the machine has them.
+        return cpu_level >= CpuLevel::avx512 ? profile_numbers<V, 64, CpuLevel::avx512>(e.as<V>(), e.n)
+                                             : profile_numbers<V, 32, CpuLevel::avx2>(e.as<V>(), e.n);
     });
 }
 
@@ -192,13 +192,13 @@ bool is_missing(const Elements& e, size_t i) {
 size_t count_equal(const Elements& e, size_t from) {
     switch (e.type.type == Type::char_ ? 0 : e.type.width) {
         case 1:
-            return for_cpu<Scan<bits1>::equal_only>(e.as<bits1>(), from, e.n);
+            return for_cpu<Scan<bits1, 32>::equal_only>(e.as<bits1>(), from, e.n);
         case 2:
-            return for_cpu<Scan<bits2>::equal_only>(e.as<bits2>(), from, e.n);
+            return for_cpu<Scan<bits2, 32>::equal_only>(e.as<bits2>(), from, e.n);
         case 4:
-            return for_cpu<Scan<bits4>::equal_only>(e.as<bits4>(), from, e.n);
+            return for_cpu<Scan<bits4, 32>::equal_only>(e.as<bits4>(), from, e.n);
         case 8:
-            return for_cpu<Scan<bits8>::equal_only>(e.as<bits8>(), from, e.n);
+            return for_cpu<Scan<bits8, 32>::equal_only>(e.as<bits8>(), from, e.n);
         default:
             return equal_texts(e, from);
     }
