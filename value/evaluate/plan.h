@@ -107,8 +107,9 @@ class Plan {
 
     /// An error if a call would hand out or expand more positions than the host allows.
     void within_budget(uint64_t positions) const {
-        if (positions > limits_.budget) over_budget();
+        if (!allows(positions)) over_budget();
     }
+    bool allows(uint64_t positions) const { return positions <= limits_.budget; }
     /// Asks the host now and then whether to go on. Called for every tile.
     void poll() {
         if (++polled_ % 32 == 0) check_interrupt();

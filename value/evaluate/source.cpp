@@ -127,11 +127,37 @@ class EqualLengths final : public Operator {
     std::vector<Series> operands_;
 };
 
+/// The values of a stored sequence where they lie, checked, if its tiles are plain and have no gaps between them; else null.
+/// Tiles are looked at twice that way, at first for their checksums, so that they should still be at hand the second time.
+const uint8_t* values_in_place(const Stored& stored) {
+    constexpr uint64_t most_bytes = uint64_t{1} << 20;
+    if (stored.elements() != stored.positions() || stored.positions() * stored.type().width > most_bytes)
+        return nullptr;
+    for (size_t i = 0; i < stored.n_tiles(); ++i) {
+        const TileEntry tile = stored.tile(i);
+        if (tile.encoding != Encoding::plain || tile.compressed) return nullptr;
+    }
+    TileReader reader(stored);
+    const uint8_t *first = nullptr, *end = nullptr;
+    for (size_t i = 0; i < stored.n_tiles(); ++i) {
+        reader.open(i);
+        const uint8_t* const values = reader.plain();
+        if (first == nullptr) first = end = values;
+        if (values != end) return nullptr;
+        end += stored.tile(i).size;
+    }
+    return first;
+}
+
 }  // namespace
 
 Series stored_source(Plan& plan, const Stored& stored) { return stored_source(plan, stored, 0, stored.positions()); }
 
 Series stored_source(Plan& plan, const Stored& stored, uint64_t first, uint64_t last) {
+    // Not for a few of many values, and not where nothing will be read.
+    if (!plan.describes() && 2 * (last - first) > stored.positions() && plan.allows(last - first))
+        if (const uint8_t* const values = values_in_place(stored))
+            return array_source(plan, {stored.type(), values + first * stored.type().width, last - first});
     return plan.make<StoredSource>(stored.type(), last - first, stored, first, last);
 }
 
