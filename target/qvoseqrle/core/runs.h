@@ -143,6 +143,7 @@ struct RunSpan {
 
 /// The leading elements, of `n` at most, whose runs are the same on both sides.
 QVO_INLINE RunSpan equal_runs(const uint8_t* a, const uint8_t* b, size_t n) {
+    if (a == b) return {n, sum_runs(a, n)};  // two arrays have theirs in one place
     // Most often all runs are the same, and need no adding up.
     const SameRun first{ones_word * *a};
     const OtherRuns other{b};

@@ -107,14 +107,14 @@ ArrayStretch next_of_array(qvo_seq_iterator_h it) {
     it->tile_size = static_cast<uint16_t>(n);
     it->next_seq_no = first + n;
     const uint8_t* const values = static_cast<const uint8_t*>(it->buf) + first * it->elem_size;
-    prefetch_tile(values + n * it->elem_size, std::min<qvo_seq_no_t>(n, last - first + 1 - n) * it->elem_size);
-    return {values, std::min<qvo_seq_no_t>(whole_tiles, last - first + 1), first};
+    return {values, std::min<qvo_seq_no_t>(whole_tiles, last - first + 1)};
 }
 
 void store_in_array(qvo_seq_iterator_h it, ArrayStretch stretch, size_t index, bool asked_for) {
     const size_t capacity = capacity_of(it->elem_size), before = (index - !asked_for) / capacity * capacity;
-    const size_t n = std::min<uint64_t>(capacity, it->last_seq_no - (stretch.first + before) + 1);
-    it->next_seq_no = stretch.first + before + n;
+    const uint64_t first = stretch.first(it) + before;
+    const size_t n = std::min<uint64_t>(capacity, it->last_seq_no - first + 1);
+    it->next_seq_no = first + n;
     it->tile_size = static_cast<uint16_t>(n);
     it->tile_offs = static_cast<uint16_t>(index - before);
 }
@@ -123,7 +123,7 @@ void restore_tile(qvo_seq_iterator_h it, ArrayStretch stretch) {
     const size_t width = it->elem_size, at = it->tile_offs, n = it->tile_size;
     if (at >= n) return;
     const uint64_t first = it->next_seq_no - n;  // of the tile
-    std::memcpy(values_of<uint8_t>(it) + at * width, stretch.values + (first - stretch.first + at) * width,
+    std::memcpy(values_of<uint8_t>(it) + at * width, stretch.values + (first - stretch.first(it) + at) * width,
                 (n - at) * width);
 }
 

@@ -14,13 +14,18 @@
 
 namespace qvo {
 
-/// Elements of an array, as those of a tile. (It goes by value: whose address is known does not stay in registers.)
+/// Elements of an array, as those of a tile. (It goes by value, and in registers: whose address is known does not stay in
+/// them.)
 struct ArrayStretch {
     const uint8_t* values = nullptr;
     size_t n = 0;
-    uint64_t first = 0;  // the number of the first one in the array
 
     static constexpr size_t most = 2048;
+    /// The number of the first one in the array of its source, which is of a fixed type.
+    QVO_INLINE uint64_t first(const qvo_seq_iterator_t* source) const {
+        const auto bytes = static_cast<uint64_t>(values - static_cast<const uint8_t*>(source->buf));
+        return bytes >> std::countr_zero(source->elem_size);
+    }
 };
 
 /// Run bytes of 1 for a stretch, with what functions of runs look at beyond them.
