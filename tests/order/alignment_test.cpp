@@ -155,20 +155,12 @@ void check_alignment(const Alignment& alignment, bool endless, Steps (*steps)(co
     check_random(member, 20, draw, endless ? 12 : 10000);
 }
 
-TEST(Stretch, FollowsTheSteps) {
-#define CHECK_STRETCH(ts, type) check_alignment(ALIGNMENT(qvo_seq_stretch, ts, type, , filler), true, stretch_steps);
-    QVO_SEQ_FOR_ALIGNED_TYPES(CHECK_STRETCH)
-}
-
-TEST(Stretch0, FollowsTheSteps) {
-#define CHECK_STRETCH0(ts, type) \
-    check_alignment(ALIGNMENT(qvo_seq_stretch0, ts, type, , filler), false, stretch0_steps);
-    QVO_SEQ_FOR_ALIGNED_TYPES(CHECK_STRETCH0)
-}
-
-TEST(AsofJoin, FollowsTheSteps) {
-#define CHECK_ASOF(ts, type) check_alignment(ALIGNMENT(qvo_seq_asof_join, ts, type), true, asof_join_steps);
-    QVO_SEQ_FOR_ALIGNED_TYPES(CHECK_ASOF)
+TEST(Alignment, FollowsTheSteps) {
+#define CHECK(ts, type)                                                                      \
+    check_alignment(ALIGNMENT(qvo_seq_stretch, ts, type, , filler), true, stretch_steps);    \
+    check_alignment(ALIGNMENT(qvo_seq_stretch0, ts, type, , filler), false, stretch0_steps); \
+    check_alignment(ALIGNMENT(qvo_seq_asof_join, ts, type), true, asof_join_steps);
+    QVO_SEQ_FOR_ALIGNED_TYPES(CHECK)
 }
 
 /// Three values and the last one again and again, in two tiles.
