@@ -1,103 +1,25 @@
 // Groups in memory: a hash table from keys to running states.
 //
-// A key is a word: of numbers and timestamps the one by which they sort, of text a hash of it. Slots of the table hold
-// a part of the word's hash and the number of the group; whether it is the right one is seen in its state, which has to
-// be fetched anyway. A batch of keys is looked up in stages, so that many fetches from memory are under way at once.
+// A key is a word: of numbers and timestamps the one by which they sort, of text of up to eight bytes the text, of longer
+// text a hash of it. Slots of the table hold a part of the word's hash and the number of the group; whether it is the
+// right one is seen in its state, which has to be fetched anyway. A batch of keys is looked up in stages, so that many
+// fetches from memory are under way at once. While groups are few, a look at where the key was last is enough.
 #pragma once
 
-#include <limits>
 #include <memory>
+#include <numeric>
 #include <string>
 #include <vector>
 
 #include "base/pages.h"
 #include "evaluate/plan.h"
-#include "operators/extremes.h"
-#include "operators/moments.h"
+#include "functions/group_state.h"
 #include "operators/sort.h"
-#include "operators/sums.h"
 
 namespace qvo::value {
 
-__extension__ typedef unsigned __int128 uint128;
-
 /// The word of text in a cell of a width; the same at any width.
 uint64_t text_word(const char* text, size_t width);
-
-/// What is kept of the values of a group; V is int64_t, uint64_t or double.
-template <class V> struct GroupState {
-    static constexpr bool real = std::is_floating_point_v<V>;
-    using Sum = std::conditional_t<real, DoubleSum, int128>;
-
-    uint64_t word = 0;
-    Moments moments{};  // its n is the count of values that are present
-    Sum sum{};
-    V min = Smaller::worst<V>(), max = Larger::worst<V>(), first{}, last{};
-
-    uint64_t count() const { return moments.n; }
-
-    QVO_INLINE void add(V v, unsigned run) {
-        if (v != v) return;
-        if (moments.n == 0) first = v;
-        const double x = static_cast<double>(v);
-        moments.n += run;
-        const double apart = x - moments.mean, share = run / static_cast<double>(moments.n);
-        moments.mean += apart * share;
-        moments.squares += apart * (x - moments.mean) * run;
-        if constexpr (real)
-            sum.add(v, run);
-        else
-            sum = added(sum, static_cast<int128>(v) * run);
-        min = v < min ? v : min;
-        max = v > max ? v : max;
-        last = v;
-    }
-
-    /// Adds n neighbours at once.
-    void add(const V* values, const uint8_t* runs, size_t n) {
-        const double* reals = nullptr;
-        double converted[capacity_of(sizeof(V))];
-        if constexpr (real) {
-            reals = values;
-            sum.add(sum_values(values, runs, n).sum);
-        } else {
-            for (size_t i = 0; i < n; ++i) {
-                converted[i] = static_cast<double>(values[i]);
-                sum = added(sum, static_cast<int128>(values[i]) * get_run(runs, i));
-            }
-            reals = converted;
-        }
-        const Moments more = moments_of(reals, runs, n);
-        if (more.n == 0) return;
-        size_t at = 0, end = n;
-        while (values[at] != values[at]) ++at;
-        while (values[end - 1] != values[end - 1]) --end;
-        if (moments.n == 0) first = values[at];
-        last = values[end - 1];
-        moments.merge(more);
-        min = for_cpu<Best<V, Smaller>::of>(values, n, min);
-        max = for_cpu<Best<V, Larger>::of>(values, n, max);
-    }
-
-    void merge(const GroupState& other) {
-        if (other.count() == 0) return;
-        if (count() == 0) first = other.first;
-        last = other.last;
-        moments.merge(other.moments);
-        if constexpr (real)
-            sum.add(other.sum);
-        else
-            sum = added(sum, other.sum);
-        min = other.min < min ? other.min : min;
-        max = other.max > max ? other.max : max;
-    }
-
- private:
-    /// States from elsewhere may hold anything, so it may come round.
-    QVO_INLINE static int128 added(int128 a, int128 b) {
-        return static_cast<int128>(static_cast<uint128>(a) + static_cast<uint128>(b));
-    }
-};
 
 /// From the hashes of words to the numbers of groups.
 class HashTable {
@@ -140,6 +62,36 @@ class HashTable {
     uint32_t n_ = 0;
 };
 
+/// The states of keys that came lately, each at the only place where its word can be. Free places have the word 0 and no
+/// state, which is what 0 itself is told as long as it has not come.
+template <class State> class RecentStates {
+ public:
+    QVO_INLINE State* find(uint64_t word) const {
+        const Entry& entry = entries_[place(word)];
+        return entry.word == word ? entry.state : nullptr;
+    }
+    /// Keeps one more of so many.
+    void keep(uint64_t word, State* state, size_t of) {
+        if (entries_.size() < most && entries_.size() < 16 * of) {
+            entries_.assign(std::min(most, 2 * std::bit_ceil(16 * of)), {});
+            shift_ = 64 - static_cast<unsigned>(std::countr_zero(entries_.size()));
+        }
+        entries_[place(word)] = {word, state};
+    }
+
+ private:
+    static constexpr size_t most = 1 << 14;
+    struct Entry {
+        uint64_t word = 0;
+        State* state = nullptr;
+    };
+    /// By a product with the golden ratio, which puts neighbouring numbers far apart.
+    QVO_INLINE size_t place(uint64_t word) const { return word * 0x9e3779b97f4a7c15U >> shift_; }
+
+    std::vector<Entry> entries_ = std::vector<Entry>(2);
+    unsigned shift_ = 63;
+};
+
 /// All groups, in the order in which their keys came.
 template <class V> class Groups {
  public:
@@ -165,14 +117,16 @@ template <class V> class Groups {
 
     /// Adds n pairs; keys lie as in a tile of `width`.
     void add(const void* keys, size_t width, const V* values, const uint8_t* runs, size_t n) {
-        uint64_t words[most];
-        uint32_t groups[most];
+        const bool single = leading_single_runs(runs, n) == n;
+        Batch batch;
         for (size_t done = 0; done < n; done += most) {
             const size_t some = std::min(n - done, most);
-            const char* const cells = static_cast<const char*>(keys) + done * width;
-            words_of(cells, width, some, words);
-            look_up(cells, width, some, words, groups);
-            fold(values + done, runs - done, some, groups);
+            take_keys(batch, static_cast<const char*>(keys) + done * width, width, some);
+            if (exact_words() && n_ <= few)
+                recall(batch);
+            else
+                look_up(batch);
+            fold(batch, values + done, runs - done, single);
         }
     }
 
@@ -208,65 +162,142 @@ template <class V> class Groups {
     bool text_keys() const { return key_type_.type == Type::char_; }
 
  private:
+    using State = GroupState<V>;
     static constexpr size_t most = 256;
+    // So few groups are found by what is kept of recent ones, and stay in cache.
+    static constexpr size_t few = 2048;
 
-    QVO_INLINE GroupState<V>& own(size_t g) { return chunks_[g / chunk][g % chunk]; }
+    /// Keys that are looked up together: of equal neighbours one.
+    struct Batch {
+        const char* cells;
+        size_t width;
+        size_t n;
+        uint64_t words[most];
+        uint16_t begin[most + 1];  // of the values of each, and the end of the last
+        State* states[most];
+        /// Of the key that the values from `begin[i]` on have.
+        const char* cell(size_t i) const { return cells + begin[i] * width; }
+    };
 
+    QVO_INLINE State& own(size_t g) { return chunks_[g / chunk][g % chunk]; }
+
+    /// Whether keys are equal where their words are.
+    bool exact_words() const { return !text_keys() || key_type_.width <= sizeof(uint64_t); }
+
+    void take_keys(Batch& batch, const char* cells, size_t width, size_t n) const {
+        batch.cells = cells;
+        batch.width = width;
+        uint64_t* const words = batch.words;
+        if (!exact_words()) {
+            cut(batch, n,
+                [&](size_t i) { return std::memcmp(cells + (i - 1) * width, cells + i * width, width) != 0; });
+            for (size_t i = 0; i < batch.n; ++i) words[i] = text_word(batch.cell(i), width);
+            return;
+        }
+        exact_words_of(batch, n);
+        if (2 * for_cpu<changes>(words, n) >= n) {
+            std::iota(batch.begin, batch.begin + n + 1, uint16_t{0});
+            batch.n = n;
+            return;
+        }
+        cut(batch, n, [&](size_t i) { return words[i - 1] != words[i]; });
+        for (size_t i = 0; i < batch.n; ++i) words[i] = words[batch.begin[i]];
+    }
+    void exact_words_of(Batch& batch, size_t n) const {
+        if (text_keys())
+            short_text_words(batch.cells, batch.width, n, batch.words);
+        else if (key_type_.type == Type::double_)
+            ascending_words<double>(batch.cells, n, batch.words);
+        else if (key_type_.type == Type::uint8)
+            ascending_words<uint64_t>(batch.cells, n, batch.words);
+        else
+            ascending_words<int64_t>(batch.cells, n, batch.words);
+    }
     template <class K> static void ascending_words(const void* keys, size_t n, uint64_t* __restrict words) {
         const K* const typed = static_cast<const K*>(keys);
         for (size_t i = 0; i < n; ++i) words[i] = ascending_key(typed[i]);
     }
-    void words_of(const char* keys, size_t width, size_t n, uint64_t* words) const {
-        if (text_keys())
-            for (size_t i = 0; i < n; ++i) words[i] = text_word(keys + i * width, width);
-        else if (key_type_.type == Type::double_)
-            ascending_words<double>(keys, n, words);
-        else if (key_type_.type == Type::uint8)
-            ascending_words<uint64_t>(keys, n, words);
-        else
-            ascending_words<int64_t>(keys, n, words);
+    /// Loads of whole words, but where they would reach beyond the last cell.
+    static void short_text_words(const char* cells, size_t width, size_t n, uint64_t* words) {
+        const uint64_t mask = ~uint64_t{0} >> (64 - 8 * width);
+        const size_t beyond = (sizeof mask - 1) / width, inside = n - std::min(n, beyond);
+        for (size_t i = 0; i < inside; ++i) {
+            std::memcpy(&words[i], cells + i * width, sizeof mask);
+            words[i] &= mask;
+        }
+        for (size_t i = inside; i < n; ++i) words[i] = text_word(cells + i * width, width);
+    }
+    QVO_INLINE static size_t changes(const uint64_t* words, size_t n) {
+        size_t found = 0;
+        for (size_t i = 1; i < n; ++i) found += words[i] != words[i - 1];
+        return found;
+    }
+    /// Finds where keys begin that differ from the ones before them.
+    template <class Differs> static void cut(Batch& batch, size_t n, Differs differs) {
+        size_t at = 0;
+        batch.begin[at++] = 0;
+        for (size_t i = 1; i < n; ++i) {
+            batch.begin[at] = static_cast<uint16_t>(i);
+            at += differs(i);
+        }
+        batch.begin[at] = static_cast<uint16_t>(n);
+        batch.n = at;
     }
 
-    /// The group of each key; `none` for a missing one.
-    void look_up(const char* cells, size_t width, size_t n, const uint64_t* words, uint32_t* groups) {
+    /// Finds the states of a batch by exact words, most of them among the recent ones.
+    void recall(Batch& batch) {
+        for (size_t i = 0; i < batch.n; ++i) {
+            State* state = recent_.find(batch.words[i]);
+            if (state == nullptr) {
+                state = is_missing(batch.words[i]) ? left_out_.get() : &at(batch.words[i], batch.cell(i), batch.width);
+                recent_.keep(batch.words[i], state, n_);
+            }
+            batch.states[i] = state;
+        }
+    }
+
+    /// Finds the states of a batch in the table, in stages.
+    void look_up(Batch& batch) {
         uint64_t hashes[most];
-        for (size_t i = 0; i < n; ++i) {
-            hashes[i] = HashTable::hash(words[i]);
+        uint32_t groups[most];
+        for (size_t i = 0; i < batch.n; ++i) {
+            hashes[i] = HashTable::hash(batch.words[i]);
             table_.prefetch(hashes[i]);
         }
-        for (size_t i = 0; i < n; ++i) {
-            if (i > 0 && words[i] == words[i - 1]) {
-                groups[i] = groups[i - 1];
-                continue;
-            }
+        for (size_t i = 0; i < batch.n; ++i) {
             groups[i] = HashTable::none;
-            if (is_missing(words[i])) continue;
+            if (is_missing(batch.words[i])) continue;
             groups[i] = table_.find(hashes[i], [](uint32_t) { return true; });
-            if (groups[i] == HashTable::none)
-                groups[i] = insert(words[i], cells + i * width, width);
-            else
-                __builtin_prefetch(&state(groups[i])), __builtin_prefetch(&state(groups[i]).last);
+            if (groups[i] == HashTable::none) groups[i] = insert(batch.words[i], batch.cell(i), batch.width);
+            __builtin_prefetch(&state(groups[i])), __builtin_prefetch(&state(groups[i]).last);
         }
         // Most are right; where only the part of the hash in the slot is the same, the key is looked up once more.
-        for (size_t i = 0; i < n; ++i) {
-            if (groups[i] == HashTable::none || is(groups[i], words[i], cells + i * width, width)) continue;
-            groups[i] = find(words[i], cells + i * width, width);
-            if (groups[i] == HashTable::none) groups[i] = insert(words[i], cells + i * width, width);
+        for (size_t i = 0; i < batch.n; ++i) {
+            if (groups[i] == HashTable::none)
+                batch.states[i] = left_out_.get();
+            else if (is(groups[i], batch.words[i], batch.cell(i), batch.width))
+                batch.states[i] = &own(groups[i]);
+            else
+                batch.states[i] = &at(batch.words[i], batch.cell(i), batch.width);
         }
     }
 
-    void fold(const V* values, const uint8_t* runs, size_t n, const uint32_t* groups) {
-        constexpr size_t many = 16;
-        for (size_t i = 0, end; i < n; i = end) {
-            end = i + 1;
-            while (end < n && groups[end] == groups[i]) ++end;
-            if (groups[i] == HashTable::none) continue;
-            GroupState<V>& state = own(groups[i]);
-            if (end - i >= many)
-                state.add(values + i, runs - i, end - i);
+    /// Adds the values of a batch to their states.
+    void fold(const Batch& batch, const V* values, const uint8_t* runs, bool single) {
+        constexpr size_t long_enough = 16;
+        const size_t n = batch.begin[batch.n];
+        if (batch.n == n && single) return for_cpu<fold_singles>(batch.states, values, n);
+        for (size_t i = 0; i < batch.n; ++i) {
+            const size_t begin = batch.begin[i], end = batch.begin[i + 1];
+            State& state = *batch.states[i];
+            if (end - begin >= long_enough)
+                state.add(values + begin, runs - begin, end - begin);
             else
-                for (size_t k = i; k < end; ++k) state.add(values[k], get_run(runs, k));
+                for (size_t k = begin; k < end; ++k) state.add(values[k], get_run(runs, k));
         }
+    }
+    QVO_INLINE static void fold_singles(State* const* states, const V* values, size_t n) {
+        for (size_t i = 0; i < n; ++i) states[i]->add(values[i], 1);
     }
 
     QVO_INLINE bool is(uint32_t g, uint64_t word, const char* cell, size_t width) const {
@@ -305,30 +336,9 @@ template <class V> class Groups {
     uint32_t n_ = 0;
     std::string pool_;  // the texts, one after the other
     std::vector<size_t> ends_;
+    RecentStates<State> recent_;
+    std::unique_ptr<State> left_out_ = std::make_unique<State>();  // of missing keys; shown to nobody
 };
-
-/// A state of integers as one of doubles, or of unsigned ones as one of signed ones.
-template <class V, class From> GroupState<V> converted(const GroupState<From>& from) {
-    if constexpr (std::is_same_v<V, From>) return from;
-    GroupState<V> to;
-    to.word = from.word;
-    to.moments = from.moments;
-    if constexpr (GroupState<V>::real && GroupState<From>::real)
-        to.sum = from.sum;
-    else if constexpr (GroupState<V>::real)
-        to.sum = as_reals(from.sum);
-    else if constexpr (!GroupState<From>::real)
-        to.sum = from.sum;
-    if (from.count() == 0) return to;
-    if constexpr (std::is_same_v<V, int64_t> && std::is_same_v<From, uint64_t>)
-        if (from.max > static_cast<uint64_t>(std::numeric_limits<int64_t>::max()))
-            throw Error(Fault::overflow, "a value of a group does not fit int8, in which the rows meet; cast converts");
-    to.min = static_cast<V>(from.min);
-    to.max = static_cast<V>(from.max);
-    to.first = static_cast<V>(from.first);
-    to.last = static_cast<V>(from.last);
-    return to;
-}
 
 template <class V> template <class From> void Groups<V>::merge(const Groups<From>& other) {
     for (size_t g = 0; g < other.size(); ++g) {

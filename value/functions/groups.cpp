@@ -16,11 +16,12 @@ namespace qvo::value {
 
 uint64_t text_word(const char* text, size_t width) {
     uint64_t word = 0;
-    for (size_t i = 0; i < width; i += sizeof(uint64_t)) {
+    std::memcpy(&word, text, std::min(sizeof word, width));
+    for (size_t i = sizeof word; i < width; i += sizeof word) {
         uint64_t bytes = 0;
         std::memcpy(&bytes, text + i, std::min(sizeof bytes, width - i));
         if (bytes == 0) break;  // padding: nothing but zeros follows
-        word = HashTable::hash(word ^ bytes);
+        word = HashTable::hash(word) ^ bytes;
     }
     return word;
 }
@@ -84,8 +85,8 @@ template <class V> class ColumnWriters {
             column<uint64_t>(sum_low, n, [](const State& s) { return static_cast<uint64_t>(s.sum); });
             column<int64_t>(sum_high, n, [](const State& s) { return static_cast<int64_t>(s.sum >> 64); });
         }
-        column<double>(mean, n, [](const State& s) { return s.moments.mean; });
-        column<double>(squares, n, [](const State& s) { return s.moments.squares; });
+        column<double>(mean, n, [](const State& s) { return s.moments.moments().mean; });
+        column<double>(squares, n, [](const State& s) { return s.moments.moments().squares; });
         column<V>(smallest, n, [](const State& s) { return s.count() == 0 ? V{} : s.min; });
         column<V>(largest, n, [](const State& s) { return s.count() == 0 ? V{} : s.max; });
         column<V>(first, n, [](const State& s) { return s.first; });
@@ -151,7 +152,7 @@ class SavedGroups {
     }
     template <class V> GroupState<V> state() const {
         GroupState<V> s;
-        s.moments = {as<uint64_t>(count), as<double>(mean), as<double>(squares)};
+        s.moments = RunningMoments({as<uint64_t>(count), as<double>(mean), as<double>(squares)});
         if constexpr (GroupState<V>::real)
             s.sum = {as<double>(sum_high), as<double>(sum_low)};
         else
@@ -328,7 +329,7 @@ class GroupRows final : public Rows {
             case 3:
                 return result.set(sum_of(state).total() / static_cast<double>(state.count()));
             case 8:
-                return result.set(state.moments.variance(1));
+                return result.set(state.moments.moments().variance(1));
             default: {
                 constexpr Column columns[] = {smallest, largest, first, last};
                 return set_result(result, groups_->at(columns[index - 4]).scalar());

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <limits>
 
+#include "qvowseq.h"
+
 namespace qvo::value {
 
 /// Number, mean and sum of squared deviations from the mean.
@@ -29,6 +31,51 @@ struct Moments {
     double variance(unsigned free) const {
         return n > free ? squares / static_cast<double>(n - free) : std::numeric_limits<double>::quiet_NaN();
     }
+};
+
+/// Moments of values that come one at a time, without a division for each of them: deviations are those from a value
+/// nearby, at first the first one; it moves to the mean whenever the number has doubled, from 16 on. What is summed is
+/// then at most a few times what remains of it, so that no digits are lost; and a constant's deviations are exactly 0.
+class RunningMoments {
+ public:
+    uint64_t n() const { return n_; }
+    Moments moments() const {
+        if (n_ == 0) return {};
+        const double step = apart_ / static_cast<double>(n_), squares = squares_ - apart_ * step;
+        return {n_, near_ + step, squares < 0 ? 0 : squares};
+    }
+    QVO_INLINE void add(double x, unsigned run) {
+        if (n_ == 0) {
+            n_ = run;
+            near_ = x;
+            squares_ = x - x;  // an infinity has none
+            return;
+        }
+        const double apart = x - near_, times = run;
+        apart_ += apart * times;
+        squares_ += apart * apart * times;
+        const uint64_t before = n_;
+        n_ += run;
+        if ((n_ & ~before) > (before | 15)) move();
+    }
+    void merge(const Moments& other) {
+        Moments all = moments();
+        all.merge(other);
+        *this = RunningMoments(all);
+    }
+    RunningMoments() = default;
+    explicit RunningMoments(const Moments& from) : n_(from.n), near_(from.mean), squares_(from.squares) {}
+
+ private:
+    /// To the mean, or as near to it as a double is; what it misses stays in the sums.
+    QVO_INLINE void move() {
+        const double n = static_cast<double>(n_), mean = near_ + apart_ / n, step = mean - near_;
+        squares_ -= step * (2 * apart_ - n * step);
+        apart_ -= n * step;
+        near_ = mean;
+    }
+    uint64_t n_ = 0;
+    double near_ = 0, apart_ = 0, squares_ = 0;  // the sums of deviations and of their squares
 };
 
 /// Of n values, each as often as its run, those that are missing left out.

@@ -24,23 +24,42 @@ def _codes(k):
     return [k[part[0]] for part in parts], parts
 
 
+def _check(test, host, rng, keys, x, cuts):
+    at = [0, *sorted(rng.integers(0, keys.size + 1, cuts)), keys.size]
+    cut = [(keys[a:b], x[a:b]) for a, b in zip(at, at[1:])]
+    states = [(host.fold("seq_state('group', a, b)", [row]),) for row in cut]
+    for value in (host.fold("seq_group(a, b)", cut), host.call("finish", host.fold("seq_merge(a)", states))):
+        rows, expected = host.rows("group_rows", value), list(_rows(keys, x))
+        test.assertEqual(len(rows), len(expected), f"{keys.dtype} {keys.size}")
+        for row, wanted in zip(rows, expected):
+            for name, result, value_wanted in zip(["key", *COLUMNS], row, wanted):
+                test.assertIsNone(differs(result, value_wanted), f"{name} of {row} over {keys.dtype}, {x.dtype}")
+
+
 def check_groups(test, host):
     rng = np.random.default_rng(11)
     for i, kind in enumerate(TYPES * 3):
         n = [0, 1, 255, 820, 4097][i % 5]
         keys = Case(rng, n, list(SHAPES)[i % len(SHAPES)]).sequence(kind)
         x = Case(rng, n, ["few", "mean 3", "missing"][i % 3]).sequence(NUMBERS[i % len(NUMBERS)])
-        at = [0, *sorted(rng.integers(0, n + 1, i % 4)), n]
-        cut = [(keys[a:b], x[a:b]) for a, b in zip(at, at[1:])]
-        states = [(host.fold("seq_state('group', a, b)", [row]),) for row in cut]
-        for value in (host.fold("seq_group(a, b)", cut), host.call("finish", host.fold("seq_merge(a)", states))):
-            rows, expected = host.rows("group_rows", value), list(_rows(keys, x))
-            test.assertEqual(len(rows), len(expected), f"{kind} {n}")
-            for row, wanted in zip(rows, expected):
-                for name, result, value_wanted in zip(["key", *COLUMNS], row, wanted):
-                    test.assertIsNone(differs(result, value_wanted), f"{name} of {row} over {kind}, {x.dtype}")
+        _check(test, host, rng, keys, x, i % 4)
     with test.assertRaisesRegex(Exception, "^seq_group: .*lengths.*2.*3"):
         host.call("group", np.arange(2), np.arange(3))
+
+
+def check_many_groups(test, host):
+    """Few keys with many values and many with few, in no order; values far from 0, among them a constant's."""
+    rng = np.random.default_rng(12)
+    for n_keys in (40, 3000):
+        numbers = rng.integers(0, n_keys, 12_000)
+        for keys in (
+            numbers * 0x123456789ABCDEF,
+            np.where(numbers == 7, np.nan, numbers / 8),
+            np.array([f"key {k}" for k in numbers], "S8"),
+            np.array([f"longer key {k}" for k in numbers], "S15"),
+        ):
+            x = np.where(numbers == 5, 0.1, 1e6 + rng.normal(size=numbers.size))
+            _check(test, host, rng, keys, x, 2)
 
 
 def _a_group(host):
@@ -48,6 +67,6 @@ def _a_group(host):
 
 
 ORACLES = {
-    "group": Oracle(None, checks=(check_groups,), good=[np.array([1, 2]), np.array([0.5, 1.5])]),
+    "group": Oracle(None, checks=(check_groups, check_many_groups), good=[np.array([1, 2]), np.array([0.5, 1.5])]),
     "group_rows": Oracle(None, good=_a_group),
 }
