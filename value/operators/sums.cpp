@@ -74,7 +74,8 @@ QVO_INLINE Summed sum_runs_of(const double* values, const uint8_t* first_run, si
     return {sums.total(), present};
 }
 
-/// The lower and upper halves by themselves, each in 64 bits; shifted to what has no sign, as vectors have no other shift.
+/// The lower and upper halves by themselves, each in 64 bits. Signs are flipped for as long, since vectors of 64-bit
+/// integers have no shift that keeps them.
 QVO_INLINE int128 sum_single_halves(const int64_t* values, size_t n) {
     constexpr uint64_t sign = uint64_t{1} << 63;
     uint64_t low = 0, high = 0;
@@ -86,6 +87,7 @@ QVO_INLINE int128 sum_single_halves(const int64_t* values, size_t n) {
     return (static_cast<int128>(high) << 32) + low - static_cast<int128>(n) * sign;
 }
 
+/// The same with runs.
 QVO_INLINE int128 sum_halves(const int64_t* values, const uint8_t* first_run, size_t n) {
     uint64_t low = 0;
     int64_t high = 0;

@@ -14,7 +14,7 @@ namespace qvo::value {
 inline constexpr size_t bit_group = 8;
 
 /// Whether numbers of so many bits lie in two arrays, and the bits of their lower parts.
-constexpr bool is_split(unsigned bits) { return bits % 3 == 0; }
+constexpr bool is_split(unsigned bits) { return bits == 12 || bits == 24; }
 constexpr unsigned low_bits(unsigned bits) { return bits / 3 * 2; }
 
 /// Bytes of n numbers of so many bits.
