@@ -137,7 +137,7 @@ TEST(Parse, OnlyTheLastRunByteIsWritten_deliberate) {
     EXPECT_EQ(it->next_seq_no, 2U) << "elements, not positions";
 }
 
-TEST(Parse, ABadTokenBehindAFullTileFailsTheCall_deliberate) {
+TEST(Parse, ABadTokenAfterAFullTileFailsTheCall_deliberate) {
     std::string literal;
     for (int i = 0; i < 455; ++i) literal += std::to_string(i) + ",";
     EXPECT_EQ(values_of<t_int8>(qvo_seq_parse_int8, literal + "y"),
