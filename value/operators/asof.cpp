@@ -88,23 +88,21 @@ template <class V> class Asof final : public Operator {
     /// step waits for the one before and which it is cannot be foreseen, stretches of equally many steps go side by side.
     template <bool equal> void merge(const V* t, size_t n, size_t to, uint16_t* place) {
         constexpr size_t stretches = 4;
-        uint16_t placed[stretches][2 * most_pairs / stretches + stretches];
-        size_t first[stretches], at[stretches], n_placed[stretches] = {};
+        // Each stretch writes beyond its last t, too.
+        uint16_t placed[most_pairs + stretches];
+        size_t first[stretches], now[stretches];
         const size_t all = n + (to - at_), each = all / stretches;
-        for (size_t k = 0; k < stretches; ++k) {
-            first[k] = placed_after<equal>(k * each, t, n, to);
-            at[k] = at_ + k * each - first[k];
-        }
-        const auto step = [&](size_t k) {
-            const bool passes = precedes<equal>(u_[at[k]], t[first[k] + n_placed[k]]);
-            placed[k][n_placed[k]] = static_cast<uint16_t>(at[k]);
-            at[k] += passes;
-            n_placed[k] += !passes;
+        for (size_t k = 0; k < stretches; ++k) now[k] = first[k] = placed_after<equal>(k * each, t, n, to);
+        // What has been placed and what has been passed make up the steps: one of them is enough to count.
+        const auto step = [&](size_t k, size_t steps) {
+            const size_t slot = at_ + steps - now[k];
+            placed[now[k] + k] = static_cast<uint16_t>(slot);
+            now[k] += !precedes<equal>(u_[slot], t[now[k]]);
         };
         for (size_t i = 0; i < each; ++i)
-            for (size_t k = 0; k < stretches; ++k) step(k);
-        for (size_t i = stretches * each; i < all; ++i) step(stretches - 1);
-        for (size_t k = 0; k < stretches; ++k) std::copy_n(placed[k], n_placed[k], place + first[k]);
+            for (size_t k = 0; k < stretches; ++k) step(k, k * each + i);
+        for (size_t i = stretches * each; i < all; ++i) step(stretches - 1, i);
+        for (size_t k = 0; k < stretches; ++k) std::copy_n(placed + first[k] + k, now[k] - first[k], place + first[k]);
         at_ = to;
     }
     /// How many t are placed after so many steps (O. Green, R. McColl, D. Bader, "GPU merge path", 2012).
@@ -140,6 +138,7 @@ template <class V> class Asof final : public Operator {
     template <Direction direction, bool limited>
     void resolve(const V* __restrict t, size_t n, uint16_t* __restrict place) const {
         const size_t first = before_ ? 0 : 1, end = end_;
+        if (direction == Direction::backward && !limited) return for_cpu<one_before>(place, n, first);
         for (size_t i = 0; i < n; ++i) {
             const size_t above = place[i], below = above - 1;
             const bool has_above = above < end, has_below = below >= first;
@@ -150,6 +149,13 @@ template <class V> class Asof final : public Operator {
             bool found = forward ? has_above : has_below;
             if (limited) found &= near(t[i], u_[slot]);
             place[i] = static_cast<uint16_t>(found ? slot : none);
+        }
+    }
+    QVO_INLINE static void one_before(uint16_t* __restrict place, size_t n, size_t first) {
+        const auto lowest = static_cast<uint16_t>(first);
+        for (size_t i = 0; i < n; ++i) {
+            const auto below = static_cast<uint16_t>(place[i] - 1);
+            place[i] = below >= lowest ? below : static_cast<uint16_t>(none);
         }
     }
     /// The distance from a value to one that is not below it.

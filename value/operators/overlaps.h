@@ -43,6 +43,21 @@ class Gathered {
         return bytes_.get();
     }
 
+    /// Up to n positions of an operand, which moves past them: as many as are in its tile.
+    size_t expand(Operand& operand, size_t n) {
+        size_t done = 0;
+        with_mover(width_, [&](auto mover) {
+            while (done < n && !operand.used_up()) {
+                const size_t run = std::min(size_t{operand.run_left()}, n - done);
+                mover.fill(bytes_.get(), done, operand.iterator()->tile.u.arr_uint1, operand.index(), run);
+                operand.take(static_cast<unsigned>(run));
+                done += run;
+            }
+        });
+        return done;
+    }
+    const void* values() const { return bytes_.get(); }
+
  private:
     size_t width_;
     std::unique_ptr<uint8_t[]> bytes_;

@@ -20,7 +20,7 @@ bool PairWalk::next(PairBatch& batch) {
     }
     if (const RunSpan span = lined_up<2>(operands, capacity_of(1)); span.elements != 0)
         line_up(operands, span, batch);
-    else
+    else if (!expand(operands, 0, batch) && !expand(operands, 1, batch))
         overlaps(operands, batch);
     operands[0].store();
     operands[1].store();
@@ -34,6 +34,23 @@ void PairWalk::line_up(Operand* operands, RunSpan span, PairBatch& batch) const 
     batch = {elements(0), elements(1), operands[0].runs(), span.elements};
     operands[0].skip(span.elements);
     operands[1].skip(span.elements);
+}
+
+/// Where one side has runs of 1 and the other long ones: those as they lie, and of the other each position.
+bool PairWalk::expand(Operand* operands, size_t single, PairBatch& batch) {
+    constexpr size_t few = 32, looked_at = 8, long_run = 16;
+    Operand &ones = operands[single], &other = operands[1 - single];
+    const size_t n = leading_single_runs(ones.runs(), std::min(ones.elements_left(), Gathered::most));
+    const size_t ahead = std::min(other.elements_left(), looked_at);
+    if (n < few || sum_runs(other.runs(), ahead) < ahead * long_run) return false;
+    batch.n = gathered_[1 - single].expand(other, n);
+    batch.first_run = ones.runs();
+    const uint8_t* const lying = series_[single].it->tile.u.arr_uint1 + ones.index() * series_[single].type.width;
+    const void* const expanded = gathered_[1 - single].values();
+    batch.a = single == 0 ? lying : expanded;
+    batch.b = single == 0 ? expanded : lying;
+    ones.skip(batch.n);
+    return true;
 }
 
 void PairWalk::overlaps(Operand* operands, PairBatch& batch) {

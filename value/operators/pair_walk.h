@@ -25,6 +25,7 @@ class PairWalk {
 
  private:
     void line_up(Operand* operands, RunSpan span, PairBatch& batch) const;
+    bool expand(Operand* operands, size_t single, PairBatch& batch);
     void overlaps(Operand* operands, PairBatch& batch);
 
     Plan& plan_;
