@@ -33,8 +33,18 @@ struct Monotone {
 
 template <bool descending, class V> struct NeighbourLoop {
     using Key = KeyOf<V>;
-    /// Of elements first .. last - 1; first is at least 1.
-    QVO_INLINE static Monotone run(const V* __restrict values, size_t first, size_t last) {
+    /// Of elements first .. last - 1; first is at least 1. By the values themselves: a missing one is in no order.
+    QVO_INLINE static Monotone plain(const V* __restrict values, size_t first, size_t last) {
+        uint64_t falls = 0, rises = 0;
+        for (size_t i = first; i < last; ++i) {
+            const V before = values[descending ? i : i - 1], here = values[descending ? i - 1 : i];
+            falls |= uint64_t{!(before <= here)};
+            rises |= uint64_t{!(before >= here)};
+        }
+        return {falls == 0, rises == 0};
+    }
+    /// By keys, which order missing values too.
+    QVO_INLINE static Monotone by_keys(const V* __restrict values, size_t first, size_t last) {
         unsigned falls = 0, rises = 0;
         for (size_t i = first; i < last; ++i) {
             const Key before = order_key<descending>(values[i - 1]), here = order_key<descending>(values[i]);
@@ -42,6 +52,11 @@ template <bool descending, class V> struct NeighbourLoop {
             rises |= here > before;
         }
         return {falls == 0, rises == 0};
+    }
+    static Monotone run(const V* values, size_t first, size_t last) {
+        const Monotone found = for_cpu<plain>(values, first, last);
+        if (!std::is_floating_point_v<V> || found.ascending || found.descending) return found;
+        return for_cpu<by_keys>(values, first, last);
     }
 };
 
@@ -256,9 +271,8 @@ template <bool descending, class V> struct Keys {
 };
 
 template <bool descending, class V> Order order_fixed(Plan& plan, const V* values, size_t n) {
-    const Monotone found = look_for_order(plan, n, [&](size_t first, size_t last) {
-        return for_cpu<NeighbourLoop<descending, V>::run>(values, first, last);
-    });
+    const Monotone found = look_for_order(
+        plan, n, [&](size_t first, size_t last) { return NeighbourLoop<descending, V>::run(values, first, last); });
     if (found.ascending) return Order(n);
     if (found.descending)
         return turned_round(n,
