@@ -349,11 +349,14 @@ template <class S> class Narrow {
     }
     Taken take(double x, unsigned run, double* results, size_t room, uint64_t position) {
         const uint64_t tail = tail_ != 0 && alike(x, tail_value_) ? tail_ : 0;
-        tail_value_ = x;
         if (tail != 0 && tail + 1 >= n_) {
             results[0] = result_of_constant<S>(x, static_cast<double>(n_), required_);
             return {1, run};  // the values stay what they are
         }
+        if constexpr (!Fold::repeats_change)
+            if (n_ > 1 && tail == 0 && tail_ + 1 >= n_ && is_present(x) && is_present(tail_value_))
+                return take_change(x, run, results[0]);
+        tail_value_ = x;
         double same[widest];
         const size_t varied = n_ - std::min<size_t>(n_, tail + 1);
         const size_t n = std::min({size_t{run}, room, std::max<size_t>(varied, 1)});
@@ -364,6 +367,16 @@ template <class S> class Narrow {
     }
 
  private:
+    /// A value after one that has filled the window: as long as there is something of both in it, the extreme stays.
+    Taken take_change(double x, unsigned run, double& result) {
+        const size_t n = std::min<size_t>(run, n_ - 1);
+        const double both = Fold::merge(Fold::power(tail_value_, 1), Fold::power(x, 1));
+        result = S::finish(both, static_cast<double>(n_));
+        std::fill_n(values_ + n_ - 1 - n, n, x);
+        tail_value_ = x;
+        tail_ = n;
+        return {1, static_cast<unsigned>(n)};
+    }
     /// x holds `width` - 1 values more than there are windows.
     QVO_INLINE static void windows(const double* __restrict x, size_t width, size_t n, double required,
                                    double* __restrict results) {
