@@ -14,6 +14,9 @@ constexpr qvo_size_t max_width = payload_bytes - 1;
 // Bytes that memory hands over at once; where it is more, some of the prefetches are idle.
 constexpr size_t cache_line = 64;
 
+// An array of no more than this is near, or soon will be: to ask for what comes next costs more than it brings.
+constexpr qvo_size_t near_bytes = 1024 * 1024;
+
 // Nothing is ever written to the array; it is kept where buffers are.
 void construct_array(qvo_seq_iterator_h result, ElementLayout layout, const void* values, qvo_size_t count,
                      qvo_seq_iterator_next_t next) {
@@ -107,6 +110,8 @@ ArrayStretch next_of_array(qvo_seq_iterator_h it) {
     it->tile_size = static_cast<uint16_t>(n);
     it->next_seq_no = first + n;
     const uint8_t* const values = static_cast<const uint8_t*>(it->buf) + first * it->elem_size;
+    if (it->buf_size > near_bytes)
+        prefetch_tile(values + n * it->elem_size, std::min<qvo_seq_no_t>(n, last - first + 1 - n) * it->elem_size);
     return {values, std::min<qvo_seq_no_t>(whole_tiles, last - first + 1)};
 }
 
