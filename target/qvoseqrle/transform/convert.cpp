@@ -50,6 +50,8 @@ template <class V> using signed_of = std::make_signed_t<V>;
 
 template <class From, class To> constexpr UnaryLoop conversion_loop() {
     constexpr bool from_integer = std::is_integral_v<From>, to_integer = std::is_integral_v<To>;
+    // Before AVX-512 there are no vectors that make floating numbers of integers of 64 bits.
+    constexpr CpuLevel most = from_integer && sizeof(From) == 8 ? CpuLevel::avx512 : CpuLevel::avx2;
     if constexpr (sizeof(From) == sizeof(To) && from_integer == to_integer)
         return copy_loop;
     else if constexpr (!from_integer && std::is_same_v<To, uint32_t>)
@@ -59,7 +61,7 @@ template <class From, class To> constexpr UnaryLoop conversion_loop() {
     else if constexpr ((from_integer && to_integer) || sizeof(To) < sizeof(int32_t))
         return for_cpu<ValueLoop<From, signed_of<To>, Convert<signed_of<To>>>::run>;
     else
-        return for_cpu<ValueLoop<From, To, Convert<To>>::run>;
+        return for_cpu<ValueLoop<From, To, Convert<To>>::run, most>;
 }
 
 }  // namespace
