@@ -5,7 +5,7 @@
 #include <limits>
 
 #include "base/error.h"
-#include "core/runs.h"
+#include "core/tile.h"
 #include "operators/extremes.h"
 #include "operators/moments.h"
 #include "operators/sums.h"
