@@ -65,7 +65,7 @@ class Sequence(Methods):
 
     def compute(self) -> "Sequence":
         """The sequence with its values at hand, stored: what is asked of it from then on is not computed again."""
-        return Sequence._of(_qvoseq.Expression.stored(bytes(self)))
+        return Sequence._of(self._expression.compute())
 
     # ---- As a column ----
 

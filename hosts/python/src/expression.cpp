@@ -47,6 +47,22 @@ nb::object evaluate(const Expression& expression) {
     return result.object();
 }
 
+/// The sequence with its values at hand: the bytes of the result are its own, and not copied.
+Expression compute(const Expression& expression) {
+    Result result;
+    Evaluation().run([&](const qvo_limits_t* limits, qvo_error_t* error) {
+        return qvo_expression_evaluate(expression.get(), limits, result.out(), error);
+    });
+    qvo_datum_t& bytes = *result.out();
+    qvo_expression_t* made = nullptr;
+    qvo_error_t error{};
+    check(qvo_expression_stored(bytes.as.bytes.data, bytes.as.bytes.size, qvo_value_free,
+                                const_cast<void*>(static_cast<const void*>(bytes.as.bytes.data)), &made, &error),
+          error);
+    bytes = {};  // whoever frees the expression frees them
+    return Expression(made);
+}
+
 /// Memory of a result as an array that owns it.
 Bytes array_of(void* memory, size_t size) {
     nb::capsule owner(memory, [](void* data) noexcept { qvo_value_free(data); });
@@ -128,6 +144,7 @@ void add_expressions(nb::module_& module) {
         .def_static("runs", runs)
         .def_static("call", call)
         .def("evaluate", evaluate)
+        .def("compute", compute)
         .def("type", type)
         .def("read", read)
         .def("read_runs", read_runs);
