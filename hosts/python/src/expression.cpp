@@ -39,20 +39,23 @@ Expression call(const Function& function, nb::tuple objects) {
     return Expression(made);
 }
 
-nb::object evaluate(const Expression& expression) {
-    Result result;
+/// The stored sequence that an expression gives.
+void evaluate_to(Result& result, const Expression& expression) {
     Evaluation().run([&](const qvo_limits_t* limits, qvo_error_t* error) {
         return qvo_expression_evaluate(expression.get(), limits, result.out(), error);
     });
+}
+
+nb::object evaluate(const Expression& expression) {
+    Result result;
+    evaluate_to(result, expression);
     return result.object();
 }
 
 /// The sequence with its values at hand: the bytes of the result are its own, and not copied.
 Expression compute(const Expression& expression) {
     Result result;
-    Evaluation().run([&](const qvo_limits_t* limits, qvo_error_t* error) {
-        return qvo_expression_evaluate(expression.get(), limits, result.out(), error);
-    });
+    evaluate_to(result, expression);
     qvo_datum_t& bytes = *result.out();
     qvo_expression_t* made = nullptr;
     qvo_error_t error{};
