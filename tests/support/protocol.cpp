@@ -27,15 +27,13 @@ struct Bench {
     Bench(const Bench&) = delete;
 };
 
-/// All tiles of an iterator, as bytes.
+/// All tiles of an iterator, as bytes, and the code of an error that ends them.
 std::vector<std::string> tiles_of(const Member& member, qvo_seq_iterator_h it, size_t most = SIZE_MAX) {
     std::vector<std::string> tiles;
     while (tiles.size() < most) {
         const QVO_RET rc = it->next(it);
-        if (rc != QVO_S_OK) {
-            EXPECT_EQ(rc, QVO_S_CURSOR_END);
-            break;
-        }
+        if (rc == QVO_S_CURSOR_END) break;
+        if (rc != QVO_S_OK) return tiles.push_back("code " + std::to_string(rc)), tiles;
         const char* payload = it->tile.u.arr_char;
         const size_t n = it->tile_size;
         EXPECT_TRUE(qvo_seq_check_tile(it) == QVO_SEQ_TILE_OK || !member.checks_tiles);
@@ -273,6 +271,19 @@ void check_steps(const Member& member, const Steps& literal, const std::vector<S
     }
 }
 
+/// After a reset at the end, and one in mid-stream, an iterator delivers once more what it has delivered.
+void check_again(const Member& member, const std::vector<Script>& scripts, unsigned most_calls) {
+    Bench bench(member, scripts);
+    ASSERT_EQ(member.construct(bench.result.get(), bench.handles), QVO_S_OK);
+    const auto tiles = tiles_of(member, bench.result.get(), most_calls);
+    for (const size_t most : {size_t{1}, size_t{most_calls}}) {
+        ASSERT_EQ(bench.result->reset(bench.result.get()), QVO_S_OK);
+        const auto again = tiles_of(member, bench.result.get(), most);
+        EXPECT_TRUE(std::equal(again.begin(), again.end(), tiles.begin(), tiles.begin() + std::min(most, tiles.size())))
+            << "after a reset";
+    }
+}
+
 void check_random(Member member, unsigned seeds, const std::function<Steps(Random&, unsigned seed, Member&)>& draw,
                   unsigned most_calls) {
     SCOPED_TRACE(member.name);
@@ -289,6 +300,7 @@ void check_random(Member member, unsigned seeds, const std::function<Steps(Rando
             script.stop_code = 4711;
         }
         check_steps(member, literal, scripts, nullptr, most_calls);
+        check_again(member, scripts, most_calls);
     }
 }
 
