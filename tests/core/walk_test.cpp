@@ -1,6 +1,8 @@
 // The walk over three operands: a family as a newcomer would add it, at the speed and by the rules of the others.
 //
 // This is the one test that is built with the library's own headers, and with the static library.
+#include <cstdlib>
+
 #include "core/elementwise.h"
 #include "core/number.h"
 #include "support/protocol.h"
@@ -37,6 +39,17 @@ template <class T> void check_ternary(const char* name, ConstructTernary constru
 TEST(Walk, OverThreeOperandsFollowsTheSteps) {
     check_ternary<t_int4>("muladd_int4", qvo::test_seq_muladd_int4, qvo::test_seq_muladd_int4_next);
     check_ternary<t_uint1>("muladd_uint1", qvo::test_seq_muladd_uint1, qvo::test_seq_muladd_uint1_next);
+}
+
+// Runs with less than the machine has (QVOSEQ_CPU) would else repeat the one with all of it.
+TEST(Walk, TakesTheLoopsOfTheMachineOrOfLess) {
+#if QVO_WIDE_X86
+    const char* const set = std::getenv("QVOSEQ_CPU");
+    const std::string most = set != nullptr ? set : "";
+    EXPECT_EQ(qvo::cpu_level >= qvo::CpuLevel::avx2, most != "plain" && __builtin_cpu_supports("avx2"));
+    EXPECT_EQ(qvo::cpu_level >= qvo::CpuLevel::avx512,
+              most != "plain" && most != "avx2" && __builtin_cpu_supports("avx512bitalg"));
+#endif
 }
 
 }  // namespace
