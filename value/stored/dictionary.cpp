@@ -173,12 +173,13 @@ class Numbering {
 };
 
 bool plan_dictionary(const Elements& e, const Profile&, Scratch& scratch, Plan& plan) {
+    if (e.type.type == Type::boolean) return false;
     const size_t width = e.type.width;
     const size_t worth = plan.size - plan.size / 8;  // looking up takes longer than other ways to read
     unsigned bits = 1;
     while (bits < 16 && packed_size(e.n, 2 * bits) < worth) bits *= 2;
     const size_t fewest = e.n < n_samples ? 2 : std::max<size_t>(2, different_in_sample(e, size_t{1} << bits));
-    if (e.type.type == Type::boolean || size_of(e.n, fewest, width, index_bits(fewest - 1)) >= worth) return false;
+    if (size_of(e.n, fewest, width, index_bits(fewest - 1)) >= worth) return false;
     // Of numbers that are nearly all different in a sample there are too many; texts pay even so.
     if (e.type.type != Type::char_ && (e.n < n_samples || 8 * fewest > 7 * n_samples)) return false;
     Numbering numbering(e, scratch);

@@ -18,14 +18,6 @@ template <> struct BitsOf<2> { using type = bits2; };
 template <> struct BitsOf<4> { using type = bits4; };
 template <> struct BitsOf<8> { using type = bits8; };
 
-/// Adds up lanes that count down from 0.
-template <class Vector> QVO_INLINE size_t total(const Vector& counts) {
-    using B = std::remove_cvref_t<decltype(counts[0])>;
-    size_t sum = 0;
-    for (size_t i = 0; i < sizeof(Vector) / sizeof(B); ++i) sum += static_cast<B>(B{0} - counts[i]);
-    return sum;
-}
-
 template <class V, size_t vector_bytes> struct Scan {
     using B = typename BitsOf<sizeof(V)>::type;
     using Values = typename VectorOf<V, vector_bytes>::type;
@@ -39,41 +31,82 @@ template <class V, size_t vector_bytes> struct Scan {
     V smallest, largest;
     size_t equal = 0, missing = 0;
 
-    /// Elements from 1 on; those before and after whole vectors go one by one.
+    /// Elements from 1 on.
     QVO_INLINE static void run(Scan& scan, const V* values, size_t n) {
         // Several chains, as a minimum takes longer than a step of the loop.
-        Values low[chains], high[chains];
-        for (size_t c = 0; c < chains; ++c)
-            for (size_t k = 0; k < lanes; ++k) low[c][k] = scan.smallest, high[c][k] = scan.largest;
+        Chain of[chains];
+        for (Chain& chain : of)
+            for (size_t k = 0; k < lanes; ++k) chain.low[k] = scan.smallest, chain.high[k] = scan.largest;
+        const Bits all = reinterpret_cast<Bits>(Bits{} == Bits{});
         size_t i = 1;
         while (i + chains * lanes <= n) {
-            Bits equal[chains]{}, missing[chains]{};
-            for (size_t step = 0; step < block && i + chains * lanes <= n; ++step, i += chains * lanes) {
-                for (size_t c = 0; c < chains; ++c) {
-                    const V* const from = values + i + c * lanes;
-                    Values x;
-                    Bits bits, before;
-                    std::memcpy(&x, from, sizeof x);
-                    std::memcpy(&bits, from, sizeof bits);
-                    std::memcpy(&before, from - 1, sizeof before);
-                    low[c] = x < low[c] ? x : low[c];
-                    high[c] = x > high[c] ? x : high[c];
-                    equal[c] += reinterpret_cast<Bits>(bits == before);
-                    if constexpr (floating) missing[c] += reinterpret_cast<Bits>(x != x);
-                }
-            }
-            for (size_t c = 0; c < chains; ++c) {
-                scan.equal += total(equal[c]);
-                scan.missing += total(missing[c]);
-            }
+            for (size_t step = 0; step < block && i + chains * lanes <= n; ++step, i += chains * lanes)
+                for (size_t c = 0; c < chains; ++c) of[c].look(values + i + c * lanes, all);
+            for (Chain& chain : of) chain.count_for(scan);
         }
-        for (size_t c = 0; c < chains; ++c)
-            for (size_t k = 0; k < lanes; ++k) scan.take(low[c][k], high[c][k]);
+        for (; i + lanes <= n; i += lanes) of[0].look(values + i, all);
+        if (i < n && n > lanes) {  // the last vector again, of which only what is new counts
+            Bits fresh{};
+            for (size_t k = 0; k < lanes; ++k) fresh[k] = static_cast<B>(k);
+            of[0].look(values + n - lanes, reinterpret_cast<Bits>(fresh >= Bits{} + static_cast<B>(lanes - (n - i))));
+            i = n;
+        }
+        of[0].count_for(scan);
+        for (size_t c = 1; c < chains; ++c) of[0].join(of[c]);
+        of[0].extremes_for(scan);
         for (; i < n; ++i) {
             scan.take(values[i], values[i]);
             if constexpr (floating) scan.missing += values[i] != values[i];
             scan.equal += std::memcmp(values + i, values + i - 1, sizeof(V)) == 0;
         }
+    }
+
+    /// What lanes have seen; those that count do so downwards.
+    struct Chain {
+        Values low, high;
+        Bits equal{}, missing{};
+
+        QVO_INLINE void look(const V* from, Bits counted) {
+            Values x;
+            Bits bits, before;
+            std::memcpy(&x, from, sizeof x);
+            std::memcpy(&bits, from, sizeof bits);
+            std::memcpy(&before, from - 1, sizeof before);
+            low = x < low ? x : low;
+            high = x > high ? x : high;
+            equal += reinterpret_cast<Bits>(bits == before) & counted;
+            if constexpr (floating) missing += reinterpret_cast<Bits>(x != x) & counted;
+        }
+        QVO_INLINE void count_for(Scan& scan) {
+            scan.equal += total(equal);
+            if constexpr (floating) scan.missing += total(missing);
+            equal = missing = Bits{};
+        }
+        QVO_INLINE void join(const Chain& other) {
+            low = other.low < low ? other.low : low;
+            high = other.high > high ? other.high : high;
+        }
+        /// By halves, so that it takes a few steps also where lanes are many.
+        QVO_INLINE void extremes_for(Scan& scan) const {
+            V lows[lanes], highs[lanes];
+            std::memcpy(lows, &low, sizeof low);
+            std::memcpy(highs, &high, sizeof high);
+            for (size_t half = lanes / 2; half != 0; half /= 2) {
+                for (size_t k = 0; k < half; ++k) {
+                    lows[k] = lows[k + half] < lows[k] ? lows[k + half] : lows[k];
+                    highs[k] = highs[k + half] > highs[k] ? highs[k + half] : highs[k];
+                }
+            }
+            scan.take(lows[0], highs[0]);
+        }
+    };
+
+    QVO_INLINE static size_t total(const Bits& counts) {
+        B lane[lanes];
+        std::memcpy(lane, &counts, sizeof lane);
+        uint32_t sum = 0;  // of at most 64 lanes of 255, or fewer of 65535
+        for (size_t k = 0; k < lanes; ++k) sum += static_cast<uint32_t>(static_cast<B>(B{0} - lane[k]));
+        return sum;
     }
 
     QVO_INLINE void take(V low, V high) {
