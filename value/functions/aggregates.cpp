@@ -56,13 +56,15 @@ class Sum final : public Aggregate {
         Series x = row.series(0);
         Plan& plan = row.plan();
         if (is_floating(x.type.type)) {
-            state_.floating = true;
+            RealSum sum;
             for_each_tile(plan, widened(plan, x, type_of(Type::double_)),
                           [&](const void* values, const uint8_t* runs, size_t n) {
-                              const Summed sum = sum_values(static_cast<const double*>(values), runs, n);
-                              state_.reals.add(sum.sum);
-                              state_.n += sum.present;
+                              sum.add(static_cast<const double*>(values), runs, n);
                           });
+            const Summed row_sum = sum.total();
+            state_.floating = true;
+            state_.reals.add(row_sum.sum);
+            state_.n += row_sum.present;
             return;
         }
         // uint8 has its full range here: what it adds up to decides.

@@ -47,15 +47,18 @@ QVO_INLINE void weigh(const double* __restrict x, const double* __restrict w, si
 class WeightedMean final : public Aggregate {
  public:
     void step(Arguments& row) override {
+        RealSum product_sum, weight_sum;
         for_each_pair_of(row, [&](const double* x, const double* w, const uint8_t* runs, size_t n) {
             double products[capacity_of(sizeof(double))], weights[capacity_of(sizeof(double))];
             for_cpu<weigh>(x, w, n, products, weights);
-            const Summed sum = sum_values(products, runs, n), weight = sum_values(weights, runs, n);
-            state_.products.add(sum.sum);
-            state_.weights.add(weight.sum);
-            // A pair that is present and has no product: an infinity times 0.
-            state_.undefined |= uint64_t{sum.present != weight.present};
+            product_sum.add(products, runs, n);
+            weight_sum.add(weights, runs, n);
         });
+        const Summed sum = product_sum.total(), weight = weight_sum.total();
+        state_.products.add(sum.sum);
+        state_.weights.add(weight.sum);
+        // A pair that is present and has no product: an infinity times 0.
+        state_.undefined |= uint64_t{sum.present != weight.present};
     }
     void finish(Result& result, const Limits&) const override {
         const double weights = state_.weights.total();

@@ -41,11 +41,27 @@ struct DoubleSum {
     double total() const { return std::isfinite(high) ? high + low : high; }
 };
 
-/// Adds n values, each as often as its run, and leaves out those that are missing.
 struct Summed {
     DoubleSum sum;
     uint64_t present = 0;  // positions
 };
+
+/// Sums of values, each as often as its run, in lanes that are added up only in the end. What is missing is left out.
+class RealSum {
+ public:
+    static constexpr size_t lanes = 8;
+    struct Lanes {
+        double high[lanes] = {}, low[lanes] = {};
+    };
+
+    void add(const double* values, const uint8_t* first_run, size_t n);
+    Summed total() const;
+
+ private:
+    Lanes lanes_;
+    uint64_t present_ = 0;  // positions
+};
+/// The same of one array.
 Summed sum_values(const double* values, const uint8_t* first_run, size_t n);
 
 /// Integers in 128 bits.
