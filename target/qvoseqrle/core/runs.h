@@ -55,14 +55,18 @@ struct SameRun {
     QVO_INLINE uint64_t word(size_t) const { return splat; }
 };
 
-/// True if any of the 64 run bytes from `below` bytes under the first one up differs.
-template <class With> QVO_INLINE bool block_differs(const uint8_t* runs, With with, size_t below) {
+/// True if any of the 64 run bytes from `below` bytes under the first one up differs, here or on another side.
+template <class With, class... Other>
+QVO_INLINE bool block_differs(With with, size_t below, const uint8_t* runs, Other... others) {
     RunVector any{};
     for (size_t k = 0; k < run_block; k += sizeof(RunVector)) {
-        RunVector a, b;
-        std::memcpy(&a, runs - below + k, sizeof a);
+        RunVector b;
         with.load(b, below - k);
-        any |= a ^ b;
+        for (const uint8_t* side : {runs, others...}) {
+            RunVector a;
+            std::memcpy(&a, side - below + k, sizeof a);
+            any |= a ^ b;
+        }
     }
     return (any[0] | any[1] | any[2] | any[3]) != 0;
 }
@@ -70,7 +74,7 @@ template <class With> QVO_INLINE bool block_differs(const uint8_t* runs, With wi
 /// The number of leading elements, of `n` at most, whose run bytes are equal to what they are compared with.
 template <class With> QVO_INLINE size_t leading_equal(const uint8_t* runs, With with, size_t n) {
     size_t i = 0;
-    while (i < n && !block_differs(runs, with, i + run_block - 1)) i += run_block;
+    while (i < n && !block_differs(with, i + run_block - 1, runs)) i += run_block;
     for (; i < n; i += run_word) {
         uint64_t word = load_word(runs - (i + run_word - 1)) ^ with.word(i + run_word - 1);
         if constexpr (std::endian::native == std::endian::big) word = __builtin_bswap64(word);
@@ -148,12 +152,10 @@ QVO_INLINE RunSpan equal_runs(const uint8_t* a, const uint8_t* b, size_t n) {
     const SameRun first{ones_word * *a};
     const OtherRuns other{b};
     size_t i = 0;
-    while (i + run_block <= n && !block_differs(a, first, i + run_block - 1) &&
-           !block_differs(b, first, i + run_block - 1))
-        i += run_block;
+    while (i + run_block <= n && !block_differs(first, i + run_block - 1, a, b)) i += run_block;
     const size_t same = i;
     BlockSum blocks;
-    for (; i + run_block <= n && !block_differs(a, other, i + run_block - 1); i += run_block)
+    for (; i + run_block <= n && !block_differs(other, i + run_block - 1, a); i += run_block)
         blocks.add(a - (i + run_block - 1));
     const size_t rest = leading_equal(a - i, OtherRuns{b - i}, n - i);
     return {i + rest, static_cast<unsigned>(same * *a) + blocks.total() + sum_runs(a - i, rest)};
