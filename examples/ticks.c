@@ -183,8 +183,8 @@ int main(int argc, char** argv) {
     run(db, "DROP TABLE temp.copy");
     ask(db,
         "CREATE TABLE chunks.ticks AS SELECT symbol, date(time / 1000000, 'unixepoch') AS day,"
-        " seq_pack(time, time, 'timestamp') AS time, seq_pack(price, time) AS price, seq_pack(volume, time, 'int4') AS "
-        "volume"
+        " seq_pack(price, time) AS price, seq_pack(volume, time, 'int4') AS volume,"
+        " seq_pack(time, time, 'timestamp') AS time" /* the largest last: SQLite reads a row no further than it must */
         " FROM raw GROUP BY symbol, time / 86400000000",
         &pack);
     printf("%zu ticks of %d symbols in %d days\n", c.n, SYMBOLS, DAYS);
