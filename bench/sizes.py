@@ -1,6 +1,6 @@
 """Sizes of real columns as stored sequences, beside their raw values, a Parquet file with zstd and a DuckDB file.
 
-    sizes.py WEATHER.csv DATASETS     DATASETS: the data folder of vega-datasets
+    sizes.py WEATHER.csv DATASETS SENSORS     DATASETS: the data folder of vega-datasets; SENSORS: the package river, unpacked
 
 Prints bytes a value for each column by itself. tools/sizes brings what it takes.
 """
@@ -46,6 +46,20 @@ def prices(folder):
     yield "daily prices: volume", table["volume"].to_numpy().astype("int64")
 
 
+def sensors(folder):
+    shuttle = pd.read_csv(os.path.join(folder, "datasets", "shuttle.csv.gz"))
+    for name in ("f1", "f2", "f9"):
+        yield f"shuttle: {name}", shuttle[name].to_numpy().astype("int32")
+    yield "shuttle: anomaly", shuttle["anomaly"].to_numpy().astype("int8")
+    room = pd.read_csv(os.path.join(folder, "drift", "datasets", "occupancy.csv"))
+    yield "room: time", pd.to_datetime(room["time"]).to_numpy().astype("datetime64[us]")
+    for name, sensor in (("temperature", "V1"), ("humidity", "V2"), ("light", "V3")):
+        yield f"room: {name}", room[sensor].to_numpy().astype("float64")
+    flow = pd.read_csv(os.path.join(folder, "datasets", "water-flow.csv"))
+    yield "water: time", pd.to_datetime(flow["Time"], utc=True).dt.tz_localize(None).to_numpy().astype("datetime64[us]")
+    yield "water: flow", flow["Water flow [l/s]"].to_numpy().astype("float64")
+
+
 def others(column):
     """Bytes of a Parquet file with zstd and of a DuckDB file, what an empty one takes left out."""
     text = column.dtype.kind == "S"
@@ -66,10 +80,10 @@ def others(column):
 
 
 def main():
-    weather_file, datasets = sys.argv[1:]
+    weather_file, datasets, readings = sys.argv[1:]
     print("Bytes a value. A DuckDB file grows in blocks of 256 KiB: short columns say nothing there.")
     print(f"{'column':26} {'values':>8} {'raw':>6} {'sequence':>9} {'compressed':>11} {'Parquet':>8} {'DuckDB':>8}")
-    for name, column in (*weather(weather_file), *prices(datasets), *flights(datasets)):
+    for name, column in (*weather(weather_file), *sensors(readings), *prices(datasets), *flights(datasets)):
         column = np.ascontiguousarray(column)
         n = len(column)
         stored = qs.Sequence(column).compute()
