@@ -88,11 +88,21 @@ QVO_VALUE_API void qvo_datum_free(qvo_datum_t* datum);
 /* Frees what a result held, for hosts that keep only the pointer. Null is allowed. */
 QVO_VALUE_API void qvo_value_free(void* data);
 
+/*
+ * The values of the latest results, at most four and 256 KB, so that one that is the argument of the next call need not be
+ * decoded. A result is known again by where its bytes lie and by their header: bytes may be freed at any time, but a
+ * result that was altered in place must not come back as an argument. For one thread at a time. Free accepts null.
+ */
+typedef struct qvo_recent qvo_recent_t;
+QVO_VALUE_API qvo_recent_t* qvo_recent_new(void); /* null: out of memory */
+QVO_VALUE_API void qvo_recent_free(qvo_recent_t* recent);
+
 /* What the caller allows a call. A null pointer stands for the defaults. */
 typedef struct {
     uint64_t budget;                /* most positions that are read or expanded for one result; 0: 2^27 */
     int (*interrupted)(void* data); /* asked about every 10 microseconds to 1 ms; not 0 ends the call; or null */
     void* data;
+    qvo_recent_t* recent; /* of qvo_call and qvo_aggregate_step, where results and arguments are remembered; or null */
 } qvo_limits_t;
 
 /* ---- The catalog --------------------------------------------------------------------------------- */
@@ -257,7 +267,7 @@ QVO_VALUE_API void qvo_expression_release(qvo_expression_t* expression);
 QVO_VALUE_API qvo_value_code_t qvo_expression_type(const qvo_expression_t* expression, const qvo_limits_t* limits,
                                                    qvo_type_t* type, unsigned* width, qvo_error_t* error);
 
-/* Evaluates to a stored sequence, which the caller frees. */
+/* Evaluates to a stored sequence, which the caller frees; one that is stored, compressed or not, to a copy of its bytes. */
 QVO_VALUE_API qvo_value_code_t qvo_expression_evaluate(const qvo_expression_t* expression, const qvo_limits_t* limits,
                                                        qvo_datum_t* result, qvo_error_t* error);
 

@@ -9,6 +9,7 @@
 #include "evaluate/deliver.h"
 #include "evaluate/expression.h"
 #include "evaluate/part.h"
+#include "evaluate/recent.h"
 #include "evaluate/scalar.h"
 #include "evaluate/state.h"
 #include "qvovalue.h"
@@ -44,6 +45,7 @@ Limits limits_of(const qvo_limits_t* limits) {
     if (limits->budget != 0) result.budget = limits->budget;
     result.interrupted = limits->interrupted;
     result.data = limits->data;
+    result.recent = reinterpret_cast<Recent*>(limits->recent);
     return result;
 }
 
@@ -269,6 +271,10 @@ QVO_VALUE_API void qvo_datum_free(qvo_datum_t* datum) {
     datum->kind = QVO_DATUM_NULL;
 }
 
+QVO_VALUE_API qvo_recent_t* qvo_recent_new(void) { return reinterpret_cast<qvo_recent_t*>(new (std::nothrow) Recent); }
+
+QVO_VALUE_API void qvo_recent_free(qvo_recent_t* recent) { delete reinterpret_cast<Recent*>(recent); }
+
 QVO_VALUE_API const char* qvo_value_version(void) { return QVO_VERSION; }
 
 QVO_VALUE_API size_t qvo_function_count(void) { return catalog().size(); }
@@ -455,7 +461,10 @@ QVO_VALUE_API qvo_value_code_t qvo_expression_evaluate(const qvo_expression_t* e
                                                        qvo_datum_t* result, qvo_error_t* error) {
     return guarded({}, error, [&] {
         Plan plan(limits_of(limits));
-        give(result, to_stored(plan, expression->expression->build(plan)));
+        if (expression->expression->is_stored())
+            give(result, checked_copy(plan, Stored(expression->expression->datum().bytes)));
+        else
+            give(result, to_stored(plan, expression->expression->build(plan)));
     });
 }
 

@@ -19,6 +19,12 @@ struct Connection {
     sqlite3* db;
     unsigned references = 0;
     uint64_t budget = uint64_t{1} << 27;
+    qvo_recent_t* recent = qvo_recent_new();  // null without memory: results are decoded then
+
+    explicit Connection(sqlite3* of) : db(of) {}
+    ~Connection() { qvo_recent_free(recent); }
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
 
     void retain() { ++references; }
     void release() {

@@ -27,7 +27,7 @@ bool wants_an_end(sqlite3* db) {
 }  // namespace
 
 CallLimits::CallLimits(const Connection& connection)
-    : db_(connection.db), limits_{connection.budget, interrupted, this} {}
+    : db_(connection.db), limits_{connection.budget, interrupted, this, connection.recent} {}
 
 int CallLimits::interrupted(void* self) {
     CallLimits& limits = *static_cast<CallLimits*>(self);

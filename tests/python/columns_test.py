@@ -52,6 +52,7 @@ def test_arrays_come_back_by_every_way(values):
     same(x.to_numpy(), native)
     same(np.asarray(x), native)
     same(S(bytes(x)).to_numpy(), native)
+    assert bytes(S(bytes(x.compress()))) == bytes(x.compress())  # what is stored stays as it is
     same(pickle.loads(pickle.dumps(x)).to_numpy(), native)
     same(x.to_pandas().to_numpy(), native)
     same(S(pd.Series(values)).to_numpy(), native)

@@ -143,7 +143,7 @@ TEST(Failures, HostileBytesGiveAnErrorOrAnAnswer) {
             target.assign(hostile.begin(), hostile.end());
             const std::vector<qvo_datum_t> arguments = data_of(changed.arguments);
             auto start = std::chrono::steady_clock::now();
-            const qvo_limits_t limits{uint64_t{1} << 20, too_late, &start};
+            const qvo_limits_t limits{uint64_t{1} << 20, too_late, &start, nullptr};
             Outcome out;
             size_t peak;
             {

@@ -296,7 +296,7 @@ TEST(Interface, LimitsEndACall) {
     // Many positions in a few bytes: more than the budget, and than any patience.
     const Value much = result_of("range", {{QVO_DATUM_INTEGER, 0, 0, {}}, {QVO_DATUM_INTEGER, 300'000'000, 0, {}}});
     const Value few = result_of("range", {{QVO_DATUM_INTEGER, 0, 0, {}}, {QVO_DATUM_INTEGER, 1001, 0, {}}});
-    const qvo_limits_t tight{1000, nullptr, nullptr};
+    const qvo_limits_t tight{1000, nullptr, nullptr, nullptr};
     for (const char* const name : {"sort", "reverse", "rank", "to_json", "argsort"}) {
         const qvo_datum_t long_one = few.datum();
         qvo_datum_t result{};
@@ -307,7 +307,7 @@ TEST(Interface, LimitsEndACall) {
     // By the processor's time, so that other programs make no difference.
     std::clock_t end = 0;
     const auto over = [](void* at) { return int{std::clock() > *static_cast<std::clock_t*>(at)}; };
-    const qvo_limits_t patient{UINT64_MAX, over, &end};
+    const qvo_limits_t patient{UINT64_MAX, over, &end, nullptr};
     for (size_t i = 0; i < qvo_function_count(); ++i) {
         const qvo_function_t* const function = qvo_function_at(i);
         qvo_parameter_info_t first;
@@ -322,6 +322,77 @@ TEST(Interface, LimitsEndACall) {
         EXPECT_TRUE(out.code != QVO_VALUE_NOMEM) << info_of(function).name;
         out.values();
     }
+}
+
+TEST(Interface, StoredSequencesEvaluateToTheirBytes) {
+    std::vector<int64_t> values(40'000);
+    for (size_t i = 0; i < values.size(); ++i) values[i] = static_cast<int64_t>(i * i % 64 == 0 ? i : i % 5);
+    const Value plain = stored(array(QVO_TYPE_INT8, values)), small = result_of("compress", {plain});
+    EXPECT_LT(small.bytes.size(), plain.bytes.size());
+    for (const Value* const value : {&plain, &small}) {
+        std::string bytes = value->bytes;
+        qvo_expression_t* e = nullptr;
+        ASSERT_EQ(qvo_expression_stored(bytes.data(), bytes.size(), nullptr, nullptr, &e, nullptr), QVO_VALUE_OK);
+        const Expression expression = owned(e);
+        EXPECT_TRUE(stored(expression) == *value);
+        bytes[200] ^= 1;  // checked, all the same
+        qvo_datum_t result{};
+        EXPECT_EQ(qvo_expression_evaluate(e, nullptr, &result, nullptr), QVO_VALUE_ERROR);
+    }
+}
+
+TEST(Interface, RecentResultsAreKnownByPlaceAndHeader) {
+    const std::unique_ptr<qvo_recent_t, decltype(&qvo_recent_free)> recent(qvo_recent_new(), qvo_recent_free);
+    const qvo_limits_t remember{0, nullptr, nullptr, recent.get()};
+    const auto calls = [&](const char* name, const std::vector<qvo_datum_t>& arguments, const qvo_limits_t* limits) {
+        Outcome out;
+        call(named(name), arguments, limits, out);
+        EXPECT_EQ(out.code, QVO_VALUE_OK) << name << ": " << out.error.message;
+        return out.results;
+    };
+    // With runs and without, within a tile and beyond, and what NaN becomes.
+    for (const size_t n : {5, 1000, 8192, 20'000}) {
+        std::vector<double> values = wave(n), steps(n);
+        for (size_t i = 0; i < n; ++i) steps[i] = static_cast<double>(i * i % 1009) / 8;
+        steps[n / 2] = std::nan("");
+        const Value runs = stored(array(QVO_TYPE_DOUBLE, values)), x = stored(array(QVO_TYPE_DOUBLE, steps));
+        const auto chain = [&](const qvo_limits_t* limits) {
+            const qvo_datum_t above = calls("gt", {x.datum(), runs.datum()}, limits)[0];
+            const qvo_datum_t negative = calls("neg", {x.datum()}, limits)[0];
+            const qvo_datum_t kept = calls("filter", {negative, above}, limits)[0];
+            const qvo_datum_t chosen = calls("where", {above, negative, runs.datum()}, limits)[0];
+            std::vector<Value> all;
+            for (qvo_datum_t result : {calls("sum", {kept}, limits)[0], calls("append", {chosen, kept}, limits)[0],
+                                       above, negative, kept, chosen})
+                all.push_back(take(result));
+            return all;
+        };
+        EXPECT_TRUE(chain(&remember) == chain(nullptr)) << n;
+    }
+    // Where a result lay there may be another value later: also one of the same size and the same values but one.
+    std::vector<double> values(3000);
+    for (size_t i = 0; i < values.size(); ++i) values[i] = std::sqrt(static_cast<double>(i + 1));
+    const Value x = stored(array(QVO_TYPE_DOUBLE, values));
+    qvo_datum_t negative = calls("neg", {x.datum()}, &remember).front();
+    const auto sum_of = [&](const qvo_limits_t* limits) { return calls("sum", {negative}, limits).front().as.real; };
+    const double before = sum_of(&remember);
+    values[7] = 1000;
+    const Value other = stored(expression("neg", array(QVO_TYPE_DOUBLE, values)));
+    ASSERT_EQ(other.bytes.size(), negative.as.bytes.size);
+    auto* const place = static_cast<char*>(const_cast<void*>(negative.as.bytes.data));
+    const std::string same(place, other.bytes.size());
+    std::memcpy(place, other.bytes.data(), other.bytes.size());
+    EXPECT_EQ(sum_of(&remember), sum_of(nullptr));
+    EXPECT_NE(sum_of(&remember), before);
+    // What is known is not read: damage after the header is not seen there, and is elsewhere.
+    std::memcpy(place, same.data(), same.size());
+    place[100] ^= 1;
+    EXPECT_EQ(sum_of(&remember), before);
+    Outcome damaged;
+    call(named("sum"), {negative}, nullptr, damaged);
+    EXPECT_EQ(damaged.code, QVO_VALUE_ERROR);
+    damaged.values();
+    qvo_datum_free(&negative);
 }
 
 TEST(Interface, PartsOfStoredSequencesAreReadInPlace) {

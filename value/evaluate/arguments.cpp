@@ -5,6 +5,7 @@
 #include "base/text.h"
 #include "evaluate/deliver.h"
 #include "evaluate/expression.h"
+#include "evaluate/recent.h"
 #include "evaluate/scalar.h"
 #include "evaluate/source.h"
 
@@ -192,10 +193,19 @@ Series Arguments::series(size_t i) {
     Series series;
     if (const Expression* expression = arguments_[i].expression; expression != nullptr)
         series = expression->build(plan_);
+    else if (const std::optional<Array> values = recent_values(i))
+        series = array_source(plan_, *values);
     else
         series = stored_source(plan_, stored(i));
     check_type(i, series.type);
     return series;
+}
+
+std::optional<Array> Arguments::recent_values(size_t i) const {
+    const Recent* const recent = plan_.limits().recent;
+    if (recent == nullptr || plan_.describes()) return {};
+    const std::optional<Array> values = recent->find(datum(i).bytes);
+    return values && plan_.allows(values->n) ? values : std::nullopt;
 }
 
 const Array* Arguments::array(size_t i) const {

@@ -64,6 +64,8 @@ class Arguments {
 
  private:
     const Parameter& parameter(size_t i) const;
+    /// The values of an argument that is the result of a call before, if they are still at hand.
+    std::optional<Array> recent_values(size_t i) const;
     void check(size_t i) const;
     void check_type(size_t i, ValueType type) const;
 

@@ -34,7 +34,7 @@ void call(const Function& function, std::span<const Argument> arguments, const L
     if (checked.any_null()) return result.set_null();
     if (function.compute != nullptr) return function.compute(checked, result);
     const Plan::Naming naming(plan, function.name);
-    result.set_bytes(to_stored(plan, function.build(plan, checked)));
+    result.set_bytes(to_result(plan, function.build(plan, checked)));
 }
 
 void step(const Function& function, Aggregate& aggregate, std::span<const Argument> arguments, const Limits& limits) {

@@ -1,15 +1,41 @@
 #include "evaluate/deliver.h"
 
 #include "core/move.h"
+#include "evaluate/recent.h"
 
 namespace qvo::value {
 
-Buffer to_stored(Plan& plan, const Series& series, WriterOptions options) {
-    Writer writer(series.type, options);
+namespace {
+
+Buffer write(Plan& plan, const Series& series, Writer& writer) {
     if (series.length) writer.expect(*series.length);
     for_each_tile(plan, series,
                   [&](const void* values, const uint8_t* runs, size_t n) { writer.put(values, runs, n); });
     return writer.finish();
+}
+
+}  // namespace
+
+Buffer to_stored(Plan& plan, const Series& series, WriterOptions options) {
+    Writer writer(series.type, std::move(options));
+    return write(plan, series, writer);
+}
+
+Buffer checked_copy(Plan& plan, const Stored& stored) {
+    TileReader reader(stored);
+    for (size_t i = 0; i < stored.n_tiles(); ++i) {
+        plan.poll();
+        reader.open(i);
+    }
+    return Buffer(stored.bytes());
+}
+
+Buffer to_result(Plan& plan, const Series& series) {
+    Writer writer(series.type);
+    Buffer stored = write(plan, series, writer);
+    if (Recent* const recent = plan.limits().recent; recent != nullptr)
+        recent->keep(stored, series.type, writer.values());
+    return stored;
 }
 
 RunBuffers to_runs(Plan& plan, const Series& series) {

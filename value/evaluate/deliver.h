@@ -9,6 +9,10 @@ namespace qvo::value {
 
 /// Pulls the series to its end, a tile at a time, into a stored sequence.
 Buffer to_stored(Plan& plan, const Series& series, WriterOptions options = {});
+/// A stored sequence as it is, compressed or not, once every tile has shown to be sound.
+Buffer checked_copy(Plan& plan, const Stored& stored);
+/// What to_stored gives for the result of a call, which is remembered if the host wants that.
+Buffer to_result(Plan& plan, const Series& series);
 
 /// Calls `take(values, first_run, n)` for every tile, runs as operators have them.
 template <class Take> void for_each_tile(Plan& plan, const Series& series, Take take) {

@@ -21,11 +21,14 @@
 
 namespace qvo::value {
 
-/// What a host allows a call, and how it ends one early.
+class Recent;
+
+/// What a host allows a call, how it ends one early, and what it lets calls remember.
 struct Limits {
     uint64_t budget = uint64_t{1} << 27;       // positions
     int (*interrupted)(void* data) = nullptr;  // asked every now and then; not 0 ends the call
     void* data = nullptr;
+    Recent* recent = nullptr;  // results that may come back as arguments; or none
 };
 
 class Plan;

@@ -39,6 +39,8 @@ class Stage {
     /// Cuts runs into such of at most `limit`; only as many elements as a tile may have must come of it.
     void cut_runs(uint32_t limit);
     void clear();
+    /// Gives its values away, those before the last clear() if nothing came since. Then it may only be destroyed.
+    Buffer release() { return std::move(values_); }
 
  private:
     static constexpr uint64_t most_positions = uint64_t{1} << 31;

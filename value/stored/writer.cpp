@@ -36,6 +36,7 @@ struct Writer::State {
     Buffer tile_scratch;
     std::unique_ptr<ZSTD_CCtx, FreeContext> context;
     uint64_t written = 0;   // positions
+    uint64_t staged = 0;    // positions of the first tile, if they lay in the stage one by one
     uint64_t expected = 0;  // positions, of which most will be like the first tile's
 
     // The tile that waits: a constant or a progression, if it has any positions.
@@ -193,6 +194,7 @@ struct Writer::State {
     void close() {
         if (stage.size() == 0) return;
         stage.settle();
+        if (written + waiting.positions == 0 && stage.runs() == nullptr) staged = stage.positions();
         write(stage.elements(), stage.profile(), stage.runs(), stage.positions());
         stage.clear();
     }
@@ -356,6 +358,13 @@ struct Writer::State {
         std::memcpy(out.data(), &header, sizeof header);
         return std::move(out);
     }
+
+    Buffer values() {
+        if (staged != written) return {};
+        Buffer all = stage.release();
+        all.resize(written * type.width);
+        return all;
+    }
 };
 
 Writer::Writer(ValueType type, WriterOptions options) : state_(std::make_unique<State>(type, std::move(options))) {}
@@ -388,6 +397,7 @@ void Writer::expect(uint64_t positions) { state_->expected = positions; }
 void Writer::put_stored(const Stored& stored) { state_->put_stored(stored); }
 uint64_t Writer::positions() const { return state_->positions(); }
 Buffer Writer::finish() { return state_->finish(); }
+Buffer Writer::values() { return state_->values(); }
 
 Buffer append(const Stored& x, const Stored& y, std::function<void()> each_tile) {
     WriterOptions options{.each_tile = std::move(each_tile)};

@@ -39,6 +39,9 @@ class Writer {
     uint64_t positions() const;
     /// Closes the last tile and returns the value. The writer is used up.
     Buffer finish();
+    /// After finish(): all values one after the other, if they are still at hand, as those of a single tile may be; else
+    /// nothing.
+    Buffer values();
 
  private:
     friend Buffer append(const Stored& x, const Stored& y, std::function<void()> each_tile);
