@@ -12,6 +12,7 @@
 
 #include "core/number.h"
 #include "operators/fold.h"
+#include "operators/quotient.h"
 #include "operators/scan.h"
 
 namespace qvo::value {
@@ -54,9 +55,28 @@ template <class S> struct Loops {
         for (size_t i = 0; i < n; ++i) present[i] += unsigned_to_double(gone == nullptr ? rows : rows - gone[i]);
     }
     /// All windows are complete and nothing is missing.
-    QVO_INLINE static void finish_full(const Value* __restrict folds, size_t n, double present,
-                                       double* __restrict results) {
-        for (size_t i = 0; i < n; ++i) results[i] = S::finish(folds[i], present);
+    template <class FoldAt>
+    QVO_INLINE static void finish_full(FoldAt fold_at, size_t n, double present, double* __restrict results) {
+        if constexpr (std::is_same_v<S, RollingMean>) {
+            if (cpu_level >= CpuLevel::avx512) {
+                const Quotient mean(present);
+                uint64_t beyond = 0;
+                for (size_t i = 0; i < n; ++i) {
+                    const double sum = fold_at(i);
+                    results[i] = mean(sum);
+                    beyond |= uint64_t{!Quotient::takes(sum)};
+                }
+                if (beyond == 0) return;
+            }
+        }
+        for (size_t i = 0; i < n; ++i) results[i] = S::finish(fold_at(i), present);
+    }
+    /// Such windows, each of a suffix and a prefix.
+    QVO_INLINE static void merge_full(const Value* __restrict earlier, const Value* __restrict folds, size_t n,
+                                      double present, double* __restrict results) {
+        finish_full(
+            [=](size_t i) __attribute__((always_inline)) { return Fold::merge(earlier[i], folds[i]); }, n, present,
+            results);
     }
     QVO_INLINE static void finish(const Value* __restrict folds, const double* __restrict present, size_t n,
                                   double required, double* __restrict results) {
@@ -194,11 +214,12 @@ template <class S> class Rolling {
         Value folds[most];
         const size_t gone = for_cpu<Loop::count_missing>(x, n);
         for_cpu<Loop::prefixes>(fold_, x, n, folds);
-        if (earlier_.exists) for_cpu<Loop::merge>(earlier_.suffixes.data() + offset_ + 1, folds, n);
         values_.insert(values_.end(), x, x + n);
-        if (earlier_.exists && gone + missing_ == 0 && earlier_.gone.empty() && n_ >= required_) {
-            for_cpu<Loop::finish_full>(folds, n, static_cast<double>(n_), results);
+        const Value* const earlier = earlier_.exists ? earlier_.suffixes.data() + offset_ + 1 : nullptr;
+        if (earlier != nullptr && gone + missing_ == 0 && earlier_.gone.empty() && n_ >= required_) {
+            for_cpu<Loop::merge_full, CpuLevel::avx512>(earlier, folds, n, static_cast<double>(n_), results);
         } else {
+            if (earlier != nullptr) for_cpu<Loop::merge>(earlier, folds, n);
             double present[most];
             count_present(x, n, present);
             for_cpu<Loop::finish>(folds, present, n, static_cast<double>(required_), results);
@@ -344,7 +365,7 @@ template <class S> class Narrow {
     void singles(const double* x, size_t n, double* results, uint64_t) {
         tail_ = 0;
         std::copy_n(x, n, values_ + n_ - 1);
-        for_cpu<windows>(values_, n_, n, required_, results);
+        for_cpu<windows, CpuLevel::avx512>(values_, n_, n, required_, results);
         std::copy(values_ + n, values_ + n + n_ - 1, values_);
     }
     Taken take(double x, unsigned run, double* results, size_t room, uint64_t position) {
@@ -390,7 +411,8 @@ template <class S> class Narrow {
                 for (size_t i = 0; i < n; ++i) present[i] -= is_present(x[i + j]) ? 0.0 : 1.0;
         fold(x, width, n, present, folds);
         if (full)
-            Loops<S>::finish_full(folds, n, all, results);
+            Loops<S>::finish_full(
+                [&](size_t i) __attribute__((always_inline)) { return folds[i]; }, n, all, results);
         else
             Loops<S>::finish(folds, present, n, required, results);
     }
