@@ -44,19 +44,29 @@ class Mean {
     void scale(double share) { mean_ *= share; }
 
     static constexpr size_t block = 8;
-    /// The next `block` values while running, if none is missing: each mean is a power of the decay times the mean
-    /// before the block and what the block itself adds, so that blocks wait for each other once, not at every value.
-    bool next_block(const double* x, double* means) {
-        double added[block], fold = 0, all = 0, varied = 0;
-        for (size_t k = 0; k < block; ++k) {
-            added[k] = fold = decay_ * fold + alpha_ * x[k];
-            all += x[k];
-            varied += x[k] != mean_;
+    /// Blocks while running, of values none of which is missing, up to one that begins with the mean itself: a constant
+    /// stays as it is. Each mean is a power of the decay times the mean before the block and what the block itself adds,
+    /// so that blocks wait for each other once, not at every value. Returns how many values that were.
+    QVO_INLINE static size_t next_blocks(Mean& mean, const double* x, size_t n, double* means) {
+        Block powers;
+        std::memcpy(&powers, mean.powers_, sizeof powers);
+        const Block none{};
+        double last = mean.mean_;
+        size_t i = 0;
+        for (; i + block <= n && x[i] != last; i += block) {
+            Block added;
+            std::memcpy(&added, x + i, sizeof added);
+            // The shares of one value, of two neighbours, of four, of all eight.
+            added *= mean.alpha_;
+            added += powers[0] * __builtin_shufflevector(none, added, 0, 8, 9, 10, 11, 12, 13, 14);
+            added += powers[1] * __builtin_shufflevector(none, added, 0, 0, 8, 9, 10, 11, 12, 13);
+            added += powers[3] * __builtin_shufflevector(none, added, 0, 0, 0, 0, 8, 9, 10, 11);
+            added += powers * last;
+            std::memcpy(means + i, &added, sizeof added);
+            last = added[block - 1];
         }
-        if (!is_present(all) || varied == 0) return false;
-        for (size_t k = 0; k < block; ++k) means[k] = powers_[k] * mean_ + added[k];
-        mean_ = means[block - 1];
-        return true;
+        mean.mean_ = last;
+        return i;
     }
     /// n values x while running.
     void repeat(double x, size_t n, double* means) {
@@ -69,6 +79,7 @@ class Mean {
     }
 
  private:
+    typedef double Block __attribute__((vector_size(block * sizeof(double))));
     static constexpr size_t most_powers = 64;
     double alpha_, decay_, seed_;
     uint64_t left_;  // values that the seed still needs
@@ -107,12 +118,22 @@ class Smoothing {
 
  private:
     static Mean run(Mean mean, const double* __restrict x, size_t n, double* __restrict results) {
+        constexpr size_t most = 16 * Mean::block;  // among which one that is missing slows down the others
         for (size_t i = 0; i < n;) {
-            if (mean.running())
-                for (; i + Mean::block <= n && mean.next_block(x + i, results + i); i += Mean::block) {}
-            for (const size_t end = std::min(n, i + Mean::block); i < end; ++i) results[i] = mean.next(x[i]);
+            const size_t here = std::min(n - i, most);
+            size_t taken = 0;
+            if (mean.running() && for_cpu<all_present>(x + i, here))
+                taken = for_cpu<Mean::next_blocks, CpuLevel::avx512>(mean, x + i, here, results + i);
+            for (const size_t end = std::min(here, taken + Mean::block); taken < end; ++taken)
+                results[i + taken] = mean.next(x[i + taken]);
+            i += taken;
         }
         return mean;
+    }
+    QVO_INLINE static bool all_present(const double* x, size_t n) {
+        uint64_t gone = 0;
+        for (size_t i = 0; i < n; ++i) gone |= uint64_t{!is_present(x[i])};
+        return gone == 0;
     }
     Mean mean_;
 };
