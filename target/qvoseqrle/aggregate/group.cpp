@@ -1,8 +1,8 @@
-// Aggregates of groups of consecutive positions with equal keys, and their sizes.
+// Aggregates of groups of consecutive positions with equal keys: values that are kept, and sums.
 #include <utility>
 
 #include "aggregate/fold.h"
-#include "aggregate/group_walk.h"
+#include "aggregate/group_sum.h"
 #include "core/move.h"
 
 namespace qvo {
@@ -10,102 +10,187 @@ namespace {
 
 using Context = qvo_seq_agg_context_t;
 
-// Accumulators in the context: a single value, or a sum with the sum of squares.
+// ---- Aggregates that keep one of the values ----
+//
+// First and last move bits, whatever these mean.
 
-template <class A> QVO_INLINE void load(const Context& context, A& a) {
-    std::memcpy(&a, &context.accumulator, sizeof a);
-}
-template <class A> QVO_INLINE void store(Context& context, const A& a) {
-    std::memcpy(&context.accumulator, &a, sizeof a);
-}
-
-struct GroupMoments {
-    double sum, squares;
+template <class Bits> struct First {
+    using V = Bits;
+    QVO_INLINE static V fold(V a, V) { return a; }
 };
-QVO_INLINE void load(const Context& context, GroupMoments& m) { m = {context.accumulator.val_double, context.norm}; }
-QVO_INLINE void store(Context& context, const GroupMoments& m) {
-    context.accumulator.val_double = m.sum;
-    context.norm = m.squares;
-}
-
-// What groups have beyond the aggregates of fold.h. First and last move bits, whatever these mean.
-
-template <class E> struct FirstFold {
-    struct Result {
-        using value = typename E::bits;
-    };
-    using V = typename E::bits;
-    using Accumulator = V;
-    QVO_INLINE static V first(V v, unsigned) { return v; }
-    QVO_INLINE static V fold(V a, V, unsigned) { return a; }
-    QVO_INLINE static V finish(V a, uint64_t) { return a; }
+template <class Bits> struct Last {
+    using V = Bits;
+    QVO_INLINE static V fold(V, V v) { return v; }
 };
-
-template <class E> struct LastFold : FirstFold<E> {
-    using V = typename E::bits;
-    QVO_INLINE static V fold(V, V v, unsigned) { return v; }
-};
-
-template <class E, class Statistic> struct MomentsFold {
-    using Result = elem_double;
+template <class E, class Order> struct Extreme {
     using V = typename E::value;
-    using Accumulator = GroupMoments;
-    QVO_INLINE static double squares(V v, unsigned n) {
-        return static_cast<double>(v) * static_cast<double>(v) * static_cast<double>(n);
-    }
-    QVO_INLINE static GroupMoments first(V v, unsigned n) { return {weighted_double<E>(v, n), squares(v, n)}; }
-    QVO_INLINE static GroupMoments fold(GroupMoments m, V v, unsigned n) {
-        return {m.sum + weighted_double<E>(v, n), m.squares + squares(v, n)};
-    }
-    QVO_INLINE static double finish(GroupMoments m, uint64_t c) {
-        return Statistic::of(m.sum, m.squares, static_cast<double>(c));
-    }
+    QVO_INLINE static V fold(V a, V v) { return Order::apply(a, v); }
 };
 
-QVO_INLINE GroupMoments chosen(uint64_t mask, GroupMoments yes, GroupMoments no) {
-    return {qvo::chosen(mask, yes.sum, no.sum), qvo::chosen(mask, yes.squares, no.squares)};
-}
-
-template <class Fold> struct GroupLoops {
-    using A = typename Fold::Accumulator;
-    using R = typename Fold::Result::value;
+template <class Kept> struct KeptLoops {
+    using V = typename Kept::V;
 
     static void fold(qvo_seq_iterator_h it, const GroupSteps& steps, size_t to) {
         Context& context = state<Context>(it);
-        const auto* values = values_of<typename Fold::V>(it->opd[0]);
-        R* out = values_of<R>(it) + to;
-        A a;
-        load(context, a);
-        const auto end = [&](uint64_t count) __attribute__((always_inline)) { *out++ = Fold::finish(a, count); };
-        if (steps.brief) {
-            const auto value = [&](size_t i) __attribute__((always_inline)) { return values[steps.value[i]]; };
-            walk_brief_groups(
-                steps, context.count,
-                a, [&](size_t i) __attribute__((always_inline)) { return unsigned{steps.run[i]}; },
-                [&](size_t i) __attribute__((always_inline)) { return Fold::first(value(i), steps.run[i]); },
-                [&](A b, size_t i) __attribute__((always_inline)) { return Fold::fold(b, value(i), steps.run[i]); },
-                [&](A b, uint64_t count) __attribute__((always_inline)) { *out++ = Fold::finish(b, count); });
+        const auto* values = values_of<V>(it->opd[0]);
+        V* out = values_of<V>(it) + to;
+        V a;
+        std::memcpy(&a, &context.accumulator, sizeof a);
+        const auto value = [&](size_t i) __attribute__((always_inline)) { return values[steps.value[i]]; };
+        const auto end = [&](uint64_t) __attribute__((always_inline)) { *out++ = a; };
+        if (steps.mixed) {
+            V ended[GroupSteps::most + 1];
+            walk_mixed_groups(
+                steps, context.count, a, ended,
+                value, [&](V b, size_t i) __attribute__((always_inline)) { return Kept::fold(b, value(i)); });
+            std::memcpy(out, ended, steps.n_ends * sizeof(V));
         } else if (steps.plain) {
             values += steps.value[0];
             walk_groups(
-                steps, context.count, [](size_t) { return 1U; },
-                [&](size_t i) __attribute__((always_inline)) { a = Fold::first(values[i], 1); },
-                [&](size_t i) __attribute__((always_inline)) { a = Fold::fold(a, values[i], 1); }, end);
+                steps, context.count,
+                [](size_t) { return 1U; }, [&](size_t i) __attribute__((always_inline)) { a = values[i]; },
+                [&](size_t i) __attribute__((always_inline)) { a = Kept::fold(a, values[i]); }, end);
         } else {
             walk_groups(
-                steps, context.count,
-                [&](size_t i) __attribute__((always_inline)) { a = Fold::first(values[steps.value[i]], steps.run[i]); },
-                [&](size_t i)
-                    __attribute__((always_inline)) { a = Fold::fold(a, values[steps.value[i]], steps.run[i]); },
-                end);
+                steps, context.count, [&](size_t i) __attribute__((always_inline)) { a = value(i); },
+                [&](size_t i) __attribute__((always_inline)) { a = Kept::fold(a, value(i)); }, end);
         }
-        store(context, a);
+        std::memcpy(&context.accumulator, &a, sizeof a);
+    }
+    static void close(qvo_seq_iterator_h it, size_t to) {
+        std::memcpy(values_of<V>(it) + to, &state<Context>(it).accumulator, sizeof(V));
+    }
+    static constexpr GroupMember member{fold, close};
+};
+
+// ---- Sums, and what is made of them ----
+
+/// The values of the steps from a tile, side by side.
+template <class V> class StepValues {
+ public:
+    StepValues(qvo_seq_iterator_h from, const GroupSteps& steps, const uint16_t* index)
+        : values_(values_of<V>(from) + index[0]) {
+        if (steps.plain) return;
+        spread_values(values_of<uint8_t>(from), sizeof(V), index, steps.n, reinterpret_cast<uint8_t*>(room_.of));
+        values_ = room_.of;
+    }
+    StepValues(const StepValues&) = delete;
+    QVO_INLINE const V* get() const { return values_; }
+
+ private:
+    const V* values_;
+    GroupNumbers<V> room_;
+};
+
+/// out[i] = Term::of(values[i] ..., run[i])
+template <class Term, class T, class... V> struct Terms {
+    QVO_INLINE static void fill(T* __restrict out, const uint8_t* __restrict run, size_t n,
+                                const V* __restrict... values) {
+        for (size_t i = 0; i < n; ++i) out[i] = static_cast<T>(Term::of(values[i]..., run[i]));
+    }
+    QVO_INLINE static void loop(T* out, const uint8_t* run, size_t n, const V*... values) {
+        fill(out, run, n, values...);
+    }
+    static constexpr auto make = for_cpu<loop>;
+};
+
+/// The terms of a batch after what the open group has come to, and their sums.
+template <class Term, class T, class... V>
+void add_up(const GroupSteps& steps, const GroupBounds& groups, T& open, GroupNumbers<T>& sums, const V*... values) {
+    GroupNumbers<T> terms;
+    terms.of[0] = open;
+    Terms<Term, T, V...>::make(terms.of + 1, steps.run, steps.n, values...);
+    if constexpr (std::is_floating_point_v<T>)
+        if (steps.any_empty) forget_empty_steps(steps, groups, terms.of);
+    add_terms(terms, groups, sums);
+    open = sums.of[groups.n - 1];
+}
+
+template <class E> struct Weighted {
+    QVO_INLINE static auto of(typename E::value v, unsigned n) { return weighted<E>(v, n); }
+};
+template <class E> struct WeightedDouble {
+    QVO_INLINE static double of(typename E::value v, unsigned n) {
+        if constexpr (E::is_floating)
+            return weighted_double<E>(v, n);
+        else
+            return unsigned_to_double(static_cast<uint64_t>(weighted<E>(v, n)));
+    }
+};
+template <class E> struct Square {
+    QVO_INLINE static double of(typename E::value v, unsigned n) {
+        return static_cast<double>(v) * static_cast<double>(v) * static_cast<double>(n);
+    }
+};
+template <class E> struct Product {
+    QVO_INLINE static double of(typename E::value v, typename E::value w, unsigned n) {
+        return static_cast<double>(v) * static_cast<double>(w) * static_cast<double>(n);
+    }
+};
+
+template <class T> QVO_INLINE T& accumulator(Context& context) {
+    if constexpr (std::is_floating_point_v<T>)
+        return context.accumulator.val_double;
+    else
+        return context.accumulator.val_uint8;
+}
+
+template <class E> struct SumLoops {
+    using Result = sum_element<E>;
+    using T = std::conditional_t<Result::is_floating, double, uint64_t>;
+
+    static void fold(qvo_seq_iterator_h it, const GroupSteps& steps, size_t to) {
+        Context& context = state<Context>(it);
+        const GroupBounds groups(steps, context.count != 0);
+        const StepValues<typename E::value> values(it->opd[0], steps, steps.value);
+        GroupNumbers<T> sums;
+        add_up<Weighted<E>>(steps, groups, accumulator<T>(context), sums, values.get());
+        std::memcpy(values_of<T>(it) + to, sums.of, steps.n_ends * sizeof(T));
+        context.count = positions_left_open(steps, context.count);
+    }
+    static void close(qvo_seq_iterator_h it, size_t to) { values_of<T>(it)[to] = accumulator<T>(state<Context>(it)); }
+    static constexpr GroupMember member{fold, close};
+};
+
+/// The statistics of floating numbers by their sum, and by that of their squares if they take it.
+template <class E, class Statistic> struct MomentLoops {
+    static void fold(qvo_seq_iterator_h it, const GroupSteps& steps, size_t to) {
+        Context& context = state<Context>(it);
+        const GroupBounds groups(steps, context.count != 0);
+        const StepValues<typename E::value> values(it->opd[0], steps, steps.value);
+        GroupNumbers<double> sums, squares;
+        GroupNumbers<uint64_t> counts;
+        add_up<WeightedDouble<E>>(steps, groups, context.accumulator.val_double, sums, values.get());
+        if constexpr (Statistic::takes_squares) add_up<Square<E>>(steps, groups, context.norm, squares, values.get());
+        count_positions(steps, groups, context.count, counts);
+        for (size_t j = 0; j < groups.ended; ++j)
+            values_of<double>(it)[to + j] = Statistic::of(sums.of[j], Statistic::takes_squares ? squares.of[j] : 0,
+                                                          unsigned_to_double(counts.of[j]));
+        context.count = groups.n == groups.ended ? 0 : counts.of[groups.ended];
     }
     static void close(qvo_seq_iterator_h it, size_t to) {
         const Context& context = state<Context>(it);
-        A a;
-        load(context, a);
-        values_of<R>(it)[to] = Fold::finish(a, context.count);
+        values_of<double>(it)[to] =
+            Statistic::of(context.accumulator.val_double, context.norm, unsigned_to_double(context.count));
+    }
+    static constexpr GroupMember member{fold, close};
+};
+
+/// Time stamps are averaged as integers.
+template <> struct MomentLoops<elem_datetime, Average> {
+    static void fold(qvo_seq_iterator_h it, const GroupSteps& steps, size_t to) {
+        Context& context = state<Context>(it);
+        const GroupBounds groups(steps, context.count != 0);
+        const StepValues<uint64_t> values(it->opd[0], steps, steps.value);
+        GroupNumbers<uint64_t> sums, counts;
+        add_up<Weighted<elem_datetime>>(steps, groups, context.accumulator.val_uint8, sums, values.get());
+        count_positions(steps, groups, context.count, counts);
+        for (size_t j = 0; j < groups.ended; ++j) values_of<uint64_t>(it)[to + j] = sums.of[j] / counts.of[j];
+        context.count = groups.n == groups.ended ? 0 : counts.of[groups.ended];
+    }
+    static void close(qvo_seq_iterator_h it, size_t to) {
+        const Context& context = state<Context>(it);
+        values_of<uint64_t>(it)[to] = context.accumulator.val_uint8 / context.count;
     }
     static constexpr GroupMember member{fold, close};
 };
@@ -117,7 +202,7 @@ template <class E> struct WeightedLoops {
     using Result = sum_element<E>;
     using R = typename Result::value;
 
-    static R finish(double norm, R last) {
+    QVO_INLINE static R finish(double norm, R last) {
         if constexpr (Result::is_floating)
             return norm / last;
         else
@@ -125,39 +210,25 @@ template <class E> struct WeightedLoops {
     }
     static void fold(qvo_seq_iterator_h it, const GroupSteps& steps, size_t to) {
         Context& context = state<Context>(it);
-        const V *values = values_of<V>(it->opd[0]), *weights = values_of<V>(it->opd[1]);
-        R* out = values_of<R>(it) + to;
-        double norm = context.norm;
-        R last;
-        load(context, last);
-        const auto product = [&](size_t i) __attribute__((always_inline)) {
-            const V v = values[steps.value[i]], w = weights[steps.second[i]];
-            last = weighted<E>(v, steps.run[i]);
-            return static_cast<double>(v) * static_cast<double>(w) * static_cast<double>(steps.run[i]);
-        };
-        walk_groups(
-            steps, context.count, [&](size_t i) __attribute__((always_inline)) { norm = product(i); },
-            [&](size_t i) __attribute__((always_inline)) { norm += product(i); },
-            [&](uint64_t) __attribute__((always_inline)) { *out++ = finish(norm, last); });
-        context.norm = norm;
-        store(context, last);
+        const GroupBounds groups(steps, context.count != 0);
+        const StepValues<V> values(it->opd[0], steps, steps.value), weights(it->opd[1], steps, steps.second);
+        GroupNumbers<double> norms;
+        GroupNumbers<R> last;  // of each term
+        add_up<Product<E>>(steps, groups, context.norm, norms, values.get(), weights.get());
+        std::memcpy(last.of, &context.accumulator, sizeof(R));
+        Terms<Weighted<E>, R, V>::make(last.of + 1, steps.run, steps.n, values.get());
+        for (size_t j = 0; j < groups.ended; ++j)
+            values_of<R>(it)[to + j] = finish(norms.of[j], last.of[groups.bounds[j + 1] - 1]);
+        std::memcpy(&context.accumulator, &last.of[steps.n], sizeof(R));
+        context.count = positions_left_open(steps, context.count);
     }
     static void close(qvo_seq_iterator_h it, size_t to) {
         R last;
-        load(state<Context>(it), last);
+        std::memcpy(&last, &state<Context>(it).accumulator, sizeof last);
         values_of<R>(it)[to] = finish(state<Context>(it).norm, last);
     }
     static constexpr GroupMember member{fold, close};
 };
-
-QVO_RET fill_group(qvo_seq_iterator_h result, ElementLayout layout, std::initializer_list<qvo_seq_iterator_h> operands,
-                   qvo_seq_iterator_h group_by, qvo_seq_iterator_next_t next, qvo_seq_iterator_reset_t reset) {
-    if (group_by->elem_size > key_in_history(result).widest) return QVO_E_ILLEGAL_PARAM;
-    fill_result(result, layout, operands, next, reset);
-    result->prepared = 0;
-    start_groups(result);
-    return QVO_S_OK;
-}
 
 template <class E, class R>
 QVO_RET construct_group(qvo_seq_iterator_h result, qvo_seq_iterator_h input, qvo_seq_iterator_h group_by,
@@ -179,99 +250,6 @@ QVO_RET construct_weighted(qvo_seq_iterator_h result, qvo_seq_iterator_h left, q
                       qvo_seq_reset_ternary_agg_iterator);
 }
 
-// ---- The sizes of groups ----
-
-// Neighbours that are worth a look at many keys at a time.
-constexpr size_t fewest_neighbours = 32;
-
-/// Counts the elements of the current tile from p on, until it is used up or the result is full; returns where it has
-/// come to. `differs(p)` compares the key of element p with the kept one and keeps it.
-template <class Differs>
-QVO_INLINE size_t count_tile(qvo_seq_iterator_h it, TileWriter& out, uint64_t& count, size_t p, Differs differs) {
-    const qvo_seq_iterator_h keys = it->opd[0];
-    uint64_t* const counts = values_of<uint64_t>(it);
-    const size_t size = keys->tile_size;
-    for (; p < size; ++p) {
-        if (differs(p) && count != 0) {
-            counts[out.size()] = std::exchange(count, 0);
-            out.put_run(1);
-            if (out.room() == 0) break;  // the element comes again in the next call
-        }
-        count += get_run(runs_of(keys), p);
-    }
-    return p;
-}
-
-size_t count_tile(qvo_seq_iterator_h it, TileWriter& out, uint64_t& count, size_t p) {
-    const qvo_seq_iterator_h group_by = it->opd[0];
-    const size_t width = group_by->elem_size;
-    const auto of_words = [&](auto bits) {
-        using Bits = decltype(bits);
-        uint8_t* const kept = key_in_accumulator(it).bytes;
-        const Bits* const keys = values_of<Bits>(group_by);
-        return count_tile(
-            it, out, count, p, [=](size_t i) __attribute__((always_inline)) {
-                Bits last;
-                std::memcpy(&last, kept, sizeof last);
-                std::memcpy(kept, &keys[i], sizeof last);
-                return keys[i] != last;
-            });
-    };
-    const auto of_bytes = [&] {
-        uint8_t* const kept = key_in_history(it).bytes;
-        const uint8_t* const keys = values_of<uint8_t>(group_by);
-        return count_tile(it, out, count, p, [=](size_t i) {
-            const bool differs = qvo_memcmp(keys + i * width, kept, width) != 0;
-            std::memcpy(kept, keys + i * width, width);
-            return differs;
-        });
-    };
-    return with_unsigned(width, of_words, of_bytes);
-}
-
-/// The same of neighbours with runs of 1 and keys that are words, as many as there are; else of all.
-size_t count_some(qvo_seq_iterator_h it, TileWriter& out, uint64_t& count, size_t p) {
-    const qvo_seq_iterator_h group_by = it->opd[0];
-    const size_t n = leading_single_runs(runs_of(group_by) - p, std::min(group_by->tile_size - p, GroupSteps::most));
-    if (n < fewest_neighbours || !has_words(group_by->elem_size)) return count_tile(it, out, count, p);
-
-    uint16_t index[GroupSteps::most + 7], ends[GroupSteps::most + 1];
-    fill_indexes(index, p, n);
-    KeySteps steps{values_of<uint8_t>(group_by), group_by->elem_size, index, n, false, count != 0, out.room()};
-    const size_t n_ends = find_ends(steps, key_in_accumulator(it).bytes, ends);
-    uint64_t* const counts = values_of<uint64_t>(it) + out.size();
-    if (n_ends != 0) counts[0] = count + ends[0];
-    for (size_t j = 1; j < n_ends; ++j) counts[j] = uint64_t{ends[j]} - ends[j - 1];
-    count = n_ends == 0 ? count + steps.n : steps.n - ends[n_ends - 1];
-    out.put_equal_runs(n_ends, 1);
-    return p + steps.n;
-}
-
-QVO_RET next_counts(qvo_seq_iterator_h it, Where where) {
-    const qvo_seq_iterator_h keys = it->opd[0];
-    Context& context = state<Context>(it);
-    TileWriter out(it);
-    uint64_t count = context.count;
-    size_t p = keys->tile_offs;
-    QVO_RET rc = QVO_S_OK;
-    while (out.room() != 0) {
-        if (p >= keys->tile_size) {
-            if (rc = pull_any_tile(keys, where); rc != QVO_S_OK) break;
-            p = 0;
-        }
-        if (keys->elem_size > key_in_history(it).widest) rc = QVO_E_ILLEGAL_PARAM;
-        if (rc != QVO_S_OK) break;
-        p = count_some(it, out, count, p);
-    }
-    keys->tile_offs = static_cast<uint16_t>(p);
-    if (rc == QVO_S_CURSOR_END && count != 0) {
-        values_of<uint64_t>(it)[out.size()] = std::exchange(count, 0);
-        out.put_run(1);
-    }
-    context.count = count;
-    return out.finish(rc);
-}
-
 }  // namespace
 
 #define DEFINE_GROUP(name, Element, Result, Loops)                                           \
@@ -282,23 +260,26 @@ QVO_RET next_counts(qvo_seq_iterator_h it, Where where) {
                                     qvo_seq_iterator_h group_by) {                           \
         return construct_group<Element, Result>(result, input, group_by, name##_next);       \
     }
-#define DEFINE_FOLD(name, Element, Fold) DEFINE_GROUP(name, Element, Fold::Result, GroupLoops<Fold>)
 
-#define STAMP(type)                                                                                                    \
-    using Variance_##type = MomentsFold<elem_##type, Variance>;                                                        \
-    using SampleVariance_##type = MomentsFold<elem_##type, SampleVariance>;                                            \
-    using Deviation_##type = MomentsFold<elem_##type, Deviation>;                                                      \
-    using SampleDeviation_##type = MomentsFold<elem_##type, SampleDeviation>;                                          \
-    DEFINE_FOLD(qvo_seq_group_agg_max_##type, elem_##type, MaxFold<elem_##type>)                                       \
-    DEFINE_FOLD(qvo_seq_group_agg_min_##type, elem_##type, MinFold<elem_##type>)                                       \
-    DEFINE_GROUP(qvo_seq_group_agg_first_##type, elem_##type, elem_##type, GroupLoops<FirstFold<elem_##type>>)         \
-    DEFINE_GROUP(qvo_seq_group_agg_last_##type, elem_##type, elem_##type, GroupLoops<LastFold<elem_##type>>)           \
-    DEFINE_FOLD(qvo_seq_group_agg_sum_##type, elem_##type, SumFold<elem_##type>)                                       \
-    DEFINE_FOLD(qvo_seq_group_agg_avg_##type, elem_##type, AvgFold<elem_##type>)                                       \
-    DEFINE_FOLD(qvo_seq_group_agg_var_##type, elem_##type, Variance_##type)                                            \
-    DEFINE_FOLD(qvo_seq_group_agg_var_samp_##type, elem_##type, SampleVariance_##type)                                 \
-    DEFINE_FOLD(qvo_seq_group_agg_dev_##type, elem_##type, Deviation_##type)                                           \
-    DEFINE_FOLD(qvo_seq_group_agg_dev_samp_##type, elem_##type, SampleDeviation_##type)                                \
+#define STAMP(type, sum, avg)                                                                                          \
+    using SumLoops_##type = SumLoops<elem_##type>;                                                                     \
+    using AvgLoops_##type = MomentLoops<elem_##type, Average>;                                                         \
+    using VarLoops_##type = MomentLoops<elem_##type, Variance>;                                                        \
+    using SampleVarLoops_##type = MomentLoops<elem_##type, SampleVariance>;                                            \
+    using DevLoops_##type = MomentLoops<elem_##type, Deviation>;                                                       \
+    using SampleDevLoops_##type = MomentLoops<elem_##type, SampleDeviation>;                                           \
+    using MaxLoops_##type = KeptLoops<Extreme<elem_##type, Greater>>;                                                  \
+    using MinLoops_##type = KeptLoops<Extreme<elem_##type, Less>>;                                                     \
+    DEFINE_GROUP(qvo_seq_group_agg_max_##type, elem_##type, elem_##type, MaxLoops_##type)                              \
+    DEFINE_GROUP(qvo_seq_group_agg_min_##type, elem_##type, elem_##type, MinLoops_##type)                              \
+    DEFINE_GROUP(qvo_seq_group_agg_first_##type, elem_##type, elem_##type, KeptLoops<First<elem_##type::bits>>)        \
+    DEFINE_GROUP(qvo_seq_group_agg_last_##type, elem_##type, elem_##type, KeptLoops<Last<elem_##type::bits>>)          \
+    DEFINE_GROUP(qvo_seq_group_agg_sum_##type, elem_##type, elem_##sum, SumLoops_##type)                               \
+    DEFINE_GROUP(qvo_seq_group_agg_avg_##type, elem_##type, elem_##avg, AvgLoops_##type)                               \
+    DEFINE_GROUP(qvo_seq_group_agg_var_##type, elem_##type, elem_double, VarLoops_##type)                              \
+    DEFINE_GROUP(qvo_seq_group_agg_var_samp_##type, elem_##type, elem_double, SampleVarLoops_##type)                   \
+    DEFINE_GROUP(qvo_seq_group_agg_dev_##type, elem_##type, elem_double, DevLoops_##type)                              \
+    DEFINE_GROUP(qvo_seq_group_agg_dev_samp_##type, elem_##type, elem_double, SampleDevLoops_##type)                   \
     extern "C" QVO_API QVO_RET qvo_seq_group_agg_wavg_##type##_next(qvo_seq_iterator_h iterator) {                     \
         return group_pair_next(iterator, WeightedLoops<elem_##type>::member, key_in_history(iterator), Where::here()); \
     }                                                                                                                  \
@@ -307,23 +288,8 @@ QVO_RET next_counts(qvo_seq_iterator_h it, Where where) {
         return construct_weighted<elem_##type, sum_element<elem_##type>>(result, left, right, group_by,                \
                                                                          qvo_seq_group_agg_wavg_##type##_next);        \
     }
-QVO_SEQ_FOR_FIXED_TYPES(STAMP)
+QVO_SEQ_FOR_AGGREGATE_TYPES(STAMP)
 #undef STAMP
-#undef DEFINE_FOLD
 #undef DEFINE_GROUP
 
 }  // namespace qvo
-
-extern "C" {
-
-QVO_API QVO_RET qvo_seq_group_agg_count_next(qvo_seq_iterator_h iterator) {
-    return qvo::next_counts(iterator, qvo::Where::here());
-}
-
-QVO_API QVO_RET qvo_seq_group_agg_count(qvo_seq_iterator_h result, qvo_seq_iterator_h group_by) {
-    if (const QVO_RET rc = qvo::bind({group_by}); rc != QVO_S_OK) return rc;
-    return qvo::fill_group(result, qvo::layout_of<qvo::elem_uint8>, {group_by}, group_by, qvo_seq_group_agg_count_next,
-                           qvo_seq_reset_unary_agg_iterator);
-}
-
-}  // extern "C"

@@ -1,9 +1,15 @@
 #include "aggregate/group_walk.h"
 
+#include <array>
+#include <numeric>
 #include <utility>
 
 #include "core/move.h"
 #include "core/overlap_list.h"
+
+#if QVO_WIDE_X86
+#include <immintrin.h>
+#endif
 
 namespace qvo {
 namespace {
@@ -27,52 +33,113 @@ template <size_t n, class V> QVO_INLINE bool repeats(const V* values) {
     return (any[0] | any[1]) == 0;
 }
 
-template <class Bits> QVO_INLINE size_t find_ends_of(KeySteps& steps, uint8_t* kept_key, uint16_t* ends) {
-    const Bits* const keys = reinterpret_cast<const Bits*>(steps.values);
-    const uint16_t* const index = steps.index;
-    const size_t n = steps.n;
-    size_t i = 0;
-    if (steps.inside)
-        while (i != n && index[i] == index[0]) ++i;
-    if (i == n) return 0;
-    Bits last = 0;
-    std::memcpy(&last, kept_key, sizeof(Bits));
-    if (i == 0 && !steps.open) last = keys[index[0]];
+/// Where to look for ends among the keys of steps, and what has been found.
+template <class Bits> struct KeySearch {
+    const Bits* keys;
+    const uint16_t* index;
+    uint16_t* ends;
     size_t n_ends = 0;
-    const auto look = [&](size_t end) __attribute__((always_inline)) {
-        for (; i != end; ++i) {
-            const Bits key = keys[index[i]];
-            ends[n_ends] = static_cast<uint16_t>(i);
-            n_ends += key != last;
+
+    /// Looks at steps from i on, of which there is one before.
+    QVO_INLINE void look(size_t i, size_t end) {
+        const KeySearch here = *this;  // in registers
+        size_t n = here.n_ends;
+        for (Bits last = here.keys[here.index[i - 1]]; i < end; ++i) {
+            const Bits key = here.keys[here.index[i]];
+            here.ends[n] = static_cast<uint16_t>(i);
+            n += key != last;
             last = key;
         }
-    };
-    look(i + 1);
-    // With a key per step it is the keys that are compared, else their indexes. Where the last block had some ends the
-    // next one is not asked, nor its parts.
+        n_ends = n;
+    }
+};
+
+/// With a key per step it is the keys that are compared, else their indexes. Where the last block had some ends the next
+/// one is not asked, nor its parts.
+template <class Bits> QVO_INLINE void look_by_blocks(KeySearch<Bits>& search, size_t i, size_t n) {
+    const uint16_t* const index = search.index;
     const bool key_per_step = size_t{index[n - 1]} - index[0] == n - 1;
     const auto repeated = [&](auto some) __attribute__((always_inline)) {
-        return key_per_step ? repeats<some()>(keys + index[i]) : repeats<some()>(index + i);
+        return key_per_step ? repeats<some()>(search.keys + index[i]) : repeats<some()>(index + i);
     };
     for (size_t before = 0; n - i >= block;) {
-        const size_t found = n_ends - std::exchange(before, n_ends);
+        const size_t found = search.n_ends - std::exchange(before, search.n_ends);
         if (found > 1) {
-            look(i + block);
+            search.look(i, i + block);
+            i += block;
         } else if (repeated(std::integral_constant<size_t, block>{})) {
             i += block;
         } else {
-            for (const size_t end = i + block; i != end;)
-                if (repeated(std::integral_constant<size_t, part>{}))
-                    i += part;
-                else
-                    look(i + part);
+            for (const size_t end = i + block; i != end; i += part)
+                if (!repeated(std::integral_constant<size_t, part>{})) search.look(i, i + part);
         }
     }
-    look(n);
+    search.look(i, n);
+}
+
+#if QVO_WIDE_X86
+constexpr std::array<uint16_t, block> numbers_up = [] {
+    std::array<uint16_t, block> all{};
+    std::iota(all.begin(), all.end(), uint16_t{0});
+    return all;
+}();
+
+/// Which of 32 keys are other than the one before.
+template <class Bits> QVO_AVX512 inline uint32_t changes(const Bits* keys) {
+    uint64_t changed = 0;
+    for (size_t k = 0; k < block * sizeof(Bits); k += sizeof(__m512i)) {
+        const __m512i now = _mm512_loadu_si512(reinterpret_cast<const uint8_t*>(keys) + k);
+        const __m512i before = _mm512_loadu_si512(reinterpret_cast<const uint8_t*>(keys - 1) + k);
+        uint64_t here;
+        if constexpr (sizeof(Bits) == 1) here = _mm512_cmpneq_epi8_mask(now, before);
+        if constexpr (sizeof(Bits) == 2) here = _mm512_cmpneq_epi16_mask(now, before);
+        if constexpr (sizeof(Bits) == 4) here = _mm512_cmpneq_epi32_mask(now, before);
+        if constexpr (sizeof(Bits) == 8) here = _mm512_cmpneq_epi64_mask(now, before);
+        changed |= here << k / sizeof(Bits);
+    }
+    return static_cast<uint32_t>(changed);
+}
+
+/// 32 steps at a time: steps with another element than the one before take the changes of these in turn. Reads up to 32
+/// keys beyond, which lie in the tile, and writes as many ends.
+template <class Bits> QVO_AVX512 void look_by_vectors(KeySearch<Bits>& search, size_t i, size_t n) {
+    const __m512i numbers = _mm512_loadu_si512(numbers_up.data());
+    for (; i < n; i += block) {
+        const __m512i now = _mm512_loadu_si512(search.index + i), before = _mm512_loadu_si512(search.index + i - 1);
+        const uint32_t here = ~uint32_t{0} >> (block - std::min(n - i, block));
+        const uint32_t moves = _mm512_cmpneq_epi16_mask(now, before) & here;
+        const uint32_t found = _pdep_u32(changes(search.keys + search.index[i - 1] + 1), moves);
+        const __m512i steps = _mm512_add_epi16(numbers, _mm512_set1_epi16(static_cast<short>(i)));
+        _mm512_storeu_si512(search.ends + search.n_ends, _mm512_maskz_compress_epi16(found, steps));
+        search.n_ends += static_cast<size_t>(_mm_popcnt_u32(found));
+    }
+}
+#endif
+
+template <class Bits> size_t find_ends_of(KeySteps& steps, uint8_t* kept_key, uint16_t* ends) {
+    KeySearch<Bits> search{reinterpret_cast<const Bits*>(steps.values), steps.index, ends};
+    const uint16_t* const index = steps.index;
+    const size_t n = steps.n;
+    Bits last = 0;
+    std::memcpy(&last, kept_key, sizeof(Bits));
+    size_t i = 0;
+    if (steps.inside && search.keys[index[0]] != last)  // the group was not opened by it: a host has begun inside
+        while (i != n && index[i] == index[0]) ++i;
+    if (i == n) return 0;
+    ends[0] = static_cast<uint16_t>(i);
+    search.n_ends = (i != 0 || steps.open) && search.keys[index[i]] != last;
+#if QVO_WIDE_X86
+    if (cpu_level >= CpuLevel::avx512)
+        look_by_vectors(search, i + 1, n);
+    else
+#endif
+        for_cpu<look_by_blocks<Bits>>(search, i + 1, n);
+    size_t n_ends = search.n_ends;
+    last = search.keys[index[n - 1]];
     if (n_ends >= steps.room) {
         n_ends = steps.room;
         steps.n = ends[n_ends - 1];
-        last = keys[index[steps.n]];
+        last = search.keys[index[steps.n]];
     }
     std::memcpy(kept_key, &last, sizeof(Bits));
     return n_ends;
@@ -118,14 +185,14 @@ bool all_ones(const uint8_t* runs, size_t n) {
     return any == 0;
 }
 
-/// Lists the next steps. Where all operands have runs of 1 these are neighbours: true.
-template <size_t N> bool collect(OverlapList<N>& list, Operand (&operands)[N]) {
+/// Lists the next steps, `most` of them or fewer. Where all operands have runs of 1 these are neighbours: true.
+template <size_t N> bool collect(OverlapList<N>& list, Operand (&operands)[N], size_t most) {
     constexpr size_t fewest = 2 * block;
-    size_t n = OverlapList<N>::most;
+    size_t n = most;
     for (const Operand& operand : operands) n = operand.taken() != 0 ? 0 : std::min(n, operand.elements_left());
     for (const Operand& operand : operands) n = n < fewest ? 0 : leading_single_runs(operand.runs(), n);
     if (n < fewest) {
-        list.collect(operands);
+        list.collect(operands, most);
         return N == 2 && size_t{list.index[0][list.n - 1]} - list.index[0][0] == list.n - 1 &&
                all_ones(list.run, list.n);
     }
@@ -139,13 +206,11 @@ template <size_t N> bool collect(OverlapList<N>& list, Operand (&operands)[N]) {
     return true;
 }
 
-/// Repeats the last step, for what reads beyond it.
-template <size_t N> void pad(OverlapList<N>& list) {
-    static_assert(brief_group <= OverlapList<N>::slack);
-    for (size_t i = list.n; i != list.n + brief_group; ++i) {
-        for (uint16_t* index : list.index) index[i] = index[list.n - 1];
-        list.run[i] = list.run[list.n - 1];
-    }
+/// About as many steps as fill the room, where so many came before with so many ends of groups: those beyond come again
+/// with the next call.
+size_t steps_to_fill(size_t room, size_t ends_before, size_t steps_before) {
+    if (ends_before == 0) return GroupSteps::most;
+    return std::min(room * steps_before / ends_before + fewest_crossings, GroupSteps::most);
 }
 
 template <size_t N>
@@ -155,26 +220,29 @@ QVO_RET next_groups(qvo_seq_iterator_h it, Operand (&operands)[N], const GroupMe
     Context& context = state<Context>(it);
     const qvo_seq_iterator_h group_by = operands[N - 1].iterator();
     OverlapList<N> list;
-    uint16_t ends[GroupSteps::most + 1];
+    uint16_t ends[GroupSteps::most + GroupSteps::slack];
     TileWriter out(it);
+    size_t ends_before = 0, steps_before = 0;
     QVO_RET rc;
     while ((rc = refill_all(where, operands)) == QVO_S_OK) {
         const size_t k = out.size(), width = group_by->elem_size, most = groups_per_call(it, width);
         if (width > kept.widest) rc = QVO_E_ILLEGAL_PARAM;
         if (rc != QVO_S_OK || k >= most) break;
         const bool inside = operands[N - 1].taken() != 0;
-        const bool plain = collect(list, operands);
+        const bool plain = collect(list, operands, steps_to_fill(most - k, ends_before, steps_before));
         const bool any_empty = !plain && std::memchr(list.run, 0, list.n) != nullptr, words = has_words(width);
         const bool open = context.count != 0;
         KeySteps keys{values_of<uint8_t>(group_by), width, list.index[N - 1], list.n, inside, open, most - k};
         const size_t n_ends = words && !any_empty ? find_ends(keys, kept.bytes, ends)
                                                   : find_ends_step_by_step(keys, kept.bytes, ends, list.run, k, words);
-        // Nearly all groups of one step can be foretold again.
-        const bool brief = N == 2 && !any_empty && n_ends > keys.n / (brief_group + 1) && n_ends < keys.n - keys.n / 8;
-        if (brief) pad(list);
-        member.fold(it, {list.index[0], N == 3 ? list.index[1] : nullptr, list.run, keys.n, ends, n_ends, plain, brief},
-                    k);
+        const bool mixed = !any_empty && n_ends > keys.n / (plain ? 4 : 32) + 1 && n_ends < keys.n - keys.n / 8;
+        member.fold(
+            it,
+            {list.index[0], N == 3 ? list.index[1] : nullptr, list.run, keys.n, ends, n_ends, plain, mixed, any_empty},
+            k);
         out.put_equal_runs(n_ends, 1);
+        ends_before = n_ends;
+        steps_before = keys.n;
         if (n_ends != most - k) continue;
         // The step that opens the next group comes again in the next call.
         list.set_back(operands, keys.n);
@@ -198,8 +266,24 @@ bool has_words(size_t width) {
 
 size_t find_ends(KeySteps& steps, uint8_t* kept_key, uint16_t* ends) {
     return with_unsigned(
-        steps.width, [&](auto bits) { return for_cpu<find_ends_of<decltype(bits)>>(steps, kept_key, ends); },
+        steps.width, [&](auto bits) { return find_ends_of<decltype(bits)>(steps, kept_key, ends); },
         [] { return size_t{0}; });
+}
+
+uint64_t positions_left_open(const GroupSteps& steps, uint64_t before) {
+    const size_t from = steps.n_ends == 0 ? 0 : steps.ends[steps.n_ends - 1];
+    const uint8_t* const runs = steps.run + from;
+    const size_t n = steps.n - from;
+    return (steps.n_ends == 0 ? before : 0) + (steps.plain ? n : sum_runs(runs + n - 1, n));
+}
+
+QVO_RET fill_group(qvo_seq_iterator_h result, ElementLayout layout, std::initializer_list<qvo_seq_iterator_h> operands,
+                   qvo_seq_iterator_h group_by, qvo_seq_iterator_next_t next, qvo_seq_iterator_reset_t reset) {
+    if (group_by->elem_size > key_in_history(result).widest) return QVO_E_ILLEGAL_PARAM;
+    fill_result(result, layout, operands, next, reset);
+    result->prepared = 0;
+    start_groups(result);
+    return QVO_S_OK;
 }
 
 QVO_RET group_next(qvo_seq_iterator_h it, const GroupMember& member, KeptKey kept, Where where) {

@@ -16,10 +16,12 @@ struct GroupSteps {
     size_t n;
     const uint16_t* ends;
     size_t n_ends;
-    bool plain;  // the values are neighbours, and all runs are 1
-    bool brief;  // groups are short, and each step has positions; see walk_brief_groups
+    bool plain;      // the values are neighbours, and all runs are 1
+    bool mixed;      // for walk_mixed_groups
+    bool any_empty;  // some step has no positions
 
     static constexpr size_t most = 256;
+    static constexpr size_t slack = 32;  // ends are written many at a time, and indexes read
 };
 
 struct GroupMember {
@@ -55,6 +57,10 @@ inline KeptKey key_in_accumulator(qvo_seq_iterator_h it) {
 /// without a width amounts to once there is one.
 inline void start_groups(qvo_seq_iterator_h result) { state<qvo_seq_agg_context_t>(result) = {}; }
 
+/// The same, with the fields of a result before it, for members with the last key in the history.
+QVO_RET fill_group(qvo_seq_iterator_h result, ElementLayout layout, std::initializer_list<qvo_seq_iterator_h> operands,
+                   qvo_seq_iterator_h group_by, qvo_seq_iterator_next_t next, qvo_seq_iterator_reset_t reset);
+
 /// Whether keys of a width are compared as words, many at a time: 1, 2, 4 or 8 bytes.
 bool has_words(size_t width);
 
@@ -69,8 +75,8 @@ struct KeySteps {
     size_t room;  // groups that may end
 };
 
-/// Writes the ends, up to steps.n of them, and returns their number; cuts steps.n after the last one that there is room
-/// for. Keeps the last key.
+/// Writes the ends, up to steps.n of them and GroupSteps::slack beyond, and returns their number; cuts steps.n after the
+/// last one that there is room for. Keeps the last key. Reads as many indexes beyond.
 size_t find_ends(KeySteps& steps, uint8_t* kept_key, uint16_t* ends);
 
 /// Writes the indexes of neighbours, eight at a time: up to 7 more.
@@ -80,17 +86,21 @@ QVO_INLINE void fill_indexes(uint16_t* indexes, size_t first, size_t n) {
     for (size_t i = 0; i < n; i += 8, next += uint16_t{8}) std::memcpy(indexes + i, &next, sizeof next);
 }
 
-/// `yes` where the mask is all ones, `no` where it is 0: without a branch, as none could be foretold.
-template <class V> QVO_INLINE V chosen(uint64_t mask, V yes, V no) {
+/// `first` if the step opens a group, 1, and `next` if it goes on with one, 0: without a branch, as none could be
+/// foretold. The way to the result from `next`, which comes last, is as short as it can be.
+template <class V> QVO_INLINE V opened_or(uint64_t opens, V first, V next) {
+    const uint64_t goes_on = opens - 1;
     if constexpr (std::is_integral_v<V>) {
-        return static_cast<V>((static_cast<uint64_t>(yes) & mask) | (static_cast<uint64_t>(no) & ~mask));
+        return static_cast<V>((static_cast<uint64_t>(next) & goes_on) | (static_cast<uint64_t>(first) & -opens));
     } else {
         typedef V Lanes __attribute__((vector_size(16)));
         typedef uint64_t Words __attribute__((vector_size(16)));
-        const Words taken = Words{mask};
-        return ((Lanes)(((Words)Lanes{yes} & taken) | ((Words)Lanes{no} & ~taken)))[0];
+        return ((Lanes)(((Words)Lanes{next} & Words{goes_on}) | ((Words)Lanes{first} & Words{-opens})))[0];
     }
 }
+
+/// The positions of the group that stays open after the steps, where `before` them were there of the one open until then.
+uint64_t positions_left_open(const GroupSteps& steps, uint64_t before);
 
 /// `next` of a member with values in slot 0 and keys in slot 1, or with two values and keys in slot 2.
 QVO_RET group_next(qvo_seq_iterator_h it, const GroupMember& member, KeptKey kept, Where where);
@@ -124,50 +134,39 @@ QVO_INLINE void walk_groups(const GroupSteps& steps, qvo_size_t& count, First fi
         steps, count, [&](size_t i) { return unsigned{steps.run[i]}; }, first, fold, close);
 }
 
-/// Groups of as many steps take no branch that depends on their length.
-inline constexpr size_t brief_group = 3;
-
-/// The same where most groups are of that many steps: how long each is could not be foretold. The aggregate is a value
-/// here: first(i) that of a group that step i opens, fold(a, i) that of a group that it goes on, and close(a, count)
-/// ends one. That of the last group is left in `aggregate`. Steps after the last one are read, as far as a brief group
-/// goes, and left out.
-template <class A, class Run, class First, class Fold, class Close>
-QVO_INLINE void walk_brief_groups(const GroupSteps& steps, qvo_size_t& count, A& aggregate, Run run, First first,
-                                  Fold fold, Close close) {
-    A a = aggregate;
-    uint64_t positions = count;
-    size_t i = 0;
-    const auto fold_up_to = [&](size_t end) __attribute__((always_inline)) {
-        for (; i < end; ++i) {
-            a = positions == 0 ? first(i) : fold(a, i);
-            positions += run(i);
-        }
+/// The same where nothing foretells how long groups are, two of them or more: no branch depends on it, as every step
+/// writes down what it finds, and the next group takes the same place unless the step opens one. The batch is walked in
+/// two halves side by side, which do not wait for each other. The aggregate is a value here: first(i) that of a group
+/// that step i opens, fold(a, i) that of a group that it goes on. Those of the groups that end go to `ended`, that of the
+/// last one is left in `aggregate`.
+template <class A, class First, class Fold>
+QVO_INLINE void walk_mixed_groups(const GroupSteps& all, qvo_size_t& count, A& aggregate, A* ended, First first,
+                                  Fold fold) {
+    struct Half {
+        A a;
+        size_t i, group;
     };
-    size_t j = 0;
-    if (positions != 0 && steps.n_ends != 0) {
-        fold_up_to(steps.ends[j++]);
-        close(a, positions);
+    const GroupSteps steps = all;
+    uint8_t opens[GroupSteps::most + 1] = {};
+    for (size_t j = 0; j < steps.n_ends; ++j) opens[steps.ends[j]] = 1;
+    const auto step = [&](Half & half) __attribute__((always_inline)) {
+        ended[half.group] = half.a;
+        half.a = opened_or(opens[half.i], first(half.i), fold(half.a, half.i));
+        half.group += opens[half.i];
+        ++half.i;
+    };
+    const size_t middle = (steps.n_ends - 1) / 2, cut = steps.ends[middle];
+    Half a{aggregate, 0, 0}, b{first(cut), cut + 1, middle + 1};
+    if (count == 0) a = {first(0), 1, 0};
+    for (size_t n = std::min(cut - a.i, steps.n - b.i); n != 0; --n) {
+        step(a);
+        step(b);
     }
-    for (; j < steps.n_ends; ++j) {
-        const size_t end = steps.ends[j], n = end - i;
-        a = first(i);
-        positions = run(i);
-        for (size_t k = 1; k < brief_group; ++k) {
-            const uint64_t is_in = -uint64_t{n > k};
-            a = chosen(is_in, fold(a, i + k), a);
-            positions += run(i + k) & is_in;
-        }
-        for (i += brief_group; i < end; ++i) {
-            a = fold(a, i);
-            positions += run(i);
-        }
-        i = end;
-        close(a, positions);
-    }
-    if (steps.n_ends != 0) positions = 0;
-    fold_up_to(steps.n);
-    aggregate = a;
-    count = positions;
+    while (a.i != cut) step(a);
+    while (b.i != steps.n) step(b);
+    for (const Half& half : {a, b}) ended[half.group] = half.a;
+    aggregate = b.a;
+    count = positions_left_open(steps, count);
 }
 
 }  // namespace qvo

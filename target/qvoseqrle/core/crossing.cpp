@@ -25,7 +25,8 @@ QVO_INLINE uint64_t first_bits(unsigned n) { return ~uint64_t{0} >> (window - st
 /// unwritten ones may be, ends them.
 QVO_INLINE unsigned mark_ends(Marks& marks, const CrossingSide& side, unsigned positions) {
     const auto holds_zero = [](uint64_t runs) { return ((runs - ones_word) & ~runs & ones_word << 7) != 0; };
-    std::memset(marks.bytes, 0, positions);
+    for (unsigned i = 0; i < positions; i += window)
+        std::memset(marks.bytes + i, 0, window);  // not by a string operation
     const uint8_t* run = side.runs;
     size_t left = side.left, at = size_t{*run} - side.taken - 1;
     for (; left > run_word && at < positions && !holds_zero(load_runs(run - 1)); left -= run_word, run -= run_word)
@@ -97,14 +98,41 @@ constexpr std::array<uint8_t, window> numbers_up = [] {
     return all;
 }();
 
+// For a vector of 32 words of 16 bits: the bits below that of a word among its 16, and which 16 it belongs to.
+constexpr size_t half = window / 2;
+struct HalfWindow {
+    uint16_t below[half], sixteen[half];
+};
+constexpr HalfWindow half_window = [] {
+    HalfWindow all{};
+    for (size_t i = 0; i < half; ++i) {
+        all.below[i] = static_cast<uint16_t>((1U << i % 16) - 1);
+        all.sixteen[i] = static_cast<uint16_t>(i / 16);
+    }
+    return all;
+}();
+
+/// Lists the elements of a side for 32 overlaps: it goes up by one after each that ends a run of the side.
+QVO_AVX512 inline unsigned list_elements(uint16_t* to, unsigned index, uint32_t ended) {
+    const __m512i sixteen = _mm512_loadu_si512(half_window.sixteen), below = _mm512_loadu_si512(half_window.below);
+    const __m512i words =
+        _mm512_maskz_permutexvar_epi16(~uint32_t{0}, sixteen, _mm512_set1_epi32(static_cast<int>(ended)));
+    const __m512i up = _mm512_popcnt_epi16(_mm512_and_si512(words, below));
+    const auto before = static_cast<short>(index), in_first = static_cast<short>(_mm_popcnt_u32(ended & 0xffff));
+    const __m512i from = _mm512_set1_epi16(before);
+    const __m512i start = _mm512_mask_add_epi16(from, 0xffff0000U, from, _mm512_set1_epi16(in_first));
+    _mm512_storeu_si512(to, _mm512_add_epi16(up, start));
+    return index + static_cast<unsigned>(_mm_popcnt_u32(ended));
+}
+
 /// The same for 64 positions at a time: the ends are packed, and the elements of a side are counted by its ends before.
 template <size_t N>
-QVO_AVX512 Listed list_by_vectors(const CrossingRow<N>& row, const Marks (&marks)[N], unsigned limit,
-                                  unsigned (&index)[N]) {
+QVO_AVX512 Listed list_by_vectors(const CrossingRow<N> row, const Marks (&marks)[N], unsigned limit,
+                                  unsigned (&all_indexes)[N]) {
     const __m512i numbers = _mm512_loadu_si512(numbers_up.data());
     const __m512i one_before = _mm512_sub_epi8(numbers, _mm512_set1_epi8(1));
-    const __m256i below =
-        _mm256_setr_epi16(0, 1, 3, 7, 15, 31, 63, 127, 255, 511, 1023, 2047, 4095, 8191, 16383, 32767);
+    unsigned index[N];
+    std::copy_n(all_indexes, N, index);
     Listed listed;
     for (unsigned at = 0; at < limit && listed.n < row.room; at += window) {
         Ends<N> ends;
@@ -120,18 +148,15 @@ QVO_AVX512 Listed list_by_vectors(const CrossingRow<N>& row, const Marks (&marks
         _mm512_storeu_si512(row.run + listed.n, _mm512_sub_epi8(end, before));
         const auto n = static_cast<size_t>(_mm_popcnt_u64(ends.any));
         for (size_t k = 0; k < N; ++k) {
-            uint64_t ended = _pext_u64(ends.of[k], ends.any);  // whether each overlap ends a run of this side
-            for (size_t i = 0; i < n; i += 16, ended >>= 16) {
-                const __m256i up =
-                    _mm256_popcnt_epi16(_mm256_and_si256(_mm256_set1_epi16(static_cast<short>(ended)), below));
-                _mm256_storeu_si256(reinterpret_cast<__m256i*>(row.index[k] + listed.n + i),
-                                    _mm256_add_epi16(up, _mm256_set1_epi16(static_cast<short>(index[k]))));
-                index[k] += static_cast<unsigned>(_mm_popcnt_u64(ended & 0xffff));
-            }
+            const uint64_t ended = _pext_u64(ends.of[k], ends.any);  // whether each overlap ends a run of this side
+            uint16_t* const to = row.index[k] + listed.n;
+            index[k] = list_elements(to, index[k], static_cast<uint32_t>(ended));
+            if (n > half) index[k] = list_elements(to + half, index[k], static_cast<uint32_t>(ended >> half));
         }
         listed.n += n;
         listed.positions = at + window - static_cast<unsigned>(std::countl_zero(ends.any));
     }
+    std::copy_n(index, N, all_indexes);
     return listed;
 }
 

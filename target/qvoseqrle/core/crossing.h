@@ -29,10 +29,14 @@ struct CrossingSide {
 inline constexpr size_t fewest_crossings = 32;
 inline constexpr size_t fewest_to_cross = 16;  // elements of each operand
 
-/// Whether the elements of an operand can be looked at so: enough of them, and the next eight short on average.
+/// Whether an operand has enough elements to be looked at so.
+QVO_INLINE bool enough_to_cross(size_t left, unsigned run_left) {
+    return left >= fewest_to_cross && run_left - 1 < max_run;
+}
+/// And whether the next eight are short on average.
 QVO_INLINE bool runs_are_short(const uint8_t* runs, size_t left, unsigned run_left) {
     constexpr unsigned most = 16;
-    return left >= fewest_to_cross && run_left - 1 < max_run && lane_sum(pair_sums(load_runs(runs))) <= run_word * most;
+    return enough_to_cross(left, run_left) && lane_sum(pair_sums(load_runs(runs))) <= run_word * most;
 }
 
 /// Lists the next overlaps, at least one. Where cross_runs is there.
@@ -40,8 +44,11 @@ template <size_t N> RunSpan cross_runs(const CrossingRow<N>& row, CrossingSide (
 
 #if QVO_WIDE_X86
 QVO_INLINE bool can_cross_runs() { return cpu_level >= CpuLevel::avx2; }
+/// Whether it is so fast that stretches of a few steps, which nothing foretells, are better taken as crossings.
+QVO_INLINE bool crossings_are_cheap() { return cpu_level >= CpuLevel::avx512; }
 #else
 QVO_INLINE bool can_cross_runs() { return false; }
+QVO_INLINE bool crossings_are_cheap() { return false; }
 #endif
 
 /// Writes `n` runs that lie in order to a tile.

@@ -17,11 +17,8 @@ template <size_t N> class ListSink {
     QVO_INLINE size_t reach() const { return room_ - n_; }
     template <unsigned Set> QVO_INLINE RunSpan stretch(Moving<Set>, At<N> at, RunSpan span) {
         each<N>([&](auto k) __attribute__((always_inline)) {
-            const Indexes first = Indexes{} + static_cast<uint16_t>(at[k]);
-            if constexpr ((Set >> k & 1) != 0)
-                put(list_.index[k] + n_, first + Indexes{0, 1, 2, 3, 4, 5, 6, 7}, step, span.elements);
-            else
-                put(list_.index[k] + n_, first, 0, span.elements);
+            constexpr bool moves = (Set >> k & 1) != 0;
+            put<moves>(list_.index[k] + n_, static_cast<uint16_t>(at[k]), span.elements);
         });
         copy_in_order(list_.run + n_, runs_[first_moving<Set>] - at[first_moving<Set>], span.elements);
         n_ += span.elements;
@@ -32,7 +29,8 @@ template <size_t N> class ListSink {
         list_.run[n_ + i] = static_cast<uint8_t>(run);
     }
     QVO_INLINE void end_singles(RunSpan span) { n_ += span.elements; }
-    QVO_INLINE CrossingRow<N> crossing_row() {
+    /// Not for the walk, which has crossings where they are not as cheap.
+    QVO_INLINE CrossingRow<N> row() {
         CrossingRow<N> row{{}, list_.run + n_, room()};
         each<N>([&](auto k) __attribute__((always_inline)) { row.index[k] = list_.index[k] + n_; });
         return row;
@@ -40,12 +38,14 @@ template <size_t N> class ListSink {
     QVO_INLINE void end_crossings(RunSpan span) { n_ += span.elements; }
 
  private:
-    // Stretches are short as a rule: eight indexes at a time do with few branches.
-    typedef uint16_t Indexes __attribute__((vector_size(16)));
+    // Stretches are short as a rule: sixteen indexes at a time do with few branches.
+    typedef uint16_t Indexes __attribute__((vector_size(32)));
     static constexpr size_t step = sizeof(Indexes) / sizeof(uint16_t);
     static_assert(step <= OverlapList<N>::slack + 1);
-    QVO_INLINE static void put(uint16_t* to, Indexes indexes, unsigned up, size_t n) {
-        for (size_t i = 0; i < n; i += step, indexes += static_cast<uint16_t>(up))
+    template <bool moves> QVO_INLINE static void put(uint16_t* to, uint16_t first, size_t n) {
+        Indexes indexes = Indexes{} + first;
+        if constexpr (moves) indexes += Indexes{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+        for (size_t i = 0; i < n; i += step, indexes += uint16_t{moves ? step : 0})
             std::memcpy(to + i, &indexes, sizeof indexes);
     }
 
@@ -55,12 +55,31 @@ template <size_t N> class ListSink {
     size_t n_ = 0;
 };
 
+/// Whether what comes is listed by crossings rather than looked at for stretches, none of which would be long.
+template <size_t N> QVO_INLINE bool stretches_are_short(const Operand (&operands)[N], size_t room) {
+    constexpr unsigned longest_run = 128, longest_stretch = 32;
+    unsigned least = run_word * max_run, most = 0;
+    bool enough = room >= fewest_crossings && crossings_are_cheap(), same = true;
+    each<N>([&](auto k) __attribute__((always_inline)) {
+        const uint64_t runs = load_runs(operands[k].runs());
+        const unsigned sum = lane_sum(pair_sums(runs));
+        least = std::min(least, sum);
+        most = std::max(most, sum);
+        enough = enough && enough_to_cross(operands[k].elements_left(), operands[k].run_left());
+        same = same && operands[k].taken() == 0 && runs == load_runs(operands[0].runs());
+    });
+    return enough && !same && most <= run_word * longest_run && most <= longest_stretch * least;
+}
+
 template <size_t N, size_t... K>
 QVO_INLINE size_t list_steps(OverlapList<N>& list, Operand* operands, size_t room, std::index_sequence<K...>) {
     Operand moving[] = {operands[K]...};  // in registers meanwhile
     ListSink<N> sink(list, moving, room);
     for (size_t single = fewest_single_steps; sink.room() != 0 && !any_used_up(moving);)
-        walk_stretch(moving, sink.room(), single, sink);
+        if (stretches_are_short(moving, sink.room()))
+            take_crossings(moving, sink.row(), sink.room(), sink);
+        else
+            walk_stretch(moving, sink.room(), single, sink);
     each<N>([&](auto k) __attribute__((always_inline)) { operands[k] = moving[k]; });
     return sink.size();
 }

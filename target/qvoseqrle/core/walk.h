@@ -193,15 +193,9 @@ template <class Rule, size_t N, class Sink> QVO_INLINE bool take_stretch(Operand
     return taken;
 }
 
-/// Takes a row of single steps over short runs that cross, if that is what comes.
-template <size_t N, class Sink> QVO_INLINE bool take_crossings(Operand (&operands)[N], size_t room, Sink& sink) {
-    bool all_short = room >= fewest_crossings && can_cross_runs();
-    each<N>([&](auto k) __attribute__((always_inline)) {
-        all_short =
-            all_short && runs_are_short(operands[k].runs(), operands[k].elements_left(), operands[k].run_left());
-    });
-    if (!all_short) return false;
-    CrossingRow<N> row = sink.crossing_row();
+/// Takes a row of single steps over short runs that cross, `room` of them at most.
+template <size_t N, class Sink>
+QVO_INLINE void take_crossings(Operand (&operands)[N], CrossingRow<N> row, size_t room, Sink& sink) {
     row.room = std::min(row.room, room);
     CrossingSide sides[N];
     each<N>([&](auto k) __attribute__((always_inline)) {
@@ -209,7 +203,6 @@ template <size_t N, class Sink> QVO_INLINE bool take_crossings(Operand (&operand
     });
     sink.end_crossings(cross_runs(row, sides));
     each<N>([&](auto k) __attribute__((always_inline)) { operands[k].move_to(sides[k].index, sides[k].taken); });
-    return true;
 }
 
 /// Hands the sink what comes next: a stretch, or `room` single steps at most if there is none. No operand is used up.
@@ -221,7 +214,14 @@ QVO_INLINE void walk_stretch(Operand (&operands)[N], size_t room, size_t& single
         return;
     }
     if constexpr (Rule::in_step && requires { sink.crossing_row(); }) {
-        if (take_crossings(operands, std::min(room, crossings_to_a_step * single), sink)) {
+        const size_t crossings = std::min(room, crossings_to_a_step * single);
+        bool all_short = crossings >= fewest_crossings && can_cross_runs();
+        each<N>([&](auto k) __attribute__((always_inline)) {
+            all_short =
+                all_short && runs_are_short(operands[k].runs(), operands[k].elements_left(), operands[k].run_left());
+        });
+        if (all_short) {
+            take_crossings(operands, sink.crossing_row(), crossings, sink);
             single = std::min(single * 2, most_single_steps);
             return;
         }
