@@ -44,8 +44,7 @@ TEST(Walk, OverThreeOperandsFollowsTheSteps) {
 // Runs with less than the machine has (QVOSEQ_CPU) would else repeat the one with all of it.
 TEST(Walk, TakesTheLoopsOfTheMachineOrOfLess) {
 #if QVO_WIDE_X86
-    const char* const set = std::getenv("QVOSEQ_CPU");
-    const std::string most = set != nullptr ? set : "";
+    const std::string most = std::getenv("QVOSEQ_CPU") != nullptr ? std::getenv("QVOSEQ_CPU") : "";
     EXPECT_EQ(qvo::cpu_level >= qvo::CpuLevel::avx2, most != "plain" && __builtin_cpu_supports("avx2"));
     EXPECT_EQ(qvo::cpu_level >= qvo::CpuLevel::avx512,
               most != "plain" && most != "avx2" && __builtin_cpu_supports("avx512bitalg"));
