@@ -27,11 +27,18 @@ struct qvo_aggregate {
 };
 
 struct qvo_rows {
-    qvo_rows(const Function& f, const Limits& limits) : function(&f), plan(limits) {}
+    qvo_rows(const Function& f, Limits limits) : function(&f), plan(lasting(limits)) {}
     const Function* function;
     std::vector<Argument> arguments;
     Plan plan;
     std::unique_ptr<Rows> rows;  // none: no rows
+
+ private:
+    /// Rows outlive the call, and other calls' results may take the place of what is remembered.
+    static Limits lasting(Limits limits) {
+        limits.recent = nullptr;
+        return limits;
+    }
 };
 
 namespace {
