@@ -4,6 +4,7 @@
 // Values are moved and never looked at, so the members of one width share their code.
 #include "core/elementwise.h"
 #include "core/move.h"
+#include "transform/choice_row.h"
 
 namespace qvo {
 namespace {
@@ -124,7 +125,7 @@ struct Choice {
     Operand operands[3];
     Operand &condition = operands[0], &left = operands[1], &right = operands[2];  // left where the condition is true
     size_t width;
-    uint8_t* values;
+    uint8_t *values, *runs;
     TileWriter out;
     Singles singles;
 
@@ -132,6 +133,7 @@ struct Choice {
         : operands{Operand(it->opd[0]), Operand(it->opd[1]), Operand(it->opd[2])},
           width(it->elem_size),
           values(values_of<uint8_t>(it)),
+          runs(runs_of(it)),
           out(it),
           singles(out, values, width) {}
     Choice(const Choice&) = delete;
@@ -139,21 +141,24 @@ struct Choice {
     const uint8_t* conditions() const { return values_of<uint8_t>(condition.iterator()) + condition.index(); }
     Operand& chosen() { return *conditions() != 0 ? left : right; }
     uint8_t* next_value() const { return values + out.size() * width; }
+    uint8_t* next_run() const { return runs - out.size(); }
 };
 
-/// The side of a choice in a stretch of conditions of run 1: an array of elements of run 1, or a value that repeats.
+/// The side of a choice in a stretch of conditions of one run: an array of elements of that run, or a value that repeats.
 struct Supply {
     size_t step;   // bytes from one value to the next
     size_t limit;  // values that there are at least
+    unsigned run;
 
-    Supply(const Operand& operand, size_t width, size_t wanted) : step(0), limit(operand.run_left()) {
-        if (limit != 1 || operand.taken() != 0) return;
+    Supply(const Operand& operand, size_t width, size_t wanted, unsigned run_of_all)
+        : step(0), limit(operand.run_left() / run_of_all), run(run_of_all) {
+        if (operand.run() != run || operand.taken() != 0) return;
         step = width;
-        limit = leading_single_runs(operand.runs(), std::min(operand.elements_left(), wanted));
+        limit = leading_equal(operand.runs(), SameRun{ones_word * run}, std::min(operand.elements_left(), wanted));
     }
     void take(Operand& operand, size_t n) const {
         if (step == 0)
-            operand.take(static_cast<unsigned>(n));
+            operand.take(static_cast<unsigned>(n) * run);
         else
             operand.skip(n);
     }
@@ -175,12 +180,14 @@ QVO_INLINE size_t deal_with(Mover mover, uint8_t* __restrict out, const uint8_t*
     return n_left;
 }
 
-/// Takes conditions of run 1, over sides that can supply a value to each of them.
+/// Takes conditions of one run, over sides that can supply a value to each of them.
 bool deal_stretch(Choice& c) {
-    if (c.condition.run() != 1 || c.condition.taken() != 0) return false;
-    size_t n = leading_single_runs(c.condition.runs(), std::min(c.out.room(), c.condition.elements_left()));
+    const unsigned run = c.condition.run();
+    if (run == 0 || c.condition.taken() != 0) return false;
+    size_t n = leading_equal(c.condition.runs(), SameRun{ones_word * run},
+                             std::min(c.out.room(), c.condition.elements_left()));
     if (n < shortest_stretch) return false;
-    const Supply from_left(c.left, c.width, n), from_right(c.right, c.width, n);
+    const Supply from_left(c.left, c.width, n, run), from_right(c.right, c.width, n, run);
     n = std::min({n, from_left.limit, from_right.limit});
     if (n < shortest_stretch) return false;
     const size_t n_left = with_mover(
@@ -188,10 +195,31 @@ bool deal_stretch(Choice& c) {
             return deal_with(mover, c.next_value(), c.conditions(), current_value(c.left, c.width), from_left.step,
                              current_value(c.right, c.width), from_right.step, n);
         });
-    c.out.put_equal_runs(n, 1);
+    c.out.put_equal_runs(n, run);
     c.condition.skip(n);
     from_left.take(c.left, n_left);
     from_right.take(c.right, n - n_left);
+    return true;
+}
+
+/// Takes short runs that cross.
+bool crossing_stretch(Choice& c) {
+    ChoiceRow row;
+    cross_choices(c.operands, c.out.room(), row);
+    if (row.span.elements == 0) return false;
+    uint8_t *const to = c.next_value(), *const runs = c.next_run();
+    with_mover(
+        c.width, [&](auto mover) __attribute__((always_inline)) {
+            for (const ChoiceRow::Side& side : row.sides) {
+                const uint8_t* const values = values_of<uint8_t>((&side == row.sides ? c.right : c.left).iterator());
+                for (size_t i = 0; i < side.n; ++i) {
+                    const size_t place = side.place(i);
+                    mover.move(to, place, values, side.element[i]);
+                    set_run(runs, place, side.run[i]);
+                }
+            }
+        });
+    c.out.advance(row.span);
     return true;
 }
 
@@ -271,7 +299,7 @@ QVO_RET if_next(qvo_seq_iterator_h it, Where where) {
     Choice c(it);
     size_t single = fewest_single_steps;
     const auto go_on = [&](size_t room) -> QVO_RET {
-        if (deal_stretch(c) || chosen_stretch(c)) {
+        if (deal_stretch(c) || crossing_stretch(c) || chosen_stretch(c)) {
             single = fewest_single_steps;
         } else {
             single_choices(c, std::min(room, single));
