@@ -112,10 +112,11 @@ TEST(Tee, BothReadersSeeTheWhole) {
                 EXPECT_EQ(tee.readers[reader]->next_seq_no, seen[reader].size());
             }
             for (const auto& s : seen) check_items(s, items);
+            for (Record& reader : tee.readers) reader->tile_offs = reader->rle_offs = 1;
             ASSERT_EQ(tee.readers[round]->reset(tee.readers[round].get()), QVO_S_OK);
             EXPECT_EQ(tee.source.n_reset(), round + 1);
-            for (const Record& reader : tee.readers)
-                EXPECT_TRUE(reader.it.tile_size == 0 && reader.it.next_seq_no == 0);
+            for (const auto& [it] : tee.readers)
+                EXPECT_TRUE(it.tile_size == 0 && it.tile_offs == 0 && it.rle_offs == 0 && it.next_seq_no == 0);
         }
     });
 }
