@@ -66,7 +66,7 @@ template <class V, size_t vector_bytes> struct Scan {
         Values low, high;
         Bits equal{}, missing{};
 
-        QVO_INLINE void look(const V* from, Bits counted) {
+        QVO_INLINE void look(const V* from, const Bits& counted) {
             Values x;
             Bits bits, before;
             std::memcpy(&x, from, sizeof x);
