@@ -34,6 +34,7 @@ struct Member {
     bool own_refusals = false;          // checks its operands in another way, which has tests of its own
     bool endless = false;               // never ends, whatever its operands do
     bool checks_tiles = true;           // every tile is one that qvo_seq_check_tile accepts
+    bool writes_runs = true;            // every run byte; else some are what was there before
     std::string source = "qvoseqrle/";  // where a stop says that it is
     std::vector<bool> type_checked;     // per operand; none: all
     std::vector<bool> bound;            // per operand, whether it is checked and marked; none: all
