@@ -45,7 +45,7 @@ class Recent {
         ValueType type;
         Buffer values;  // at most those of one tile
     };
-    std::array<Result, 4> results_;  // as many as a call may have arguments that were computed just before it
+    std::array<Result, 4> results_;  // more than most calls have arguments that were computed just before them
     size_t next_ = 0;
 };
 

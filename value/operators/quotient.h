@@ -1,4 +1,4 @@
-// Quotients by one divisor without dividing: as division rounds them, in a quarter of its time.
+// Quotients by one divisor without dividing, as division rounds them: several lanes at a time, a division takes longer.
 #pragma once
 
 #include <cmath>
