@@ -40,9 +40,9 @@ std::vector<Argument>& Plan::keep_arguments(size_t n) {
 
 qvo_seq_iterator_h Plan::iterator() {
     const size_t i = used_++;
-    if (i < block) return &first_.records[i];
+    if (i < block) return &first_.records[i].it;
     if (i % block == 0) more_.push_back(std::unique_ptr<Records>(new Records));
-    return &more_.back()->records[i % block];
+    return &more_.back()->records[i % block].it;
 }
 
 qvo_seq_iterator_h Plan::own(ValueType type, std::unique_ptr<Operator> op) {

@@ -5,6 +5,7 @@
 // code, which the operators above hand on unchanged; `pull` throws the exception again.
 #pragma once
 
+#include <cstddef>
 #include <exception>
 #include <memory>
 #include <optional>
@@ -130,10 +131,16 @@ class Plan {
     void keep(std::exception_ptr fault) { fault_ = std::move(fault); }
 
  private:
-    // Records are large and need no initial value.
+    // A tile's values begin with a line of the cache, so that vectors of them lie in one. Records are large and need no
+    // initial value.
+    static constexpr size_t line = 64;
+    struct alignas(line) Record {
+        char before[line - offsetof(qvo_seq_iterator_t, tile.u) % line];
+        qvo_seq_iterator_t it;
+    };
     static constexpr size_t block = 4;
     struct Records {
-        qvo_seq_iterator_t records[block];
+        Record records[block];
     };
     qvo_seq_iterator_h own(ValueType type, std::unique_ptr<Operator> op);
     [[noreturn]] void over_budget() const;

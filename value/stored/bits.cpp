@@ -4,47 +4,65 @@
 namespace qvo::value {
 namespace {
 
-template <unsigned bits> struct PackedOf;
-template <> struct PackedOf<1> { using type = uint8_t; };
-template <> struct PackedOf<2> { using type = uint16_t; };
-template <> struct PackedOf<4> { using type = uint32_t; };
+/// A word with the lowest `ones` bits of each `lane` set.
+constexpr uint64_t lanes_of_ones(unsigned ones, unsigned lane) {
+    uint64_t word = 0;
+    for (unsigned at = 0; at < 64; at += lane) word |= (~uint64_t{0} >> (64 - ones)) << at;
+    return word;
+}
+
+// The numbers of one packed byte, a byte each.
+template <unsigned bits> struct WordOfByte;
+template <> struct WordOfByte<1> { using type = uint64_t; };
+template <> struct WordOfByte<2> { using type = uint32_t; };
+template <> struct WordOfByte<4> { using type = uint16_t; };
 
 template <unsigned bits> struct Groups {
-    using Packed = typename PackedOf<bits>::type;
+    using Word = typename WordOfByte<bits>::type;
 
-    QVO_INLINE static void pack(const uint8_t* __restrict bytes, size_t n, uint8_t* __restrict to) {
-        for (size_t i = 0; i < n; ++i) {
-            const auto packed = static_cast<Packed>(pack_group<bits>(format::load<uint64_t>(bytes + i * bit_group)));
-            format::store(to + i * sizeof(Packed), packed);
+    static constexpr Word lanes(unsigned numbers) {
+        return static_cast<Word>(lanes_of_ones(numbers * bits, numbers * 8));
+    }
+    QVO_INLINE static void pack(const uint8_t* __restrict numbers, size_t bytes, uint8_t* __restrict to) {
+        for (size_t i = 0; i < bytes; ++i) {
+            Word word = format::load<Word>(numbers + i * sizeof(Word)) & lanes(1);
+            word = static_cast<Word>(word | word >> (8 - bits));
+            if constexpr (bits <= 2) word = (word & lanes(2)) | (word & lanes(2)) >> 2 * (8 - bits);
+            if constexpr (bits == 1) word = (word & lanes(4)) | (word & lanes(4)) >> 4 * (8 - bits);
+            to[i] = static_cast<uint8_t>(word);
         }
     }
-    QVO_INLINE static void unpack(const uint8_t* __restrict packed, size_t n, uint8_t* __restrict to) {
-        for (size_t i = 0; i < n; ++i)
-            format::store(to + i * bit_group, unpack_group<bits>(format::load<Packed>(packed + i * sizeof(Packed))));
+    QVO_INLINE static void unpack(const uint8_t* __restrict packed, size_t bytes, uint8_t* __restrict to) {
+        for (size_t i = 0; i < bytes; ++i) {
+            Word word = packed[i];
+            if constexpr (bits == 1) word = (word | word << 4 * (8 - bits)) & lanes(4);
+            if constexpr (bits <= 2) word = (word | word << 2 * (8 - bits)) & lanes(2);
+            format::store(to + i * sizeof(Word), static_cast<Word>((word | word << (8 - bits)) & lanes(1)));
+        }
     }
 };
 
 constexpr size_t groups_of(size_t n) { return (n + bit_group - 1) / bit_group; }
 
-void pack_groups(const uint8_t* bytes, size_t groups, unsigned bits, uint8_t* to) {
+void pack_groups(const uint8_t* numbers, size_t groups, unsigned bits, uint8_t* to) {
     switch (bits) {
         case 1:
-            return for_cpu<Groups<1>::pack>(bytes, groups, to);
+            return for_cpu<Groups<1>::pack, CpuLevel::avx512>(numbers, 1 * groups, to);
         case 2:
-            return for_cpu<Groups<2>::pack>(bytes, groups, to);
+            return for_cpu<Groups<2>::pack, CpuLevel::avx512>(numbers, 2 * groups, to);
         default:
-            return for_cpu<Groups<4>::pack>(bytes, groups, to);
+            return for_cpu<Groups<4>::pack, CpuLevel::avx512>(numbers, 4 * groups, to);
     }
 }
 
 void unpack_groups(const uint8_t* packed, size_t groups, unsigned bits, uint8_t* to) {
     switch (bits) {
         case 1:
-            return for_cpu<Groups<1>::unpack>(packed, groups, to);
+            return for_cpu<Groups<1>::unpack, CpuLevel::avx512>(packed, 1 * groups, to);
         case 2:
-            return for_cpu<Groups<2>::unpack>(packed, groups, to);
+            return for_cpu<Groups<2>::unpack, CpuLevel::avx512>(packed, 2 * groups, to);
         default:
-            return for_cpu<Groups<4>::unpack>(packed, groups, to);
+            return for_cpu<Groups<4>::unpack, CpuLevel::avx512>(packed, 4 * groups, to);
     }
 }
 

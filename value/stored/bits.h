@@ -31,27 +31,6 @@ constexpr unsigned bits_for(uint64_t largest) {
 }
 constexpr bool is_width(unsigned bits) { return bits < 64 && bits_for((uint64_t{1} << bits) - 1) == bits; }
 
-/// A word with the lowest `ones` bits of each `lane` set.
-constexpr uint64_t lanes_of_ones(unsigned ones, unsigned lane) {
-    uint64_t word = 0;
-    for (unsigned at = 0; at < 64; at += lane) word |= (~uint64_t{0} >> (64 - ones)) << at;
-    return word;
-}
-
-/// Of each byte the lowest bits.
-template <unsigned bits> QVO_INLINE uint64_t pack_group(uint64_t word) {
-    word &= lanes_of_ones(bits, 8);
-    word = (word | word >> (8 - bits)) & lanes_of_ones(2 * bits, 16);
-    word = (word | word >> 2 * (8 - bits)) & lanes_of_ones(4 * bits, 32);
-    return word | word >> 4 * (8 - bits);
-}
-
-template <unsigned bits> QVO_INLINE uint64_t unpack_group(uint64_t word) {
-    word = (word | word << 4 * (8 - bits)) & lanes_of_ones(4 * bits, 32);
-    word = (word | word << 2 * (8 - bits)) & lanes_of_ones(2 * bits, 16);
-    return (word | word << (8 - bits)) & lanes_of_ones(bits, 8);
-}
-
 // Numbers unpacked at once.
 inline constexpr size_t unpack_block = 512;
 

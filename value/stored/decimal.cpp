@@ -9,6 +9,10 @@
 
 #include "stored/offsets.h"
 
+#if QVO_WIDE_X86
+#include <immintrin.h>
+#endif
+
 namespace qvo::value {
 namespace {
 
@@ -252,11 +256,34 @@ template <class V> struct DividedDecimals : Decimals<V, Divided> {
 };
 
 #if QVO_WIDE_X86
+QVO_AVX512 QVO_INLINE __m512i splat(uint64_t x) { return _mm512_set1_epi64(static_cast<long long>(x)); }
+
 template <class V> struct FusedDecimals : Decimals<V, Fused> {
     using Decimals<V, Fused>::Decimals;
     template <class Loop, class From>
     static void run(const Loop& loop, const From* from, size_t n, const FusedDecimals& convert, V* to) {
         cpu_level >= CpuLevel::avx512 ? wide(loop, from, n, convert, to) : narrow(loop, from, n, convert, to);
+    }
+
+    /// Offsets of less than 8 bits, whole groups: a product adds up those of one, whose sums are in a byte. `first` is the
+    /// integer before which nothing was added, the others are `extra` apart; returns the sum of all offsets.
+    QVO_AVX512 static uint64_t read_groups(const FusedDecimals& convert, uint64_t first, uint64_t extra, uint64_t sum,
+                                           const uint8_t* offsets, size_t n,
+                                           double* to) requires(std::is_same_v<V, double>) {
+        const Fused quotient = convert.quotient;
+        const __m512d inverse = _mm512_set1_pd(quotient.inverse), rest = _mm512_set1_pd(quotient.rest);
+        const __m512i apart = _mm512_mullo_epi64(splat(extra), _mm512_setr_epi64(0, 1, 2, 3, 4, 5, 6, 7));
+        const __m512i origin = _mm512_add_epi64(splat(first + shifter_bits), apart);
+        uint64_t before = sum;  // and what is added without offsets
+        for (size_t i = 0; i < n; i += bit_group, before += bit_group * extra) {
+            const uint64_t group = format::load<uint64_t>(offsets + i) * 0x0101010101010101U;
+            const __m512i sums = _mm512_maskz_cvtepu8_epi64(0xff, _mm_cvtsi64_si128(static_cast<long long>(group)));
+            const __m512i shifted = _mm512_add_epi64(_mm512_add_epi64(sums, splat(before)), origin);
+            const __m512d whole = _mm512_sub_pd(_mm512_castsi512_pd(shifted), _mm512_set1_pd(shifter));
+            _mm512_storeu_pd(to + i, _mm512_fmadd_pd(whole, inverse, _mm512_mul_pd(whole, rest)));
+            before += group >> 56;
+        }
+        return before - n * extra;
     }
 
  private:

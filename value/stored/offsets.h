@@ -33,7 +33,8 @@ uint64_t running_sums(uint64_t sum, const uint16_t* offsets, size_t n, unsigned 
 uint64_t running_sums(uint64_t sum, const uint32_t* offsets, size_t n, unsigned bits, uint64_t* to);
 
 /// Reading: `Convert` makes a T of a word, and has the value that stands for the offset of all ones, where there is one.
-/// Its `run<Loop>` calls Loop::run, compiled for the instruction sets that the conversion takes.
+/// Its `run<Loop>` calls Loop::run, compiled for the instruction sets that the conversion takes. If it has `read_groups`,
+/// that makes values of small offsets that are deltas, with AVX-512 in one pass.
 template <class Convert, class T> class OffsetReader {
     using Word = typename Convert::Word;
 
@@ -134,6 +135,17 @@ template <class Convert, class T> class OffsetReader {
     template <class Offset>
     static void deltas(OpenTile& tile, uint64_t at, const uint8_t* from, size_t n, const Convert& convert, T* to) {
         const OffsetHeader& h = tile.offsets;
+        if constexpr (sizeof(Offset) == 1 &&
+                      requires { Convert::read_groups(convert, Word(), Word(), uint64_t(), from, n, to); })
+            if (to != nullptr && h.bits < 8 && h.unit == 1 && cpu_level >= CpuLevel::avx512) {
+                const size_t whole = n / bit_group * bit_group;
+                const Word extra = word(h.extra), first = word(h.base) + extra * word(at + 1);
+                tile.sum = Convert::read_groups(convert, first, extra, tile.sum, from, whole, to);
+                from += whole;
+                to += whole;
+                at += whole;
+                n -= whole;
+            }
         uint64_t sums[unpack_block];
         while (n != 0) {
             const size_t some = n < unpack_block ? n : unpack_block;
