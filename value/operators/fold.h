@@ -19,6 +19,11 @@ namespace qvo::value {
 inline constexpr double missing = std::numeric_limits<double>::quiet_NaN();
 /// Neither NaN nor infinite; in a form that vector code has operations for.
 QVO_INLINE bool is_present(double x) { return x - x == 0.0; }
+QVO_INLINE size_t count_missing(const double* x, size_t n) {
+    size_t count = 0;
+    for (size_t i = 0; i < n; ++i) count += !is_present(x[i]);
+    return count;
+}
 
 /// `fold` takes a value, or several in a vector, into others.
 struct SumOf {
@@ -45,13 +50,13 @@ template <class Op, ptrdiff_t Step> struct NeighbourFolds {
     static constexpr ptrdiff_t width = 4;
     static constexpr size_t last = Step > 0 ? width - 1 : 0;
 
-    /// The first four become the folds of those up to each, the next four too.
-    QVO_INLINE static void run(const double* x, const double* next, Neighbours (&folds)[2]) {
+    /// The first four become the folds of those up to each, the next four too. `whole`: nothing is missing.
+    template <bool whole> QVO_INLINE static void run(const double* x, const double* next, Neighbours (&folds)[2]) {
         const Neighbours none = {Op::neutral, Op::neutral, Op::neutral, Op::neutral};
         std::memcpy(&folds[0], x, sizeof none);
         std::memcpy(&folds[1], next, sizeof none);
         for (Neighbours& v : folds) {
-            v = v - v == 0.0 ? v : none;
+            if constexpr (!whole) v = v - v == 0.0 ? v : none;
             if constexpr (Step > 0) {
                 Op::fold(v, __builtin_shufflevector(none, v, 0, 4, 5, 6));
                 Op::fold(v, __builtin_shufflevector(none, v, 0, 1, 4, 5));
@@ -76,38 +81,40 @@ template <class Op> class FoldOf {
         Op::fold(a, b);
         return a;
     }
+    template <class V> QVO_INLINE static void fold(V& into, const V& later) { Op::fold(into, later); }
     /// n times x, n > 0.
     QVO_INLINE static Value power(double x, double n) { return is_present(x) ? Op::power(x, n) : Op::neutral; }
 
-    Value value() const {
-        double all = group_;
-        total(all);
-        return all;
+    /// Folds in a value; returns the fold so far.
+    QVO_INLINE Value add(double x) {
+        Op::fold(group_, power(x, 1));
+        double result = group_;
+        total(result);
+        if (++in_group_ == group) {
+            close(group_);
+            group_ = Op::neutral;
+            in_group_ = 0;
+        }
+        return result;
     }
-    void add(double x, uint64_t n) {
-        close(group_);
-        group_ = Op::neutral;
-        in_group_ = 0;
-        close(power(x, static_cast<double>(n)));
-    }
-    /// Folds in n values at x[0], x[Step], …; writes the fold so far for each of them.
-    template <ptrdiff_t Step> QVO_INLINE void add(const double* x, size_t n, Value* to) {
-        size_t i = 0;
-        for (; i < n && in_group_ != 0; ++i)
-            to[Step * static_cast<ptrdiff_t>(i)] = one(x[Step * static_cast<ptrdiff_t>(i)]);
+    /// Folds in n values at x[0], x[Step], …, none of which is missing if `whole`. `put(at, folds)` is called with the folds
+    /// so far of values from x[at] on, one or several in a vector.
+    template <ptrdiff_t Step, bool whole, class Put> QVO_INLINE void add(const double* x, size_t n, Put put) {
+        const auto end = static_cast<ptrdiff_t>(n);
+        ptrdiff_t i = 0;
+        for (; i < end && in_group_ != 0; ++i) put(Step * i, add(x[Step * i]));
         using Folds = NeighbourFolds<Op, Step>;
-        for (; i + group <= n; i += group) {
-            const ptrdiff_t near = Step > 0 ? static_cast<ptrdiff_t>(i) : 1 - Folds::width - static_cast<ptrdiff_t>(i);
-            const ptrdiff_t far = near + Step * Folds::width;
+        for (; i + group <= end; i += group) {
+            const ptrdiff_t near = Step > 0 ? i : 1 - Folds::width - i, far = near + Step * Folds::width;
             Neighbours folds[2];
-            Folds::run(x + near, x + far, folds);
+            Folds::template run<whole>(x + near, x + far, folds);
             const double fold = folds[1][Folds::last];
             for (Neighbours& each : folds) total(each);
-            std::memcpy(to + near, &folds[0], sizeof folds[0]);
-            std::memcpy(to + far, &folds[1], sizeof folds[1]);
+            put(near, folds[0]);
+            put(far, folds[1]);
             close(fold);
         }
-        for (; i < n; ++i) to[Step * static_cast<ptrdiff_t>(i)] = one(x[Step * static_cast<ptrdiff_t>(i)]);
+        for (; i < end; ++i) put(Step * i, add(x[Step * i]));
     }
 
  private:
@@ -121,17 +128,6 @@ template <class Op> class FoldOf {
             Op::fold(folds, high_);
         else
             Op::fold(folds, V{high_, high_, high_, high_});
-    }
-    QVO_INLINE double one(double x) {
-        Op::fold(group_, power(x, 1));
-        double result = group_;
-        total(result);
-        if (++in_group_ == group) {
-            close(group_);
-            group_ = Op::neutral;
-            in_group_ = 0;
-        }
-        return result;
     }
     QVO_INLINE void close(double fold) {
         const double before = high_;
@@ -155,58 +151,64 @@ class MomentsFold {
         a.merge(b);
         return a;
     }
+    QVO_INLINE static void fold(Value& into, const Value& later) { into.merge(later); }
     QVO_INLINE static Value power(double x, double n) {
         return is_present(x) ? Value{static_cast<uint64_t>(n), x, 0} : Value{};
     }
 
-    Value value() const { return moments_; }
-    void add(double x, uint64_t n) { moments_.merge(power(x, static_cast<double>(n))); }
-    template <ptrdiff_t Step> QVO_INLINE void add(const double* x, size_t n, Value* to) {
-        for (size_t i = 0; i < n; ++i) {
-            const ptrdiff_t at = Step * static_cast<ptrdiff_t>(i);
-            if (is_present(x[at])) {
-                const double share = 1.0 / static_cast<double>(++moments_.n);  // does not wait for the mean before
-                const double apart = x[at] - moments_.mean;
-                moments_.mean += apart * share;
-                moments_.squares += apart * (x[at] - moments_.mean);
-            }
-            to[at] = moments_;
+    QVO_INLINE Value add(double x) {
+        if (is_present(x)) {
+            const double share = 1.0 / static_cast<double>(++moments_.n);  // does not wait for the mean before
+            const double apart = x - moments_.mean;
+            moments_.mean += apart * share;
+            moments_.squares += apart * (x - moments_.mean);
         }
+        return moments_;
+    }
+    template <ptrdiff_t Step, bool whole, class Put> QVO_INLINE void add(const double* x, size_t n, Put put) {
+        const auto end = static_cast<ptrdiff_t>(n);
+        for (ptrdiff_t i = 0; i < end; ++i) put(Step * i, add(x[Step * i]));
     }
 
  private:
     Moments moments_;
 };
 
-// What is asked of a window: the fold, its result, and how many values have to be there for one.
+// What is asked of a window: the fold, its result (or whether it is the fold), and how many values have to be there for one.
 struct RollingSum {
     using Fold = FoldOf<SumOf>;
     static constexpr unsigned least = 0;
+    static constexpr bool is_fold = true;
     QVO_INLINE static double finish(double sum, double) { return sum; }
 };
 struct RollingMean {
     using Fold = FoldOf<SumOf>;
     static constexpr unsigned least = 1;
+    static constexpr bool is_fold = false;
     QVO_INLINE static double finish(double sum, double present) { return sum / present; }
 };
 struct RollingMin {
     using Fold = FoldOf<SmallestOf>;
     static constexpr unsigned least = 1;
+    static constexpr bool is_fold = true;
     QVO_INLINE static double finish(double smallest, double) { return smallest; }
 };
 struct RollingMax {
     using Fold = FoldOf<LargestOf>;
     static constexpr unsigned least = 1;
+    static constexpr bool is_fold = true;
     QVO_INLINE static double finish(double largest, double) { return largest; }
 };
 struct RollingVar {
     using Fold = MomentsFold;
     static constexpr unsigned least = 2;
+    static constexpr bool is_fold = false;
     QVO_INLINE static double finish(const Moments& moments, double present) { return moments.squares / (present - 1); }
 };
 struct RollingStd {
     using Fold = MomentsFold;
     static constexpr unsigned least = 2;
+    static constexpr bool is_fold = false;
     QVO_INLINE static double finish(const Moments& moments, double present) {
         return std::sqrt(moments.squares / (present - 1));
     }

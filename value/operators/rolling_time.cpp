@@ -53,8 +53,7 @@ template <class S> class RollingTime final : public Operator {
         throw Error(Fault::argument, "argument 2: t must ascend, but falls at position " + std::to_string(position));
     }
     double add(double x, int64_t time) {
-        double later;
-        fold_.template add<1>(&x, 1, &later);
+        double later = fold_.add(x);
         later_.push_back({time, x, 0});
         present_ += is_present(x);
         int64_t before;  // times up to this one have left the window
@@ -77,7 +76,7 @@ template <class S> class RollingTime final : public Operator {
         later_.clear();
         first_ = 0;
         Fold fold;
-        for (size_t i = earlier_.size(); i-- > 0;) fold.template add<1>(&earlier_[i].value, 1, &earlier_[i].fold);
+        for (size_t i = earlier_.size(); i-- > 0;) earlier_[i].fold = fold.add(earlier_[i].value);
         fold_ = Fold();
     }
 

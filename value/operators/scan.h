@@ -6,7 +6,9 @@
 //   Taken take(In x, unsigned run, Out* results, size_t room, uint64_t position)   up to `run` positions of one value
 // `take` writes at most `room` elements: either one for all the positions that it took, or one for each of them.
 // Where results have no runs, taking runs one by one does not pay if they are short: up to a mean run that the step names
-// (`written_out`, 0 for never, or not for now) `singles` gets them written out.
+// (`written_out`, 0 for never, or not for now) `singles` gets them written out. A step whose results have runs may have
+//   bool by_runs(unsigned run)   whether it takes what comes next, first an element of that run, itself:
+//   void take_runs(Operand& input, const In* values, TileWriter& out, Out* results)   with as many results as there is room
 #pragma once
 
 #include <memory>
@@ -36,6 +38,11 @@ template <class Step> class Scan final : public Operator {
         const size_t spare = step_.written_out() != 0 ? most_spare : 0;
         while (out.room() > spare) {
             if (rc = input.refill(Where::here()); rc != QVO_S_OK) break;
+            if constexpr (takes_runs)
+                if (step_.by_runs(input.run())) {
+                    step_.take_runs(input, values(), out, values_of<Out>(it));
+                    continue;
+                }
             const size_t most = std::min(out.room(), input.elements_left());
             const size_t singles = input.run() != 1 ? 0 : leading_single_runs(input.runs(), most);
             const uint64_t position = it->next_seq_no + out.positions();
@@ -52,6 +59,7 @@ template <class Step> class Scan final : public Operator {
     static constexpr size_t block = 64;       // elements whose runs are looked at together
     static constexpr unsigned short_run = 4;  // of what is written without a look at the run
     static constexpr size_t most_spare = 16;  // a tile is not filled to the last where that would cut up short runs
+    static constexpr bool takes_runs = requires(Step step) { step.by_runs(1); };
 
     const In* values() const { return values_of<In>(x_.it); }
 

@@ -122,18 +122,13 @@ class Smoothing {
         for (size_t i = 0; i < n;) {
             const size_t here = std::min(n - i, most);
             size_t taken = 0;
-            if (mean.running() && for_cpu<all_present>(x + i, here))
+            if (mean.running() && for_cpu<count_missing>(x + i, here) == 0)
                 taken = for_cpu<Mean::next_blocks, CpuLevel::avx512>(mean, x + i, here, results + i);
             for (const size_t end = std::min(here, taken + Mean::block); taken < end; ++taken)
                 results[i + taken] = mean.next(x[i + taken]);
             i += taken;
         }
         return mean;
-    }
-    QVO_INLINE static bool all_present(const double* x, size_t n) {
-        uint64_t gone = 0;
-        for (size_t i = 0; i < n; ++i) gone |= uint64_t{!is_present(x[i])};
-        return gone == 0;
     }
     Mean mean_;
 };

@@ -212,6 +212,23 @@ def check_windows(test, host):
     np.testing.assert_array_equal(counts, [NAN, 1, 2])
 
 
+def check_extremes(test, host):
+    """Long runs, short ones and gaps one after the other, in windows narrower and wider than they are."""
+    rng = np.random.default_rng(5)
+    means = (1, 100, 3, 400, 1, 100)
+    n = [4000 // mean for mean in means]
+    values = rng.normal(size=sum(n)).round(2)
+    values[rng.random(values.size) < 0.1] = NAN
+    values[rng.random(values.size) < 0.05] = np.inf
+    x = np.repeat(values, rng.integers(1, 2 * np.repeat(means, n)))
+    for window in (1, 2, 7, 32, 33, 100, 1000, 5000, 30_000, 2**31):
+        for least in {0, 1, min(window, 40), window * 9 // 10, window}:
+            for how in ("min", "max"):
+                result = host.call(f"rolling_{how}", x, window, least)
+                expected = getattr(pd.Series(_finite(x)).rolling(window, min_periods=least), how)().to_numpy()
+                np.testing.assert_array_equal(result, expected, f"{how} over {window}, {least} present")
+
+
 # ---- Smoothing -----------------------------------------------------------------------------------------------------
 
 
@@ -300,7 +317,8 @@ ORACLES = {
     "ffill": Oracle(_fill(True), {"limit": _small(1, 2, 50)}),
     "bfill": Oracle(_fill(False), {"limit": _small(1, 2, 50)}),
     "interpolate": Oracle(_interpolate),
-    **{f"rolling_{how}": Oracle(_rolling(how), WINDOW) for how in "min max var std count median sum".split()},
+    **{f"rolling_{how}": Oracle(_rolling(how), WINDOW) for how in "min var std count median sum".split()},
+    "rolling_max": Oracle(_rolling("max"), WINDOW, checks=(check_extremes,)),
     "rolling_mean": Oracle(_rolling("mean"), WINDOW, checks=(check_windows,)),
     **{f"rolling_{how}_time": Oracle(_rolling_time(how), TIMES) for how in "sum mean min max count".split()},
     "ema": Oracle(_ema, {"span": _small(1, 2, 3.5, 20, 100, 0.5)}),
