@@ -1,6 +1,7 @@
 #include "operators/cumulative.h"
 
 #include "operators/arithmetic.h"
+#include "operators/fold.h"
 #include "operators/scan.h"
 #include "operators/sums.h"
 
@@ -48,7 +49,30 @@ class DoubleSums {
             results[i] = here.high + here.low;
         }
     }
+    /// Blocks of finite values without a look at each, so that an addition waits for nothing but the one before.
     static DoubleSum run(DoubleSum sum, const double* __restrict x, size_t n, double* __restrict results) {
+        constexpr size_t block = 64;
+        for (size_t i = 0, some; i < n; i += some) {
+            some = std::min(n - i, block);
+            if (for_cpu<count_missing>(x + i, some) == 0) {
+                const DoubleSum after = finite(sum, x + i, some, results + i);
+                if (std::isfinite(after.high)) {
+                    sum = after;
+                    continue;
+                }
+            }
+            sum = any(sum, x + i, some, results + i);
+        }
+        return sum;
+    }
+    static DoubleSum finite(DoubleSum sum, const double* __restrict x, size_t n, double* __restrict results) {
+        for (size_t i = 0; i < n; ++i) {
+            sum.add(x[i]);
+            results[i] = sum.high + sum.low;
+        }
+        return sum;
+    }
+    static DoubleSum any(DoubleSum sum, const double* __restrict x, size_t n, double* __restrict results) {
         for (size_t i = 0; i < n; ++i) {
             sum.add(x[i] == x[i] ? x[i] : 0.0);
             results[i] = x[i] == x[i] ? sum.total() : x[i];
