@@ -220,6 +220,16 @@ QVO_RET literal_choice(qvo_seq_iterator_h it, bool whole_runs) {
 QVO_RET literal_iif(qvo_seq_iterator_h it) { return literal_choice(it, true); }
 QVO_RET literal_if(qvo_seq_iterator_h it) { return literal_choice(it, false); }
 
+/// Cuts a side after the positions that the first conditions take from it: it ends where the last of these does.
+void cut_after(Items<t_char>& side, const Items<t_bool>& conditions, size_t n_conditions) {
+    unsigned left = 0;
+    for (size_t i = 0; i < n_conditions; ++i) left += conditions[i].value != 0 ? conditions[i].run : 0;
+    size_t n = 0;
+    for (; n < side.size() && left != 0; ++n)
+        left -= side[n].run = static_cast<uint8_t>(std::min<unsigned>(side[n].run, left));
+    side.resize(std::max<size_t>(n, 1));
+}
+
 /// Operands of the shapes that are taken in stretches, and of any.
 std::vector<MakeSource> draw_operands(const AnyType& type, Random& random, unsigned shape) {
     const size_t n = random.between(4, 4000);
@@ -238,6 +248,12 @@ std::vector<MakeSource> draw_operands(const AnyType& type, Random& random, unsig
     if (shape == 3) set_runs(branches[random.below(2)], random.chance(50) ? 1 : 255);
     if (shape == 4) set_runs(conditions, 1), set_runs(branches[0], 1), set_runs(branches[1], random.between(1, 2));
     if (shape == 5) set_runs(conditions, 255);
+    if (shape == 6) {  // short runs, of which a side ends before the other
+        for (auto& condition : conditions) condition.run = static_cast<uint8_t>(random.between(1, 4));
+        for (auto& branch : branches)
+            for (auto& item : branch) item.run = static_cast<uint8_t>(random.between(1, 4));
+        cut_after(branches[0], conditions, std::min<size_t>(n, random.between(60, 100)));
+    }
     return {operand<t_bool>(conditions), type.operand(branches[0]), type.operand(branches[1])};
 }
 
@@ -245,10 +261,10 @@ void check_choice(const AnyType& type, const char* name, ConstructTernary constr
                   qvo_seq_iterator_reset_t reset, const Steps& literal) {
     const Member member = ternary_member(name, construct, next, type.code, type.width, reset);
     const auto draw = [&](Random& random, unsigned seed, Member& m) {
-        m.operands = draw_operands(type, random, (seed + 1) % 6);
+        m.operands = draw_operands(type, random, (seed + 1) % 7);
         return literal;
     };
-    check_random(member, 24, draw, 30);  // where runs cross, iif may never end
+    check_random(member, 28, draw, 30);  // where runs cross, iif may never end
 }
 
 #define TEST_STRINGS(type, width)                                                                        \
