@@ -253,7 +253,11 @@ template <class Keys> size_t HashFiller::locate_as(Keys keys, const Probes& prob
     const bool is_far = chains.size * sizeof *chains.heads + used_ * sizeof(HashElem) > near_bytes;
     if (is_far) fetch(keys, probes, hashes, n, likely);
     [[maybe_unused]] HashElem last{};
-    for (size_t i = 0; i < n; ++i) {
+    size_t i = 0;
+    if constexpr (Keys::is_inline)
+        if (!is_far)  // most batches have no new keys
+            while (i < n && (found[i] = find_inline(*chains.of(hashes[i]), probes.key[i].val)) != nullptr) ++i;
+    for (; i < n; ++i) {
         if constexpr (Keys::is_inline)
             if (is_far && has_key(likely[i], probes.key[i].val)) {
                 found[i] = likely[i];

@@ -2,9 +2,7 @@
 
 #include <array>
 
-#if QVO_WIDE_X86
-#include <immintrin.h>
-#endif
+#include "core/rank.h"
 
 namespace qvo {
 
@@ -98,30 +96,9 @@ constexpr std::array<uint8_t, window> numbers_up = [] {
     return all;
 }();
 
-// For a vector of 32 words of 16 bits: the bits below that of a word among its 16, and which 16 it belongs to.
-constexpr size_t half = window / 2;
-struct HalfWindow {
-    uint16_t below[half], sixteen[half];
-};
-constexpr HalfWindow half_window = [] {
-    HalfWindow all{};
-    for (size_t i = 0; i < half; ++i) {
-        all.below[i] = static_cast<uint16_t>((1U << i % 16) - 1);
-        all.sixteen[i] = static_cast<uint16_t>(i / 16);
-    }
-    return all;
-}();
-
 /// Lists the elements of a side for 32 overlaps: it goes up by one after each that ends a run of the side.
 QVO_AVX512 inline unsigned list_elements(uint16_t* to, unsigned index, uint32_t ended) {
-    const __m512i sixteen = _mm512_loadu_si512(half_window.sixteen), below = _mm512_loadu_si512(half_window.below);
-    const __m512i words =
-        _mm512_maskz_permutexvar_epi16(~uint32_t{0}, sixteen, _mm512_set1_epi32(static_cast<int>(ended)));
-    const __m512i up = _mm512_popcnt_epi16(_mm512_and_si512(words, below));
-    const auto before = static_cast<short>(index), in_first = static_cast<short>(_mm_popcnt_u32(ended & 0xffff));
-    const __m512i from = _mm512_set1_epi16(before);
-    const __m512i start = _mm512_mask_add_epi16(from, 0xffff0000U, from, _mm512_set1_epi16(in_first));
-    _mm512_storeu_si512(to, _mm512_add_epi16(up, start));
+    _mm512_storeu_si512(to, ranks(ended, index));
     return index + static_cast<unsigned>(_mm_popcnt_u32(ended));
 }
 
@@ -151,7 +128,7 @@ QVO_AVX512 Listed list_by_vectors(const CrossingRow<N> row, const Marks (&marks)
             const uint64_t ended = _pext_u64(ends.of[k], ends.any);  // whether each overlap ends a run of this side
             uint16_t* const to = row.index[k] + listed.n;
             index[k] = list_elements(to, index[k], static_cast<uint32_t>(ended));
-            if (n > half) index[k] = list_elements(to + half, index[k], static_cast<uint32_t>(ended >> half));
+            if (n > ranked) index[k] = list_elements(to + ranked, index[k], static_cast<uint32_t>(ended >> ranked));
         }
         listed.n += n;
         listed.positions = at + window - static_cast<unsigned>(std::countl_zero(ends.any));
@@ -173,9 +150,9 @@ template <size_t N> RunSpan move_on(const CrossingRow<N>& row, CrossingSide (&si
     return {n, listed.positions};
 }
 
-}  // namespace
-
-template <size_t N> RunSpan cross_runs(const CrossingRow<N>& row, CrossingSide (&sides)[N]) {
+/// `list` for the instruction set of the caller.
+template <size_t N, class List>
+QVO_INLINE RunSpan cross(const CrossingRow<N>& row, CrossingSide (&sides)[N], List list) {
     Marks marks[N];
     unsigned index[N];
     const unsigned positions = positions_of(row.room, sides);
@@ -184,14 +161,25 @@ template <size_t N> RunSpan cross_runs(const CrossingRow<N>& row, CrossingSide (
         limit = std::min(limit, mark_ends(marks[k], sides[k], positions));
         index[k] = static_cast<unsigned>(sides[k].index);
     }
-    Listed listed = cpu_level >= CpuLevel::avx512 ? list_by_vectors(row, marks, limit, index)
-                                                  : list_by_bits(row, marks, limit, index);
+    Listed listed = list(row, marks, limit, index);
     for (size_t k = 0; k < N; ++k) row.index[k][listed.n] = static_cast<uint16_t>(index[k]);
     if (listed.n > row.room) {
         listed = {row.room, 0};
         for (size_t i = 0; i < listed.n; ++i) listed.positions += row.run[i];
     }
     return move_on(row, sides, listed);
+}
+template <size_t N> QVO_AVX2 RunSpan cross_by_bits(const CrossingRow<N>& row, CrossingSide (&sides)[N]) {
+    return cross(row, sides, list_by_bits<N>);
+}
+template <size_t N> QVO_AVX512 RunSpan cross_by_vectors(const CrossingRow<N>& row, CrossingSide (&sides)[N]) {
+    return cross(row, sides, list_by_vectors<N>);
+}
+
+}  // namespace
+
+template <size_t N> RunSpan cross_runs(const CrossingRow<N>& row, CrossingSide (&sides)[N]) {
+    return cpu_level >= CpuLevel::avx512 ? cross_by_vectors(row, sides) : cross_by_bits(row, sides);
 }
 #else
 template <size_t N> RunSpan cross_runs(const CrossingRow<N>&, CrossingSide (&)[N]) { return {0, 0}; }

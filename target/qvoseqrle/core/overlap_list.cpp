@@ -76,10 +76,12 @@ QVO_INLINE size_t list_steps(OverlapList<N>& list, Operand* operands, size_t roo
     Operand moving[] = {operands[K]...};  // in registers meanwhile
     ListSink<N> sink(list, moving, room);
     for (size_t single = fewest_single_steps; sink.room() != 0 && !any_used_up(moving);)
-        if (stretches_are_short(moving, sink.room()))
+        if (stretches_are_short(moving, sink.room())) {
             take_crossings(moving, sink.row(), sink.room(), sink);
-        else
+            if (sink.room() < fewest_crossings) break;  // what is left comes faster with the next list
+        } else {
             walk_stretch(moving, sink.room(), single, sink);
+        }
     each<N>([&](auto k) __attribute__((always_inline)) { operands[k] = moving[k]; });
     return sink.size();
 }

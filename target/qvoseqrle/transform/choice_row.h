@@ -17,7 +17,7 @@ struct ChoiceRow {
         uint16_t condition[most], element[most];
         uint8_t run[most];
         size_t n = 0;
-        uint16_t others[most_conditions + 1];  // the steps of the other side before those of a condition
+        uint16_t others[most_conditions + 32];  // the steps of the other side before those of a condition
 
         QVO_INLINE size_t place(size_t i) const { return i + others[condition[i]]; }
     };

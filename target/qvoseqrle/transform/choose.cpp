@@ -5,6 +5,7 @@
 #include "core/elementwise.h"
 #include "core/move.h"
 #include "transform/choice_row.h"
+#include "transform/deal.h"
 
 namespace qvo {
 namespace {
@@ -164,22 +165,6 @@ struct Supply {
     }
 };
 
-/// Each condition takes the next value of its side; returns how many were true. The step is 0 or the width.
-template <class Mover>
-QVO_INLINE size_t deal_with(Mover mover, uint8_t* __restrict out, const uint8_t* __restrict conditions,
-                            const uint8_t* __restrict left, size_t left_step, const uint8_t* __restrict right,
-                            size_t right_step, size_t n) {
-    size_t n_left = 0, at_left = 0, at_right = 0;
-    for (size_t i = 0; i < n; ++i) {
-        const bool is_true = conditions[i] != 0;
-        mover.move(out, i, is_true ? left + at_left : right + at_right, 0);
-        at_left += is_true ? left_step : 0;
-        at_right += is_true ? 0 : right_step;
-        n_left += is_true;
-    }
-    return n_left;
-}
-
 /// Takes conditions of one run, over sides that can supply a value to each of them.
 bool deal_stretch(Choice& c) {
     const unsigned run = c.condition.run();
@@ -190,11 +175,9 @@ bool deal_stretch(Choice& c) {
     const Supply from_left(c.left, c.width, n, run), from_right(c.right, c.width, n, run);
     n = std::min({n, from_left.limit, from_right.limit});
     if (n < shortest_stretch) return false;
-    const size_t n_left = with_mover(
-        c.width, [&](auto mover) __attribute__((always_inline)) {
-            return deal_with(mover, c.next_value(), c.conditions(), current_value(c.left, c.width), from_left.step,
-                             current_value(c.right, c.width), from_right.step, n);
-        });
+    const size_t n_left =
+        deal(c.width, c.next_value(), c.conditions(), n, {current_value(c.left, c.width), from_left.step},
+             {current_value(c.right, c.width), from_right.step});
     c.out.put_equal_runs(n, run);
     c.condition.skip(n);
     from_left.take(c.left, n_left);

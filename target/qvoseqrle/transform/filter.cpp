@@ -168,16 +168,20 @@ constexpr size_t at_once = 16;
 /// for. What is written beyond the room is of no account.
 QVO_INLINE ShortRuns expand_short(uint64_t* to, const uint8_t* conditions, const uint8_t* runs, size_t n, size_t room,
                                   uint64_t first) {
+    typedef uint64_t Positions __attribute__((vector_size(64)));
     ShortRuns seen;
     for (; seen.elements + run_word <= n; seen.elements += run_word) {
         if (load_runs(runs - seen.elements) == ones_word) break;
         for (size_t i = seen.elements; i != seen.elements + run_word; ++i) {
             const size_t run = get_run(runs, i);
             if (run == 0 || run > room - seen.kept) return {i, seen.positions, seen.kept};
-            for (size_t k = 0; k < at_once; ++k) to[seen.kept + k] = first + seen.positions + k;
+            const Positions some = Positions{0, 1, 2, 3, 4, 5, 6, 7} + (first + seen.positions),
+                            more = some + at_once / 2;
+            std::memcpy(to + seen.kept, &some, sizeof some);
+            std::memcpy(to + seen.kept + at_once / 2, &more, sizeof more);
             if (run > at_once)
                 for (size_t k = at_once; k < run; ++k) to[seen.kept + k] = first + seen.positions + k;
-            seen.kept += conditions[i] != 0 ? run : 0;
+            seen.kept += run & (size_t{0} - (conditions[i] != 0));  // without a branch, as nothing foretells it
             seen.positions += run;
         }
     }
