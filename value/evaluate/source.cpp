@@ -149,6 +149,24 @@ const uint8_t* values_in_place(const Stored& stored) {
     return first;
 }
 
+/// Makes the library's source of an array of char, or a constant, one of a layout. By their `next` others see that they
+/// need no copies of its tiles.
+void become_array(qvo_seq_iterator_h it, ElementLayout layout) {
+    it->elem_type = layout.type;
+    it->elem_size = layout.width;
+#define CASE(name) \
+    if (layout.type == elem_##name::code) it->next = qvo_seq_unget_##name##_next;
+    QVO_SEQ_FOR_FIXED_TYPES(CASE)
+#undef CASE
+}
+void become_constant(qvo_seq_iterator_h it, ElementLayout layout) {
+    it->elem_type = layout.type;
+#define CASE(name) \
+    if (layout.type == elem_##name::code) it->next = qvo_seq_const_##name##_next;
+    QVO_SEQ_FOR_FIXED_TYPES(CASE)
+#undef CASE
+}
+
 }  // namespace
 
 Series stored_source(Plan& plan, const Stored& stored) { return stored_source(plan, stored, 0, stored.positions()); }
@@ -170,8 +188,7 @@ Series array_source(Plan& plan, const Array& array) {
     else
         qvo_seq_unget_uint1(it, static_cast<qvo_uint1*>(values), array.n);
     const ElementLayout layout = layout_of_type(array.type);
-    it->elem_type = layout.type;
-    it->elem_size = layout.width;
+    become_array(it, layout);
     it->buf_size = array.n * layout.width;
     it->owned_buf = 0;
     return {it, array.type, array.n};
@@ -185,7 +202,7 @@ Series constant_source(Plan& plan, const Scalar& scalar) {
     put_element(scalar, element);
     // The library's constants move values without looking at them: one of char serves every type.
     qvo_seq_const_char(it, element, scalar.type.width);
-    it->elem_type = layout_of_type(scalar.type).type;
+    become_constant(it, layout_of_type(scalar.type));
     return {it, scalar.type, std::nullopt, true};
 }
 
