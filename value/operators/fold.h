@@ -11,6 +11,7 @@
 #include <cstring>
 #include <limits>
 
+#include "core/walk.h"
 #include "operators/moments.h"
 #include "qvowseq.h"
 
@@ -42,20 +43,26 @@ struct LargestOf {
     QVO_INLINE static double power(double x, double) { return x; }
 };
 
-/// Four neighbours. Their folds are spelled out, as compilers do not make vector code of a fold that has to show all of its
-/// steps. Step says which way it goes: 1 from the first to the last, -1 from the last to the first.
+/// Four neighbours.
 typedef double Neighbours __attribute__((vector_size(32)));
+/// One by one: compilers join that, while a copy of bytes would go through memory where there are no vectors of four.
+QVO_INLINE void store(const Neighbours& folds, double* to) {
+    for (size_t k = 0; k < sizeof folds / sizeof *to; ++k) to[k] = folds[k];
+}
+template <class Fold> QVO_INLINE void store(const Fold& fold, Fold* to) { *to = fold; }
 
+/// Folds of neighbours are spelled out, as compilers do not make vector code of a fold that has to show all of its
+/// steps. Step says which way it goes: 1 from the first to the last, -1 from the last to the first.
 template <class Op, ptrdiff_t Step> struct NeighbourFolds {
     static constexpr ptrdiff_t width = 4;
     static constexpr size_t last = Step > 0 ? width - 1 : 0;
 
-    /// The first four become the folds of those up to each, the next four too. `whole`: nothing is missing.
-    template <bool whole> QVO_INLINE static void run(const double* x, const double* next, Neighbours (&folds)[2]) {
+    /// Some fours of neighbours: the folds of values from the first of all up to each. `whole`: nothing is missing.
+    template <bool whole, size_t parts> QVO_INLINE static void run(const double* x, Neighbours (&folds)[parts]) {
         const Neighbours none = {Op::neutral, Op::neutral, Op::neutral, Op::neutral};
-        std::memcpy(&folds[0], x, sizeof none);
-        std::memcpy(&folds[1], next, sizeof none);
-        for (Neighbours& v : folds) {
+        each<parts>([&](auto k) __attribute__((always_inline)) {
+            Neighbours& v = folds[k];
+            std::memcpy(&v, x + Step * width * static_cast<ptrdiff_t>(size_t{k}), sizeof v);
             if constexpr (!whole) v = v - v == 0.0 ? v : none;
             if constexpr (Step > 0) {
                 Op::fold(v, __builtin_shufflevector(none, v, 0, 4, 5, 6));
@@ -64,9 +71,11 @@ template <class Op, ptrdiff_t Step> struct NeighbourFolds {
                 Op::fold(v, __builtin_shufflevector(v, none, 1, 2, 3, 4));
                 Op::fold(v, __builtin_shufflevector(v, none, 2, 3, 4, 5));
             }
-        }
-        const double before = folds[0][last];
-        Op::fold(folds[1], Neighbours{before, before, before, before});
+            if constexpr (k != 0) {
+                const double before = folds[k - 1][last];
+                Op::fold(v, Neighbours{before, before, before, before});
+            }
+        });
     }
 };
 
@@ -97,28 +106,31 @@ template <class Op> class FoldOf {
         }
         return result;
     }
-    /// Folds in n values at x[0], x[Step], …, none of which is missing if `whole`. `put(at, folds)` is called with the folds
-    /// so far of values from x[at] on, one or several in a vector.
+    /// Folds in n values at x[0], x[Step], …, none of which is missing if `whole`. `put(at, folds)` is called with the
+    /// folds so far of values from x[at] on, one or several in a vector.
     template <ptrdiff_t Step, bool whole, class Put> QVO_INLINE void add(const double* x, size_t n, Put put) {
         const auto end = static_cast<ptrdiff_t>(n);
         ptrdiff_t i = 0;
         for (; i < end && in_group_ != 0; ++i) put(Step * i, add(x[Step * i]));
         using Folds = NeighbourFolds<Op, Step>;
         for (; i + group <= end; i += group) {
-            const ptrdiff_t near = Step > 0 ? i : 1 - Folds::width - i, far = near + Step * Folds::width;
-            Neighbours folds[2];
-            Folds::template run<whole>(x + near, x + far, folds);
-            const double fold = folds[1][Folds::last];
-            for (Neighbours& each : folds) total(each);
-            put(near, folds[0]);
-            put(far, folds[1]);
+            const ptrdiff_t at = Step > 0 ? i : 1 - Folds::width - i;
+            Neighbours folds[parts];
+            Folds::template run<whole>(x + at, folds);
+            const double fold = folds[parts - 1][Folds::last];
+            each<parts>([&](auto k) __attribute__((always_inline)) {
+                total(folds[k]);
+                put(at + Step * Folds::width * static_cast<ptrdiff_t>(size_t{k}), folds[k]);
+            });
             close(fold);
         }
         for (; i < end; ++i) put(Step * i, add(x[Step * i]));
     }
 
  private:
-    static constexpr ptrdiff_t group = 8;
+    // The longer, the less often it is found out what was lost, but the more values come one by one before and after.
+    static constexpr size_t parts = repeats_change ? 4 : 2;
+    static constexpr ptrdiff_t group = 4 * parts;
 
     /// Of everything, from the folds of an open group.
     template <class V> QVO_INLINE void total(V& folds) const {
@@ -174,7 +186,7 @@ class MomentsFold {
     Moments moments_;
 };
 
-// What is asked of a window: the fold, its result (or whether it is the fold), and how many values have to be there for one.
+// What is asked of a window: the fold, its result, or whether that is the fold, and how many values it takes.
 struct RollingSum {
     using Fold = FoldOf<SumOf>;
     static constexpr unsigned least = 0;

@@ -3,8 +3,8 @@
 // Positions are cut into blocks as long as the window. A window is then the end of one block and the beginning of the
 // next: a suffix fold, computed for all positions of a block when it is complete, and the running fold.
 //
-// Once a window holds nothing but one value its result stays; nothing is kept then, and blocks begin anew after one that is
-// all that value.
+// Once a window holds nothing but one value its result stays; nothing is kept then, and blocks begin anew after one that
+// is all that value.
 #pragma once
 
 #include <algorithm>

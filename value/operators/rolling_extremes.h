@@ -1,8 +1,8 @@
 // Extremes over windows of long runs, at a cost for each run.
 //
-// Of the values in a window those wait in a queue that are still to become its extreme: each is preferred to all that came
-// after it. One that enters drives out those before it that it is preferred to; the first is the extreme until it leaves.
-// Where runs are short an array of all positions is cheaper; it is gone over from one to the other and back.
+// The values of a window that may still become its extreme wait in a queue: each is preferred to all that came after it.
+// One that enters drives out those that it is preferred to or equals; the first in the queue is the extreme until it
+// leaves the window. Where runs are short an array of all positions is cheaper; the window is handed over to one and back.
 #pragma once
 
 #include <algorithm>
@@ -77,8 +77,8 @@ template <class S> class ExtremeQueue {
     /// Values that wait, and runs of missing ones.
     size_t size() const { return waiting_.size() + gone_.size(); }
 
-    /// The last positions, as many as a window holds but for one, or all: calls `take(x, n)` for n of one value. A value that
-    /// does not wait any more may be replaced by one that outlasts it.
+    /// The last positions, as many as a window holds but for one, or all: calls `take(x, n)` for n of one value. In place
+    /// of values that do not wait any more come those that outlast them.
     template <class Take> void replay(Take take) const {
         size_t value = 0, gap = 0;
         for (uint64_t at = std::max(next_ + 1 - n_, n_), end; at < next_; at = end) {

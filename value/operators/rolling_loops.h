@@ -22,10 +22,11 @@ template <class S> struct RollingLoops {
     QVO_INLINE static void prefixes(Fold& fold, const double* __restrict x, size_t n, Value* __restrict to) {
         Fold here = fold;
         here.template add<1, whole>(
-            x, n, [to](ptrdiff_t at, const auto& folds) __attribute__((always_inline)) {
-                std::memcpy(to + at, &folds, sizeof folds);
-            });
+            x, n, [to](ptrdiff_t at, const auto& folds) __attribute__((always_inline)) { store(folds, to + at); });
         fold = here;
+    }
+    QVO_INLINE static void merge(const Value* __restrict earlier, Value* __restrict folds, size_t n) {
+        for (size_t i = 0; i < n; ++i) folds[i] = Fold::merge(earlier[i], folds[i]);
     }
     /// The same after earlier[i], where folds are numbers and nothing is missing.
     QVO_INLINE static void continued(Fold& fold, const double* __restrict x, size_t n, const Value* __restrict earlier,
@@ -36,12 +37,9 @@ template <class S> struct RollingLoops {
                 auto all = folds;
                 std::memcpy(&all, earlier + at, sizeof all);
                 Fold::fold(all, folds);
-                std::memcpy(to + at, &all, sizeof all);
+                store(all, to + at);
             });
         fold = here;
-    }
-    QVO_INLINE static void merge(const Value* __restrict earlier, Value* __restrict folds, size_t n) {
-        for (size_t i = 0; i < n; ++i) folds[i] = Fold::merge(earlier[i], folds[i]);
     }
     /// to[i] becomes the fold of x[i], all after it up to x[n - 1], and what has been folded before.
     template <bool whole>
@@ -49,9 +47,8 @@ template <class S> struct RollingLoops {
         Fold here = fold;
         Value* const last = to + n - 1;
         here.template add<-1, whole>(
-            x + n - 1, n, [last](ptrdiff_t at, const auto& folds) __attribute__((always_inline)) {
-                std::memcpy(last + at, &folds, sizeof folds);
-            });
+            x + n - 1,
+            n, [last](ptrdiff_t at, const auto& folds) __attribute__((always_inline)) { store(folds, last + at); });
         fold = here;
     }
     /// Writes minus the number of values missing up to each, `gone` of them before the first.

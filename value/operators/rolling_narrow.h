@@ -19,7 +19,7 @@ template <class S> class RollingNarrow {
     using In = double;
     using Out = double;
     // Up to here it is cheaper.
-    static constexpr size_t widest = doubles ? 32 : 24;
+    static constexpr size_t widest = doubles ? 48 : 24;
     static unsigned written_out() { return 16; }
 
     RollingNarrow(Plan&, Window window)

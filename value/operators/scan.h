@@ -8,7 +8,7 @@
 // Where results have no runs, taking runs one by one does not pay if they are short: up to a mean run that the step names
 // (`written_out`, 0 for never, or not for now) `singles` gets them written out. A step whose results have runs may have
 //   bool by_runs(unsigned run)   whether it takes what comes next, first an element of that run, itself:
-//   void take_runs(Operand& input, const In* values, TileWriter& out, Out* results)   with as many results as there is room
+//   void take_runs(Operand& input, const In* values, TileWriter& out, Out* results)   until input or room is used up
 #pragma once
 
 #include <memory>
