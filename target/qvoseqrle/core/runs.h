@@ -68,7 +68,9 @@ QVO_INLINE bool block_differs(With with, size_t below, const uint8_t* runs, Othe
             any |= a ^ b;
         }
     }
-    return (any[0] | any[1] | any[2] | any[3]) != 0;
+    typedef uint64_t Half __attribute__((vector_size(2 * run_word)));
+    const Half half = __builtin_shufflevector(any, any, 0, 1) | __builtin_shufflevector(any, any, 2, 3);
+    return (half[0] | half[1]) != 0;
 }
 
 /// The number of leading elements, of `n` at most, whose run bytes are equal to what they are compared with.
@@ -165,7 +167,7 @@ QVO_INLINE RunSpan equal_runs(const uint8_t* a, const uint8_t* b, size_t n) {
 /// span if positions of the budget are left before it and it fits into them. Leading elements of run 1 may go on where
 /// another run follows that is as good.
 QVO_INLINE RunSpan elements_within(const uint8_t* runs, size_t n, unsigned budget, size_t most_singles) {
-    const size_t singles = leading_single_runs(runs, std::min(n, most_singles));
+    const size_t singles = *runs == 1 ? leading_single_runs(runs, std::min(n, most_singles)) : 0;
     RunSpan span{singles, static_cast<unsigned>(singles)};
     if (singles >= budget) return span;
     while (span.elements + run_word <= n) {
