@@ -136,6 +136,7 @@ def test_other_columns():
     assert S([dt.date(2026, 1, 31)]).to_list() == [dt.datetime(2026, 1, 31)]
     tokyo = dt.timezone(dt.timedelta(hours=9))
     assert S([dt.datetime(2026, 1, 31, 9, tzinfo=tokyo)]).to_list() == [dt.datetime(2026, 1, 31)]
+    assert S([2**64 - 1, 0]).to_list() == [2**64 - 1, 0] and S([-(2**63)]).to_list() == [-(2**63)]
     assert S([1, 2], type="int1").type() == "int1" and S(S([1, 2]), type="double").type() == "double"
     assert (
         S([]).type() == "double"
@@ -157,7 +158,8 @@ def test_other_columns():
         ([object()], TypeError, "object"),
         (5, TypeError, "int"),
         ("abc", TypeError, "str"),
-        ([2**63], OverflowError, "too large"),
+        ([2**64], OverflowError, "do not fit 64 bits"),
+        ([-1, 2**63], OverflowError, "do not fit 64 bits"),
         (["x" * 256], ValueError, "256 bytes"),
         ([b"\xff"], ValueError, "utf-8"),
         (b"no sequence", ValueError, "not a stored sequence"),

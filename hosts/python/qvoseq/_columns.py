@@ -161,8 +161,8 @@ def _is_missing(value: Any) -> bool:
 
 
 def _of_objects(values: list, floating: bool) -> np.ndarray:
-    """Python's values: all true or false boolean; integers int8; numbers, missing ones too, double; text char; times
-    timestamp; durations int8."""
+    """Python's values: all true or false boolean; integers int8, or uint8 if one needs it; numbers, missing ones too,
+    double; text char; times timestamp; durations int8."""
     gaps = [_is_missing(value) for value in values]
     present = [value for value, gap in zip(values, gaps) if not gap]
     kinds = {_kind_of(value) for value in present}
@@ -177,7 +177,7 @@ def _of_objects(values: list, floating: bool) -> np.ndarray:
     elif kinds == {"boolean"}:
         made = np.array(present, "?")
     elif kinds <= {"boolean", "int8"} and present and not any(gaps):
-        made = np.array([int(value) for value in present], "i8")  # OverflowError beyond 64 bits
+        made = _of_integers([int(value) for value in present])
     else:
         made = np.array([float(value) for value in present], "f8")
     if not any(gaps):
@@ -187,6 +187,13 @@ def _of_objects(values: list, floating: bool) -> np.ndarray:
     whole = np.full(len(values), np.nan)
     whole[~np.array(gaps)] = made
     return whole
+
+
+def _of_integers(values: list) -> np.ndarray:
+    least, most = min(values), max(values)
+    if least < -(2**63) or most >= 2 ** (63 if least < 0 else 64):
+        raise OverflowError(f"integers from {least} to {most} do not fit 64 bits; as floats they make a double")
+    return np.array(values, "i8" if most < 2**63 else "u8")
 
 
 def _kind_of(value: Any) -> str:
