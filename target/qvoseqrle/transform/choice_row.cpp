@@ -8,6 +8,7 @@ namespace qvo {
 namespace {
 
 constexpr size_t most_conditions = ChoiceRow::most_conditions, some = ranked, n_words = most_conditions / some;
+static_assert(some <= ChoiceRow::most_at_once);
 
 constexpr std::array<uint8_t, some> numbers_down = [] {
     std::array<uint8_t, some> all{};

@@ -10,6 +10,7 @@ namespace qvo {
 
 struct ChoiceRow {
     static constexpr size_t most_conditions = 128, most_of_side = 256;
+    static constexpr size_t most_at_once = 32;  // that are written, some of them beyond the last one
 
     /// The steps of a side: the elements, the positions, and the condition, counted among those of the side.
     struct Side {
@@ -17,7 +18,7 @@ struct ChoiceRow {
         uint16_t condition[most], element[most];
         uint8_t run[most];
         size_t n = 0;
-        uint16_t others[most_conditions + 32];  // the steps of the other side before those of a condition
+        uint16_t others[most_conditions + most_at_once];  // the steps of the other side before those of a condition
 
         QVO_INLINE size_t place(size_t i) const { return i + others[condition[i]]; }
     };
