@@ -46,17 +46,24 @@ RunBuffers to_runs(Plan& plan, const Series& series) {
         if (sum_runs(runs, n) > INT32_MAX - position)
             throw Error(Fault::limit, "more than 2147483647 positions do not fit the ends of runs");
         plan.within_budget(all.n + n);
-        for (size_t i = 0; i < n; ++i, values += width) {
-            position += get_run(runs, i);
-            if (all.n == 0 || std::memcmp(all.values.data() + (all.n - 1) * width, values, width) != 0) {
-                all.values.append(values, width);
-                all.ends.extend(sizeof(int32_t));
-                ++all.n;
+        // Written behind the last one, to stay there if it differs: a branch would often be foreseen wrongly.
+        all.values.resize((all.n + n) * width);
+        all.ends.resize((all.n + n) * sizeof(int32_t));
+        with_mover(width, [&](auto mover) {
+            uint8_t* const to = all.values.data();
+            size_t last = all.n;
+            for (size_t i = 0; i < n; ++i) {
+                mover.move(to, last, values, i);
+                const uint8_t* const value = to + last * mover.width();
+                last += last == 0 || std::memcmp(value - mover.width(), value, mover.width()) != 0;
+                const auto end = static_cast<int32_t>(position += get_run(runs, i));
+                std::memcpy(all.ends.data() + (last - 1) * sizeof end, &end, sizeof end);
             }
-            const auto end = static_cast<int32_t>(position);
-            std::memcpy(all.ends.data() + (all.n - 1) * sizeof end, &end, sizeof end);
-        }
+            all.n = last;
+        });
     });
+    all.values.resize(all.n * width);
+    all.ends.resize(all.n * sizeof(int32_t));
     return all;
 }
 
