@@ -94,6 +94,15 @@ template <class Term, class T, class... V> struct Terms {
     static constexpr auto make = for_cpu<loop>;
 };
 
+/// The sum of integers after what a group has come to, each of one position.
+template <class Term, class T, class V> struct LongSum {
+    QVO_INLINE static T loop(T sum, const V* values, size_t n) {
+        for (size_t i = 0; i < n; ++i) sum += static_cast<T>(Term::of(values[i], 1));
+        return sum;
+    }
+    static constexpr auto add = for_cpu<loop>;
+};
+
 /// The terms of a batch after what the open group has come to, and their sums.
 template <class Term, class T, class... V>
 void add_up(const GroupSteps& steps, const GroupBounds& groups, T& open, GroupNumbers<T>& sums, const V*... values) {
@@ -105,6 +114,18 @@ void add_up(const GroupSteps& steps, const GroupBounds& groups, T& open, GroupNu
                 T sum = i == 0 ? open : static_cast<T>(Term::of(values[i - 1]..., 1));
                 for (++i; i < groups.bounds[j + 1]; ++i) sum += static_cast<T>(Term::of(values[i - 1]..., 1));
                 sums.of[j] = sum;
+            }
+            open = sums.of[groups.n - 1];
+            return;
+        }
+    }
+    // Those of integers are added up as they are read.
+    if constexpr (std::is_integral_v<T> && sizeof...(V) == 1) {
+        if (steps.plain && groups.n <= steps.n / 32) {
+            for (size_t j = 0; j < groups.n; ++j) {
+                const size_t first = groups.bounds[j], after = groups.bounds[j + 1];
+                const size_t i = first == 0 ? 0 : first - 1;
+                sums.of[j] = LongSum<Term, T, V...>::add(first == 0 ? open : T{0}, values + i..., after - 1 - i);
             }
             open = sums.of[groups.n - 1];
             return;
