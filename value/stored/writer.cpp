@@ -303,6 +303,7 @@ struct Writer::State {
 
         const size_t size = plan.size + elements.n * run_width;
         if (expected > positions) reserve_for(size, positions);
+        out.reserve(padded(size) + sizeof(Entry));  // the directory of a short sequence included
         uint8_t* const to = out.extend(padded(size));
         coding_of(plan.encoding).write(elements, plan, scratch, to);
         if (run_width != 0) write_runs(runs, elements.n, run_width, to + plan.size);
