@@ -46,7 +46,7 @@ RunBuffers to_runs(Plan& plan, const Series& series) {
         if (sum_runs(runs, n) > INT32_MAX - position)
             throw Error(Fault::limit, "more than 2147483647 positions do not fit the ends of runs");
         plan.within_budget(all.n + n);
-        // Written behind the last one, to stay there if it differs: a branch would often be foreseen wrongly.
+        // Written after the last one, to stay there if it differs: a branch would often be foreseen wrongly.
         all.values.resize((all.n + n) * width);
         all.ends.resize((all.n + n) * sizeof(int32_t));
         with_mover(width, [&](auto mover) {

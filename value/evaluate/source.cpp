@@ -149,8 +149,8 @@ const uint8_t* values_in_place(const Stored& stored) {
     return first;
 }
 
-/// Makes the library's source of an array of char, or a constant, one of a layout. By their `next` others see that they
-/// need no copies of its tiles.
+// These make an array or a constant of the library, neither of which looks at its elements, one of another layout. By
+// `next` the operators know that they may take its elements without a copy in a tile.
 void become_array(qvo_seq_iterator_h it, ElementLayout layout) {
     it->elem_type = layout.type;
     it->elem_size = layout.width;

@@ -10,7 +10,7 @@
 
 namespace qvo::value {
 
-/// Windows of some positions: each is folded anew, many at a time. What came before the first is missing.
+/// What came before the first position is missing.
 template <class S> class RollingNarrow {
     using Fold = typename S::Fold;
     static constexpr bool doubles = std::is_same_v<typename Fold::Value, double>;

@@ -266,7 +266,8 @@ template <class V> struct FusedDecimals : Decimals<V, Fused> {
     }
 
     /// Offsets of less than 8 bits, whole groups: a product adds up those of one, whose sums are in a byte. `first` is the
-    /// integer before which nothing was added, the others are `extra` apart; returns the sum of all offsets.
+    /// first integer without any offset, `sum` what the offsets before add to it; without them, integers are `extra` apart.
+    /// Returns the sum of all offsets.
     QVO_AVX512 static uint64_t read_groups(const FusedDecimals& convert, uint64_t first, uint64_t extra, uint64_t sum,
                                            const uint8_t* offsets, size_t n,
                                            double* to) requires(std::is_same_v<V, double>) {
