@@ -86,8 +86,13 @@ void info(Arguments& a, Result& result) {
     std::string json = "{\"type\":\"" + name_of(x.type()) + "\",\"length\":" + std::to_string(x.positions()) +
                        ",\"elements\":" + std::to_string(x.elements()) + ",\"mean_run\":";
     put_double(json, x.elements() == 0 ? 0.0 : static_cast<double>(x.positions()) / static_cast<double>(x.elements()));
-    json += ",\"bytes\":" + std::to_string(x.bytes().size()) +
-            ",\"bytes_raw\":" + std::to_string(x.positions() * x.type().width) + ",\"tiles\":{";
+    json += ",\"bytes\":" + std::to_string(x.bytes().size()) + ",\"bytes_raw\":";
+    uint64_t raw = 0;  // of a long constant it may be beyond any integer
+    if (__builtin_mul_overflow(x.positions(), x.type().width, &raw))
+        put_double(json, static_cast<double>(x.positions()) * x.type().width);
+    else
+        json += std::to_string(raw);
+    json += ",\"tiles\":{";
     std::vector<std::pair<std::string_view, size_t>> tiles;
     for (size_t i = 0; i < x.n_tiles(); ++i) {
         const std::string_view name = name_of(x.tile(i).encoding);

@@ -102,7 +102,7 @@ struct Writer::State {
 
     void put_progression(const Progression& progression, uint64_t positions) {
         // Short ones are staged: a tile by itself would cost more.
-        if (positions * type.width < full_tile_values / 2) {
+        if (positions < full_tile_values / 2 / type.width) {
             alignas(8) uint8_t values[full_tile_values / 2];
             progression.fill(type.type, 0, static_cast<size_t>(positions), values);
             put_single(values, static_cast<size_t>(positions));
