@@ -7,7 +7,7 @@ in which they come out, so that the same statement means the same to both."""
 import json
 import random
 
-SYMBOLS = ["A", "B", "C with ' and \"", ""]
+SYMBOLS = ["A", "B", "C with ' and \"", "", "7"]
 SIDES = ["buy", "sell", "Grüße"]
 
 
@@ -27,7 +27,7 @@ class Shape:
             return f"2026-01-{rng.randrange(1, 29):02}T{rng.randrange(24):02}:00:{rng.randrange(60):02}"
         if kind == "DOUBLE":
             plain = name in (self.order, *self.keys)
-            return None if not plain and rng.random() < 0.1 else round(rng.uniform(-50, 50), rng.choice([0, 2]))
+            return None if not plain and rng.random() < 0.1 else round(rng.uniform(-50, 50), rng.choice([0, 2])) + 0.0  # no -0.0
         if kind.startswith("TEXT"):
             return rng.choice(SYMBOLS if name in self.keys else SIDES)
         return rng.randrange(-100, 100)
@@ -53,7 +53,9 @@ class Model:
         self.savepoints = []
         db.execute(f"CREATE VIRTUAL TABLE ticks USING qvoseq({shape.declaration})")
         db.execute("ATTACH ':memory:' AS plain")
-        db.execute(f"CREATE TABLE plain.ticks({', '.join(shape.names)})")
+        types = {"TEXT": "TEXT", "TIMESTAMP": "TIMESTAMP", "DOUBLE": "REAL"}
+        columns = (f"{name} {types.get(shape.kinds[name].split()[0], 'INTEGER')}" for name in shape.names)
+        db.execute(f"CREATE TABLE plain.ticks({', '.join(columns)})")
 
     def both(self, sql, *arguments):
         """Runs a statement on both tables: the rows, or how many rows changed."""
@@ -73,10 +75,17 @@ class Model:
                 ["=", "<", "<=", ">", ">=", "BETWEEN ? AND", "IS", "IN (?, ?) AND 1 ="])
             n = operator.count("?")
             terms.append(f"{name} {operator} ?")
-            values += [shape.value(name, rng) for _ in range(n)] + [1 if "1 =" in operator else shape.value(name, rng)]
+            value = lambda: self.other_type(shape.value(name, rng))
+            values += [value() for _ in range(n)] + [1 if "1 =" in operator else value()]
         if rng.random() < 0.1:
             terms.append(f"{rng.choice(shape.names)} IS NULL")
         return " AND ".join(terms) or "1", values
+
+    def other_type(self, value):
+        """Sometimes a number as text, or text that is a number as one."""
+        if self.rng.random() < 0.8:
+            return value
+        return 7 if value == "7" else value if value is None else str(value)
 
     def insert(self):
         rows = [self.shape.row(self.rng) for _ in range(self.rng.choice([1, 1, 2, 30]))]
@@ -97,7 +106,12 @@ class Model:
     def update(self):
         name = self.rng.choice(self.shape.names)
         condition, values = self.condition()
-        self.both(f"UPDATE {{t}} SET {name} = ? WHERE {condition}", [self.shape.value(name, self.rng), *values])
+        values.insert(0, self.shape.value(name, self.rng))
+        if self.rng.random() < 0.7:
+            return self.both(f"UPDATE {{t}} SET {name} = ? WHERE {condition}", values)
+        # Rows that are found more than once are one row still, though SQLite counts each time.
+        for schema in ("plain", "main"):
+            self.db.execute(f"UPDATE {schema}.ticks SET {name} = ? FROM (SELECT 1 UNION ALL SELECT 2) WHERE {condition}", values)
 
     def delete(self):
         condition, values = self.condition()
@@ -152,6 +166,14 @@ class Model:
             db.execute(rng.choice(["COMMIT", "ROLLBACK"]))
             self.savepoints.clear()
 
+    def change_schema(self):
+        """SQLite reads the schema anew then, and opens the table again, whatever waits in memory."""
+        for sql in self.rng.choice([["CREATE TABLE other(x)", "ALTER TABLE other ADD COLUMN y", "DROP TABLE other"],
+                                    ["ALTER TABLE main.ticks RENAME TO renamed", "ALTER TABLE renamed RENAME TO ticks"],
+                                    ["SAVEPOINT s", "CREATE TABLE other(x)", "ROLLBACK TO s", "RELEASE s"],
+                                    ["SAVEPOINT s", "ALTER TABLE main.ticks RENAME TO renamed", "ROLLBACK TO s", "RELEASE s"]]):
+            self.db.execute(sql)
+
     def pack_tail(self):
         self.db.execute("SELECT seq_pack_tail('ticks')").fetchall()
         assert self.db.execute("SELECT count(*) FROM ticks_tail").fetchone() == (0,)
@@ -203,7 +225,7 @@ class Model:
 
     def run(self, steps):
         jobs = [self.insert] * 6 + [self.transaction] * 4 + [self.select] * 3 + [self.update] * 3 + [self.delete] * 2 + [
-            self.insert_selected, self.refused, self.pack_tail, self.delete_sequences]
+            self.insert_selected, self.refused, self.pack_tail, self.delete_sequences, self.change_schema]
         for _ in range(steps):
             job = self.rng.choice(jobs)
             job()

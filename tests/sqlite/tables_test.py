@@ -147,6 +147,20 @@ class TablesTest(unittest.TestCase):
             self.assertEqual(db.execute("SELECT * FROM seq_check('new name', ?)", [schema_name]).fetchall(), [])
             db.execute(f"DROP TABLE {schema}.\"new name\"")
             self.assertEqual(db.execute(f"SELECT name FROM {schema}.sqlite_schema").fetchall(), [])
+        db = self.table(n=5)
+        self.refused(db, "ALTER TABLE ticks_seq RENAME TO other", "ticks_seq: is renamed with ticks")
+        db.execute("BEGIN")
+        insert_one = "INSERT INTO ticks VALUES ('A', 0, 0, 0, '')"
+        for sql in (insert_one, "SAVEPOINT s", insert_one):
+            db.execute(sql)
+        self.refused(db, "DROP TABLE ticks", "locked")  # it could not come back with the row of before
+        for sql in ("ROLLBACK TO s", "RELEASE s", insert_one, "ALTER TABLE ticks RENAME TO old", insert_one.replace("ticks", "old"),
+                    f"CREATE VIRTUAL TABLE ticks USING qvoseq(x INT)", "INSERT INTO ticks VALUES (1)"):
+            db.execute(sql)
+        self.assertEqual(db.execute("SELECT (SELECT count(*) FROM ticks), count(*), seq_pack_tail('ticks') FROM old").fetchone(), (1, 8, 1))
+        for sql in ("DROP TABLE old", "DROP TABLE ticks", "COMMIT"):
+            db.execute(sql)
+        self.assertEqual(db.execute("SELECT name FROM sqlite_schema").fetchall(), [])
         for function in ("seq_pack_tail('t')", "seq_pack_tail(7)", "seq_pack_tail('sqlite_schema')"):
             self.refused(db, f"SELECT {function}", "seq_pack_tail: ")
         self.refused(db, "SELECT * FROM seq_check('sqlite_schema')", "seq_check: sqlite_schema is not a table of qvoseq")
@@ -304,12 +318,19 @@ class TablesTest(unittest.TestCase):
                 "print(db.execute('SELECT count(*) FROM seq_check(?)', ['t']).fetchone())\n"
                 "db.execute('DELETE FROM t_seq WHERE last = 1000000')\n"
                 "print(db.execute('SELECT count(*), min(at) FROM t').fetchone())\n"
+                "db.execute('CREATE VIRTUAL TABLE narrow USING qvoseq(x BOOLEAN)')\n"
+                "db.execute('INSERT INTO narrow WITH RECURSIVE c(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM c LIMIT 4500000)"
+                " SELECT x % 2 FROM c')\n"
+                "print(db.execute('SELECT count(*), sum(x) FROM narrow').fetchone())\n"
+                "db.execute('CREATE VIRTUAL TABLE wide USING qvoseq(at INT ORDER, x TEXT)')\n"
+                f"db.execute('INSERT INTO wide SELECT at, CASE at WHEN {n} - 1 THEN printf(?, 0) ELSE 1 END FROM t', ['%0255d'])\n"
+                "print(db.execute('SELECT count(*), max(length(x)) FROM wide').fetchone())\n"
                 "print([line.split()[1] for line in open('/proc/self/status') if line.startswith('VmHWM')][0])\n")
         done = subprocess.run(["/usr/bin/python3", "-c", code], capture_output=True, text=True, check=True)
         *facts, peak = done.stdout.splitlines()
         total = n * (n + 1) // 2
         first = sorted(range(1, n + 1), key=lambda x: x * 7919 % n)[:3]
-        self.assertEqual(facts, [str((n, total - n, total)), str([(x,) for x in first]), "(0,)", "(300000, 1000000)"])
+        self.assertEqual(facts, [str((n, total - n, total)), str([(x,) for x in first]), "(0,)", "(300000, 1000000)", "(4500000, 2250000)", "(300000, 255)"])
         self.assertLess(int(peak), 64 * 1024)
 
     def test_memory_runs_out(self):

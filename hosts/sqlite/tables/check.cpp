@@ -151,7 +151,7 @@ int filter(sqlite3_vtab_cursor* cursor, int, const char*, int n, sqlite3_value**
         const Tables& tables = *static_cast<Module*>(cursor->pVtab)->tables;
         Table& table = tables.named("seq_check", values[0], n > 1 ? values[1] : nullptr);
         table.store.check_version();
-        table.tail.flush();
+        tables.flush(table.store);
         Cursor& c = CheckMethods::of(cursor);
         c.faults = Check(table.store).run();
         c.at = 0;

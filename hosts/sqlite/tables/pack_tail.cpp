@@ -32,7 +32,7 @@ void pack_tail(sqlite3_context* context, int n, sqlite3_value** values) {
     const int rc = guarded(&message, [&] {
         Table& table = tables.named("seq_pack_tail", values[0], n > 1 ? values[1] : nullptr);
         table.store.check_version();
-        table.tail.flush();
+        tables.flush(table.store);
         table.known_size.reset();
         try {
             Savepoint savepoint(tables.db);

@@ -1,14 +1,22 @@
 // Registers all that has to do with tables of chunks.
+#include <algorithm>
+
 #include "tables/table.h"
 
 namespace qvo::sqlite {
 
 Table* Tables::find(const std::string& schema, const std::string& name) const {
-    for (Table* const table : open)
-        if (sqlite3_stricmp(table->store.schema().c_str(), schema.c_str()) == 0 &&
-            sqlite3_stricmp(table->store.name().c_str(), name.c_str()) == 0)
-            return table;
+    // The last one is that of the schema as it is now.
+    for (auto table = open.rbegin(); table != open.rend(); ++table)
+        if ((*table)->store.is_named(schema, name)) return *table;
     return nullptr;
+}
+
+void Tables::flush(const Store& store) const {
+    const auto waits = [&](const Table* table) { return !table->tail.is_flushed() && table->store.same_tables(store); };
+    // Objects may come and go while statements run.
+    for (auto at = open.begin(); (at = std::find_if(open.begin(), open.end(), waits)) != open.end();)
+        (*at)->tail.flush();
 }
 
 Table& Tables::named(const char* function, sqlite3_value* name, sqlite3_value* schema) const {

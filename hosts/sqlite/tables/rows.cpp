@@ -46,9 +46,11 @@ int connect(sqlite3*, void* data, int n, const char* const* arguments, sqlite3_v
 int destroy(sqlite3_vtab* table) {
     Table& t = table_of(table);
     const int rc = guarded(&t.zErrMsg, [&] {
-        t.tail.discard();
+        if (t.tail.is_needed()) fail(SQLITE_LOCKED, {});
         execute(t.store.db(), "DROP TABLE IF EXISTS " + t.store.shadow(sequences_suffix));
         t.store.drop();
+        for (Table* const other : t.tables->open)
+            if (other != &t && other->store.same_tables(t.store)) other->tail.set_aside();
     });
     if (rc == SQLITE_OK) delete &t;
     return rc;
@@ -62,7 +64,7 @@ int best_index(sqlite3_vtab* table, sqlite3_index_info* info) {
 int filter(sqlite3_vtab_cursor* cursor, int, const char* plan, int, sqlite3_value** values) {
     Table& t = table_of(cursor->pVtab);
     return guarded(&t.zErrMsg, [&] {
-        t.tail.flush();
+        t.tables->flush(t.store);
         RowMethods::of(cursor).start(selection_of(t.store.declaration(), plan, values));
     });
 }
@@ -139,11 +141,15 @@ int rollback_to(sqlite3_vtab* table, int number) {
 int rename(sqlite3_vtab* table, const char* name) {
     Table& t = table_of(table);
     return guarded(&t.zErrMsg, [&] {
-        t.tail.flush();
-        const std::string sequences = t.store.shadow(sequences_suffix);
+        t.tables->flush(t.store);
         t.store.rename(name);
-        execute(t.store.db(),
-                "ALTER TABLE " + sequences + " RENAME TO " + quoted(name + std::string(sequences_suffix)));
+        t.tables->renames = true;
+        const int rc = guarded(&t.zErrMsg, [&] {
+            execute(t.store.db(), "ALTER TABLE " + t.store.shadow(sequences_suffix) + " RENAME TO " +
+                                      quoted(name + std::string(sequences_suffix)));
+        });
+        t.tables->renames = false;
+        if (rc != SQLITE_OK) fail(rc, {});
     });
 }
 

@@ -244,7 +244,8 @@ class Bound {
             rank_ = rank_at(column.type, element);
             return;
         }
-        switch (sqlite3_value_type(value)) {
+        // As beside an ordinary column of numbers, text that is a number is one.
+        switch (sqlite3_value_numeric_type(value)) {
             case SQLITE_NULL:
                 null_ = true;
                 return;
@@ -301,7 +302,7 @@ class Bound {
 /// A value that a key can equal, added to those wanted.
 void add_key_value(std::vector<Key>& wanted, const Column& column, sqlite3_value* value) {
     const int type = sqlite3_value_type(value);
-    if (type == SQLITE_NULL || (column.is_text() && type != SQLITE_TEXT)) return;
+    if (type == SQLITE_NULL || (column.is_text() && type == SQLITE_BLOB)) return;
     Key part;
     try {
         append_key(part, column, value);

@@ -182,7 +182,7 @@ int best_index(sqlite3_vtab* table, sqlite3_index_info* info) {
 int filter(sqlite3_vtab_cursor* cursor, int, const char* plan, int, sqlite3_value** values) {
     Sequences& t = table_of(cursor->pVtab);
     return guarded(&t.zErrMsg, [&] {
-        if (Table* const rows = t.tables->find(t.store.schema(), t.store.name())) rows->tail.flush();
+        t.tables->flush(t.store);
         SequenceMethods::of(cursor).start(selection_of(t.store.declaration(), plan, values));
     });
 }
@@ -197,11 +197,11 @@ int update(sqlite3_vtab* table, int n, sqlite3_value** values, sqlite3_int64*) {
     });
 }
 
-int rename(sqlite3_vtab* table, const char* name) {
+int rename(sqlite3_vtab* table, const char*) {
     Sequences& t = table_of(table);
     return guarded(&t.zErrMsg, [&] {
+        if (!t.tables->renames) fail(SQLITE_ERROR, t.name + ": is renamed with " + t.store.name());
         t.store.close();
-        t.name = name;
     });
 }
 

@@ -100,7 +100,7 @@ class Spread {
     const Key& key_;
     Slots slots_;
     std::vector<Source> sources_;
-    size_t row_bytes_ = 0;
+    size_t row_bytes_ = sizeof(int64_t);  // the rank by which a row is sorted, then its values
 };
 
 }  // namespace

@@ -56,7 +56,6 @@ void Store::rename(const std::string& name) {
     close();
     for (const char* suffix : {"_chunks", "_tail", "_meta"})
         execute(db_, "ALTER TABLE " + shadow(suffix) + " RENAME TO " + quoted(name + suffix));
-    name_ = name;
 }
 
 void Store::check_version() {
@@ -227,9 +226,8 @@ Source Store::insert(bool tail, const Key& key, const Batch& rows, int64_t place
     return source;
 }
 
-bool Store::same_tables(const Store& other) const {
-    return sqlite3_stricmp(schema_.c_str(), other.schema_.c_str()) == 0 &&
-           sqlite3_stricmp(name_.c_str(), other.name_.c_str()) == 0;
+bool Store::is_named(const std::string& schema, const std::string& name) const {
+    return sqlite3_stricmp(schema_.c_str(), schema.c_str()) == 0 && sqlite3_stricmp(name_.c_str(), name.c_str()) == 0;
 }
 
 /// Lets those who are to read a source take its row before it changes: what they see is as it was when they began.

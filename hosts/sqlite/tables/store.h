@@ -78,14 +78,17 @@ class Store {
 
     sqlite3* db() const { return db_; }
     Readers& reading() const { return reading_; }
+    bool is_named(const std::string& schema, const std::string& name) const;
     /// True of the same tables in another object.
-    bool same_tables(const Store& other) const;
+    bool same_tables(const Store& other) const { return is_named(other.schema_, other.name_); }
     const std::string& schema() const { return schema_; }
     const std::string& name() const { return name_; }
     const Declaration& declaration() const { return declaration_; }
 
     void create();
     void drop();
+    /// Renames the tables. The object keeps the name: SQLite makes another one, and may come back to this one if it
+    /// rolls back.
     void rename(const std::string& name);
     /// Throws if the tables are of a version that this extension does not read. Not while the schema is read, when the
     /// tables may be on their way to another name.

@@ -10,15 +10,21 @@ namespace qvo::sqlite {
 struct Table;
 
 /// The tables of chunks that a connection has open.
+///
+/// There may be several objects of one table: where SQLite reads the schema anew in a transaction, the table is opened
+/// again, and the object that has changes stays until they are committed or rolled back.
 struct Tables {
     sqlite3* db;
     std::vector<Table*> open{};
     Readers readers{};
+    bool renames = false;  // a table, and its table of sequences with it
 
     /// The table of a name in a schema, if it is open.
     Table* find(const std::string& schema, const std::string& name) const;
     /// The same, opened if it is not; an error in the name of a function if there is none.
     Table& named(const char* function, sqlite3_value* name, sqlite3_value* schema) const;
+    /// Writes what waits of a table, in all objects of it.
+    void flush(const Store& store) const;
 };
 
 /// A table of chunks, seen as rows.

@@ -18,9 +18,10 @@ void Tail::check_not_failed() const {
 
 void Tail::insert(const Key& key, const Row& row) {
     check_not_failed();
-    waiting_.add(key, row);
+    if (waiting_.add(key, row, most_bytes)) return;
     // While rows of a statement are deleted, the places of all others have to stay.
-    if (waiting_.bytes() > most_bytes) write([this] { write_inserted(changes_.empty()); });
+    write([this] { write_inserted(changes_.empty()); });
+    waiting_.add(key, row, most_bytes);
 }
 
 void Tail::remove(const Place& place) {
@@ -31,6 +32,12 @@ void Tail::remove(const Place& place) {
     std::vector<bool>& removed = last_removed_->second.removed;
     if (removed.size() <= place.position) removed.resize(std::max(place.position + 1, 2 * removed.size()));
     removed[place.position] = true;
+}
+
+bool Tail::is_removed(const Place& place) const {
+    const auto found = changes_.find({place.tail, place.id});
+    return found != changes_.end() && place.position < found->second.removed.size() &&
+           found->second.removed[place.position];
 }
 
 const Tail::Known& Tail::known(const Place& place) {
@@ -52,6 +59,8 @@ const Tail::Known& Tail::known(const Place& place) {
 }
 
 void Tail::update(const Place& place, const Key& key, const Row& row) {
+    // UPDATE … FROM names a row once for each of the others that it finds for it.
+    if (is_removed(place)) return;
     const Known& old = known(place);
     if (!old.exists) return;
     const Declaration& declaration = store_.declaration();
@@ -75,7 +84,7 @@ void Tail::update(const Place& place, const Key& key, const Row& row) {
 }
 
 void Tail::flush() {
-    if (empty() && !failed_) return;
+    if (is_flushed()) return;
     write([this] {
         write_values();
         write_removals();
@@ -92,6 +101,16 @@ void Tail::discard() {
     changed_bytes_ = 0;
     failed_ = false;
     known_ = {};
+}
+
+void Tail::set_aside() {
+    keep_for_marks();
+    discard();
+}
+
+bool Tail::is_needed() const {
+    const auto has_rows = [](const Mark& mark) { return mark.rows != 0; };
+    return !marks_.empty() && std::any_of(marks_.begin(), marks_.end() - 1, has_rows);
 }
 
 /// Rows that waited before a savepoint and were written after it are kept for one savepoint, or a few.

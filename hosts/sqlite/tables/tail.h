@@ -41,11 +41,15 @@ class Tail {
 
     /// The tables were changed by somebody else.
     void forget_known() { known_ = {}; }
-    bool empty() const { return waiting_.size() == 0 && changes_.empty(); }
+    bool is_flushed() const { return waiting_.size() == 0 && changes_.empty() && !failed_; }
     /// Writes everything to the tables.
     void flush();
     /// Forgets everything, and that a flush has failed.
     void discard();
+    /// Forgets everything but what a savepoint may come back to: the table is gone.
+    void set_aside();
+    /// True if a savepoint, other than that of the statement that asks, may come back to rows that only this object has.
+    bool is_needed() const;
 
     /// What SQLite says of savepoints, which it numbers from the outermost on.
     void savepoint(int number);
@@ -93,6 +97,7 @@ class Tail {
     void write_values(const ChangedSource& at, Change& change);
     void write_removals();
     void write_removal(const ChangedSource& at, const std::vector<bool>& removed);
+    bool is_removed(const Place& place) const;
     const Known& known(const Place& place);
     /// Sees to it that the tail of a key can be packed in little memory.
     void spread(const Key& key);

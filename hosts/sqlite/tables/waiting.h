@@ -23,9 +23,9 @@ class Waiting {
         Batch rows;
     };
 
-    void add(const Key& key, const Row& row);
+    /// Adds a row, unless all together would take more bytes than `most` then; false if so.
+    bool add(const Key& key, const Row& row, size_t most);
     size_t size() const { return size_; }  // rows
-    size_t bytes() const { return bytes_; }
     std::vector<Series>& series() { return series_; }
     const std::vector<Series>& series() const { return series_; }
 
