@@ -18,23 +18,34 @@ class Kept : public Aggregate {
 
  protected:
     void save_kept(Buffer& to) const {
-        put(to, uint8_t{kept_.has_value()});
-        if (kept_) put_scalar(to, as_meeting(*kept_));
+        put(to, kept_ ? holds_value : holds_type);
+        kept_ ? put_scalar(to, as_meeting(*kept_)) : meeting_.save(to);
     }
     std::optional<Scalar> take_kept(StateReader& in) {
-        if (in.take<uint8_t>() == 0) return std::nullopt;
-        const Scalar other = in.take_scalar();
-        meeting_.add_state(other.type);
-        return other;
+        const auto holds = in.take<uint8_t>();
+        if (holds == holds_type) {
+            if (const std::optional<ValueType> type = Meeting::take(in)) meeting_.add_state(*type);
+        } else if (holds != 0) {
+            const Scalar other = in.take_scalar();
+            meeting_.add_state(other.type);
+            return other;
+        }
+        return std::nullopt;
     }
 
     Meeting meeting_;
     std::optional<Scalar> kept_;
 
  private:
+    // What a state holds: a value, or the type of rows that have none. Earlier ones left such a type out, with a 0.
+    static constexpr uint8_t holds_value = 1, holds_type = 2;
+
     Scalar as_meeting(const Scalar& scalar) const {
         Scalar met = scalar;
         const ValueType type = *meeting_.type();
+        if (type.type == Type::int8 && scalar.type.type == Type::uint8 && scalar.integer < 0)
+            throw Error(Fault::overflow, "the value " + std::to_string(scalar.natural) +
+                                             " does not fit int8, in which the rows meet; cast makes it double");
         if (type.type == Type::double_ && scalar.type.type != Type::double_) met.real = as_double(scalar);
         met.type = type;
         return met;

@@ -133,6 +133,9 @@ def check_well_known(test, host):
     for name in ("sum", "max", "first", "join"):
         with test.assertRaisesRegex(Exception, f"^seq_{name}: argument 1: x must be"):
             host.fold(f"seq_{name}(a)", [(np.array([1]),), (np.array([b"a"]),)])
+    for name in ("max", "last", "mode", "join"):
+        with test.assertRaisesRegex(Exception, f"^seq_{name}: the value .*does not fit int8, .*cast"):
+            host.fold(f"seq_{name}(a)", [(np.array([1]),), (np.array([2**64 - 1, 2**64 - 1], "u8"),)])
 
 
 def _a_state(host):
@@ -153,6 +156,11 @@ def check_states(test, host):
             host.fold(f"seq_state('{name}', a)", [(x,)])
     with test.assertRaisesRegex(Exception, "^seq_sum: wrong number|^seq_state: "):
         host.fold("seq_state('sum', a, a)", [(x,)])
+    for name in ("max", "min", "first", "last"):  # rows without values have a type
+        of_rows = [(host.fold(f"seq_state('{name}', a)", [(x,)]),) for x in (np.array([math.nan]), np.array([7]))]
+        for states in (of_rows, of_rows[::-1]):
+            result = host.call("finish", host.fold("seq_merge(a)", states))
+            test.assertEqual((result, type(result)), (7.0, float), name)
     kept = host.fold("seq_state('first', a, b)", [(np.array([5]), 9), (np.array([6]), 3)])
     later = host.fold("seq_state('first', a, b)", [(np.array([7]), 1)])
     test.assertEqual(host.call("finish", host.fold("seq_merge(a)", [(kept,), (later,)])), 7)

@@ -365,7 +365,8 @@ def check_large_and_lazy(test, host):
         host.call("get", host.db.execute("SELECT seq_range(0, 1 << 40, 3)").fetchone()[0], -1), ((1 << 40) - 1) * 3
     )
     for n in (1 << 61, (1 << 61) + 5, 1 << 62):
-        last, info = host.db.execute("SELECT seq_get(x, -1), seq_info(x) FROM (SELECT seq_range(7, ?) AS x)", [n]).fetchone()
+        query = "SELECT seq_get(x, -1), seq_info(x) FROM (SELECT seq_range(7, ?) AS x)"
+        last, info = host.db.execute(query, [n]).fetchone()
         test.assertEqual((last, float(json.loads(info)["bytes_raw"])), (n + 6, 8.0 * n))
     test.assertLess(host.db.execute("SELECT length(seq_repeat('ab', 1 << 50))").fetchone()[0], 400)
     test.assertEqual(str(host.call("get", np.array([-0.0]), 0)), "-0.0")
