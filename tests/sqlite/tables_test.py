@@ -221,6 +221,13 @@ class TablesTest(unittest.TestCase):
         self.assertEqual(db.execute("SELECT DISTINCT volume FROM ticks").fetchall(), [(-1,)])
         self.refused(db, "UPDATE ticks_seq SET price = NULL", "rows are inserted into ticks, and changed there")
 
+    def test_a_savepoint_from_before_the_first_change(self):
+        db = self.table(n=10)
+        for sql in ("BEGIN", "SAVEPOINT a", "UPDATE ticks SET price = 1", "INSERT INTO ticks VALUES ('A', 0, 0, 0, '')",
+                    "SAVEPOINT b", "ROLLBACK TO a", "COMMIT"):
+            db.execute(sql)
+        self.assert_sound(db, ticks(10))
+
     def test_other_connections_and_processes(self):
         writer = self.table(self.path, 300)
         writer.execute("PRAGMA journal_mode = WAL")

@@ -135,11 +135,11 @@ void Tail::release(int number) {
 }
 
 void Tail::roll_back_to(int number) {
-    const auto mark = std::find_if(marks_.begin(), marks_.end(), [&](const Mark& m) { return m.number >= number; });
-    if (mark == marks_.end()) return discard();
-    const std::shared_ptr<Waiting> kept = std::move(mark->kept);
-    const size_t rows = mark->rows;
-    marks_.erase(mark + 1, marks_.end());
+    release(number + 1);
+    // A savepoint from before the table took part in the transaction has no mark: no row waited then.
+    if (marks_.empty() || marks_.back().number != number) return discard();
+    const std::shared_ptr<Waiting> kept = std::move(marks_.back().kept);
+    const size_t rows = marks_.back().rows;
     Waiting waited(store_.declaration());
     if (rows != 0) waited = kept != nullptr ? *kept : std::move(waiting_);
     discard();
