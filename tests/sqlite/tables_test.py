@@ -223,9 +223,9 @@ class TablesTest(unittest.TestCase):
 
     def test_a_savepoint_from_before_the_first_change(self):
         db = self.table(n=10)
-        for sql in ("BEGIN", "SAVEPOINT a", "UPDATE ticks SET price = 1", "INSERT INTO ticks VALUES ('A', 0, 0, 0, '')",
-                    "SAVEPOINT b", "ROLLBACK TO a", "COMMIT"):
-            db.execute(sql)
+        for sql in ("BEGIN", "SAVEPOINT a", "UPDATE ticks SET price = 1", "SELECT * FROM ticks",
+                    "INSERT INTO ticks VALUES ('A', 0, 0, 0, '')", "SAVEPOINT b", "ROLLBACK TO a", "COMMIT"):
+            db.execute(sql).fetchall()
         self.assert_sound(db, ticks(10))
 
     def test_other_connections_and_processes(self):
