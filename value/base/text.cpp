@@ -195,12 +195,13 @@ std::string shown(std::string_view text) {
     constexpr size_t most = 40;
     size_t cut = std::min(text.size(), most);
     while (cut < text.size() && cut > 0 && (text[cut] & 0xc0) == 0x80) --cut;  // not within a character
+    const bool readable = is_utf8(text);
     std::string result = "'";
     for (const char c : text.substr(0, cut)) {
-        // Messages are zero-terminated, and one line.
+        // Messages are zero-terminated, one line, and UTF-8: a host may refuse to read others.
         constexpr char digits[] = "0123456789abcdef";
         const auto byte = static_cast<unsigned char>(c);
-        if (byte >= 0x20)
+        if (byte >= 0x20 && (byte < 0x80 || readable))
             result += c;
         else
             result += {'\\', 'x', digits[byte / 16], digits[byte % 16]};

@@ -11,8 +11,13 @@ class State final : public Aggregate {
     void step(Arguments& row) override {
         if (aggregate_ == nullptr) name_function(row);
         const Plan::Naming naming(row.plan(), function_->name);
-        Arguments inner(*function_, row.all().subspan(1), row.plan());
-        if (!inner.any_null()) aggregate_->step(inner);
+        try {
+            Arguments inner(*function_, row.all().subspan(1), row.plan());
+            if (!inner.any_null()) aggregate_->step(inner);
+        } catch (Error& error) {
+            error.name(function_->name);  // as its arguments are counted, too
+            throw;
+        }
     }
     void finish(Result& result, const Limits&) const override {
         if (aggregate_ == nullptr) return result.set_null();

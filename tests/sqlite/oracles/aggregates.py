@@ -154,8 +154,14 @@ def check_states(test, host):
     for name in ("add", "pack", "nothing", "state", ""):
         with test.assertRaisesRegex(Exception, "^seq_state: argument 1: name must be"):
             host.fold(f"seq_state('{name}', a)", [(x,)])
-    with test.assertRaisesRegex(Exception, "^seq_sum: wrong number|^seq_state: "):
-        host.fold("seq_state('sum', a, a)", [(x,)])
+    for call, sentence in [
+        ("'sum', a, a", "^seq_sum: wrong number of arguments: 2"),
+        ("'sum', 5", "^seq_sum: argument 1: x must be"),
+        ("'quantile', a, 7", "^seq_quantile: argument 2: q must be"),
+        ("'cov', a, seq_range(0, 3)", "^seq_cov: sequences of different lengths: 2 and 3"),
+    ]:
+        with test.assertRaisesRegex(Exception, sentence):
+            host.fold(f"seq_state({call})", [(x,)])
     for name in ("max", "min", "first", "last"):  # rows without values have a type
         of_rows = [(host.fold(f"seq_state('{name}', a)", [(x,)]),) for x in (np.array([math.nan]), np.array([7]))]
         for states in (of_rows, of_rows[::-1]):

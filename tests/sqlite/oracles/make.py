@@ -279,6 +279,8 @@ def check_pack(test, host):
         with test.assertRaisesRegex(Exception, "^seq_pack: argument", msg=f"{values} as {name}") as caught:
             host.fold("seq_pack(a, b, c)" if name else "seq_pack(a)", rows)
         test.assertIn(word, str(caught.exception))
+    with test.assertRaisesRegex(Exception, r"^seq_pack: argument 1: '\\xffA' does not fit char"):
+        host.db.execute("SELECT seq_pack(CAST(x'ff41' AS TEXT))").fetchall()  # the sentence is UTF-8 all the same
     with test.assertRaisesRegex(Exception, "key must not be NULL"):
         host.fold("seq_pack(a, b)", [(1, 1), (2, None)])
     rng = np.random.default_rng(5)
