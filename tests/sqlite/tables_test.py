@@ -294,12 +294,14 @@ class TablesTest(unittest.TestCase):
             value = rng.choice([str(rng.randrange(-5, 5)), str(rng.randrange(2**63)), "'text'", f"x'{blob.hex()}'", "1e300", flipped, "NULL"])
             db.execute("BEGIN")
             try:
-                db.execute(f"UPDATE {table} SET {column} = {value} WHERE id = (SELECT id FROM {table} ORDER BY random() LIMIT 1)")
+                one = f"{column} = {value} WHERE id = (SELECT id FROM {table} ORDER BY random() LIMIT 1)"
+                db.execute(f"UPDATE {table} SET {rng.choice([one, one, one, 'first = last, last = first'])}")
             except sqlite3.Error:
                 pass
             for sql in ("SELECT * FROM ticks", "SELECT * FROM ticks WHERE symbol = 'A' AND time > '2026-01-01T00:02'",
                         "SELECT seq_to_json(price), seq_to_json(time), symbol FROM ticks_seq('2026-01-01T00:01', '2026-01-01T00:04')",
                         "SELECT * FROM seq_check('ticks')", "UPDATE ticks SET volume = volume + 1, time = time WHERE price > 5",
+                        "DELETE FROM ticks_seq WHERE first = '2026-01-01T00:01' AND last = '2026-01-01T00:04'",
                         "DELETE FROM ticks WHERE volume > 100", "INSERT INTO ticks SELECT * FROM ticks LIMIT 50",
                         "SELECT seq_pack_tail('ticks')"):
                 try:
@@ -310,6 +312,19 @@ class TablesTest(unittest.TestCase):
             db.execute("ROLLBACK")
         self.assertLessEqual({"fine", "DatabaseError"}, outcomes)
         self.assert_sound(db, ticks(400))
+        db.execute("UPDATE ticks_tail SET side = CAST(substr(side, 2) || x'ff' AS BLOB) WHERE raw")
+        self.assertEqual(db.execute("SELECT DISTINCT fault FROM seq_check('ticks')").fetchall(),
+                         [("side: values that the type does not have",)])
+
+    def test_damaged_bounds(self):
+        """Pieces that overlap, which those of a sound table do not."""
+        db = connect()
+        db.execute("CREATE VIRTUAL TABLE t USING qvoseq(at INT ORDER, x INT, chunk_rows=10)")
+        db.executemany("INSERT INTO t VALUES (?, 1)", [(i,) for i in [*range(30), 10, 20]])
+        self.assertEqual(db.execute("SELECT number FROM t_chunks").fetchall(), [(10,)] * 3)
+        db.execute("UPDATE t_chunks SET first = last, last = first")
+        db.execute("DELETE FROM t_seq WHERE first = 3 AND last = 24")
+        self.assertNotEqual(db.execute("SELECT * FROM seq_check('t')").fetchall(), [])
 
     def test_huge_changes_take_little_memory(self):
         n = 1_300_000

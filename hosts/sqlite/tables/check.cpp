@@ -52,20 +52,23 @@ class Check {
         for (const size_t slot : slots_) note(tail, id, [&] { column(source, row, slot); });
     }
 
+    static bool is_valid(std::span<const uint8_t> sequence) {
+        static const qvo_function_t* const valid = qvo_function_named("valid");
+        qvo_datum_t argument{}, result{};
+        argument.kind = QVO_DATUM_BYTES;
+        argument.as.bytes = {sequence.data(), sequence.size()};
+        qvo_error_t error;
+        must(qvo_call(valid, &argument, 1, nullptr, &result, &error), error, "seq_check");
+        return result.as.integer != 0;
+    }
+
     void column(const Source& source, const StoredRow& row, size_t slot) {
         const Column& column = store_.declaration().packed_column(slot);
+        if (!source.raw && !is_valid(row.bytes(slot))) return fault(source, column.name + ": not a sound sequence");
         Batch batch(store_.declaration());
-        if (!source.raw) {
-            static const qvo_function_t* const valid = qvo_function_named("valid");
-            const std::span<const uint8_t> bytes = row.bytes(slot);
-            qvo_datum_t argument{}, result{};
-            argument.kind = QVO_DATUM_BYTES;
-            argument.as.bytes = {bytes.data(), bytes.size()};
-            qvo_error_t error;
-            must(qvo_call(valid, &argument, 1, nullptr, &result, &error), error, "seq_check");
-            if (result.as.integer == 0) return fault(source, column.name + ": not a sound sequence");
-        }
         row.read(slot, 0, source.number, batch.columns[slot]);
+        if (source.raw && !is_valid(Packed(column.type, batch.columns[slot], source.number).bytes()))
+            fault(source, column.name + ": values that the type does not have");
         if (!column.order) return;
         batch.set_size(source.number);
         const std::vector<int64_t> ranks = batch.ranks();

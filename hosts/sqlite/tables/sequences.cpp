@@ -136,6 +136,8 @@ void Sequences::remove(const Part& part) {
     std::vector<uint32_t> kept;
     for (size_t i = 0; i < source.number; ++i)
         if (i < part.from || i >= part.to) kept.push_back(static_cast<uint32_t>(i));
+    // Parts overlap in a damaged table alone.
+    if (kept.empty()) return store.remove(source);
     Batch rows = read_source(store, source);
     rows.take(kept);
     const Source left = store.insert(source.tail, key, rows, source.first);
