@@ -313,8 +313,9 @@ class TablesTest(unittest.TestCase):
         self.assertLessEqual({"fine", "DatabaseError"}, outcomes)
         self.assert_sound(db, ticks(400))
         db.execute("UPDATE ticks_tail SET side = CAST(substr(side, 2) || x'ff' AS BLOB) WHERE raw")
+        db.execute("UPDATE ticks_chunks SET price = CAST(price AS TEXT)")
         self.assertEqual(db.execute("SELECT DISTINCT fault FROM seq_check('ticks')").fetchall(),
-                         [("side: values that the type does not have",)])
+                         [("price: not a sound sequence",), ("side: values that the type does not have",)])
 
     def test_damaged_bounds(self):
         """Pieces that overlap, which those of a sound table do not."""

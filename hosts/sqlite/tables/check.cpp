@@ -64,7 +64,9 @@ class Check {
 
     void column(const Source& source, const StoredRow& row, size_t slot) {
         const Column& column = store_.declaration().packed_column(slot);
-        if (!source.raw && !is_valid(row.bytes(slot))) return fault(source, column.name + ": not a sound sequence");
+        const bool is_blob = sqlite3_value_type(row.value(slot)) == SQLITE_BLOB;
+        if (!is_blob || (!source.raw && !is_valid(row.bytes(slot))))
+            return fault(source, column.name + (source.raw ? ": not a blob" : ": not a sound sequence"));
         Batch batch(store_.declaration());
         row.read(slot, 0, source.number, batch.columns[slot]);
         if (source.raw && !is_valid(Packed(column.type, batch.columns[slot], source.number).bytes()))
