@@ -94,6 +94,11 @@ class TablesTest(unittest.TestCase):
                    " f smallint, g Float, h uint8)")
         db.execute("INSERT INTO u VALUES (1, '2.5', 'abc', '2026-01-01 10:00', 7.0, 8, 0.5, 1e19)")
         self.assertEqual(db.execute("SELECT * FROM u").fetchall(), [(1, 2.5, "abc", "2026-01-01T10:00:00", 7, 8, 0.5, 1e19)])
+        large = [(2**53 + 1,), (2**63 - 1,), (1.5 * 2**63,)]
+        db.execute("CREATE VIRTUAL TABLE w USING qvoseq(a INT, h UINT8)")
+        db.executemany("INSERT INTO w VALUES (1, ?)", large)
+        db.execute("UPDATE w SET a = 2")
+        self.assertEqual(db.execute("SELECT h FROM w").fetchall(), large)
         types = db.execute("SELECT seq_type(b), seq_type(c), seq_type(d), seq_type(e), seq_type(f), seq_type(g) FROM u_seq")
         self.assertEqual(types.fetchall(), [("double", "char(3)", "timestamp", "int8", "int2", "float")])
 

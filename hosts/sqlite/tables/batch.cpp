@@ -168,8 +168,12 @@ void result_element(sqlite3_context* context, qvo_type_t type, unsigned width, c
             const auto value = load<double>(element);
             return value == value ? sqlite3_result_double(context, value) : sqlite3_result_null(context);
         }
-        case QVO_TYPE_FLOAT:
         case QVO_TYPE_UINT8:
+            // An integer as far as SQLite has one: an UPDATE of another column writes back what it has read.
+            if (const auto integer = load<int64_t>(element); integer >= 0)
+                return sqlite3_result_int64(context, integer);
+            [[fallthrough]];
+        case QVO_TYPE_FLOAT:
         case QVO_TYPE_TIMESTAMP: {
             qvo_datum_t result{};
             qvo_error_t error;
