@@ -200,9 +200,9 @@ const Function functions[] = {
      .result = "timestamp",
      .rule =
          "width is a number from 1 and a unit: microsecond, millisecond, second, minute, hour, day, week, month or "
-         "year, "
-         "singular or plural. Fixed widths are counted from 1970-01-01, weeks from Monday 1970-01-05, months and years "
-         "from January of the year 0: '3 months' are quarters.",
+         "year, singular or plural. Fixed widths are counted from 1970-01-01, weeks from Monday 1970-01-05, months and "
+         "years from January of the year 0: '3 months' are quarters. A fixed width is at most 2^56 microseconds, 2283 "
+         "years; months and years are at most 10000 years.",
      .example = {"floor_time(timestamp['2026-02-03T04:05:06'], '1 hour')", "[\"2026-02-03T04:00:00\"]"},
      .build = floor_time},
 };
