@@ -82,14 +82,13 @@ QVO_INLINE QVO_RET loops_next(qvo_seq_iterator_h it, const Loops<N>& loops, Wher
     return loops_over<Rule>(it, loops, where, std::make_index_sequence<N>{});
 }
 
-QVO_INLINE QVO_RET unary_next(qvo_seq_iterator_h it, UnaryLoop loop, Where where) {
-    Operand input(it->opd[0]);
+QVO_INLINE QVO_RET unary_next(qvo_seq_iterator_h it, UnaryLoop loop, Where where, Operand::Values from) {
+    Operand input(it->opd[0], from);
     TileWriter out(it, capacity_of(it->elem_size));
-    const uint8_t* runs = runs_of(it->opd[0]);
     return out.finish(walk_elements(
         input, out, where, [&](size_t index, size_t n) __attribute__((always_inline)) {
-            loop(it, out.size(), index, n);
-            out.put_runs(runs - index, n);
+            loop(it, out.size(), input.values(), index, n);
+            out.put_runs(input.first_run() - index, n);
         }));
 }
 
@@ -104,10 +103,13 @@ QVO_RET overlap_next(qvo_seq_iterator_h it, const Loops<3>& loops, Where where) 
 QVO_RET whole_run_next(qvo_seq_iterator_h it, const Loops<3>& loops, Where where) {
     return for_cpu<loops_next<WholeRuns, 3>>(it, loops, where);
 }
-QVO_RET elements_next(qvo_seq_iterator_h it, UnaryLoop loop, Where where) {
-    return for_cpu<unary_next>(it, loop, where);
+QVO_RET elements_next(qvo_seq_iterator_h it, UnaryLoop loop, Where where, Operand::Values from) {
+    return for_cpu<unary_next>(it, loop, where, from);
 }
 
-void copy_loop(qvo_seq_iterator_h it, size_t to, size_t from, size_t n) { copy_values(it, to, it->opd[0], from, n); }
+void copy_loop(qvo_seq_iterator_h it, size_t to, const uint8_t* values, size_t from, size_t n) {
+    const size_t width = it->elem_size;
+    std::memcpy(values_of<uint8_t>(it) + to * width, values + from * width, n * width);
+}
 
 }  // namespace qvo

@@ -27,8 +27,9 @@ template <size_t N> struct Loops {
 };
 using BinaryLoops = Loops<2>;
 
-/// The loop of a one-operand member: result elements to .. to+n-1 from the operand's elements from .. from+n-1.
-using UnaryLoop = void (*)(qvo_seq_iterator_h it, size_t to, size_t from, size_t n);
+/// The loop of a one-operand member: result elements to .. to+n-1 from the operand's elements from .. from+n-1, of which
+/// element 0 lies at `values`.
+using UnaryLoop = void (*)(qvo_seq_iterator_h it, size_t to, const uint8_t* values, size_t from, size_t n);
 
 /// `next` of a member of several operands with one result element per overlap; the capacity follows elem_size.
 QVO_RET overlap_next(qvo_seq_iterator_h it, const Loops<2>& loops, Where where);
@@ -39,7 +40,7 @@ QVO_RET whole_run_next(qvo_seq_iterator_h it, const Loops<3>& loops, Where where
 
 /// `next` of a one-operand member. Elements are taken whole and keep their run bytes; the operand's rle_offs is
 /// neither read nor written.
-QVO_RET elements_next(qvo_seq_iterator_h it, UnaryLoop loop, Where where);
+QVO_RET elements_next(qvo_seq_iterator_h it, UnaryLoop loop, Where where, Operand::Values from);
 
 // Elements per round of a loop over values. Long enough that the compiler makes vector code of a round before it
 // thinks of unrolling it.
@@ -79,13 +80,15 @@ template <class Op, class W, class... V> struct OperationLoops {
     static constexpr auto from = Operand::Values::anywhere;
     using Values = typename Loops<n_operands>::Values;
     using Steps = typename Loops<n_operands>::Steps;
+    // AVX-512 is for wide values that are compared: it makes a bit of each, and the others have to narrow vectors.
+    static constexpr CpuLevel level = sizeof(W) == 1 && ((sizeof(V) >= 4) && ...) ? CpuLevel::avx512 : CpuLevel::avx2;
 
     template <unsigned Set>
     QVO_INLINE static void stretch_loop(qvo_seq_iterator_h it, size_t to, const Values& values, At<n_operands> from,
                                         size_t n) {
         stretch_of<Set>(it, to, values, from, n, std::index_sequence_for<V...>{});
     }
-    template <unsigned Set> static constexpr auto stretch = for_cpu<stretch_loop<Set>>;
+    template <unsigned Set> static constexpr auto stretch = for_cpu<stretch_loop<Set>, level>;
     static void singles(qvo_seq_iterator_h it, size_t to, const Values& values, const Steps& steps, size_t n) {
         singles_of(it, to, values, steps, n, std::index_sequence_for<V...>{});
     }
@@ -112,6 +115,31 @@ template <class Op, class W, class... V> struct OperationLoops {
     }
 };
 template <class V, class W, class Op> using ValueLoops = OperationLoops<Op, W, V, V>;
+
+/// The loops of a member of two operands, from those of the member that takes them in the other order.
+template <class L> struct SwappedLoops {
+    static constexpr size_t n_operands = 2;
+    static constexpr auto from = L::from;
+    using Values = typename Loops<2>::Values;
+    using Steps = typename Loops<2>::Steps;
+
+    template <unsigned Set>
+    static void stretch(qvo_seq_iterator_h it, size_t to, const Values& values, At<2> from, size_t n) {
+        L::template stretch<(Set >> 1) | (Set << 1 & 0b10)>(it, to, {values[1], values[0]}, {from[1], from[0]}, n);
+    }
+    static void singles(qvo_seq_iterator_h it, size_t to, const Values& values, const Steps& steps, size_t n) {
+        L::singles(it, to, {values[1], values[0]}, {{steps.index[1], steps.index[0]}}, n);
+    }
+};
+
+/// The loops of an operation of two operands; they are those of the one that it is with its operands swapped, if it
+/// names one, as less code is better for the caches.
+template <class Op, class W, class V> struct BinaryOperation { using Loops = OperationLoops<Op, W, V, V>; };
+template <class Op, class W, class V>
+requires requires { typename Op::Swapped; }
+struct BinaryOperation<Op, W, V> {
+    using Loops = SwappedLoops<OperationLoops<typename Op::Swapped, W, V, V>>;
+};
 
 /// The loops of a member without vector code: Map is constructed from the iterator, and map(to, element ...) writes one
 /// result element from the operands' elements with these indexes.
@@ -149,7 +177,7 @@ inline constexpr Loops<L::n_operands> loops_of =
 /// `next` of a two- and of a three-operand member: operands of E, results of R.
 template <class E, class R, class Op> QVO_RET binary_next(qvo_seq_iterator_h it, Where where = Where::here()) {
     using V = typename E::value;
-    return overlap_next(it, loops_of<OperationLoops<Op, typename R::value, V, V>>, where);
+    return overlap_next(it, loops_of<typename BinaryOperation<Op, typename R::value, V>::Loops>, where);
 }
 template <class E, class R, class Op> QVO_RET ternary_next(qvo_seq_iterator_h it, Where where = Where::here()) {
     using V = typename E::value;
@@ -158,13 +186,13 @@ template <class E, class R, class Op> QVO_RET ternary_next(qvo_seq_iterator_h it
 
 /// The loop of Op::apply(value), from V to W.
 template <class V, class W, class Op> struct ValueLoop {
-    QVO_INLINE static void run(qvo_seq_iterator_h it, size_t to, size_t from, size_t n) {
-        apply<Op>(values_of<W>(it) + to, values_of<V>(it->opd[0]) + from, n);
+    QVO_INLINE static void run(qvo_seq_iterator_h it, size_t to, const uint8_t* values, size_t from, size_t n) {
+        apply<Op>(values_of<W>(it) + to, reinterpret_cast<const V*>(values) + from, n);
     }
 };
 
 /// The loop of a member that delivers its operand's values as they are.
-void copy_loop(qvo_seq_iterator_h it, size_t to, size_t from, size_t n);
+void copy_loop(qvo_seq_iterator_h it, size_t to, const uint8_t* values, size_t from, size_t n);
 
 }  // namespace qvo
 
@@ -197,10 +225,10 @@ void copy_loop(qvo_seq_iterator_h it, size_t to, size_t from, size_t n);
 #define QVO_DEFINE_UNARY_NAMED(name, next_name, Element, Result, Op) \
     QVO_DEFINE_UNARY_LOOP(name, next_name, Element, Result, for_cpu<ValueLoop<Element::value, Result::value, Op>::run>)
 
-#define QVO_DEFINE_UNARY_LOOP(name, next_name, Element, Result, ...)                         \
-    extern "C" QVO_API QVO_RET next_name(qvo_seq_iterator_h iterator) {                      \
-        return elements_next(iterator, __VA_ARGS__, Where::here());                          \
-    }                                                                                        \
-    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h operand) { \
-        return construct_unary<Element, Result>(result, operand, next_name);                 \
+#define QVO_DEFINE_UNARY_LOOP(name, next_name, Element, Result, ...)                           \
+    extern "C" QVO_API QVO_RET next_name(qvo_seq_iterator_h iterator) {                        \
+        return elements_next(iterator, __VA_ARGS__, Where::here(), Operand::Values::anywhere); \
+    }                                                                                          \
+    extern "C" QVO_API QVO_RET name(qvo_seq_iterator_h result, qvo_seq_iterator_h operand) {   \
+        return construct_unary<Element, Result>(result, operand, next_name);                   \
     }

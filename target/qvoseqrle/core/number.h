@@ -86,6 +86,23 @@ template <class V> QVO_INLINE V remainder(V a, V b) {
     }
 }
 
+/// The remainder of floating values where the quotient is below 2^20, else a NaN. It is exact: the whole quotient
+/// nearest to the real one leaves at most half of the divisor, and each difference on the way there fits a double, as the
+/// two parts of the divisor have 26 and 27 bits. What falls below zero is one more divisor away.
+QVO_INLINE double quick_remainder(double left, double right) {
+    constexpr double most = 0x1p20, to_whole = 0x1.8p52;  // a sum with the latter has no bits after the point
+    const double a = std::fabs(left), b = std::fabs(right);
+    const double quotient = a / b, whole = (quotient + to_whole) - to_whole;
+    const double high = std::bit_cast<double>(std::bit_cast<uint64_t>(b) & ~uint64_t{0x7ffffff});
+    const double least = (a - whole * high) - whole * (b - high);
+    // Without a branch, which could not be foretold: all bits of b where the sign bit is set.
+    const auto below = static_cast<uint64_t>(std::bit_cast<int64_t>(least) >> 63);
+    const double rest = least + std::bit_cast<double>(std::bit_cast<uint64_t>(b) & below);
+    // The multiple of b may be twice as large as a, and must not overflow; an infinite b would make a NaN of it.
+    const bool quick = (quotient < most) & (a < 0x1p1022) & (b < std::numeric_limits<double>::infinity());
+    return std::copysign(quick ? rest : std::numeric_limits<double>::quiet_NaN(), left);
+}
+
 /// 64-bit integers as doubles, rounded once, in a way that vector code has operations for: each half is placed in the
 /// low bits of a large power of two, which is taken away again; only the sum of the halves rounds.
 QVO_INLINE double unsigned_to_double(uint64_t value) {

@@ -162,7 +162,7 @@ QVO_INLINE QVO_RET walk_elements(Operand& input, const TileWriter& out, Where wh
         take(input.index(), n);
         input.skip(n);
     }
-    input.store();
+    input.leave();
     return rc;
 }
 

@@ -12,23 +12,9 @@ struct Mod {
     template <class V> QVO_INLINE static V apply(V a, V b) { return remainder(a, b); }
 };
 
-/// The remainder of floating values where the quotient is below 2^20, else a NaN. It is exact: the whole quotient
-/// nearest to a / b leaves at most half of b, and each difference on the way there fits a double, as the two parts of
-/// b have 26 and 27 bits. What falls below zero is one more b away.
 struct QuickMod {
-    template <class V> QVO_INLINE static V apply(V left, V right) {
-        constexpr double most = 0x1p20, to_whole = 0x1.8p52;  // a sum with the latter has no bits after the point
-        const double a = std::fabs(static_cast<double>(left)), b = std::fabs(static_cast<double>(right));
-        const double quotient = a / b, whole = (quotient + to_whole) - to_whole;
-        const double high = std::bit_cast<double>(std::bit_cast<uint64_t>(b) & ~uint64_t{0x7ffffff});
-        const double least = (a - whole * high) - whole * (b - high);
-        // Without a branch, which could not be foretold: all bits of b where the sign bit is set.
-        const auto below = static_cast<uint64_t>(std::bit_cast<int64_t>(least) >> 63);
-        const double rest = least + std::bit_cast<double>(std::bit_cast<uint64_t>(b) & below);
-        // The multiple of b may be twice as large as a, and must not overflow; an infinite b would make a NaN of it.
-        const bool quick = (quotient < most) & (a < 0x1p1022) & (b < std::numeric_limits<double>::infinity());
-        const double result = quick ? rest : std::numeric_limits<double>::quiet_NaN();
-        return static_cast<V>(std::copysign(result, static_cast<double>(left)));
+    template <class V> QVO_INLINE static V apply(V a, V b) {
+        return static_cast<V>(quick_remainder(static_cast<double>(a), static_cast<double>(b)));
     }
 };
 

@@ -33,7 +33,7 @@ template <class Record, class... Args> QVO_INLINE auto call(Record& r, Args... a
 
 /// From values of E to values of R.
 template <class E, class R> struct Values {
-    template <class Record> static void loop(qvo_seq_iterator_h it, size_t to, size_t from, size_t n) {
+    template <class Record> static void loop(qvo_seq_iterator_h it, size_t to, const uint8_t*, size_t from, size_t n) {
         const Record& record = state<Record>(it);
         const auto* const in = values_of<typename E::value>(it->opd[0]) + from;
         auto* const out = values_of<typename R::value>(it) + to;
@@ -51,7 +51,7 @@ QVO_RET construct_from_char(qvo_seq_iterator_h result, qvo_seq_iterator_h input,
 
 /// From strings to strings of the same width, which the function writes into their place.
 struct Strings {
-    template <class Record> static void loop(qvo_seq_iterator_h it, size_t to, size_t from, size_t n) {
+    template <class Record> static void loop(qvo_seq_iterator_h it, size_t to, const uint8_t*, size_t from, size_t n) {
         const Record& record = state<Record>(it);
         const size_t width = it->elem_size;
         const char* const in = values_of<char>(it->opd[0]) + from * width;
@@ -66,7 +66,7 @@ struct Strings {
 /// From strings to booleans. Deliberate: the strings are taken to be as wide as the elements of the result. So a
 /// predicate of strings wider than one byte sees the single bytes at the front of the tile, one for each element.
 struct StringTests {
-    template <class Record> static void loop(qvo_seq_iterator_h it, size_t to, size_t from, size_t n) {
+    template <class Record> static void loop(qvo_seq_iterator_h it, size_t to, const uint8_t*, size_t from, size_t n) {
         const Record& record = state<Record>(it);
         const size_t width = it->elem_size;
         const char* const in = values_of<char>(it->opd[0]) + from * width;
@@ -148,9 +148,9 @@ template <class Record, class Func> QVO_RET keep(QVO_RET rc, qvo_seq_iterator_h 
 }  // namespace
 
 // A shape may contain commas, so it comes last.
-#define DEFINE_NEXT(name, ...)                                                              \
-    extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h iterator) {                   \
-        return elements_next(iterator, __VA_ARGS__::loop<name##_context_t>, Where::here()); \
+#define DEFINE_NEXT(name, ...)                                                                                        \
+    extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h iterator) {                                             \
+        return elements_next(iterator, __VA_ARGS__::loop<name##_context_t>, Where::here(), Operand::Values::in_tile); \
     }
 #define DEFINE_NEXT2(name, Shape)                                                                          \
     extern "C" QVO_API QVO_RET name##_next(qvo_seq_iterator_h iterator) {                                  \

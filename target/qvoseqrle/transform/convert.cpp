@@ -32,8 +32,8 @@ template <class F> struct ToUint4 {
         }
     }
 
-    QVO_INLINE static void run(qvo_seq_iterator_h it, size_t to, size_t from, size_t n) {
-        const F* const values = values_of<F>(it->opd[0]) + from;
+    QVO_INLINE static void run(qvo_seq_iterator_h it, size_t to, const uint8_t* from, size_t first, size_t n) {
+        const F* const values = reinterpret_cast<const F*>(from) + first;
         uint32_t* const out = values_of<uint32_t>(it) + to;
         for (size_t i = 0; i < n; i += chunk) {
             const size_t m = std::min(chunk, n - i);

@@ -187,7 +187,7 @@ void match_places(qvo_seq_match_context_t& context, const char* tile, qvo_seq_bo
 
 /// Matches for result elements to .. to+n-1. Deliberate: strings lie as far apart as the elements of the result, one
 /// byte, and are counted from the front of the operand's tile by the elements of this call, wherever the operand is.
-void match_elements(qvo_seq_iterator_h it, size_t to, size_t /*from*/, size_t n) {
+void match_elements(qvo_seq_iterator_h it, size_t to, const uint8_t*, size_t /*from*/, size_t n) {
     qvo_seq_match_context_t& context = state<qvo_seq_match_context_t>(it);
     const char* const tile = values_of<char>(it->opd[0]);
     qvo_seq_bool* const out = values_of<qvo_seq_bool>(it);
@@ -244,7 +244,7 @@ QVO_API qvo_bool qvo_seq_match_regex(const qvo_seq_match_context_t* ctx, const c
 }
 
 QVO_API QVO_RET qvo_seq_match_next(qvo_seq_iterator_h iterator) {
-    return elements_next(iterator, match_elements, Where::here());
+    return elements_next(iterator, match_elements, Where::here(), Operand::Values::in_tile);
 }
 
 QVO_API QVO_RET qvo_seq_match(qvo_seq_iterator_h result, qvo_seq_iterator_h input, const char* pattern) {

@@ -22,11 +22,11 @@ template <class V> struct NormLoops {
         return sum;
     }
 
-    QVO_INLINE static void divide(qvo_seq_iterator_h it, size_t to, size_t from, size_t n) {
-        const V* __restrict const values = values_of<V>(it->opd[0]) + from;
+    QVO_INLINE static void divide(qvo_seq_iterator_h it, size_t to, const uint8_t* values, size_t from, size_t n) {
+        const V* __restrict const in = reinterpret_cast<const V*>(values) + from;
         double* __restrict const out = values_of<double>(it) + to;
         const double norm = state<qvo_seq_norm_context_t>(it).norm;
-        for (size_t i = 0; i < n; ++i) out[i] = convert<double>(values[i]) / norm;
+        for (size_t i = 0; i < n; ++i) out[i] = convert<double>(in[i]) / norm;
     }
 };
 
@@ -47,7 +47,7 @@ QVO_RET find_norm(qvo_seq_iterator_h it, SumSquares sum_squares, Where where) {
 QVO_RET norm_next(qvo_seq_iterator_h it, SumSquares sum_squares, UnaryLoop divide, Where where) {
     if (it->next_seq_no == 0)
         if (const QVO_RET rc = find_norm(it, sum_squares, where); rc != QVO_S_OK) return rc;
-    return elements_next(it, divide, where);
+    return elements_next(it, divide, where, Operand::Values::anywhere);
 }
 
 }  // namespace

@@ -30,8 +30,8 @@ struct DiffLoops {
 };
 
 template <class V> struct DiffOf {
-    QVO_INLINE static void differences(qvo_seq_iterator_h it, size_t to, size_t from, size_t n) {
-        const V* const values = values_of<V>(it->opd[0]) + from;
+    QVO_INLINE static void differences(qvo_seq_iterator_h it, size_t to, const uint8_t* from, size_t first, size_t n) {
+        const V* const values = reinterpret_cast<const V*>(from) + first;
         V* const out = values_of<V>(it) + to;
         out[0] = wrapping_sub(values[0], previous_value<V>(it));
         apply<1, 1, Subtract>(out + 1, values + 1, values, n - 1);
@@ -88,7 +88,7 @@ QVO_RET diff_next(qvo_seq_iterator_h it, const DiffLoops& loops, Where where) {
         }
         const size_t n = std::min(out.room(), input.elements_left());
         if (const size_t singles = leading_single_runs(input.runs(), n); singles == n || singles >= run_word) {
-            loops.differences(it, out.size(), input.index(), singles);
+            loops.differences(it, out.size(), input.values(), input.index(), singles);
             out.put_equal_runs(singles, 1);
             input.skip(singles);
         } else if (const size_t pairs = std::min({out.room() / 2, n, most_pairs}); pairs != 0) {
@@ -97,7 +97,7 @@ QVO_RET diff_next(qvo_seq_iterator_h it, const DiffLoops& loops, Where where) {
             out.advance({written, sum_runs(runs, written)});
             input.skip(pairs);
         } else {
-            loops.differences(it, out.size(), input.index(), 1);
+            loops.differences(it, out.size(), input.values(), input.index(), 1);
             out.put_run(1);
             input.take(1);
         }
