@@ -106,10 +106,10 @@ void unpack(const uint8_t* packed, unsigned bits, uint64_t, uint64_t first, size
 void unpack(const uint8_t* packed, unsigned, uint64_t total, uint64_t first, size_t n, uint16_t* to) {
     uint8_t upper[unpack_block];
     unpack_groups(packed + total + first / bit_group * 4, groups_of(n), 4, upper);
-    for_cpu<Parts<uint16_t, uint8_t>::join>(packed + first, upper, n, to);
+    for_cpu<Parts<uint16_t, uint8_t>::join, CpuLevel::avx512>(packed + first, upper, n, to);
 }
 void unpack(const uint8_t* packed, unsigned, uint64_t total, uint64_t first, size_t n, uint32_t* to) {
-    for_cpu<Parts<uint32_t, uint16_t>::join>(packed + 2 * first, packed + 2 * total + first, n, to);
+    for_cpu<Parts<uint32_t, uint16_t>::join, CpuLevel::avx512>(packed + 2 * first, packed + 2 * total + first, n, to);
 }
 
 }  // namespace qvo::value

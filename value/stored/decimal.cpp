@@ -258,6 +258,25 @@ template <class V> struct DividedDecimals : Decimals<V, Divided> {
 #if QVO_WIDE_X86
 QVO_AVX512 QVO_INLINE __m512i splat(uint64_t x) { return _mm512_set1_epi64(static_cast<long long>(x)); }
 
+/// Eight neighbouring decimals, of integers that are `extra` apart but for the sums of offsets.
+struct Group {
+    static constexpr uint64_t adds_up = 0x0101010101010101U;  // bytes times it: their sums up to each
+    __m512i origin;
+    __m512d inverse, rest;
+
+    QVO_AVX512 QVO_INLINE Group(const Fused& quotient, uint64_t first, uint64_t extra)
+        : inverse(_mm512_set1_pd(quotient.inverse)), rest(_mm512_set1_pd(quotient.rest)) {
+        const __m512i apart = _mm512_mullo_epi64(splat(extra), _mm512_setr_epi64(0, 1, 2, 3, 4, 5, 6, 7));
+        origin = _mm512_add_epi64(splat(first + shifter_bits), apart);
+    }
+    QVO_AVX512 QVO_INLINE __m512d values(uint64_t sums, uint64_t before) const {
+        const __m512i own = _mm512_maskz_cvtepu8_epi64(0xff, _mm_cvtsi64_si128(static_cast<long long>(sums)));
+        const __m512i shifted = _mm512_add_epi64(_mm512_add_epi64(own, splat(before)), origin);
+        const __m512d whole = _mm512_sub_pd(_mm512_castsi512_pd(shifted), _mm512_set1_pd(shifter));
+        return _mm512_fmadd_pd(whole, inverse, _mm512_mul_pd(whole, rest));
+    }
+};
+
 template <class V> struct FusedDecimals : Decimals<V, Fused> {
     using Decimals<V, Fused>::Decimals;
     template <class Loop, class From>
@@ -265,24 +284,26 @@ template <class V> struct FusedDecimals : Decimals<V, Fused> {
         cpu_level >= CpuLevel::avx512 ? wide(loop, from, n, convert, to) : narrow(loop, from, n, convert, to);
     }
 
-    /// Offsets of less than 8 bits, whole groups: a product adds up those of one, whose sums are in a byte. `first` is the
-    /// first integer without any offset, `sum` what the offsets before add to it; without them, integers are `extra` apart.
-    /// Returns the sum of all offsets.
+    /// Offsets of less than 8 bits, a group at a time: a product adds up those of one, whose sums are in a byte. `first` is
+    /// the first integer without any offset, `sum` what the offsets before add to it; without them, integers are `extra`
+    /// apart. Returns the sum of all offsets.
     QVO_AVX512 static uint64_t read_groups(const FusedDecimals& convert, uint64_t first, uint64_t extra, uint64_t sum,
                                            const uint8_t* offsets, size_t n,
                                            double* to) requires(std::is_same_v<V, double>) {
-        const Fused quotient = convert.quotient;
-        const __m512d inverse = _mm512_set1_pd(quotient.inverse), rest = _mm512_set1_pd(quotient.rest);
-        const __m512i apart = _mm512_mullo_epi64(splat(extra), _mm512_setr_epi64(0, 1, 2, 3, 4, 5, 6, 7));
-        const __m512i origin = _mm512_add_epi64(splat(first + shifter_bits), apart);
+        const Group group(convert.quotient, first, extra);
         uint64_t before = sum;  // and what is added without offsets
-        for (size_t i = 0; i < n; i += bit_group, before += bit_group * extra) {
-            const uint64_t group = format::load<uint64_t>(offsets + i) * 0x0101010101010101U;
-            const __m512i sums = _mm512_maskz_cvtepu8_epi64(0xff, _mm_cvtsi64_si128(static_cast<long long>(group)));
-            const __m512i shifted = _mm512_add_epi64(_mm512_add_epi64(sums, splat(before)), origin);
-            const __m512d whole = _mm512_sub_pd(_mm512_castsi512_pd(shifted), _mm512_set1_pd(shifter));
-            _mm512_storeu_pd(to + i, _mm512_fmadd_pd(whole, inverse, _mm512_mul_pd(whole, rest)));
-            before += group >> 56;
+        size_t i = 0;
+        for (; i + bit_group <= n; i += bit_group, before += bit_group * extra) {
+            const uint64_t sums = format::load<uint64_t>(offsets + i) * Group::adds_up;
+            _mm512_storeu_pd(to + i, group.values(sums, before));
+            before += sums >> 56;
+        }
+        if (const size_t left = n - i; left != 0) {
+            uint64_t last = 0;
+            std::memcpy(&last, offsets + i, left);
+            const uint64_t sums = last * Group::adds_up;
+            _mm512_mask_storeu_pd(to + i, static_cast<__mmask8>((1U << left) - 1), group.values(sums, before));
+            before += (sums >> 56) + left * extra;
         }
         return before - n * extra;
     }

@@ -11,7 +11,7 @@ template <class V> struct Truncate {
 
     template <class Loop, class From>
     static void run(const Loop& loop, const From* from, size_t n, const Truncate& convert, V* to) {
-        for_cpu<Loop::run>(loop, from, n, convert, to);
+        for_cpu<Loop::run, CpuLevel::avx512>(loop, from, n, convert, to);
     }
 };
 

@@ -138,13 +138,9 @@ template <class Convert, class T> class OffsetReader {
         if constexpr (sizeof(Offset) == 1 &&
                       requires { Convert::read_groups(convert, Word(), Word(), uint64_t(), from, n, to); })
             if (to != nullptr && h.bits < 8 && h.unit == 1 && cpu_level >= CpuLevel::avx512) {
-                const size_t whole = n / bit_group * bit_group;
                 const Word extra = word(h.extra), first = word(h.base) + extra * word(at + 1);
-                tile.sum = Convert::read_groups(convert, first, extra, tile.sum, from, whole, to);
-                from += whole;
-                to += whole;
-                at += whole;
-                n -= whole;
+                tile.sum = Convert::read_groups(convert, first, extra, tile.sum, from, n, to);
+                return;
             }
         uint64_t sums[unpack_block];
         while (n != 0) {

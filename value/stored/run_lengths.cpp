@@ -2,6 +2,7 @@
 #include "stored/run_lengths.h"
 
 #include <algorithm>
+#include <numeric>
 #include <utility>
 
 namespace qvo::value {
@@ -56,10 +57,10 @@ template <> bool sum_matches<uint8_t>(const uint8_t* runs, size_t n, uint64_t po
     return !bytes.any_zero && bytes.sum == positions;
 }
 
-/// Elements if runs are cut into such of at most `limit`.
-uint64_t cut_into(const uint32_t* runs, size_t n, uint32_t limit) {
-    uint64_t pieces = 0;
-    for (size_t i = 0; i < n; ++i) pieces += (runs[i] - 1) / limit + 1;
+// Vectors have no division, but products that stand for one by a constant.
+template <uint32_t limit> QVO_INLINE uint64_t count_pieces(const uint32_t* runs, size_t n) {
+    uint64_t pieces = n;
+    for (size_t i = 0; i < n; ++i) pieces += (runs[i] - 1) / limit;
     return pieces;
 }
 
@@ -86,6 +87,17 @@ bool RunLengths::match(size_t n, uint64_t positions) const {
     }
 }
 
+uint64_t pieces_of(const uint32_t* runs, size_t n, uint32_t limit) {
+    switch (limit) {
+        case 1:
+            return std::accumulate(runs, runs + n, uint64_t{0});
+        case UINT8_MAX:
+            return for_cpu<count_pieces<UINT8_MAX>>(runs, n);
+        default:
+            return for_cpu<count_pieces<UINT16_MAX>>(runs, n);
+    }
+}
+
 uint64_t sum_run_bytes(const uint8_t* lowest, size_t n) { return for_cpu<sum_bytes>(lowest, n).sum; }
 
 uint32_t longest_run(const uint32_t* runs, size_t n) { return for_cpu<longest_of>(runs, n); }
@@ -93,8 +105,8 @@ uint32_t longest_run(const uint32_t* runs, size_t n) { return for_cpu<longest_of
 RunForm run_form(const uint32_t* runs, size_t n, uint64_t value_bits) {
     RunForm best{~uint32_t{0}, 4, n * (value_bits + 32) / 8};
     const uint32_t most = longest_run(runs, n);
-    for (const auto& [limit, width] : {std::pair{65535U, 2U}, std::pair{255U, 1U}}) {
-        const uint64_t elements = most <= limit ? n : cut_into(runs, n, limit);
+    for (const auto& [limit, width] : {std::pair{unsigned{UINT16_MAX}, 2U}, std::pair{unsigned{UINT8_MAX}, 1U}}) {
+        const uint64_t elements = most <= limit ? n : pieces_of(runs, n, limit);
         const uint64_t size = elements * (value_bits + 8 * width) / 8;
         if (size <= best.size) best = {limit, width, size};
     }

@@ -35,6 +35,9 @@ struct RunForm {
     uint64_t size;   // of all values and runs, about
 };
 
+/// Elements that come of n of them, if they are cut into such of at most `limit`: 1, or the longest of one byte or of two.
+uint64_t pieces_of(const uint32_t* runs, size_t n, uint32_t limit);
+
 /// How run lengths are written smallest: longer ones are cut where that lets all others be short.
 RunForm run_form(const uint32_t* runs, size_t n, uint64_t value_bits);
 uint32_t longest_run(const uint32_t* runs, size_t n);

@@ -1,6 +1,10 @@
 // Filling a stage, and joining and cutting its runs.
 #include "stored/stage.h"
 
+#include "core/move.h"
+#include "stored/bits.h"
+#include "stored/run_lengths.h"
+
 namespace qvo::value {
 namespace {
 
@@ -11,7 +15,7 @@ QVO_INLINE bool all_single(const uint8_t* lowest, size_t n) {
 }
 
 /// Run bytes lie downwards; lengths upwards. Returns their sum.
-uint64_t widen(const uint8_t* first_run, size_t n, uint32_t* __restrict to) {
+QVO_INLINE uint64_t widen(const uint8_t* first_run, size_t n, uint32_t* __restrict to) {
     uint64_t sum = 0;
     for (size_t i = 0; i < n; ++i) {
         const uint32_t run = *(first_run - i);
@@ -67,33 +71,53 @@ size_t join(uint8_t* values, ValueType type, uint32_t* runs, size_t from, size_t
     }
 }
 
-/// Cuts runs; `fixed` is the width of the values where the loop is compiled for it.
-template <size_t fixed>
-void cut(const uint8_t* values, size_t width, const uint32_t* runs, size_t n, uint32_t limit, uint8_t* __restrict to,
-         uint32_t* __restrict run_to) {
-    if constexpr (fixed != 0) width = fixed;
-    for (size_t i = 0; i < n; ++i, values += width) {
-        for (uint32_t left = runs[i]; left != 0; to += width) {
-            std::memcpy(to, values, width);
-            const uint32_t run = std::min(left, limit);
-            *run_to++ = run;
-            left -= run;
-        }
+// Pieces of a run that are written without a look at how many it has: what is too much is written over by the next.
+constexpr size_t some_pieces = 4;
+
+/// Cuts runs, and writes up to some_pieces - 1 elements more than come of it.
+template <class Mover>
+void cut(const Mover& mover, const uint8_t* values, const uint32_t* runs, size_t n, uint32_t limit,
+         uint8_t* __restrict to, uint32_t* __restrict run_to) {
+    size_t at = 0;
+    for (size_t i = 0; i < n; ++i) {
+        uint32_t left = runs[i];
+        do {
+            for (size_t k = 0; k < some_pieces; ++k) {
+                const uint32_t piece = std::min(left, limit);
+                mover.move(to, at, values, i);
+                run_to[at] = piece;
+                at += piece != 0;
+                left -= piece;
+            }
+        } while (left != 0);
     }
 }
 
 }  // namespace
 
+bool worth_joining(const Elements& elements, const Profile& profile) {
+    if (!worth_joining(elements.n, elements.n - profile.equal)) return false;
+    const Type type = elements.type.type;
+    if (type == Type::char_ || is_floating(type)) return true;
+    const uint64_t range = with_fixed(type, [&](auto tag) {
+        using V = typename decltype(tag)::value;
+        return static_cast<uint64_t>(profile.largest.as<V>()) - static_cast<uint64_t>(profile.smallest.as<V>());
+    });
+    const unsigned bits = bits_for(range);
+    return range == 0 || bits > 2 || 2 * bits * elements.n >= (bits + 8) * (elements.n - profile.equal);
+}
+
 uint8_t* Stage::append(const void* values, size_t n) {
-    if (values_.size() == 0) values_.resize(capacity_ * type_.width);
+    if (values_.size() < capacity_ * type_.width) values_.resize(capacity_ * type_.width);
     uint8_t* const to = values_.data() + n_ * type_.width;
     std::memcpy(to, values, n * type_.width);
     has_profile_ = false;
     return to;
 }
 
-uint32_t* Stage::need_runs() {
-    if (runs_.size() == 0) runs_.resize(capacity_ * sizeof(uint32_t));
+/// With room for so many more than there are elements: seldom is a stage with runs filled to its end.
+uint32_t* Stage::need_runs(size_t more) {
+    runs_.resize((n_ + more) * sizeof(uint32_t));
     auto* const runs = reinterpret_cast<uint32_t*>(runs_.data());
     if (!has_runs_) std::fill_n(runs, n_, 1U);
     has_runs_ = true;
@@ -102,7 +126,7 @@ uint32_t* Stage::need_runs() {
 
 void Stage::add_single(const void* values, size_t n) {
     append(values, n);
-    if (has_runs_) std::fill_n(need_runs() + n_, n, 1U);
+    if (has_runs_) std::fill_n(need_runs(n) + n_, n, 1U);
     n_ += n;
     positions_ += n;
 }
@@ -110,14 +134,14 @@ void Stage::add_single(const void* values, size_t n) {
 void Stage::add_with_runs(const void* values, const uint8_t* first_run, size_t n) {
     if (!has_runs_ && for_cpu<all_single>(first_run - n + 1, n)) return add_single(values, n);
     append(values, n);
-    positions_ += widen(first_run, n, need_runs() + n_);
+    positions_ += for_cpu<widen>(first_run, n, need_runs(n) + n_);
     n_ += n;
 }
 
 void Stage::add_run(const void* value, uint64_t positions) {
     if (positions == 1) return add_single(value, 1);
     append(value, 1);
-    need_runs()[n_] = static_cast<uint32_t>(positions);
+    need_runs(1)[n_] = static_cast<uint32_t>(positions);
     ++n_;
     positions_ += positions;
 }
@@ -125,14 +149,15 @@ void Stage::add_run(const void* value, uint64_t positions) {
 void Stage::settle() {
     if (settled_ == n_) return;
     const size_t from = std::max<size_t>(1, settled_);
-    size_t equal = 0;
+    bool worth;
     if (settled_ == 0 && !has_runs_) {
-        equal = profile().equal;
+        worth = worth_joining(elements(), profile());
     } else {
-        equal = count_equal(elements(), from);
+        const size_t equal = count_equal(elements(), from);
+        worth = equal != 0 && worth_joining(positions_, n_ - equal);
     }
-    if (equal != 0 && worth_joining(type_.type, positions_, n_ - equal)) {
-        n_ = join(values_.data(), type_, need_runs(), from, n_);
+    if (worth) {
+        n_ = join(values_.data(), type_, need_runs(0), from, n_);
         has_profile_ = false;
     }
     settled_ = n_;
@@ -145,29 +170,13 @@ const Profile& Stage::profile() {
 }
 
 void Stage::cut_runs(uint32_t limit) {
-    const uint32_t* const old_runs = runs();
-    size_t n = 0;
-    for (size_t i = 0; i < n_; ++i) n += (old_runs[i] - 1) / limit + 1;
+    const size_t n = pieces_of(runs(), n_, limit), room = n + some_pieces - 1;
     Buffer values, runs;
-    values.resize(std::max(n, capacity_) * type_.width);
-    runs.resize(std::max(n, capacity_) * sizeof(uint32_t));
-    auto* const new_runs = reinterpret_cast<uint32_t*>(runs.data());
-    switch (type_.width) {
-        case 1:
-            cut<1>(values_.data(), 1, old_runs, n_, limit, values.data(), new_runs);
-            break;
-        case 2:
-            cut<2>(values_.data(), 2, old_runs, n_, limit, values.data(), new_runs);
-            break;
-        case 4:
-            cut<4>(values_.data(), 4, old_runs, n_, limit, values.data(), new_runs);
-            break;
-        case 8:
-            cut<8>(values_.data(), 8, old_runs, n_, limit, values.data(), new_runs);
-            break;
-        default:
-            cut<0>(values_.data(), type_.width, old_runs, n_, limit, values.data(), new_runs);
-    }
+    values.resize(room * type_.width);
+    runs.resize(room * sizeof(uint32_t));
+    with_mover(type_.width, [&](auto mover) {
+        cut(mover, values_.data(), this->runs(), n_, limit, values.data(), reinterpret_cast<uint32_t*>(runs.data()));
+    });
     values_ = std::move(values);
     runs_ = std::move(runs);
     n_ = settled_ = n;

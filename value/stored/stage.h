@@ -46,7 +46,7 @@ class Stage {
     static constexpr uint64_t most_positions = uint64_t{1} << 31;
 
     uint8_t* append(const void* values, size_t n);
-    uint32_t* need_runs();
+    uint32_t* need_runs(size_t more);
 
     ValueType type_;
     size_t capacity_;
@@ -57,9 +57,9 @@ class Stage {
     Profile profile_;
 };
 
-/// Joining pays if it leaves two elements of three, or fewer; of booleans, of which eight take a byte, two of nine.
-constexpr bool worth_joining(Type type, uint64_t positions, size_t elements) {
-    return 2 * positions >= (type == Type::boolean ? 9 : 3) * uint64_t{elements};
-}
+/// Joining pays if it leaves two elements of three, or fewer.
+constexpr bool worth_joining(uint64_t positions, size_t elements) { return 2 * positions >= 3 * uint64_t{elements}; }
+/// The same where the profile of the values is known: those of a bit or two are fewer still, beside a byte for each run.
+bool worth_joining(const Elements& elements, const Profile& profile);
 
 }  // namespace qvo::value

@@ -186,7 +186,7 @@ struct Writer::State {
     bool write_in_place(const uint8_t* values) {
         const Elements elements{type, values, stage.capacity()};
         const Profile profile = profile_of(elements);
-        if (worth_joining(type.type, elements.n, elements.n - profile.equal)) return false;
+        if (worth_joining(elements, profile)) return false;
         write(elements, profile, nullptr, elements.n);
         return true;
     }
@@ -214,8 +214,7 @@ struct Writer::State {
         const uint64_t value_bits = 8 * plan.size / elements.n;
         const RunForm form = run_form(runs, elements.n, value_bits);
         const uint64_t raw = positions * type.width, single_size = plan.size * positions / elements.n;
-        const bool keep =
-            worth_joining(type.type, positions, elements.n) && form.size <= std::min(2 * single_size, raw);
+        const bool keep = worth_joining(positions, elements.n) && form.size <= std::min(2 * single_size, raw);
         if (!keep && raw <= max_tile_values) return write_cut(1, 0);
         if (longest_run(runs, elements.n) > form.limit) return write_cut(form.limit, form.width);
         write_tile(elements, profile, plan, runs, form.width, positions);
