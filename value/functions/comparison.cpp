@@ -1,5 +1,7 @@
 // Element-wise comparison and logic.
+#include <bit>
 #include <cstring>
+#include <functional>
 
 #include "functions/catalog.h"
 #include "functions/inputs.h"
@@ -62,10 +64,26 @@ struct MixedBetween {
     }
 };
 
+/// Short texts as numbers whose first byte is the highest: in the order of their bytes.
+template <class Relation> struct ShortTexts {
+    QVO_INLINE static uint8_t number(uint8_t text) { return text; }
+    QVO_INLINE static uint16_t number(uint16_t text) { return __builtin_bswap16(text); }
+    QVO_INLINE static uint32_t number(uint32_t text) { return __builtin_bswap32(text); }
+    QVO_INLINE static uint64_t number(uint64_t text) { return __builtin_bswap64(text); }
+    template <class V> QVO_INLINE bool operator()(V a, V b) const { return Relation{}(number(a), number(b)); }
+};
+
 template <class Relation> Series compared(Plan&, Arguments& a, const BinaryMembers& members) {
     Inputs in(a);
     const std::optional<ValueType> type = comparing_type(in, a);
     if (!type) return mixed<2>(in, MixedSigns<Relation>{});
+    if (type->type == Type::char_ && type->width <= sizeof(uint64_t)) {
+        const ValueType text{Type::char_, std::bit_ceil(type->width)};
+        return with_bits(text.width, [&](auto bits) {
+            using V = decltype(bits);
+            return in.compute<uint8_t, V, V>(boolean, text, ShortTexts<Relation>{});
+        });
+    }
     return in.compute(members[static_cast<size_t>(type->type)], boolean, *type);
 }
 
@@ -88,12 +106,12 @@ constexpr BinaryMembers ge_members = QVO_VALUE_MEMBERS(GE, qvo_seq_ge_char);
 #undef GT
 #undef GE
 
-Series eq(Plan& plan, Arguments& a) { return compared<std::equal_to<int>>(plan, a, eq_members); }
-Series ne(Plan& plan, Arguments& a) { return compared<std::not_equal_to<int>>(plan, a, ne_members); }
-Series lt(Plan& plan, Arguments& a) { return compared<std::less<int>>(plan, a, lt_members); }
-Series le(Plan& plan, Arguments& a) { return compared<std::less_equal<int>>(plan, a, le_members); }
-Series gt(Plan& plan, Arguments& a) { return compared<std::greater<int>>(plan, a, gt_members); }
-Series ge(Plan& plan, Arguments& a) { return compared<std::greater_equal<int>>(plan, a, ge_members); }
+Series eq(Plan& plan, Arguments& a) { return compared<std::equal_to<>>(plan, a, eq_members); }
+Series ne(Plan& plan, Arguments& a) { return compared<std::not_equal_to<>>(plan, a, ne_members); }
+Series lt(Plan& plan, Arguments& a) { return compared<std::less<>>(plan, a, lt_members); }
+Series le(Plan& plan, Arguments& a) { return compared<std::less_equal<>>(plan, a, le_members); }
+Series gt(Plan& plan, Arguments& a) { return compared<std::greater<>>(plan, a, gt_members); }
+Series ge(Plan& plan, Arguments& a) { return compared<std::greater_equal<>>(plan, a, ge_members); }
 
 struct BetweenText {
     size_t width;

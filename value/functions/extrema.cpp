@@ -1,6 +1,7 @@
 // Aggregates that give one of the values, or where it is: the smallest, the largest, the first, the last.
 #include "evaluate/deliver.h"
 #include "evaluate/scalar.h"
+#include "evaluate/source.h"
 #include "functions/catalog.h"
 #include "functions/meeting.h"
 #include "operators/extremes.h"
@@ -112,18 +113,12 @@ class AtEnd final : public Kept {
             if (!row.is_scalar(1)) row.refuse(1, "key must be a number or text, got " + described(row.datum(1)));
             key = row.scalar(1, type_of(row.datum(1)));
         }
-        const Series x = row.series(0);
+        const Series x = row.is_directly_stored(0) ? end_of(row.plan(), row.stored(0)) : row.series(0);
         meeting_.add_row(row, x.type);
         if (kept_ && !wins(key)) return;
         bool found = false;
         row.plan().poll();
-        while ((last_ || !found) && row.plan().pull(x.it))
-            for (size_t i = 0; i < x.it->tile_size && (last_ || !found); ++i) {
-                const Scalar scalar = scalar_at(x.type, x.it->tile.u.arr_char + i * x.type.width);
-                if (is_floating(x.type.type) && scalar.real != scalar.real) continue;
-                kept_ = scalar;
-                found = true;
-            }
+        while ((last_ || !found) && row.plan().pull(x.it)) found |= take_from(x);
         if (found) key_ = key;
     }
     void save(Buffer& to) const override {
@@ -141,6 +136,33 @@ class AtEnd final : public Kept {
     }
 
  private:
+    /// The part of a sequence in which the value is: the directory knows of tiles what is missing there.
+    Series end_of(Plan& plan, const Stored& x) const {
+        uint64_t before = 0, after = x.positions();  // positions of the tiles on either side
+        for (size_t k = 0; k < x.n_tiles(); ++k) {
+            const TileEntry tile = x.tile(last_ ? x.n_tiles() - 1 - k : k);
+            after -= tile.positions;
+            if (tile.missing != tile.positions) {
+                const uint64_t first = last_ ? after : before, end = first + tile.positions;
+                if (tile.missing != 0) return stored_source(plan, x, first, end);
+                return last_ ? stored_source(plan, x, end - 1, end) : stored_source(plan, x, first, first + 1);
+            }
+            before += tile.positions;
+        }
+        return stored_source(plan, x, 0, 0);
+    }
+    /// Keeps the value of a tile, if one is present.
+    bool take_from(const Series& x) {
+        const size_t n = x.it->tile_size;
+        for (size_t k = 0; k < n; ++k) {
+            const size_t i = last_ ? n - 1 - k : k;
+            const Scalar scalar = scalar_at(x.type, x.it->tile.u.arr_char + i * x.type.width);
+            if (is_floating(x.type.type) && scalar.real != scalar.real) continue;
+            kept_ = scalar;
+            return true;
+        }
+        return false;
+    }
     /// Whether a later row takes the place of what is kept.
     bool wins(const std::optional<Scalar>& key) const {
         if (!key || !key_) return last_;

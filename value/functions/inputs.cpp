@@ -1,5 +1,7 @@
 #include "functions/inputs.h"
 
+#include "operators/runs_apart.h"
+
 namespace qvo::value {
 
 Inputs::Inputs(Arguments& arguments, size_t n) : arguments_(arguments), n_(std::min(n, arguments.size())) {
@@ -54,6 +56,25 @@ Series Inputs::as(size_t i, ValueType type) {
     Plan& plan = arguments_.plan();
     if (inputs_[i].scalar) return constant_source(plan, arguments_.scalar(i, type));
     return widened(plan, inputs_[i].series, type);
+}
+
+bool Inputs::has_runs(size_t i) const {
+    if (inputs_[i].scalar || !arguments_.is_directly_stored(i)) return false;
+    const Stored& stored = arguments_.stored(i);
+    return 2 * stored.elements() <= stored.positions();
+}
+
+Series Inputs::compute(BinaryConstructor construct, ValueType result, ValueType each) {
+    Plan& plan = arguments_.plan();
+    Series x = as(0, each), y = as(1, each);
+    if (x.constant != y.constant && has_runs(x.constant ? 1 : 0)) {
+        Series& with_runs = x.constant ? y : x;
+        const RunsApart apart(plan, with_runs);
+        with_runs = apart.values();
+        return apart.with_runs(wire(plan, construct, x, y, result, std::nullopt));
+    }
+    const Series both[] = {x, y};
+    return with_equal_lengths(plan, wire(plan, construct, x, y, result, common_length(both)), both);
 }
 
 }  // namespace qvo::value

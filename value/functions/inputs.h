@@ -36,17 +36,14 @@ class Inputs {
         return elementwise<R, V...>(arguments_.plan(), result, {series_.data(), n_}, op);
     }
     /// The same with an operator of the library.
-    Series compute(BinaryConstructor construct, ValueType result, ValueType each) {
-        series_ = {as(0, each), as(1, each)};
-        const std::span<const Series> both(series_.data(), 2);
-        Plan& plan = arguments_.plan();
-        return with_equal_lengths(plan, wire(plan, construct, series_[0], series_[1], result, common_length(both)),
-                                  both);
-    }
+    Series compute(BinaryConstructor construct, ValueType result, ValueType each);
 
     [[noreturn]] void refuse(size_t i, const std::string& wanted) const;
 
  private:
+    /// Whether an input is stored with runs that are worth some pains.
+    bool has_runs(size_t i) const;
+
     struct Input {
         bool scalar = false;
         ValueType type;

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <cstdint>
 
-#include "qvowseq.h"
+#include "core/number.h"
 
 namespace qvo::value {
 
@@ -32,6 +32,12 @@ struct CheckedMultiply {
     const char* fault(int64_t, int64_t) const { return does_not_fit_int8; }
 };
 
+/// What std::fmod gives, most often sooner.
+QVO_INLINE double rest_of(double a, double b) {
+    const double rest = quick_remainder(a, b);
+    return rest == rest ? rest : std::fmod(a, b);
+}
+
 // Python's // and %: the quotient is rounded down, the remainder has the sign of the divisor.
 struct FloorDivide {
     QVO_INLINE bool operator()(int64_t a, int64_t b, int64_t& r) const {
@@ -43,7 +49,7 @@ struct FloorDivide {
     const char* fault(int64_t, int64_t b) const { return b == 0 ? division_by_zero : does_not_fit_int8; }
     double operator()(double a, double b) const {
         if (b == 0) return a / b;
-        const double rest = std::fmod(a, b);
+        const double rest = rest_of(a, b);
         double quotient = (a - rest) / b;
         if (rest != 0 && (b < 0) != (rest < 0)) quotient -= 1.0;
         if (quotient == 0) return std::copysign(0.0, a / b);
@@ -62,7 +68,7 @@ struct FloorModulo {
     }
     const char* fault(int64_t, int64_t) const { return division_by_zero; }
     double operator()(double a, double b) const {
-        const double rest = std::fmod(a, b);
+        const double rest = rest_of(a, b);
         if (b == 0) return rest;
         if (rest == 0) return std::copysign(0.0, b);
         return (b < 0) != (rest < 0) ? rest + b : rest;
@@ -124,12 +130,18 @@ struct RoundToTenToNineteen {
     const char* fault(int64_t) const { return does_not_fit_int8; }
 };
 
-/// Smaller and larger; of a missing value and another the missing one.
+/// Smaller and larger; of a missing value and another the missing one. (In two choices, of which vector code is made.)
 struct Least {
-    template <class V> QVO_INLINE V operator()(V a, V b) const { return a < b || a != a ? a : b; }
+    template <class V> QVO_INLINE V operator()(V a, V b) const {
+        const V less = a < b ? a : b;
+        return a != a ? a : less;
+    }
 };
 struct Greatest {
-    template <class V> QVO_INLINE V operator()(V a, V b) const { return a > b || a != a ? a : b; }
+    template <class V> QVO_INLINE V operator()(V a, V b) const {
+        const V more = a > b ? a : b;
+        return a != a ? a : more;
+    }
 };
 struct Clip {
     template <class V> QVO_INLINE V operator()(V x, V low, V high) const { return Least{}(Greatest{}(x, low), high); }

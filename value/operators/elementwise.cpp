@@ -1,5 +1,6 @@
 #include "operators/elementwise.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "evaluate/source.h"
@@ -36,28 +37,50 @@ class Walk : public Operator {
     alignas(8) std::byte operation_[most_operation_bytes];
 };
 
-class OneOperand final : public Walk {
+/// One series, beside any number of constants: results have the runs of the series.
+class OneSeries final : public Walk {
  public:
-    OneOperand(size_t width, std::span<const Series> operands, Loop loop, const void* operation, size_t bytes)
-        : Walk(width, loop, operation, bytes), x_(operands[0]) {}
+    OneSeries(size_t width, std::span<const Series> operands, Loop loop, const void* operation, size_t bytes)
+        : Walk(width, loop, operation, bytes), n_operands_(operands.size()) {
+        std::copy(operands.begin(), operands.end(), operands_);
+        while (series_ + 1 < n_operands_ && operands_[series_].constant) ++series_;
+    }
 
     QVO_RET next(qvo_seq_iterator_h it) override {
-        Operand input(x_.it);
+        if (at_once_ == 0) fill_constants();
+        Operand input(operands_[series_].it, Operand::Values::anywhere);
         TileWriter out(it, capacity());
-        const uint8_t* const runs = runs_of(x_.it);
         return out.finish(walk_elements(input, out, Where::here(), [&](size_t index, size_t n) {
-            runs_ = runs - index;
-            Batch batch{{x_.it->tile.u.arr_uint1 + index * x_.type.width}, nullptr, n};
-            compute(it, out, batch);
-            out.put_runs(runs_, n);
+            for (const size_t end = index + n; index != end; index += n) {
+                n = std::min(end - index, at_once_);
+                batch_.in[series_] = input.values() + index * operands_[series_].type.width;
+                batch_.n = n;
+                runs_ = input.first_run() - index;
+                compute(it, out, batch_);
+                out.put_runs(runs_, n);
+            }
         }));
     }
 
  private:
+    /// A tile of a constant is an array of it.
+    void fill_constants() {
+        at_once_ = SIZE_MAX;
+        for (size_t k = 0; k < n_operands_; ++k) {
+            if (k == series_) continue;
+            plan->pull(operands_[k].it);
+            batch_.in[k] = operands_[k].it->tile.u.arr_uint1;
+            at_once_ = std::min(at_once_, size_t{operands_[k].it->tile_size});
+        }
+    }
     void fail_at(uint64_t first_position, const LoopFault& fault) const override {
         fail(first_position + sum_runs(runs_, fault.element), fault.sentence);
     }
-    Series x_;
+
+    Series operands_[most_operands];
+    size_t n_operands_, series_ = 0;  // which one the series is
+    Batch batch_{};                   // with the constants
+    size_t at_once_ = 0;              // elements that the tiles of all constants have; 0 before these are filled
     const uint8_t* runs_ = nullptr;
 };
 
@@ -136,9 +159,10 @@ template <size_t N> class Operands final : public Walk {
 Series elementwise(Plan& plan, ValueType type, std::span<const Series> operands, Loop loop, const void* operation,
                    size_t operation_bytes) {
     const std::optional<uint64_t> length = common_length(operands);
+    const auto n_series = std::count_if(operands.begin(), operands.end(), [](const Series& s) { return !s.constant; });
     Series result;
-    if (operands.size() == 1)
-        result = plan.make<OneOperand>(type, length, type.width, operands, loop, operation, operation_bytes);
+    if (n_series <= 1)
+        result = plan.make<OneSeries>(type, length, type.width, operands, loop, operation, operation_bytes);
     else if (operands.size() == 2)
         result = plan.make<Operands<2>>(type, length, type.width, operands, loop, operation, operation_bytes);
     else

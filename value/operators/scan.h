@@ -32,7 +32,7 @@ template <class Step> class Scan final : public Operator {
     explicit Scan(const Series& x, Settings&&... settings) : x_(x), step_(std::forward<Settings>(settings)...) {}
 
     QVO_RET next(qvo_seq_iterator_h it) override {
-        Operand input(x_.it);
+        Operand input(x_.it, Operand::Values::anywhere);
         TileWriter out(it, capacity_of(sizeof(Out)));
         QVO_RET rc = QVO_S_OK;
         const size_t spare = step_.written_out() != 0 ? most_spare : 0;
@@ -40,7 +40,7 @@ template <class Step> class Scan final : public Operator {
             if (rc = input.refill(Where::here()); rc != QVO_S_OK) break;
             if constexpr (takes_runs)
                 if (step_.by_runs(input.run())) {
-                    step_.take_runs(input, values(), out, values_of<Out>(it));
+                    step_.take_runs(input, values_in(input), out, values_of<Out>(it));
                     continue;
                 }
             const size_t most = std::min(out.room(), input.elements_left());
@@ -51,7 +51,7 @@ template <class Step> class Scan final : public Operator {
             else if (!write_out(it, input, out, position))
                 take_run(it, input, out, position);
         }
-        input.store();
+        input.leave();
         return out.finish(rc);
     }
 
@@ -61,10 +61,10 @@ template <class Step> class Scan final : public Operator {
     static constexpr size_t most_spare = 16;  // a tile is not filled to the last where that would cut up short runs
     static constexpr bool takes_runs = requires(Step step) { step.by_runs(1); };
 
-    const In* values() const { return values_of<In>(x_.it); }
+    static const In* values_in(const Operand& input) { return reinterpret_cast<const In*>(input.values()); }
 
     void take_singles(qvo_seq_iterator_h it, Operand& input, TileWriter& out, size_t n, uint64_t position) {
-        step_.singles(values() + input.index(), n, values_of<Out>(it) + out.size(), position);
+        step_.singles(values_in(input) + input.index(), n, values_of<Out>(it) + out.size(), position);
         out.put_equal_runs(n, 1);
         input.skip(n);
     }
@@ -74,7 +74,7 @@ template <class Step> class Scan final : public Operator {
         const size_t n = std::min(block, input.elements_left());
         if (sum_runs(input.runs(), n) > mean_run * n) return false;
         In written[capacity_of(sizeof(Out)) + short_run];
-        const In* const x = values() + input.index();
+        const In* const x = values_in(input) + input.index();
         size_t i = 0, k = 0;
         for (; i < n; ++i) {
             const unsigned run = get_run(input.runs(), i);
@@ -90,7 +90,7 @@ template <class Step> class Scan final : public Operator {
         return true;
     }
     void take_run(qvo_seq_iterator_h it, Operand& input, TileWriter& out, uint64_t position) {
-        const In x = values()[input.index()];
+        const In x = values_in(input)[input.index()];
         const Taken taken = step_.take(x, input.run_left(), values_of<Out>(it) + out.size(), out.room(), position);
         if (taken.elements == 1)
             out.put_run(taken.positions);

@@ -49,7 +49,7 @@ struct Summed {
 /// Sums of values, each as often as its run, in lanes that are added up only in the end. What is missing is left out.
 class RealSum {
  public:
-    static constexpr size_t lanes = 8;
+    static constexpr size_t lanes = 16;
     struct Lanes {
         double high[lanes] = {}, low[lanes] = {};
     };

@@ -130,6 +130,9 @@ def check_well_known(test, host):
     test.assertEqual(
         [host.fold(f"seq_{n}(a)", mixed) for n in ("sum", "max", "min", "first", "last")], [4.5, 2.0, 0.5, 1.0, 1.0]
     )
+    gaps = np.full(30_000, np.nan)  # whole tiles of nothing on both sides
+    gaps[[9_000, 9_001, 12_345]] = 1.0, 2.0, 3.0
+    test.assertEqual([host.fold(f"seq_{n}(a)", [(gaps,)]) for n in ("first", "last")], [1.0, 3.0])
     for name in ("sum", "max", "first", "join"):
         with test.assertRaisesRegex(Exception, f"^seq_{name}: argument 1: x must be"):
             host.fold(f"seq_{name}(a)", [(np.array([1]),), (np.array([b"a"]),)])
