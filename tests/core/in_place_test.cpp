@@ -105,6 +105,12 @@ const Case cases[] = {
     CASE(qvo_seq_filter_pos, "b"),
     CASE(qvo_seq_agg_min_max_double, "d"),
     CASE(qvo_seq_group_agg_sum_int4, "ib"),
+    CASE(qvo_seq_lt_double, "dd"),
+    CASE(qvo_seq_neg_double, "d"),
+    CASE(qvo_seq_int4_to_double, "i"),
+    CASE(qvo_seq_double_to_int1, "d"),
+    CASE(qvo_seq_int4_to_uint4, "i"),
+    CASE(qvo_seq_norm_int4, "i"),
 };
 
 /// Lengths about the ends of tiles, and of several.
