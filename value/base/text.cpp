@@ -4,6 +4,7 @@
 #include <charconv>
 #include <chrono>
 #include <cmath>
+#include <utility>
 
 namespace qvo::value {
 namespace {
@@ -28,10 +29,10 @@ template <class V> void put_floating(std::string& to, V value) {
     if (to.find_first_of(".e", from) == std::string::npos) to += ".0";
 }
 
-void put_padded(std::string& to, unsigned value, size_t digits) {
-    const std::string text = std::to_string(value);
-    if (text.size() < digits) to.append(digits - text.size(), '0');
-    to += text;
+/// The last so many decimal digits; returns their end.
+char* put_digits(char* to, unsigned value, unsigned digits) {
+    for (unsigned i = digits; i-- != 0; value /= 10) to[i] = static_cast<char>('0' + value % 10);
+    return to + digits;
 }
 
 constexpr int64_t second = 1'000'000;
@@ -135,21 +136,25 @@ void put_timestamp(std::string& to, int64_t microseconds) {
     const year_month_day date(day);
     const hh_mm_ss clock(at - day);
     const int y = static_cast<int>(date.year());
-    if (y < 0) to += '-';
-    put_padded(to, static_cast<unsigned>(y < 0 ? -y : y), 4);
-    to += '-';
-    put_padded(to, static_cast<unsigned>(date.month()), 2);
-    to += '-';
-    put_padded(to, static_cast<unsigned>(date.day()), 2);
-    to += 'T';
-    put_padded(to, static_cast<unsigned>(clock.hours().count()), 2);
-    to += ':';
-    put_padded(to, static_cast<unsigned>(clock.minutes().count()), 2);
-    to += ':';
-    put_padded(to, static_cast<unsigned>(clock.seconds().count()), 2);
-    if (clock.subseconds().count() == 0) return;
-    to += '.';
-    put_padded(to, static_cast<unsigned>(clock.subseconds().count()), 6);
+    const unsigned year = static_cast<unsigned>(y < 0 ? -y : y);
+    char text[32];
+    char* end = text;
+    if (y < 0) *end++ = '-';
+    end = put_digits(end, year, year < 10'000 ? 4 : 5);
+    const std::pair<char, unsigned> parts[] = {{'-', static_cast<unsigned>(date.month())},
+                                               {'-', static_cast<unsigned>(date.day())},
+                                               {'T', static_cast<unsigned>(clock.hours().count())},
+                                               {':', static_cast<unsigned>(clock.minutes().count())},
+                                               {':', static_cast<unsigned>(clock.seconds().count())}};
+    for (const auto& [mark, value] : parts) {
+        *end++ = mark;
+        end = put_digits(end, value, 2);
+    }
+    if (const auto fraction = clock.subseconds().count(); fraction != 0) {
+        *end++ = '.';
+        end = put_digits(end, static_cast<unsigned>(fraction), 6);
+    }
+    to.append(text, end);
 }
 
 std::string timestamp_text(int64_t microseconds) {
