@@ -95,11 +95,10 @@ class TablesTest(unittest.TestCase):
         db.execute("INSERT INTO u VALUES (1, '2.5', 'abc', '2026-01-01 10:00', 7.0, 8, 0.5, 1e19)")
         self.assertEqual(db.execute("SELECT * FROM u").fetchall(), [(1, 2.5, "abc", "2026-01-01T10:00:00", 7, 8, 0.5, 1e19)])
         large = [(2**53 + 1,), (2**63 - 1,), (1.5 * 2**63,)]
-        db.execute("CREATE VIRTUAL TABLE w USING qvoseq(a INT, h UINT8)")
-        db.executemany("INSERT INTO w VALUES (1, ?)", large)
-        db.execute("UPDATE w SET a = 2")
-        self.assertEqual(db.execute("SELECT h FROM w").fetchall(), large)
-        types = db.execute("SELECT seq_type(b), seq_type(c), seq_type(d), seq_type(e), seq_type(f), seq_type(g) FROM u_seq")
+        db.executemany("INSERT INTO u VALUES (1, 0, '', 0, 0, 0, 0, ?)", large)
+        db.execute("UPDATE u SET a = 0")
+        self.assertEqual(db.execute("SELECT h FROM u WHERE h <> 1e19").fetchall(), large)
+        types = db.execute("SELECT seq_type(b), seq_type(c), seq_type(d), seq_type(e), seq_type(f), seq_type(g) FROM u_seq LIMIT 1")
         self.assertEqual(types.fetchall(), [("double", "char(3)", "timestamp", "int8", "int2", "float")])
 
     def test_values_that_do_not_fit(self):
@@ -154,17 +153,14 @@ class TablesTest(unittest.TestCase):
             self.assertEqual(db.execute(f"SELECT name FROM {schema}.sqlite_schema").fetchall(), [])
         db = self.table(n=5)
         self.refused(db, "ALTER TABLE ticks_seq RENAME TO other", "ticks_seq: is renamed with ticks")
-        db.execute("BEGIN")
         insert_one = "INSERT INTO ticks VALUES ('A', 0, 0, 0, '')"
-        for sql in (insert_one, "SAVEPOINT s", insert_one):
-            db.execute(sql)
+        db.executescript(f"BEGIN; {insert_one}; SAVEPOINT s; {insert_one}")
         self.refused(db, "DROP TABLE ticks", "locked")  # it could not come back with the row of before
         for sql in ("ROLLBACK TO s", "RELEASE s", insert_one, "ALTER TABLE ticks RENAME TO old", insert_one.replace("ticks", "old"),
-                    f"CREATE VIRTUAL TABLE ticks USING qvoseq(x INT)", "INSERT INTO ticks VALUES (1)"):
+                    "CREATE VIRTUAL TABLE ticks USING qvoseq(x INT)", "INSERT INTO ticks VALUES (1)"):
             db.execute(sql)
         self.assertEqual(db.execute("SELECT (SELECT count(*) FROM ticks), count(*), seq_pack_tail('ticks') FROM old").fetchone(), (1, 8, 1))
-        for sql in ("DROP TABLE old", "DROP TABLE ticks", "COMMIT"):
-            db.execute(sql)
+        db.executescript("DROP TABLE old; DROP TABLE ticks")
         self.assertEqual(db.execute("SELECT name FROM sqlite_schema").fetchall(), [])
         for function in ("seq_pack_tail('t')", "seq_pack_tail(7)", "seq_pack_tail('sqlite_schema')"):
             self.refused(db, f"SELECT {function}", "seq_pack_tail: ")
@@ -224,13 +220,20 @@ class TablesTest(unittest.TestCase):
         self.assertEqual([first, *rows.fetchall()], expected)
         self.assertEqual([v for text, in [first_chunk, *chunks.fetchall()] for v in eval(text)], [v for v, in expected])
         self.assertEqual(db.execute("SELECT DISTINCT volume FROM ticks").fetchall(), [(-1,)])
+        db.executescript("CREATE VIRTUAL TABLE t USING qvoseq(at INT ORDER, s TEXT, chunk_rows=10);"
+                         "INSERT INTO t SELECT volume, side FROM ticks LIMIT 10; BEGIN; INSERT INTO t VALUES (10, 'rolled'), (11, 'back')")
+        rows = db.execute("SELECT s FROM t")
+        rows.fetchone()
+        db.execute("ROLLBACK")
+        db.execute("INSERT INTO t VALUES (10, 'of'), (11, 'an'), (12, 'other'), (13, 'number')")
+        with self.assertRaisesRegex(sqlite3.OperationalError, "the table was changed while it was read"):
+            rows.fetchall()
         self.refused(db, "UPDATE ticks_seq SET price = NULL", "rows are inserted into ticks, and changed there")
 
     def test_a_savepoint_from_before_the_first_change(self):
         db = self.table(n=10)
-        for sql in ("BEGIN", "SAVEPOINT a", "UPDATE ticks SET price = 1", "SELECT * FROM ticks",
-                    "INSERT INTO ticks VALUES ('A', 0, 0, 0, '')", "SAVEPOINT b", "ROLLBACK TO a", "COMMIT"):
-            db.execute(sql).fetchall()
+        db.executescript("BEGIN; SAVEPOINT a; UPDATE ticks SET price = 1; SELECT * FROM ticks;"
+                         "INSERT INTO ticks VALUES ('A', 0, 0, 0, ''); SAVEPOINT b; ROLLBACK TO a; COMMIT")
         self.assert_sound(db, ticks(10))
 
     def test_other_connections_and_processes(self):
@@ -246,7 +249,7 @@ class TablesTest(unittest.TestCase):
         reader.execute("COMMIT")
         code = f".load {EXTENSION}\nINSERT INTO ticks VALUES ('A', '2026-02-01', 1, 1, 'x');\nSELECT seq_count(price) FROM ticks_seq;"
         done = subprocess.run(["sqlite3", self.path], input=code, capture_output=True, text=True, check=True)
-        self.assertEqual(done.stdout, "501\n100\n".replace("501\n100\n", "601\n"))
+        self.assertEqual(done.stdout, "601\n")
         self.assertEqual(reader.execute("SELECT count(*) FROM ticks").fetchone(), (601,))
         writer.execute("BEGIN IMMEDIATE")
         reader.execute("PRAGMA busy_timeout = 0")
@@ -307,8 +310,7 @@ class TablesTest(unittest.TestCase):
                         "SELECT seq_to_json(price), seq_to_json(time), symbol FROM ticks_seq('2026-01-01T00:01', '2026-01-01T00:04')",
                         "SELECT * FROM seq_check('ticks')", "UPDATE ticks SET volume = volume + 1, time = time WHERE price > 5",
                         "DELETE FROM ticks_seq WHERE first = '2026-01-01T00:01' AND last = '2026-01-01T00:04'",
-                        "DELETE FROM ticks WHERE volume > 100", "INSERT INTO ticks SELECT * FROM ticks LIMIT 50",
-                        "SELECT seq_pack_tail('ticks')"):
+                        "DELETE FROM ticks WHERE volume > 100", "INSERT INTO ticks SELECT * FROM ticks LIMIT 50", "SELECT seq_pack_tail('ticks')"):
                 try:
                     db.execute(sql).fetchall()
                     outcomes.add("fine")
@@ -317,20 +319,17 @@ class TablesTest(unittest.TestCase):
             db.execute("ROLLBACK")
         self.assertLessEqual({"fine", "DatabaseError"}, outcomes)
         self.assert_sound(db, ticks(400))
-        db.execute("UPDATE ticks_tail SET side = CAST(substr(side, 2) || x'ff' AS BLOB) WHERE raw")
-        db.execute("UPDATE ticks_chunks SET price = CAST(price AS TEXT)")
+        db.executescript("UPDATE ticks_chunks SET price = CAST(price AS TEXT);"
+                         "UPDATE ticks_tail SET side = CAST(substr(side, 2) || x'ff' AS BLOB) WHERE raw")
         self.assertEqual(db.execute("SELECT DISTINCT fault FROM seq_check('ticks')").fetchall(),
                          [("price: not a sound sequence",), ("side: values that the type does not have",)])
 
-    def test_damaged_bounds(self):
-        """Pieces that overlap, which those of a sound table do not."""
+    def test_damaged_bounds(self):  # so that pieces overlap
         db = connect()
-        db.execute("CREATE VIRTUAL TABLE t USING qvoseq(at INT ORDER, x INT, chunk_rows=10)")
-        db.executemany("INSERT INTO t VALUES (?, 1)", [(i,) for i in [*range(30), 10, 20]])
-        self.assertEqual(db.execute("SELECT number FROM t_chunks").fetchall(), [(10,)] * 3)
-        db.execute("UPDATE t_chunks SET first = last, last = first")
-        db.execute("DELETE FROM t_seq WHERE first = 3 AND last = 24")
-        self.assertNotEqual(db.execute("SELECT * FROM seq_check('t')").fetchall(), [])
+        db.execute("CREATE VIRTUAL TABLE ticks USING qvoseq(at INT ORDER, x INT, chunk_rows=10)")
+        db.executemany("INSERT INTO ticks VALUES (?, 1)", [(i,) for i in [*range(30), 10, 20]])
+        db.executescript("UPDATE ticks_chunks SET first = last, last = first; DELETE FROM ticks_seq WHERE first = 3 AND last = 24")
+        self.assertNotEqual(db.execute("SELECT * FROM seq_check('ticks')").fetchall(), [])
 
     def test_huge_changes_take_little_memory(self):
         n = 1_300_000

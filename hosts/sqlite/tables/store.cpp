@@ -82,8 +82,12 @@ template <class F> Statement& Store::kept(Statement& statement, F sql) {
     return statement;
 }
 
+std::string Store::about(const Source& source, const std::string& what) const {
+    return name_ + (source.tail ? "_tail " : "_chunks ") + std::to_string(source.id) + ": " + what;
+}
+
 void Store::damaged(const Source& source, const std::string& what) const {
-    fail(SQLITE_CORRUPT_VTAB, name_ + (source.tail ? "_tail " : "_chunks ") + std::to_string(source.id) + ": " + what);
+    fail(SQLITE_CORRUPT_VTAB, about(source, what));
 }
 
 Source Store::source_of(const Statement& row, int first, bool tail) const {

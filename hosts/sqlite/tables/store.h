@@ -121,7 +121,8 @@ class Store {
     /// Lets go of all statements.
     void close();
 
-    std::string where(const char* words, const Source& source) const;
+    /// Words about a source, as a message.
+    std::string about(const Source& source, const std::string& what) const;
     [[noreturn]] void damaged(const Source& source, const std::string& what) const;
 
  private:

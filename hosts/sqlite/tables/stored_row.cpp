@@ -14,15 +14,18 @@ StoredRow::StoredRow(Store& store, const Source& source, const Slots& slots)
         pool.pop_back();
     } else {
         const Declaration& declaration = store.declaration();
-        std::string sql;
-        for (const size_t slot : slots)
-            sql += (sql.empty() ? "SELECT " : ",") + quoted(declaration.packed_column(slot).name);
-        if (slots.empty()) sql = "SELECT 1";
-        statement_ = Statement(store.db(), sql + " FROM " + store.table_of(source.tail) + " WHERE " +
-                                               quoted(declaration.free_name("id")) + "=?");
+        const auto named = [&](const char* name) { return quoted(declaration.free_name(name)); };
+        std::string sql = "SELECT ";
+        for (const size_t slot : slots) sql += quoted(declaration.packed_column(slot).name) + ",";
+        statement_ = Statement(store.db(), sql + named("number") + "," + (source.tail ? named("raw") : "0") + " FROM " +
+                                               store.table_of(source.tail) + " WHERE " + named("id") + "=?");
     }
     statement_.bind(1, source.id);
-    if (!statement_.step()) store.damaged(source, "the row is gone: the table was changed while it was read");
+    // Where what the reader has seen is rolled back, the number may be another row's.
+    const int n = static_cast<int>(slots.size());
+    if (!statement_.step() || static_cast<size_t>(statement_.integer(n)) != source.number ||
+        (statement_.integer(n + 1) != 0) != source.raw)
+        fail(SQLITE_ABORT, store.about(source, "the row is gone: the table was changed while it was read"));
 }
 
 StoredRow::~StoredRow() {
