@@ -157,8 +157,7 @@ constexpr Parameter x_any{"x", Takes::operand}, y_any{"y", Takes::operand};
 constexpr Parameter c_boolean{"c", Takes::operand, Of::boolean}, d_boolean{"d", Takes::operand, Of::boolean};
 constexpr std::string_view compares =
     "Integers are compared exactly, integers with floating values as doubles, text by its bytes. A missing value "
-    "compares "
-    "false";
+    "compares false.";
 
 const Function functions[] = {
     {.name = "eq",
