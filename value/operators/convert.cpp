@@ -19,29 +19,28 @@ constexpr UnaryMembers to_double = QVO_VALUE_MEMBERS(TO_DOUBLE, nullptr);
 #undef TO_INT8
 #undef TO_DOUBLE
 
-template <class To> constexpr const char* does_not_fit() {
-    if (std::is_same_v<To, int8_t>) return "the value does not fit int1";
-    if (std::is_same_v<To, int16_t>) return "the value does not fit int2";
-    if (std::is_same_v<To, int32_t>) return "the value does not fit int4";
-    if (std::is_same_v<To, int64_t>) return "the value does not fit int8";
-    if (std::is_same_v<To, uint8_t>) return "the value does not fit uint1";
-    if (std::is_same_v<To, uint16_t>) return "the value does not fit uint2";
-    if (std::is_same_v<To, uint32_t>) return "the value does not fit uint4";
-    if (std::is_same_v<To, uint64_t>) return "the value does not fit uint8";
-    return "the value does not fit float";
+/// Of the type that was asked for, also where a wider one comes first on the way there.
+constexpr const char* does_not_fit(Type wanted) {
+    constexpr const char* sentences[] = {
+        "the value does not fit boolean", "the value does not fit int1",   "the value does not fit int2",
+        "the value does not fit int4",    "the value does not fit int8",   "the value does not fit uint1",
+        "the value does not fit uint2",   "the value does not fit uint4",  "the value does not fit uint8",
+        "the value does not fit float",   "the value does not fit double", "the value does not fit timestamp"};
+    return sentences[static_cast<size_t>(wanted)];
 }
 
 template <class To> struct FromInteger {
+    Type wanted;
     template <class From> QVO_INLINE bool operator()(From v, To& r) const {
         r = static_cast<To>(v);
         return !std::in_range<To>(v);
     }
-    template <class From> const char* fault(From) const { return does_not_fit<To>(); }
+    template <class From> const char* fault(From) const { return does_not_fit(wanted); }
 };
 
 /// A natural number where it meets other integers.
 struct Meeting {
-    QVO_INLINE bool operator()(uint64_t v, int64_t& r) const { return FromInteger<int64_t>{}(v, r); }
+    QVO_INLINE bool operator()(uint64_t v, int64_t& r) const { return FromInteger<int64_t>{Type::int8}(v, r); }
     const char* fault(uint64_t) const {
         return "the value does not fit int8, in which uint8 meets other integers (cast makes it double),";
     }
@@ -49,6 +48,7 @@ struct Meeting {
 
 /// Rounds half to even.
 template <class To> struct FromDouble {
+    Type wanted;
     QVO_INLINE bool operator()(double v, To& r) const {
         const double whole = std::nearbyint(v);
         const bool fits = whole >= lowest && whole < beyond;
@@ -57,7 +57,7 @@ template <class To> struct FromDouble {
     }
     const char* fault(double v) const {
         return std::isnan(v) ? "a missing value, which only float and double can hold (fill replaces it),"
-                             : does_not_fit<To>();
+                             : does_not_fit(wanted);
     }
     static constexpr double lowest = std::is_signed_v<To> ? -0x1p63 : 0.0;
     static constexpr double beyond = std::is_signed_v<To> ? 0x1p63 : 0x1p64;
@@ -68,7 +68,7 @@ struct ToFloat {
         r = static_cast<float>(v);
         return std::isinf(r) && !std::isinf(v);
     }
-    const char* fault(double) const { return does_not_fit<float>(); }
+    const char* fault(double) const { return does_not_fit(Type::float_); }
 };
 
 struct ToBoolean {
@@ -76,27 +76,27 @@ struct ToBoolean {
         r = v != 0;
         return static_cast<uint64_t>(v) > 1;
     }
-    const char* fault(int64_t) const { return "the value does not fit boolean"; }
+    const char* fault(int64_t) const { return does_not_fit(Type::boolean); }
 };
 
 template <class R, class V, class Op> Series convert(Plan& plan, const Series& x, Type to, const Op& op) {
     return elementwise<R, V>(plan, type_of(to), std::span(&x, 1), op);
 }
 
-/// To int8 or uint8, from anything but char.
-Series to_integer(Plan& plan, const Series& x, Type to) {
+/// To int8 or uint8, from anything but char, on the way to the type that is wanted.
+Series to_integer(Plan& plan, const Series& x, Type to, Type wanted) {
     const Type from = x.type.type;
     if (from == to) return x;
     if (is_floating(from)) {
         const Series wide = widened(plan, x, type_of(Type::double_));
-        if (to == Type::uint8) return convert<uint64_t, double>(plan, wide, to, FromDouble<uint64_t>{});
-        return convert<int64_t, double>(plan, wide, to, FromDouble<int64_t>{});
+        if (to == Type::uint8) return convert<uint64_t, double>(plan, wide, to, FromDouble<uint64_t>{wanted});
+        return convert<int64_t, double>(plan, wide, to, FromDouble<int64_t>{wanted});
     }
-    if (from == Type::uint8) return convert<int64_t, uint64_t>(plan, x, to, FromInteger<int64_t>{});
+    if (from == Type::uint8) return convert<int64_t, uint64_t>(plan, x, to, FromInteger<int64_t>{wanted});
     const Series wide = from == Type::int8 || from == Type::timestamp
                             ? x
                             : wire(plan, to_int8[static_cast<size_t>(from)], x, type_of(Type::int8));
-    if (to == Type::uint8) return convert<uint64_t, int64_t>(plan, wide, to, FromInteger<uint64_t>{});
+    if (to == Type::uint8) return convert<uint64_t, int64_t>(plan, wide, to, FromInteger<uint64_t>{wanted});
     return wide;
 }
 
@@ -106,7 +106,7 @@ Series narrowed(Plan& plan, const Series& x, Type to) {
         if constexpr (std::is_same_v<decltype(tag), elem_bool>)
             return convert<uint8_t, int64_t>(plan, x, to, ToBoolean{});
         else if constexpr (std::is_integral_v<To> && sizeof(To) < 8)
-            return convert<To, int64_t>(plan, x, to, FromInteger<To>{});
+            return convert<To, int64_t>(plan, x, to, FromInteger<To>{to});
         else
             return Series{x.it, type_of(to), x.length, x.constant};
     });
@@ -233,7 +233,7 @@ Series widened(Plan& plan, const Series& x, ValueType to) {
     else if (to.type == Type::int8 && x.type.type == Type::uint8)
         result = convert<int64_t, uint64_t>(plan, x, Type::int8, Meeting{});
     else if (to.type == Type::int8)
-        result = to_integer(plan, x, Type::int8);
+        result = to_integer(plan, x, Type::int8, Type::int8);
     else if (to.type == Type::char_)
         result = plan.make<Padded>(to, x.length, x);
     result.type = to;
@@ -248,8 +248,8 @@ Series cast(Plan& plan, const Series& x, ValueType to) {
     if (to.type == Type::double_) return widened(plan, x, to);
     if (to.type == Type::float_)
         return convert<float, double>(plan, widened(plan, x, type_of(Type::double_)), Type::float_, ToFloat{});
-    if (to.type == Type::uint8) return to_integer(plan, x, Type::uint8);
-    return narrowed(plan, to_integer(plan, x, Type::int8), to.type);
+    if (to.type == Type::uint8) return to_integer(plan, x, Type::uint8, Type::uint8);
+    return narrowed(plan, to_integer(plan, x, Type::int8, to.type), to.type);
 }
 
 }  // namespace qvo::value

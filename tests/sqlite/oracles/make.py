@@ -114,6 +114,7 @@ def _cast(x, name):
     )
     if x.dtype.kind == "f":
         _refuse_first(
+            name,
             np.isnan(x),
             (np.rint(x.astype("f8")) < low) | (np.rint(x.astype("f8")) >= float(high) + (high > 2**53 or 1)),
         )
@@ -122,7 +123,7 @@ def _cast(x, name):
     if is_time_like(x):
         x = x.astype("i8")
     values = x.astype(object)
-    _refuse([not low <= int(v) <= high for v in values], "does not fit")
+    _refuse([not low <= int(v) <= high for v in values], f"does not fit {name}")
     return np.array([int(v) for v in values], "i8" if to == TIME else to).astype(to)
 
 
@@ -131,12 +132,12 @@ def _refuse(wrong, *words):
         raise Fault(*words, f"position {int(np.argmax(wrong))}")
 
 
-def _refuse_first(missing, beyond):
+def _refuse_first(name, missing, beyond):
     wrong = missing | beyond
     if wrong.any():
         # Which of several is found first depends on the steps that a conversion takes.
         first = int(np.argmax(wrong))
-        kinds = ["fill"] * (not beyond.any()) + ["does not fit"] * (not missing.any())
+        kinds = ["fill"] * (not beyond.any()) + [f"does not fit {name}"] * (not missing.any())
         raise Fault(*kinds, *[f"position {first}"] * len(kinds))
 
 
