@@ -54,8 +54,8 @@ struct Progression {
     bool fits(Type type, uint64_t n) const;
 };
 
-/// Whether an element is NaN.
-bool is_missing(const Elements& elements, size_t i);
+/// Positions whose value is NaN; the runs are numbers of 32 or of 64 bits.
+template <class Run> uint64_t missing_positions(const Elements& elements, const Run* runs);
 
 /// How a coding would write a tile.
 struct Plan {

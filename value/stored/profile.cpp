@@ -205,6 +205,12 @@ Profile profile_texts(const Elements& e) {
     return profile;
 }
 
+template <class V, class Run> QVO_INLINE uint64_t sum_of_missing(const V* values, const Run* runs, size_t n) {
+    uint64_t sum = 0;
+    for (size_t i = 0; i < n; ++i) sum += values[i] != values[i] ? runs[i] : Run{0};
+    return sum;
+}
+
 }  // namespace
 
 Profile profile_of(const Elements& e) {
@@ -217,10 +223,13 @@ Profile profile_of(const Elements& e) {
     });
 }
 
-bool is_missing(const Elements& e, size_t i) {
-    if (e.type.type == Type::float_) return e.as<float>()[i] != e.as<float>()[i];
-    return e.type.type == Type::double_ && e.as<double>()[i] != e.as<double>()[i];
+template <class Run> uint64_t missing_positions(const Elements& e, const Run* runs) {
+    if (e.type.type == Type::float_) return for_cpu<sum_of_missing<float, Run>>(e.as<float>(), runs, e.n);
+    if (e.type.type == Type::double_) return for_cpu<sum_of_missing<double, Run>>(e.as<double>(), runs, e.n);
+    return 0;
 }
+template uint64_t missing_positions(const Elements& e, const uint32_t* runs);
+template uint64_t missing_positions(const Elements& e, const uint64_t* runs);
 
 size_t count_equal(const Elements& e, size_t from) {
     switch (e.type.type == Type::char_ ? 0 : e.type.width) {

@@ -83,12 +83,11 @@ class Validator {
 
     void check(const TileEntry& entry, const Elements& elements) const {
         const Profile profile = profile_of(elements);
-        uint64_t missing = 0;
-        for (size_t i = 0; i < elements.n; ++i) {
-            if (is_missing(elements, i)) missing += format::load<uint64_t>(runs_.data() + i * sizeof(uint64_t));
-            if (type_.type == Type::char_ && !is_text(elements.values + i * type_.width, type_.width)) damaged("text");
-        }
-        if (missing != entry.missing) damaged("number of missing values of a tile");
+        if (type_.type == Type::char_)
+            for (size_t i = 0; i < elements.n; ++i)
+                if (!is_text(elements.values + i * type_.width, type_.width)) damaged("text");
+        if (missing_positions(elements, reinterpret_cast<const uint64_t*>(runs_.data())) != entry.missing)
+            damaged("number of missing values of a tile");
         if (profile.missing == elements.n) return;
         if (!same_extreme(type_, profile.smallest, entry.smallest) ||
             !same_extreme(type_, profile.largest, entry.largest))

@@ -289,10 +289,7 @@ struct Writer::State {
         entry.positions = positions;
         entry.elements = elements.n;
         entry.missing = profile.missing;
-        if (profile.missing != 0 && runs != nullptr) {
-            entry.missing = 0;
-            for (size_t i = 0; i < elements.n; ++i) entry.missing += is_missing(elements, i) ? runs[i] : 0;
-        }
+        if (profile.missing != 0 && runs != nullptr) entry.missing = missing_positions(elements, runs);
         entry.encoding =
             static_cast<uint8_t>(plan.encoding == Encoding::plain && run_width != 0 ? Encoding::runs : plan.encoding);
         entry.run_width = static_cast<uint8_t>(run_width);
