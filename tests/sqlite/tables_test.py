@@ -225,7 +225,7 @@ class TablesTest(unittest.TestCase):
         rows = db.execute("SELECT s FROM t")
         rows.fetchone()
         db.execute("ROLLBACK")
-        db.execute("INSERT INTO t VALUES (10, 'of'), (11, 'an'), (12, 'other'), (13, 'number')")
+        db.executescript("INSERT INTO t VALUES (10, 'of'), (11, 'other'), (12, 'number'); UPDATE t SET s = 'x' WHERE at > 9")
         with self.assertRaisesRegex(sqlite3.OperationalError, "the table was changed while it was read"):
             rows.fetchall()
         self.refused(db, "UPDATE ticks_seq SET price = NULL", "rows are inserted into ticks, and changed there")

@@ -46,7 +46,8 @@ StoredRow& Pieces::row(const Part& part) {
 }
 
 void Pieces::take(const Source& source) {
-    const auto same = [&](const Source& other) { return other.tail == source.tail && other.id == source.id; };
+    // After a rollback the number may be another source's, which is none of the reader's.
+    const auto same = [&](const Source& other) { return other == source; };
     std::shared_ptr<StoredRow> row;
     const auto take_for = [&](std::shared_ptr<StoredRow>& of) {
         if (of == nullptr && row == nullptr) row = std::make_shared<StoredRow>(store_, source, with_order_);

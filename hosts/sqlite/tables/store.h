@@ -22,6 +22,7 @@ struct Source {
     int64_t id = 0;
     int64_t first = 0, last = 0;  // ranks
     size_t number = 0;            // rows
+    bool operator==(const Source&) const = default;
 };
 
 /// Ranks from the first up to and with the last.
