@@ -186,12 +186,12 @@ class Spread final : public Aggregate {
         result.set(root_ ? std::sqrt(variance) : variance);
     }
     void save(Buffer& to) const override { put(to, state_); }
-    void merge(StateReader& in) override { state_.merge(in.take<Moments>()); }
+    void merge(StateReader& in) override { state_.merge(in.take<LongMoments>()); }
 
  private:
     unsigned free_;
     bool root_;
-    Moments state_;
+    LongMoments state_;
 };
 
 constexpr Parameter x_number{"x", Takes::sequence, Of::number};

@@ -60,15 +60,15 @@ QVO_INLINE CoMoments two_passes(const double* y, const double* x, Weight weight,
     const double count = sum.total(0);
     CoMoments m;
     m.n = static_cast<uint64_t>(count);
-    const double mean_y = near_y + sum.total(1) / count, mean_x = near_x + sum.total(2) / count;
+    const double offset_y = sum.total(1) / count, offset_x = sum.total(2) / count;
     const Sums<3> squares = sums<3>(y, x, weight, n, [=](double a, double b, double* term) {
-        const double off_y = a - mean_y, off_x = b - mean_x;
+        const double off_y = (a - near_y) - offset_y, off_x = (b - near_x) - offset_x;
         term[0] = off_y * off_y;
         term[1] = off_x * off_x;
         term[2] = off_y * off_x;
     });
-    m.mean_y = mean_y;
-    m.mean_x = mean_x;
+    m.mean_y = moved(near_y, offset_y);
+    m.mean_x = moved(near_x, offset_x);
     m.squares_y = squares.total(0);
     m.squares_x = squares.total(1);
     m.products = squares.total(2);

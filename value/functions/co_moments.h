@@ -6,12 +6,15 @@
 #include <cstdint>
 #include <limits>
 
+#include "operators/moments.h"
+
 namespace qvo::value {
 
 /// Of pairs: number, means, sums of squared deviations from them, and of their products.
 struct CoMoments {
     uint64_t n = 0;
-    double mean_y = 0, mean_x = 0, squares_y = 0, squares_x = 0, products = 0;
+    Mean mean_y, mean_x;
+    double squares_y = 0, squares_x = 0, products = 0;
 
     void merge(const CoMoments& other) {
         if (other.n == 0) return;
@@ -25,8 +28,8 @@ struct CoMoments {
         squares_y += other.squares_y + apart_y * apart_y * weight;
         squares_x += other.squares_x + apart_x * apart_x * weight;
         products += other.products + apart_y * apart_x * weight;
-        mean_y += apart_y * (there / all);
-        mean_x += apart_x * (there / all);
+        move(mean_y, apart_y * (there / all));
+        move(mean_x, apart_x * (there / all));
         n += other.n;
     }
 
@@ -38,7 +41,7 @@ struct CoMoments {
         return r > 1 ? 1 : r < -1 ? -1 : r;
     }
     double slope() const { return n < 2 || squares_x == 0 ? missing : products / squares_x; }
-    double intercept() const { return mean_y - slope() * mean_x; }
+    double intercept() const { return (mean_y.high - slope() * mean_x.high) + (mean_y.low - slope() * mean_x.low); }
 
     static constexpr double missing = std::numeric_limits<double>::quiet_NaN();
 };

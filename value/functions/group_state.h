@@ -53,14 +53,14 @@ template <class V> struct alignas(32) GroupState {
             }
             reals = converted;
         }
-        const Moments more = moments_of(reals, runs, n);
+        const LongMoments more = moments_of(reals, runs, n);
         if (more.n == 0) return;
         size_t at = 0, end = n;
         while (values[at] != values[at]) ++at;
         while (values[end - 1] != values[end - 1]) --end;
         if (count() == 0) first = values[at];
         last = values[end - 1];
-        moments.merge(more);
+        moments.merge(Moments{more.n, more.mean.high, more.squares});
         min = for_cpu<Best<V, Smaller>::of>(values, n, min);
         max = for_cpu<Best<V, Larger>::of>(values, n, max);
     }

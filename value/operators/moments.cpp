@@ -32,7 +32,7 @@ template <class F> QVO_INLINE double sum_of(size_t n, F f) {
 }
 
 /// As below, where all runs are 1: no weights but whether a value is there.
-QVO_INLINE Moments moments_of_singles(const double* values, size_t n, double near) {
+QVO_INLINE LongMoments moments_of_singles(const double* values, size_t n, double near) {
     const size_t whole = n / lanes * lanes;
     double rest[lanes];
     std::fill_n(rest, lanes, std::numeric_limits<double>::quiet_NaN());
@@ -62,12 +62,12 @@ QVO_INLINE Moments moments_of_singles(const double* values, size_t n, double nea
         term -= offset;
         term *= term;
     });
-    return {static_cast<uint64_t>(present), near + offset, squares};
+    return {static_cast<uint64_t>(present), moved(near, offset), squares};
 }
 
 /// Of a block of `block` values at most, one of them present: deviations from that one, so that a constant's are
 /// exactly 0, then from the mean.
-QVO_INLINE Moments moments_of_block(const double* values, const uint8_t* first_run, size_t n, double near) {
+QVO_INLINE LongMoments moments_of_block(const double* values, const uint8_t* first_run, size_t n, double near) {
     double weights[block], apart[block];
     for (size_t i = 0; i < n; ++i) {
         const double x = values[i], run = first_run[-static_cast<ptrdiff_t>(i)];
@@ -98,13 +98,13 @@ QVO_INLINE Moments moments_of_block(const double* values, const uint8_t* first_r
             term -= offset;
             term *= term * weight;
         });
-    return {static_cast<uint64_t>(present), near + offset, squares};
+    return {static_cast<uint64_t>(present), moved(near, offset), squares};
 }
 
 }  // namespace
 
-Moments moments_of(const double* values, const uint8_t* first_run, size_t n) {
-    Moments all;
+LongMoments moments_of(const double* values, const uint8_t* first_run, size_t n) {
+    LongMoments all;
     for (size_t i = 0; i < n; i += block) {
         const size_t here = n - i < block ? n - i : block;
         size_t first = 0;

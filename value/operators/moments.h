@@ -10,12 +10,33 @@
 
 namespace qvo::value {
 
-/// Number, mean and sum of squared deviations from the mean.
-struct Moments {
-    uint64_t n = 0;
-    double mean = 0, squares = 0;
+/// A mean in two parts, `low` being what `high` has been rounded by: values that lie far from 0 and near each other, as
+/// times do, have means that differ by less than a double can tell.
+struct Mean {
+    double high = 0, low = 0;
+    QVO_INLINE double operator-(const Mean& other) const { return (high - other.high) + (low - other.low); }
+};
+QVO_INLINE void move(double& mean, double by) { mean += by; }
+/// (D. E. Knuth, "The Art of Computer Programming", volume 2, 4.2.2.)
+QVO_INLINE void move(Mean& mean, double by) {
+    const double sum = mean.high + by, part = sum - mean.high;
+    mean.low += (mean.high - (sum - part)) + (by - part);
+    mean.high = sum;
+}
+/// The mean of values that are `by` from one of them on average.
+QVO_INLINE Mean moved(double from, double by) {
+    Mean mean{from, 0};
+    move(mean, by);
+    return mean;
+}
 
-    void merge(const Moments& other) {
+/// Number, mean and sum of squared deviations from the mean.
+template <class M> struct MomentsOf {
+    uint64_t n = 0;
+    M mean{};
+    double squares = 0;
+
+    void merge(const MomentsOf& other) {
         if (other.n == 0) return;
         if (n == 0) {
             *this = other;
@@ -24,7 +45,7 @@ struct Moments {
         const double here = static_cast<double>(n), there = static_cast<double>(other.n), all = here + there;
         const double apart = other.mean - mean;
         squares += other.squares + apart * apart * (here / all) * there;
-        mean += apart * (there / all);
+        move(mean, apart * (there / all));
         n += other.n;
     }
     /// The variance with n - `free` in its denominator; NaN where that is not positive.
@@ -32,6 +53,8 @@ struct Moments {
         return n > free ? squares / static_cast<double>(n - free) : std::numeric_limits<double>::quiet_NaN();
     }
 };
+using Moments = MomentsOf<double>;    // of a window, or a group
+using LongMoments = MomentsOf<Mean>;  // of whole sequences
 
 /// Moments of values that come one at a time, without a division for each of them: deviations are those from a value
 /// nearby, at first the first one; it moves to the mean whenever the number has doubled, from 16 on. What is summed is
@@ -79,6 +102,6 @@ class RunningMoments {
 };
 
 /// Of n values, each as often as its run, those that are missing left out.
-Moments moments_of(const double* values, const uint8_t* first_run, size_t n);
+LongMoments moments_of(const double* values, const uint8_t* first_run, size_t n);
 
 }  // namespace qvo::value

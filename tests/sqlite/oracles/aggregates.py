@@ -120,6 +120,12 @@ def check_well_known(test, host):
             test.assertEqual(host.fold(f"seq_{name}(a)", [(x,) for x in rows]), 0.0)
     x = np.array([1e9 + v for v in (4.0, 7.0, 13.0, 16.0)] * 1000)
     test.assertAlmostEqual(host.fold("seq_var_pop(a)", [(x[:5],), (x[5:],)]), 22.5, delta=1e-6)
+    minutes = np.arange(20_000.0)
+    times, twice = 1.7e15 + 6e7 * minutes, 1e9 + 2 * minutes  # far from 0, and of several tiles
+    rows = [(twice[:7000], times[:7000]), (twice[7000:], times[7000:])]
+    exact = {"seq_slope(a, b)": 2 / 6e7, "seq_corr(a, b)": 1.0, "seq_var_pop(b)": 6e7**2 * (2e4**2 - 1) / 12}
+    for call, value in exact.items():
+        test.assertAlmostEqual(host.fold(call, rows) / value, 1, delta=1e-14, msg=call)
     test.assertAlmostEqual(
         host.fold("seq_sum(a)", [(np.array([1e8, 1e-8]),), (np.array([-1e8]),)]), 1e-8, delta=1e-12 * 2e8
     )
