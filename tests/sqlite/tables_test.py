@@ -84,6 +84,7 @@ class TablesTest(unittest.TestCase):
                 ("x INT KEY", "a table needs a column that is not a KEY"),
                 ("x INT, chunk_rows=0", "chunk_rows must be an integer from 1 to 1048576, got 0"),
                 ("x INT, rows=5", "unknown option rows, known is chunk_rows"),
+                ("x INT, chunk_rows=5, chunk_rows=6", "two options chunk_rows; one is allowed"),
                 ("7 INT", "expected the name of a column, got 7 INT")):
             self.refused(db, f"CREATE VIRTUAL TABLE t USING qvoseq({arguments})", message)
             self.assertEqual(db.execute("SELECT name FROM sqlite_schema").fetchall(), [], arguments)

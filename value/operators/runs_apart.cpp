@@ -6,6 +6,19 @@
 #include "core/crossing.h"
 
 namespace qvo::value {
+namespace {
+
+/// Pulls a tile of a series and copies its values to another; the runs there are the caller's to set.
+QVO_RET pull_values(const Series& series, qvo_seq_iterator_h to) {
+    const qvo_seq_iterator_h from = series.it;
+    from->tile_offs = 0;
+    if (const QVO_RET rc = from->next(from); rc != QVO_S_OK) return rc;
+    std::memcpy(to->tile.u.arr_uint1, from->tile.u.arr_uint1, from->tile_size * size_t{series.type.width});
+    to->tile_size = from->tile_size;
+    return QVO_S_OK;
+}
+
+}  // namespace
 
 /// Hands out a tile of the series with runs of 1, and keeps its runs in the order of the elements.
 class RunsApart::Values final : public Operator {
@@ -13,15 +26,10 @@ class RunsApart::Values final : public Operator {
     explicit Values(const Series& series) : series_(series) {}
 
     QVO_RET next(qvo_seq_iterator_h it) override {
-        const qvo_seq_iterator_h from = series_.it;
-        from->tile_offs = 0;
-        if (const QVO_RET rc = from->next(from); rc != QVO_S_OK) return rc;
-        const size_t n = from->tile_size;
-        std::memcpy(it->tile.u.arr_uint1, from->tile.u.arr_uint1, n * series_.type.width);
-        fill_runs(runs_of(it), n, 1);
-        it->tile_size = static_cast<uint16_t>(n);
-        it->next_seq_no += n;
-        keep_runs(runs_of(from), n);
+        if (const QVO_RET rc = pull_values(series_, it); rc != QVO_S_OK) return rc;
+        keep_runs(runs_of(series_.it), it->tile_size);
+        fill_runs(runs_of(it), it->tile_size, 1);
+        it->next_seq_no += it->tile_size;
         return QVO_S_OK;
     }
     /// The runs of the next n values, of which no more are asked for than were handed out.
@@ -48,15 +56,9 @@ class RunsApart::Results final : public Operator {
     Results(const Series& results, Values& values) : results_(results), values_(values) {}
 
     QVO_RET next(qvo_seq_iterator_h it) override {
-        const qvo_seq_iterator_h from = results_.it;
-        from->tile_offs = 0;
-        if (const QVO_RET rc = from->next(from); rc != QVO_S_OK) return rc;
-        const size_t n = from->tile_size;
-        std::memcpy(it->tile.u.arr_uint1, from->tile.u.arr_uint1, n * results_.type.width);
-        const uint8_t* const runs = values_.take_runs(n);
-        put_in_tile(runs_of(it), runs, n);
-        it->tile_size = static_cast<uint16_t>(n);
-        it->next_seq_no += sum_runs(runs_of(it), n);
+        if (const QVO_RET rc = pull_values(results_, it); rc != QVO_S_OK) return rc;
+        put_in_tile(runs_of(it), values_.take_runs(it->tile_size), it->tile_size);
+        it->next_seq_no += sum_runs(runs_of(it), it->tile_size);
         return QVO_S_OK;
     }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <utility>
 
 #include "tables/sql.h"
 
@@ -168,6 +169,7 @@ const char* declared_type(const Column& column) {
 
 Declaration declaration_of(int n, const char* const* arguments) {
     Declaration declaration;
+    bool has_option = false;
     for (int i = 0; i < n; ++i) {
         Words words(arguments[i]);
         bool in_quotes;
@@ -175,10 +177,12 @@ Declaration declaration_of(int n, const char* const* arguments) {
         if (name.empty() || (!in_quotes && std::isalpha(static_cast<unsigned char>(name[0])) == 0 && name[0] != '_' &&
                              (name[0] & 0x80) == 0))
             refuse("expected the name of a column, got " + std::string(arguments[i]));
-        if (!in_quotes && words.next_is('='))
-            set_option(declaration, name, words);
-        else
+        if (in_quotes || !words.next_is('=')) {
             declaration.columns.push_back(column_of(words, std::move(name)));
+            continue;
+        }
+        set_option(declaration, name, words);
+        if (std::exchange(has_option, true)) refuse("two options chunk_rows; one is allowed");
     }
     place(declaration);
     return declaration;
