@@ -69,7 +69,7 @@ def test_equality_is_explicit():
 
 
 def test_repr():
-    assert repr(S([1, 1, 2])) == "<Sequence int8, 3 positions, mean run 1.5: [1, 1, 2]>"
+    assert repr(S([1, 1, 20])) == "<Sequence int8, 3 positions, mean run 1.5: [1, 1, 20]>"
     assert repr(S(range(100)) * 0.5) == (
         "<Sequence double, 100 positions, mean run 1: [0.0, 0.5, 1.0, …, 48.5, 49.0, 49.5]>"
     )
