@@ -6,26 +6,21 @@
 #include <cstdint>
 #include <limits>
 
+#include "operators/sums.h"
 #include "qvowseq.h"
 
 namespace qvo::value {
 
 /// A mean in two parts, `low` being what `high` has been rounded by: values that lie far from 0 and near each other, as
 /// times do, have means that differ by less than a double can tell.
-struct Mean {
-    double high = 0, low = 0;
+struct Mean : DoubleSum {
     QVO_INLINE double operator-(const Mean& other) const { return (high - other.high) + (low - other.low); }
 };
 QVO_INLINE void move(double& mean, double by) { mean += by; }
-/// (D. E. Knuth, "The Art of Computer Programming", volume 2, 4.2.2.)
-QVO_INLINE void move(Mean& mean, double by) {
-    const double sum = mean.high + by, part = sum - mean.high;
-    mean.low += (mean.high - (sum - part)) + (by - part);
-    mean.high = sum;
-}
+QVO_INLINE void move(Mean& mean, double by) { mean.add(by); }
 /// The mean of values that are `by` from one of them on average.
 QVO_INLINE Mean moved(double from, double by) {
-    Mean mean{from, 0};
+    Mean mean{{from, 0}};
     move(mean, by);
     return mean;
 }
