@@ -92,10 +92,14 @@ class Parser {
             if (at_ >= text_.size()) fail("'\"'");
             const char c = text_[at_++];
             if (c == '"') return out;
-            if (c != '\\')
-                out += c;
-            else
+            if (c == '\\') {
                 escape(out);
+            } else if (static_cast<unsigned char>(c) >= ' ') {
+                out += c;
+            } else {
+                --at_;
+                fail("an escape sequence");
+            }
         }
     }
     void escape(std::string& out) {
