@@ -79,16 +79,24 @@ void Elements::put_array(const void* values, const uint32_t* runs, size_t n) {
 }
 
 void Elements::collect(Plan& plan, const Series& series, size_t expected) {
-    // A known length is only the most that there are: runs may need far fewer elements.
+    // A known length is only the most that there are: runs may need far fewer elements. Where so many have come without
+    // any, the others get their room at once, too, instead of being moved whenever it has doubled.
     constexpr uint64_t worth_a_guess = uint64_t{1} << 22;
+    const uint64_t last = positions_ + series.length.value_or(0);
+    bool is_open = false;
     if (series.length) {
-        plan.within_budget(positions_ + *series.length);
-        if (expected == 0 && *series.length <= worth_a_guess) expected = *series.length;
+        plan.within_budget(last);
+        is_open = expected == 0 && *series.length > worth_a_guess;
+        if (expected == 0 && !is_open) expected = *series.length;
     }
     reserve(std::min<size_t>(expected, plan.limits().budget));
     for_each_tile(plan, series, [&](const void* values, const uint8_t* runs, size_t n) {
         put(values, runs, n);
         plan.within_budget(positions_);
+        if (is_open && n_ >= worth_a_guess) {
+            is_open = false;
+            if (single_) reserve(last - positions_);
+        }
     });
 }
 
