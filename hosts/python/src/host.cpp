@@ -76,7 +76,7 @@ uint64_t budget() { return most_positions; }
 uint64_t set_budget(uint64_t positions) { return most_positions.exchange(positions); }
 
 Evaluation::Evaluation()
-    : limits_{budget(), PyThread_get_thread_ident() == signal_thread ? interrupted : nullptr, this},
+    : limits_{budget(), PyThread_get_thread_ident() == signal_thread ? interrupted : nullptr, this, nullptr},
       asked_(std::chrono::steady_clock::now()) {}
 
 int Evaluation::interrupted(void* self) {
