@@ -199,27 +199,26 @@ def test_a_state_is_of_one_thread_at_a_time():
 
 
 INTERRUPTED = """
-import signal, threading, time, os
+import signal, threading, time, os, sys
 import qvoseq as qs
 x = qs.range(0.5, 30_000_000)
 def later():
-    time.sleep(0.4)
-    print(os.times().user, flush=True)
+    time.sleep(float(sys.argv[1]))
+    print(time.process_time(), flush=True)
     os.kill(os.getpid(), signal.SIGINT)
 threading.Thread(target=later).start()
 try:
     for _ in range(1000): (x.sqrt() * 3).sort().rank().sum()
 except KeyboardInterrupt:
-    print(os.times().user, qs.Sequence([1, 2]).sum())
+    print(time.process_time(), qs.Sequence([1, 2]).sum())
 """
 
 
 def test_ctrl_c_ends_an_evaluation():
-    """Within a tenth of a second of the evaluation's own time; how long the system takes to give memory and to take it back
-    is not for an evaluation to say."""
+    """Within a tenth of a second, at most moments: the system may be slow to take its memory back."""
     took = []
-    for _ in range(3):
-        done = subprocess.run([sys.executable, "-c", INTERRUPTED], capture_output=True, text=True, timeout=120)
+    for moment in ("0.4", "0.8", "1.2"):
+        done = subprocess.run([sys.executable, "-c", INTERRUPTED, moment], capture_output=True, text=True, timeout=120)
         sent, ended, total = done.stdout.split()
         assert total == "3", done
         took.append(float(ended) - float(sent))

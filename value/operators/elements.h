@@ -89,13 +89,30 @@ Series elements_source(Plan& plan, const Elements& elements);
 /// The elements as a type that they meet with others in.
 Elements widened(Plan& plan, const Elements& elements, ValueType to);
 
-/// Calls f(first, last) for stretches of 0 .. n - 1 between which the host is asked whether to go on.
+/// Elements of a long loop after which the host is asked whether to go on.
+constexpr size_t stretch = size_t{1} << 16;
+
+/// Calls f(first, last) for stretches of 0 .. n - 1.
 template <class F> void in_stretches(Plan& plan, size_t n, F f) {
-    constexpr size_t stretch = size_t{1} << 16;
     for (size_t i = 0; i < n; i += stretch) {
         plan.check_interrupt();
         f(i, std::min(n, i + stretch));
     }
 }
+
+/// The same for loops with steps of their own: they say how far they have come.
+class Milestones {
+ public:
+    explicit Milestones(Plan& plan) : plan_(plan) {}
+    QVO_INLINE void pass(size_t i) {
+        if (i < next_) return;
+        plan_.check_interrupt();
+        next_ = i + stretch;
+    }
+
+ private:
+    Plan& plan_;
+    size_t next_ = 0;
+};
 
 }  // namespace qvo::value

@@ -113,8 +113,10 @@ class Ranks final : public Whole {
         const Order order = stable_order(*plan, elements_, false);
         ranks_.reset(new double[order.size()]);
         with_equality(elements_, [&](auto same) {
+            Milestones milestones(*plan);
             uint64_t before = 0;  // positions
             for (size_t i = 0, end; i < order.size(); i = end) {
+                milestones.pass(i);
                 uint64_t equal = 0;
                 for (end = i; end < order.size() && (end == i || same(order.at(i), order.at(end))); ++end)
                     equal += elements_.run(order.at(end));
@@ -166,9 +168,11 @@ class Different final : public Whole {
     void load() override {
         const Order order = stable_order(*plan, elements_, false);
         with_equality(elements_, [&](auto same) {
-            for (size_t i = 0; i < order.size(); ++i)
-                if (i == 0 || !same(order.at(i - 1), order.at(i)))
-                    firsts_.push_back(static_cast<uint32_t>(order.at(i)));
+            in_stretches(*plan, order.size(), [&](size_t first, size_t last) {
+                for (size_t i = first; i < last; ++i)
+                    if (i == 0 || !same(order.at(i - 1), order.at(i)))
+                        firsts_.push_back(static_cast<uint32_t>(order.at(i)));
+            });
         });
     }
     QVO_RET emit(qvo_seq_iterator_h it) override {

@@ -73,9 +73,11 @@ template <class Look> Monotone look_for_order(Plan& plan, size_t n, Look look) {
 }
 
 /// The order of elements that descend: from the last to the first, equal ones as they are.
-template <class Same> Order turned_round(size_t n, Same same) {
+template <class Same> Order turned_round(Plan& plan, size_t n, Same same) {
     Indexes indexes = new_indexes(n);
+    Milestones milestones(plan);
     for (size_t end = n, to = 0; end != 0;) {
+        milestones.pass(to);
         size_t begin = end - 1;
         while (begin != 0 && same(begin - 1, begin)) --begin;
         for (size_t i = begin; i < end; ++i) indexes[to++] = static_cast<uint32_t>(i);
@@ -240,12 +242,15 @@ Order order_by_radix(Plan& plan, const uint64_t* keys, size_t n) {
     const unsigned bits = 64 - static_cast<unsigned>(std::countl_zero(differing));
     const unsigned rest = bits > index_bits ? bits - index_bits : 0;
     const Words first = new_words(n), second = new_words(n);
-    for (size_t i = 0; i < n; ++i) first[i] = (keys[i] >> rest) << index_bits | i;
+    in_stretches(plan, n, [&](size_t begin, size_t end) {
+        for (size_t i = begin; i < end; ++i) first[i] = (keys[i] >> rest) << index_bits | i;
+    });
     uint64_t* const sorted = radix_sort(plan, first.get(), second.get(), n, bits - rest);
     uint64_t* const other = sorted == first.get() ? second.get() : first.get();
     Indexes indexes = new_indexes(n);
-    for (size_t i = 0, next_check = 0; i < n;) {
-        if (i >= next_check) plan.check_interrupt(), next_check = i + (1 << 16);
+    Milestones milestones(plan);
+    for (size_t i = 0; i < n;) {
+        milestones.pass(i);
         size_t end = i + 1;
         while (end < n && sorted[end] >> index_bits == sorted[i] >> index_bits) ++end;
         if (rest != 0 && end - i > 1) sort_rest(plan, keys, sorted + i, other + i, end - i, rest);
@@ -275,10 +280,12 @@ template <bool descending, class V> Order order_fixed(Plan& plan, const V* value
         plan, n, [&](size_t first, size_t last) { return NeighbourLoop<descending, V>::run(values, first, last); });
     if (found.ascending) return Order(n);
     if (found.descending)
-        return turned_round(n,
+        return turned_round(plan, n,
                             [&](size_t i, size_t j) { return ascending_key(values[i]) == ascending_key(values[j]); });
     const Words keys = new_words(n);
-    for_cpu<Keys<descending, V>::write>(values, n, keys.get());
+    in_stretches(plan, n, [&](size_t first, size_t last) {
+        for_cpu<Keys<descending, V>::write>(values + first, last - first, keys.get() + first);
+    });
     return stable_order(plan, keys.get(), n);
 }
 
@@ -291,10 +298,12 @@ class TextOrder {
           width_(elements.type().width),
           turn_(descending ? ~uint64_t{0} : 0),
           keys_(new_words(elements.size())),
-          moved_(new_indexes(elements.size())) {}
+          moved_(new_indexes(elements.size())),
+          milestones_(plan) {}
 
     /// Sorts the elements at the given indexes, which agree in the bytes before `from`.
     void sort(uint32_t* indexes, size_t n, size_t from) {
+        milestones_.pass(compared_ += n);
         if (n < 32) return sort_few(indexes, n, from);
         for (size_t i = 0; i < n; ++i) keys_[i] = word(indexes[i], from);
         {
@@ -340,6 +349,8 @@ class TextOrder {
     uint64_t turn_;
     Words keys_;
     Indexes moved_;
+    Milestones milestones_;
+    size_t compared_ = 0;
 };
 
 Order order_text(Plan& plan, const Elements& elements, bool descending) {
@@ -355,7 +366,7 @@ Order order_text(Plan& plan, const Elements& elements, bool descending) {
         return here;
     });
     if (found.ascending) return Order(n);
-    if (found.descending) return turned_round(n, [&](size_t i, size_t j) { return text.compare(i, j, 0) == 0; });
+    if (found.descending) return turned_round(plan, n, [&](size_t i, size_t j) { return text.compare(i, j, 0) == 0; });
     Indexes indexes = new_indexes(n);
     for (size_t i = 0; i < n; ++i) indexes[i] = static_cast<uint32_t>(i);
     text.sort(indexes.get(), n, 0);
