@@ -82,6 +82,7 @@ void Elements::collect(Plan& plan, const Series& series, size_t expected) {
     // A known length is only the most that there are: runs may need far fewer elements. Where so many have come without
     // any, the others get their room at once, too, instead of being moved whenever it has doubled.
     constexpr uint64_t worth_a_guess = uint64_t{1} << 22;
+    constexpr uint64_t most_ahead = uint64_t{1} << 28;  // bytes
     const uint64_t last = positions_ + series.length.value_or(0);
     bool is_open = false;
     if (series.length) {
@@ -95,7 +96,7 @@ void Elements::collect(Plan& plan, const Series& series, size_t expected) {
         plan.within_budget(positions_);
         if (is_open && n_ >= worth_a_guess) {
             is_open = false;
-            if (single_) reserve(last - positions_);
+            if (single_) reserve(std::min<uint64_t>(last - positions_, most_ahead / width_));
         }
     });
 }
