@@ -100,7 +100,7 @@ template <class F> void in_stretches(Plan& plan, size_t n, F f) {
     }
 }
 
-/// The same for loops with steps of their own: they say how far they have come.
+/// Asks the host likewise within loops that have steps of their own, and say how far they have come.
 class Milestones {
  public:
     explicit Milestones(Plan& plan) : plan_(plan) {}

@@ -63,8 +63,9 @@ template <bool descending, class V> struct NeighbourLoop {
 template <class Look> Monotone look_for_order(Plan& plan, size_t n, Look look) {
     constexpr size_t block = 1024;
     Monotone all;
+    Milestones milestones(plan);
     for (size_t i = 1; i < n && (all.ascending || all.descending); i += block) {
-        if (i % (64 * block) == 1) plan.check_interrupt();
+        milestones.pass(i);
         const Monotone here = look(i, std::min(n, i + block));
         all.ascending &= here.ascending;
         all.descending &= here.descending;
