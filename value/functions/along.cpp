@@ -5,6 +5,7 @@
 #include "functions/inputs.h"
 #include "operators/cumulative.h"
 #include "operators/gaps.h"
+#include "operators/neighbours.h"
 #include "operators/rolling.h"
 #include "operators/shift.h"
 #include "operators/smoothing.h"
@@ -30,27 +31,30 @@ struct Difference {
 struct Change {
     QVO_INLINE double operator()(double a, double b) const { return a / b - 1.0; }
 };
+struct Before {
+    QVO_INLINE double operator()(double, double b) const { return b; }
+};
+
+/// What Op makes of values and those n positions before them; missing where there are none.
+template <class V, class Op> Series paired(Plan& plan, Arguments& a, ValueType type, int64_t n) {
+    if (n == 1) return of_neighbours<V, Op>(plan, widened(plan, a.series(0), type));
+    const Moved x = moved(plan, a, 0, n);
+    const Series both[] = {widened(plan, x.now, type), widened(plan, x.before, type)};
+    const Series made = elementwise<double, V, V>(plan, double_, both, Op{});
+    return framed(plan, made, x.unpaired_first, x.unpaired_last, missing_double());
+}
 
 int64_t distance(const Arguments& a) { return a.has(1) ? a.integer(1) : 1; }
 
-/// What Op makes of values and those n positions before them; missing where there are none.
-template <class V, class Op> Series paired(Plan& plan, const Moved& moved, ValueType type, const Op& op) {
-    const Series both[] = {widened(plan, moved.now, type), widened(plan, moved.before, type)};
-    const Series made = elementwise<double, V, V>(plan, double_, both, op);
-    return framed(plan, made, moved.unpaired_first, moved.unpaired_last, missing_double());
-}
-
 Series diff(Plan& plan, Arguments& a) {
-    const Moved x = moved(plan, a, 0, distance(a));
-    const ValueType type = x.now.type;
-    if (type.type == Type::int8 || type.type == Type::timestamp) return paired<int64_t>(plan, x, type, Difference{});
-    if (type.type == Type::uint8) return paired<uint64_t>(plan, x, type, Difference{});
-    return paired<double>(plan, x, double_, Difference{});
+    const ValueType type = a.type(0);
+    if (type.type == Type::int8 || type.type == Type::timestamp)
+        return paired<int64_t, Difference>(plan, a, type, distance(a));
+    if (type.type == Type::uint8) return paired<uint64_t, Difference>(plan, a, type, distance(a));
+    return paired<double, Difference>(plan, a, double_, distance(a));
 }
 
-Series pct_change(Plan& plan, Arguments& a) {
-    return paired<double>(plan, moved(plan, a, 0, distance(a)), double_, Change{});
-}
+Series pct_change(Plan& plan, Arguments& a) { return paired<double, Change>(plan, a, double_, distance(a)); }
 
 Series shift(Plan& plan, Arguments& a) {
     const Moved x = moved(plan, a, 0, a.integer(1));
@@ -99,14 +103,13 @@ struct TrueRange {
     }
 };
 Series atr(Plan& plan, Arguments& a) {
-    const Moved close = moved(plan, a, 2, 1);
-    const Series before = framed(plan, widened(plan, close.before, double_), close.unpaired_first, 0, missing_double());
+    const Series before = of_neighbours<double, Before>(plan, as_double(plan, a, 2));
     const Series operands[] = {as_double(plan, a, 0), as_double(plan, a, 1), before};
     const Series ranges = elementwise<double, double, double, double>(plan, double_, operands, TrueRange{});
     return averaged(plan, ranges, a.integer(3));
 }
 Series rsi(Plan& plan, Arguments& a) {
-    const Series differences = paired<double>(plan, moved(plan, a, 0, 1), double_, Difference{});
+    const Series differences = of_neighbours<double, Difference>(plan, as_double(plan, a, 0));
     return relative_strength(plan, differences, static_cast<uint64_t>(a.integer(1)));
 }
 

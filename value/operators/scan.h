@@ -8,7 +8,8 @@
 // Where results have no runs, taking runs one by one does not pay if they are short: up to a mean run that the step names
 // (`written_out`, 0 for never, or not for now) `singles` gets them written out. A step whose results have runs may have
 //   bool by_runs(unsigned run)   whether it takes what comes next, first an element of that run, itself:
-//   void take_runs(Operand& input, const In* values, TileWriter& out, Out* results)   until input or room is used up
+//   void take_runs(Operand& input, const In* values, TileWriter& out, Out* results)   some, until input or room is used up
+// One that takes all runs but those of 1 so has no `take`.
 #pragma once
 
 #include <memory>
@@ -48,8 +49,8 @@ template <class Step> class Scan final : public Operator {
             const uint64_t position = it->next_seq_no + out.positions();
             if (singles != 0)
                 take_singles(it, input, out, singles, position);
-            else if (!write_out(it, input, out, position))
-                take_run(it, input, out, position);
+            else if constexpr (takes_each)
+                if (!write_out(it, input, out, position)) take_run(it, input, out, position);
         }
         input.leave();
         return out.finish(rc);
@@ -60,6 +61,7 @@ template <class Step> class Scan final : public Operator {
     static constexpr unsigned short_run = 4;  // of what is written without a look at the run
     static constexpr size_t most_spare = 16;  // a tile is not filled to the last where that would cut up short runs
     static constexpr bool takes_runs = requires(Step step) { step.by_runs(1); };
+    static constexpr bool takes_each = requires(Step step, In x, Out* results) { step.take(x, 1, results, 1, 0); };
 
     static const In* values_in(const Operand& input) { return reinterpret_cast<const In*>(input.values()); }
 

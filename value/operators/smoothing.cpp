@@ -43,17 +43,18 @@ class Mean {
     double share_after(unsigned n) const { return n == 1 ? decay_ : std::pow(decay_, n); }
     void scale(double share) { mean_ *= share; }
 
-    static constexpr size_t block = 8;
-    /// Blocks while running, of values none of which is missing, up to one that begins with the mean itself: a constant
-    /// stays as it is. Each mean is a power of the decay times the mean before the block and what the block itself adds,
-    /// so that blocks wait for each other once, not at every value. Returns how many values that were.
+    static constexpr size_t block = 8, most_blocks = 16 * block;  // the latter those that one missing value slows down
+    /// Blocks while running, of values none of which is missing; if `keeps_constants`, up to one that begins with the mean
+    /// itself, as a constant stays as it is. Each mean is a power of the decay times the mean before the block and what the
+    /// block itself adds, so that blocks wait for each other once, not at every value. Returns how many values that were.
+    template <bool keeps_constants>
     QVO_INLINE static size_t next_blocks(Mean& mean, const double* x, size_t n, double* means) {
         Block powers;
         std::memcpy(&powers, mean.powers_, sizeof powers);
         const Block none{};
         double last = mean.mean_;
         size_t i = 0;
-        for (; i + block <= n && x[i] != last; i += block) {
+        for (; i + block <= n && (!keeps_constants || x[i] != last); i += block) {
             Block added;
             std::memcpy(&added, x + i, sizeof added);
             // The shares of one value, of two neighbours, of four, of all eight.
@@ -118,12 +119,11 @@ class Smoothing {
 
  private:
     static Mean run(Mean mean, const double* __restrict x, size_t n, double* __restrict results) {
-        constexpr size_t most = 16 * Mean::block;  // among which one that is missing slows down the others
         for (size_t i = 0; i < n;) {
-            const size_t here = std::min(n - i, most);
+            const size_t here = std::min(n - i, Mean::most_blocks);
             size_t taken = 0;
             if (mean.running() && for_cpu<count_missing>(x + i, here) == 0)
-                taken = for_cpu<Mean::next_blocks, CpuLevel::avx512>(mean, x + i, here, results + i);
+                taken = for_cpu<Mean::next_blocks<true>, CpuLevel::avx512>(mean, x + i, here, results + i);
             for (const size_t end = std::min(here, taken + Mean::block); taken < end; ++taken)
                 results[i + taken] = mean.next(x[i + taken]);
             i += taken;
@@ -142,7 +142,14 @@ class Strength {
     explicit Strength(uint64_t n) : rises_(1.0 / static_cast<double>(n), n), falls_(1.0 / static_cast<double>(n), n) {}
 
     void singles(const double* d, size_t n, double* results, uint64_t) {
-        for (size_t i = 0; i < n; ++i) results[i] = next(d[i]);
+        for (size_t i = 0; i < n;) {
+            const size_t here = std::min(n - i, Mean::most_blocks);
+            size_t taken = 0;
+            if (rises_.running() && rises_.mean() + falls_.mean() > 1e-200 && for_cpu<count_missing>(d + i, here) == 0)
+                taken = for_cpu<next_blocks, CpuLevel::avx512>(*this, d + i, here, results + i);
+            for (; taken < here; ++taken) results[i + taken] = next(d[i + taken]);
+            i += here;
+        }
     }
     Taken take(double d, unsigned run, double* results, size_t room, uint64_t) {
         if (!is_present(d)) {
@@ -162,6 +169,18 @@ class Strength {
     }
 
  private:
+    /// Whole blocks of both means, which are far from too small.
+    QVO_INLINE static size_t next_blocks(Strength& strength, const double* d, size_t n, double* __restrict results) {
+        double rises[Mean::most_blocks], falls[Mean::most_blocks];
+        for (size_t i = 0; i < n; ++i) {
+            rises[i] = d[i] > 0 ? d[i] : 0.0;
+            falls[i] = d[i] < 0 ? -d[i] : 0.0;
+        }
+        const size_t taken = Mean::next_blocks<false>(strength.rises_, rises, n, rises);
+        Mean::next_blocks<false>(strength.falls_, falls, n, falls);
+        for (size_t i = 0; i < taken; ++i) results[i] = 100.0 * rises[i] / (rises[i] + falls[i]);
+        return taken;
+    }
     /// Both means shrink alike, but not so far that their ratio would suffer: they are as good as nothing then beside
     /// any movement to come.
     void stand_still(unsigned n) {
