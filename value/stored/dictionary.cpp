@@ -1,5 +1,7 @@
 // Few different values: each once, and small indices to them. For text above all.
 #include <algorithm>
+#include <array>
+#include <utility>
 
 #include "stored/bits.h"
 #include "stored/coding.h"
@@ -32,22 +34,12 @@ uint64_t hash_of(const uint8_t* value, size_t width) {
 
 /// Values of up to eight bytes as themselves, of more bytes their hash.
 uint64_t key_of(const uint8_t* value, size_t width) {
-    switch (width) {
-        case 1:
-            return *value;
-        case 2:
-            return load<uint16_t>(value);
-        case 4:
-            return load<uint32_t>(value);
-        case 8:
-            return load<uint64_t>(value);
-        default:
-            break;
-    }
     if (width > 8) return hash_of(value, width);
-    uint64_t key = 0;
-    std::memcpy(&key, value, width);
-    return key;
+    if (width == 8) return load<uint64_t>(value);
+    // Two loads that overlap, or are the same.
+    if (width >= 4) return load<uint32_t>(value) | uint64_t{load<uint32_t>(value + width - 4)} << 8 * (width - 4);
+    if (width >= 2) return load<uint16_t>(value) | uint64_t{load<uint16_t>(value + width - 2)} << 8 * (width - 2);
+    return *value;
 }
 
 /// Different values among a few that lie apart; no further than `most` of them.
@@ -83,86 +75,72 @@ class Numbering {
         scratch.indices.resize(0);
         scratch.indices.extend(e.n * sizeof(uint16_t));
         scratch.entries.resize(0);
-        make_slots(128);
+        make_slots(1024);
     }
     size_t entries() const { return entries_; }
 
     /// False once they take as much as `below` bytes with their indices, or go on being new.
     bool run(size_t below) {
-        switch (e_.type.width) {
-            case 1:
-                return run_as<1>(below);
-            case 2:
-                return run_as<2>(below);
-            case 4:
-                return run_as<4>(below);
-            case 8:
-                return run_as<8>(below);
-            default:
-                return run_as<0>(below);
+        const auto runs = []<size_t... width>(std::index_sequence<width...>) {
+            return std::array<bool (Numbering::*)(size_t), sizeof...(width)>{&Numbering::run_as<width>...};
         }
+        (std::make_index_sequence<sizeof(uint64_t) + 1>{});
+        return (this->*runs[e_.type.width < runs.size() ? e_.type.width : 0])(below);
     }
 
  private:
-    struct Slot {
-        uint64_t key;
-        uint64_t number;  // of the entry, from 1 on; 0 is an empty slot
-    };
+    static constexpr size_t between_looks = 32;  // elements
 
+    /// Whether a value has been seen is often anybody's guess, so there is no branch on it. Whether all of it pays is looked
+    /// at now and then.
     template <size_t fixed> bool run_as(size_t below) {
         const size_t width = fixed != 0 ? fixed : e_.type.width;
         auto* const indices = reinterpret_cast<uint16_t*>(scratch_.indices.data());
-        for (size_t i = 0; i < e_.n; ++i) {
-            const uint8_t* const value = e_.values + i * width;
-            const uint64_t key = key_of(value, width);
-            Slot* slot = find(key, value, width);
-            if (slot->number == 0) {
-                const bool hopeless = i >= 256 && entries_ > i - i / 8;
-                if (hopeless || entries_ == max_entries ||
-                    size_of(e_.n, entries_ + 1, width, index_bits(entries_)) >= below)
-                    return false;
-                scratch_.entries.append(value, width);
-                *slot = {key, ++entries_};
-                indices[i] = static_cast<uint16_t>(entries_ - 1);
-                if (2 * entries_ > n_slots_) grow();
-            } else {
-                indices[i] = static_cast<uint16_t>(slot->number - 1);
+        uint8_t* const entries = scratch_.entries.extend(e_.n * width);
+        for (size_t i = 0, n = 0; i < e_.n;) {
+            while (2 * (n + between_looks) > n_slots_) grow(entries, n);
+            auto* const slots = reinterpret_cast<uint16_t*>(scratch_.slots.data());
+            const size_t mask = n_slots_ - 1;
+            const int shift = shift_;
+            for (const size_t end = std::min(e_.n, i + between_looks); i < end; ++i) {
+                const uint8_t* const value = e_.values + i * width;
+                size_t at = place_of(key_of(value, width), shift);
+                // What is in no slot would be the next entry.
+                std::memcpy(entries + n * width, value, width);
+                size_t index = std::min<size_t>(slots[at], n);
+                while (std::memcmp(entries + index * width, value, width) != 0)
+                    index = std::min<size_t>(slots[at = (at + 1) & mask], n);
+                n += index == n;
+                slots[at] = indices[i] = static_cast<uint16_t>(index);
             }
+            entries_ = n;
+            const bool hopeless = i >= 256 && n > i - i / 8;
+            if (hopeless || n + between_looks > UINT16_MAX || size_of(e_.n, n, width, index_bits(n - 1)) >= below)
+                return false;
         }
+        scratch_.entries.resize(entries_ * width);
         return true;
     }
 
-    Slot* slots() { return reinterpret_cast<Slot*>(scratch_.slots.data()); }
-    size_t place_of(uint64_t key) const { return static_cast<size_t>((key * 0x9e3779b97f4a7c15U) >> shift_); }
-
-    Slot* find(uint64_t key, const uint8_t* value, size_t width) {
-        for (size_t at = place_of(key);; ++at) {
-            Slot* const slot = slots() + (at & (n_slots_ - 1));
-            if (slot->number == 0) return slot;
-            if (slot->key != key) continue;
-            // Of more than eight bytes the key is but a hash.
-            if (width <= 8 || std::memcmp(scratch_.entries.data() + (slot->number - 1) * width, value, width) == 0)
-                return slot;
-        }
+    static size_t place_of(uint64_t key, int shift) {
+        return static_cast<size_t>((key * 0x9e3779b97f4a7c15U) >> shift);
     }
 
+    /// Slots hold the numbers of entries. An empty one has the largest number that there is.
     void make_slots(size_t n) {
         n_slots_ = n;
         shift_ = 64 - std::countr_zero(n);
         scratch_.slots.resize(0);
-        std::memset(scratch_.slots.extend(n * sizeof(Slot)), 0, n * sizeof(Slot));
+        std::memset(scratch_.slots.extend(n * sizeof(uint16_t)), UINT8_MAX, n * sizeof(uint16_t));
     }
-    void grow() {
-        const Buffer old = std::move(scratch_.slots);
-        const size_t n_old = n_slots_;
-        scratch_.slots = Buffer();
-        make_slots(4 * n_old);
-        for (size_t i = 0; i < n_old; ++i) {
-            const auto slot = load<Slot>(old.data() + i * sizeof(Slot));
-            if (slot.number == 0) continue;
-            size_t at = place_of(slot.key);
-            while (slots()[at & (n_slots_ - 1)].number != 0) ++at;
-            slots()[at & (n_slots_ - 1)] = slot;
+    void grow(const uint8_t* entries, size_t n) {
+        make_slots(4 * n_slots_);
+        const size_t width = e_.type.width;
+        auto* const slots = reinterpret_cast<uint16_t*>(scratch_.slots.data());
+        for (size_t i = 0; i < n; ++i) {
+            size_t at = place_of(key_of(entries + i * width, width), shift_);
+            while (slots[at] != UINT16_MAX) at = (at + 1) & (n_slots_ - 1);
+            slots[at] = static_cast<uint16_t>(i);
         }
     }
 
