@@ -169,13 +169,8 @@ class MomentsFold {
     }
 
     QVO_INLINE Value add(double x) {
-        if (is_present(x)) {
-            const double share = 1.0 / static_cast<double>(++moments_.n);  // does not wait for the mean before
-            const double apart = x - moments_.mean;
-            moments_.mean += apart * share;
-            moments_.squares += apart * (x - moments_.mean);
-        }
-        return moments_;
+        if (is_present(x)) moments_.add(x, 1);
+        return moments_.moments();
     }
     template <ptrdiff_t Step, bool whole, class Put> QVO_INLINE void add(const double* x, size_t n, Put put) {
         const auto end = static_cast<ptrdiff_t>(n);
@@ -183,7 +178,7 @@ class MomentsFold {
     }
 
  private:
-    Moments moments_;
+    RunningMoments moments_;
 };
 
 // What is asked of a window: the fold, its result, or whether that is the fold, and how many values it takes.

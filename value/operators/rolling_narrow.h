@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <iterator>
 #include <span>
 
 #include "operators/rolling.h"
@@ -21,10 +22,11 @@ template <class S> class RollingNarrow {
     // Up to here it is cheaper.
     static constexpr size_t widest = doubles ? 48 : 24;
     static unsigned written_out() { return 16; }
+    static constexpr size_t beyond = doubles ? 0 : 16;  // positions that loops may go beyond the last
 
     RollingNarrow(Plan&, Window window)
         : n_(window.positions), required_(static_cast<double>(std::max<uint64_t>(window.min_periods, S::least))) {
-        std::fill_n(values_, widest, missing);
+        std::fill(std::begin(values_), std::end(values_), missing);
     }
 
     void singles(const double* x, size_t n, double* results, uint64_t) {
@@ -55,25 +57,27 @@ template <class S> class RollingNarrow {
     /// x holds `width` - 1 values more than there are windows.
     QVO_INLINE static void windows(const double* __restrict x, size_t width, size_t n, double required,
                                    double* __restrict results) {
-        typename Fold::Value folds[most_rolled];
-        double present[most_rolled];
+        typename Fold::Value folds[most_rolled + beyond];
         const double all = static_cast<double>(width);
-        const bool full = all >= required && count_missing(x, n + width - 1) == 0;
-        std::fill_n(present, n, all);
-        if (!full)
-            for (size_t j = 0; j < width; ++j)
-                for (size_t i = 0; i < n; ++i) present[i] -= is_present(x[i + j]) ? 0.0 : 1.0;
-        fold(x, width, n, present, folds);
-        if (full)
+        if (all >= required && count_missing(x, n + width - 1) == 0) {
+            fold_full(x, width, n, folds);
             RollingLoops<S>::finish_full(
                 [&](size_t i) __attribute__((always_inline)) { return folds[i]; }, n, all, results);
+            return;
+        }
+        double present[most_rolled];
+        std::fill_n(present, n, all);
+        for (size_t j = 0; j < width; ++j)
+            for (size_t i = 0; i < n; ++i) present[i] -= is_present(x[i + j]) ? 0.0 : 1.0;
+        if constexpr (doubles)
+            fold_full(x, width, n, folds);
         else
-            RollingLoops<S>::finish(folds, present, n, required, results);
+            fold(x, width, n, present, folds);
+        RollingLoops<S>::finish(folds, present, n, required, results);
     }
-    /// Folds of 1, 2, 4, … neighbours, each put together of two of half as many; a window, of those that its width is
+    /// Folds of 1, 2, 4, … neighbours, of which what is missing is that of nothing, each put together of two of half as many; a window, of those that its width is
     /// the sum of.
-    QVO_INLINE static void fold(const double* __restrict x, size_t width, size_t n, const double*,
-                                double* __restrict folds) {
+    QVO_INLINE static void fold_full(const double* __restrict x, size_t width, size_t n, double* __restrict folds) {
         double spans[2][widest + most_rolled];
         size_t length = n + width - 1, before = 0;
         for (size_t i = 0; i < length; ++i) spans[0][i] = Fold::power(x[i], 1);
@@ -106,12 +110,34 @@ template <class S> class RollingNarrow {
             }
         for (size_t i = 0; i < n; ++i) folds[i].squares = squares[i];
     }
+    /// The same where nothing is missing: some windows at a time, up to `beyond` more than there are.
+    QVO_INLINE static void fold_full(const double* __restrict x, size_t width, size_t n, Moments* __restrict folds) {
+        typedef double Lanes __attribute__((vector_size(64)));
+        constexpr size_t lanes = sizeof(Lanes) / sizeof(double), parts = beyond / lanes;
+        for (size_t i = 0; i < n; i += beyond) {
+            Lanes value[parts], near[parts], mean[parts] = {}, squares[parts] = {};
+            std::memcpy(near, x + i + width - 1, sizeof near);
+            for (size_t j = 0; j < width; ++j) {
+                std::memcpy(value, x + i + j, sizeof value);
+                for (size_t k = 0; k < parts; ++k) mean[k] += value[k] - near[k];
+            }
+            for (size_t k = 0; k < parts; ++k) mean[k] /= static_cast<double>(width);
+            for (size_t j = 0; j < width; ++j) {
+                std::memcpy(value, x + i + j, sizeof value);
+                for (size_t k = 0; k < parts; ++k) {
+                    const Lanes apart = value[k] - near[k] - mean[k];
+                    squares[k] += apart * apart;
+                }
+            }
+            for (size_t k = 0; k < beyond; ++k) folds[i + k].squares = squares[k / lanes][k % lanes];
+        }
+    }
 
     size_t n_;
     double required_;
     double tail_value_ = missing;
     uint64_t tail_ = 0;
-    double values_[widest + most_rolled];  // the last n - 1, then those to come
+    double values_[widest + most_rolled + beyond];  // the last n - 1, then those to come
 };
 
 }  // namespace qvo::value
