@@ -57,7 +57,7 @@ template <size_t N> class ListSink {
 
 /// Whether what comes is listed by crossings rather than looked at for stretches, none of which would be long.
 template <size_t N> QVO_INLINE bool stretches_are_short(const Operand (&operands)[N], size_t room) {
-    constexpr unsigned longest_run = 128, longest_stretch = 32;
+    constexpr unsigned longest_run = 32, longest_stretch = 32;
     unsigned least = run_word * max_run, most = 0;
     bool enough = room >= fewest_crossings && crossings_are_cheap(), same = true;
     each<N>([&](auto k) __attribute__((always_inline)) {
