@@ -1,6 +1,9 @@
 // Filling a stage, and joining and cutting its runs.
 #include "stored/stage.h"
 
+#include <bit>
+#include <numeric>
+
 #include "core/move.h"
 #include "stored/bits.h"
 #include "stored/run_lengths.h"
@@ -25,20 +28,48 @@ QVO_INLINE uint64_t widen(const uint8_t* first_run, size_t n, uint32_t* __restri
     return sum;
 }
 
-/// Joins the elements from `from` on to those before, where they are equal; returns how many are left.
-template <class V> size_t join_fixed(V* values, uint32_t* runs, size_t from, size_t n) {
+constexpr size_t block = 64;
+
+/// A bit for each of so many values: whether it differs from the one before it.
+template <class V> QVO_INLINE uint64_t differences(const V* values) {
+    uint8_t differs[block];
+    for (size_t k = 0; k < block; ++k) differs[k] = values[k] != values[k - 1];
+    uint64_t bits = 0;
+    // The product has the low bits of all eight bytes in its highest byte.
+    for (size_t k = 0; k < block; k += 8)
+        bits |= (format::load<uint64_t>(differs + k) * 0x0102040810204080U >> 56) << k;
+    return bits;
+}
+
+/// Joins the elements from `from` on to those before, where they are equal; returns how many are left. If all runs are
+/// single they are written only.
+template <class V> size_t join_fixed(V* values, uint32_t* runs, bool single, size_t from, size_t n) {
     size_t last = from - 1;
-    V value = values[last];
-    uint32_t run = runs[last];
-    // No branch on the data: what is in the making is stored in any case.
-    for (size_t i = from; i < n; ++i) {
-        const bool differs = values[i] != value;
-        last += differs;
-        value = values[i];
-        run = (differs ? 0 : run) + runs[i];
-        values[last] = value;
-        runs[last] = run;
+    uint32_t begin = 0, position = single ? 1 : runs[last];  // of the last element, and where the next one begins
+    for (size_t i = from; i < n; i += block) {
+        const size_t here = std::min(block, n - i);
+        uint64_t differs = 0;
+        if (here == block)
+            differs = for_cpu<differences<V>>(values + i);
+        else
+            for (size_t k = 0; k < here; ++k) differs |= uint64_t{values[i + k] != values[i + k - 1]} << k;
+        if (differs == 0) {
+            position += single ? static_cast<uint32_t>(here) : std::accumulate(runs + i, runs + i + here, 0U);
+            continue;
+        }
+        uint32_t begins[block];
+        for (size_t k = 0; k < here; ++k) {
+            begins[k] = position;
+            position += single ? 1 : runs[i + k];
+        }
+        for (; differs != 0; differs &= differs - 1) {
+            const auto k = static_cast<size_t>(std::countr_zero(differs));
+            runs[last] = begins[k] - begin;
+            begin = begins[k];
+            values[++last] = values[i + k];
+        }
     }
+    runs[last] = position - begin;
     return last + 1;
 }
 
@@ -56,17 +87,18 @@ size_t join_wide(uint8_t* values, size_t width, uint32_t* runs, size_t from, siz
     return last + 1;
 }
 
-size_t join(uint8_t* values, ValueType type, uint32_t* runs, size_t from, size_t n) {
+size_t join(uint8_t* values, ValueType type, uint32_t* runs, bool single, size_t from, size_t n) {
     switch (type.type == Type::char_ ? 0 : type.width) {
         case 1:
-            return join_fixed(reinterpret_cast<bits1*>(values), runs, from, n);
+            return join_fixed(reinterpret_cast<bits1*>(values), runs, single, from, n);
         case 2:
-            return join_fixed(reinterpret_cast<bits2*>(values), runs, from, n);
+            return join_fixed(reinterpret_cast<bits2*>(values), runs, single, from, n);
         case 4:
-            return join_fixed(reinterpret_cast<bits4*>(values), runs, from, n);
+            return join_fixed(reinterpret_cast<bits4*>(values), runs, single, from, n);
         case 8:
-            return join_fixed(reinterpret_cast<bits8*>(values), runs, from, n);
+            return join_fixed(reinterpret_cast<bits8*>(values), runs, single, from, n);
         default:
+            if (single) std::fill_n(runs, n, 1U);
             return join_wide(values, type.width, runs, from, n);
     }
 }
@@ -157,7 +189,9 @@ void Stage::settle() {
         worth = equal != 0 && worth_joining(positions_, n_ - equal);
     }
     if (worth) {
-        n_ = join(values_.data(), type_, need_runs(0), from, n_);
+        runs_.resize(n_ * sizeof(uint32_t));
+        n_ = join(values_.data(), type_, reinterpret_cast<uint32_t*>(runs_.data()), !has_runs_, from, n_);
+        has_runs_ = true;
         has_profile_ = false;
     }
     settled_ = n_;
