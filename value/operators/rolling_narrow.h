@@ -60,7 +60,7 @@ template <class S> class RollingNarrow {
         typename Fold::Value folds[most_rolled + beyond];
         const double all = static_cast<double>(width);
         if (all >= required && count_missing(x, n + width - 1) == 0) {
-            fold_full(x, width, n, folds);
+            fold(x, width, n, folds);
             RollingLoops<S>::finish_full(
                 [&](size_t i) __attribute__((always_inline)) { return folds[i]; }, n, all, results);
             return;
@@ -70,14 +70,14 @@ template <class S> class RollingNarrow {
         for (size_t j = 0; j < width; ++j)
             for (size_t i = 0; i < n; ++i) present[i] -= is_present(x[i + j]) ? 0.0 : 1.0;
         if constexpr (doubles)
-            fold_full(x, width, n, folds);
+            fold(x, width, n, folds);
         else
-            fold(x, width, n, present, folds);
+            fold_present(x, width, n, present, folds);
         RollingLoops<S>::finish(folds, present, n, required, results);
     }
-    /// Folds of 1, 2, 4, … neighbours, of which what is missing is that of nothing, each put together of two of half as many; a window, of those that its width is
-    /// the sum of.
-    QVO_INLINE static void fold_full(const double* __restrict x, size_t width, size_t n, double* __restrict folds) {
+    /// Folds of 1, 2, 4, … neighbours, each put together of two of half as many; a window, of those that its width is
+    /// the sum of. What is missing is folded as nothing.
+    QVO_INLINE static void fold(const double* __restrict x, size_t width, size_t n, double* __restrict folds) {
         double spans[2][widest + most_rolled];
         size_t length = n + width - 1, before = 0;
         for (size_t i = 0; i < length; ++i) spans[0][i] = Fold::power(x[i], 1);
@@ -95,8 +95,8 @@ template <class S> class RollingNarrow {
         }
     }
     /// In two passes over the differences to one value of the window, which of a constant are 0.
-    QVO_INLINE static void fold(const double* __restrict x, size_t width, size_t n, const double* present,
-                                Moments* __restrict folds) {
+    QVO_INLINE static void fold_present(const double* __restrict x, size_t width, size_t n, const double* present,
+                                        Moments* __restrict folds) {
         double near[most_rolled] = {}, mean[most_rolled] = {}, squares[most_rolled] = {};
         for (size_t j = 0; j < width; ++j)
             for (size_t i = 0; i < n; ++i) near[i] = is_present(x[i + j]) ? x[i + j] : near[i];
@@ -111,7 +111,7 @@ template <class S> class RollingNarrow {
         for (size_t i = 0; i < n; ++i) folds[i].squares = squares[i];
     }
     /// The same where nothing is missing: some windows at a time, up to `beyond` more than there are.
-    QVO_INLINE static void fold_full(const double* __restrict x, size_t width, size_t n, Moments* __restrict folds) {
+    QVO_INLINE static void fold(const double* __restrict x, size_t width, size_t n, Moments* __restrict folds) {
         typedef double Lanes __attribute__((vector_size(64)));
         constexpr size_t lanes = sizeof(Lanes) / sizeof(double), parts = beyond / lanes;
         for (size_t i = 0; i < n; i += beyond) {
