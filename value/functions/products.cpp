@@ -18,13 +18,13 @@ ScaledProduct scaled(double x, uint64_t n) {
     return {digits, exponent, n};
 }
 
-ScaledProduct power(ScaledProduct base, unsigned exponent) {
-    ScaledProduct all;
-    for (; exponent != 0; exponent >>= 1) {
-        if ((exponent & 1) != 0) all.multiply(base);
-        base.multiply(base);
-    }
-    return all;
+/// x as often as a run is long: so few factors from 0.5 to 1 cannot become too small.
+ScaledProduct power(double x, unsigned run) {
+    const ScaledProduct once = scaled(x, 1);
+    double all = 1, square = once.digits;
+    for (unsigned left = run; left != 0; left >>= 1, square *= square)
+        if ((left & 1) != 0) all *= square;
+    return {all, once.exponent * int64_t{run}, run};
 }
 
 /// The product of digits from 0.5 to 1 and the sum of exponents, of values of whose kind most are: neither 0, nor
@@ -83,7 +83,7 @@ ScaledProduct product_of(const double* values, const uint8_t* first_run, size_t 
     }
     for (size_t i = 0; i < n; ++i) {
         const unsigned run = first_run[-static_cast<ptrdiff_t>(i)];
-        if (values[i] == values[i]) all.multiply(run == 1 ? scaled(values[i], 1) : power(scaled(values[i], 1), run));
+        if (values[i] == values[i]) all.multiply(power(values[i], run));
     }
     return all;
 }

@@ -62,18 +62,21 @@ template <size_t bytes> QVO_INLINE uint64_t add_single(Lanes& to, const double* 
 QVO_INLINE uint64_t add_with_runs(Lanes& to, const double* values, const uint8_t* first_run, size_t n) {
     Vectors<32> sums(to);
     uint64_t present = 0;
-    for (size_t i = 0; i < n; i += lanes) {
+    const auto add = [&](size_t i, size_t some) __attribute__((always_inline)) {
         double high[lanes] = {}, low[lanes] = {};
-        for (size_t k = 0; k < lanes && i + k < n; ++k) {
+        for (size_t k = 0; k < some; ++k) {
             const unsigned run = first_run[-static_cast<ptrdiff_t>(i + k)];
             const double x = values[i + k] == values[i + k] ? values[i + k] : 0.0, top = upper_digits(x);
             high[k] = top * run;
-            low[k] = std::isfinite(x) ? (x - top) * run : 0.0;
+            low[k] = x - x == 0.0 ? (x - top) * run : 0.0;
             present += values[i + k] == values[i + k] ? run : 0;
         }
         sums.add(high);
         sums.add(low);
-    }
+    };
+    size_t i = 0;
+    for (; i + lanes <= n; i += lanes) add(i, lanes);
+    if (i != n) add(i, n - i);
     sums.put(to);
     return present;
 }
