@@ -32,8 +32,9 @@ constexpr size_t block = 64;
 
 /// A bit for each of so many values: whether it differs from the one before it.
 template <class V> QVO_INLINE uint64_t differences(const V* values) {
+    const V* const before = values - 1;
     uint8_t differs[block];
-    for (size_t k = 0; k < block; ++k) differs[k] = values[k] != values[k - 1];
+    for (size_t k = 0; k < block; ++k) differs[k] = values[k] != before[k];
     uint64_t bits = 0;
     // The product has the low bits of all eight bytes in its highest byte.
     for (size_t k = 0; k < block; k += 8)
