@@ -8,6 +8,7 @@
 #include "evaluate/source.h"
 #include "operators/elementwise.h"
 #include "operators/library.h"
+#include "stored/format.h"
 
 namespace qvo::value {
 namespace {
@@ -200,6 +201,13 @@ ValueType computing_type(ValueType a, ValueType b) {
 
 namespace {
 
+/// Texts as words, of which bytes after the text become 0. What a tile holds goes on after its last text.
+template <class Word> void pad_to_word(const uint8_t* from, size_t width, size_t n, uint8_t* to) {
+    const Word kept = static_cast<Word>((uint64_t{1} << 8 * width) - 1);
+    for (size_t i = 0; i < n; ++i)
+        format::store(to + i * sizeof(Word), static_cast<Word>(format::load<Word>(from + i * width) & kept));
+}
+
 /// Pads text to a larger width.
 class Padded final : public Operator {
  public:
@@ -210,10 +218,17 @@ class Padded final : public Operator {
         const size_t from = x_.type.width, to = it->elem_size;
         const uint8_t* const runs = runs_of(x_.it);
         return out.finish(walk_elements(input, out, Where::here(), [&](size_t index, size_t n) {
-            char* at = it->tile.u.arr_char + out.size() * to;
-            for (size_t i = 0; i < n; ++i, at += to) {
-                std::memcpy(at, x_.it->tile.u.arr_char + (index + i) * from, from);
-                std::memset(at + from, 0, to - from);
+            const uint8_t* text = values_of<uint8_t>(x_.it) + index * from;
+            uint8_t* at = values_of<uint8_t>(it) + out.size() * to;
+            if (to == sizeof(uint64_t)) {
+                pad_to_word<uint64_t>(text, from, n, at);
+            } else if (to == sizeof(uint32_t)) {
+                pad_to_word<uint32_t>(text, from, n, at);
+            } else {
+                for (size_t i = 0; i < n; ++i, text += from, at += to) {
+                    std::memcpy(at, text, from);
+                    std::memset(at + from, 0, to - from);
+                }
             }
             out.put_runs(runs - index, n);
         }));

@@ -1,7 +1,6 @@
 // Few different values: each once, and small indices to them. For text above all.
 #include <algorithm>
-#include <array>
-#include <utility>
+#include <type_traits>
 
 #include "stored/bits.h"
 #include "stored/coding.h"
@@ -68,6 +67,30 @@ constexpr size_t size_of(size_t n, size_t entries, size_t width, unsigned bits) 
     return sizeof(DictionaryHeader) + entries * width + packed_size(n, bits);
 }
 
+/// Calls f with a width of up to eight bytes as a constant, 0 for wider ones.
+template <class F> auto with_fixed_width(size_t width, F f) {
+    switch (width) {
+        case 1:
+            return f(std::integral_constant<size_t, 1>{});
+        case 2:
+            return f(std::integral_constant<size_t, 2>{});
+        case 3:
+            return f(std::integral_constant<size_t, 3>{});
+        case 4:
+            return f(std::integral_constant<size_t, 4>{});
+        case 5:
+            return f(std::integral_constant<size_t, 5>{});
+        case 6:
+            return f(std::integral_constant<size_t, 6>{});
+        case 7:
+            return f(std::integral_constant<size_t, 7>{});
+        case 8:
+            return f(std::integral_constant<size_t, 8>{});
+        default:
+            return f(std::integral_constant<size_t, 0>{});
+    }
+}
+
 /// Numbers the different values. The table grows with them, so that few are looked for in little memory.
 class Numbering {
  public:
@@ -81,11 +104,7 @@ class Numbering {
 
     /// False once they take as much as `below` bytes with their indices, or go on being new.
     bool run(size_t below) {
-        const auto runs = []<size_t... width>(std::index_sequence<width...>) {
-            return std::array<bool (Numbering::*)(size_t), sizeof...(width)>{&Numbering::run_as<width>...};
-        }
-        (std::make_index_sequence<sizeof(uint64_t) + 1>{});
-        return (this->*runs[e_.type.width < runs.size() ? e_.type.width : 0])(below);
+        return with_fixed_width(e_.type.width, [&](auto fixed) { return run_as<fixed>(below); });
     }
 
  private:
@@ -217,27 +236,17 @@ void open_dictionary(OpenTile& tile) {
 
 /// Values of a number of bytes that is known where the loop is compiled, or 0.
 template <size_t fixed, class Index>
-void look_up(const uint8_t* entries, size_t width, const uint8_t* indices, size_t n, uint8_t* to) {
+void look_up_as(const uint8_t* entries, size_t width, const uint8_t* indices, size_t n, uint8_t* to) {
     const size_t bytes = fixed != 0 ? fixed : width;
     for (size_t i = 0; i < n; ++i)
         std::memcpy(to + i * bytes, entries + load<Index>(indices + i * sizeof(Index)) * bytes, bytes);
 }
 
 template <class Index> void look_up(const OpenTile& tile, const uint8_t* indices, size_t n, uint8_t* to) {
-    const uint8_t* const entries = tile.payload + sizeof(DictionaryHeader);
     const size_t width = tile.type.width;
-    switch (width) {
-        case 1:
-            return look_up<1, Index>(entries, width, indices, n, to);
-        case 2:
-            return look_up<2, Index>(entries, width, indices, n, to);
-        case 4:
-            return look_up<4, Index>(entries, width, indices, n, to);
-        case 8:
-            return look_up<8, Index>(entries, width, indices, n, to);
-        default:
-            return look_up<0, Index>(entries, width, indices, n, to);
-    }
+    with_fixed_width(width, [&](auto fixed) {
+        look_up_as<fixed, Index>(tile.payload + sizeof(DictionaryHeader), width, indices, n, to);
+    });
 }
 
 void read_dictionary(OpenTile& tile, size_t n, void* values) {
