@@ -59,8 +59,11 @@ class RunningMoments {
     uint64_t n() const { return n_; }
     Moments moments() const {
         if (n_ == 0) return {};
-        const double step = apart_ / static_cast<double>(n_), squares = squares_ - apart_ * step;
-        return {n_, near_ + step, squares < 0 ? 0 : squares};
+        const double step = apart_ / static_cast<double>(n_), mean = near_ + step, squares = squares_ - apart_ * step;
+        if (squares >= 0) return {n_, mean, squares};
+        // By rounding; or squares of finite values that are too large.
+        if (squares < 0) return {n_, mean, 0};
+        return {n_, mean, std::isfinite(mean) ? std::numeric_limits<double>::infinity() : squares};
     }
     QVO_INLINE void add(double x, unsigned run) {
         if (n_ == 0) {

@@ -198,7 +198,8 @@ def _ascending(t):
 
 
 def check_windows(test, host):
-    """Whatever has been in a window leaves nothing behind: huge values before small ones, falling magnitudes."""
+    """Whatever has been in a window leaves nothing behind: huge values before small ones, falling magnitudes. Squares
+    may be too large."""
     x = np.array([1e9, 0.1, 0.2, 0.3, 0.4, 0.5, 1e16, 1.0, 2.0, 3.0, 1e-3, 2e-3, 3e-3, np.inf, 1.0, 2.0, 5.0])
     falling = 10.0 ** -np.arange(0, 60) * np.random.default_rng(1).normal(size=60)
     for values in (x, np.resize(x, 300), falling, falling[::-1].copy(), np.full(600, 0.1)):
@@ -208,6 +209,9 @@ def check_windows(test, host):
             for window in (2, 3, 10, 60):
                 result = host.call(f"rolling_{how}", values, window)
                 test.assertIsNone(differs(result, _rolling(how)(values, window)), f"{how} over {window}: {values[:6]}")
+    for window in (3, 60):
+        huge = host.call("rolling_var", np.arange(1, 99) * 1e200, window)
+        np.testing.assert_array_equal(huge[window - 1 :], np.inf)
     counts = host.call("rolling_count", np.array([1, NAN, 3]), 3, 2)
     np.testing.assert_array_equal(counts, [NAN, 1, 2])
 
