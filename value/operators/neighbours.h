@@ -10,7 +10,7 @@
 
 namespace qvo::value {
 
-template <class V, class Op> class Neighbours {
+template <class V, class Op> class OfNeighbours {
  public:
     using In = V;
     using Out = double;
@@ -59,7 +59,7 @@ template <class V, class Op> class Neighbours {
 
 /// Missing at the first position, which has none before it.
 template <class V, class Op> Series of_neighbours(Plan& plan, const Series& x) {
-    return scan<Neighbours<V, Op>>(plan, x, ValueType{Type::double_, sizeof(double)});
+    return scan<OfNeighbours<V, Op>>(plan, x, ValueType{Type::double_, sizeof(double)});
 }
 
 }  // namespace qvo::value

@@ -8,7 +8,7 @@
 // Where results have no runs, taking runs one by one does not pay if they are short: up to a mean run that the step names
 // (`written_out`, 0 for never, or not for now) `singles` gets them written out. A step whose results have runs may have
 //   bool by_runs(unsigned run)   whether it takes what comes next, first an element of that run, itself:
-//   void take_runs(Operand& input, const In* values, TileWriter& out, Out* results)   some, until input or room is used up
+//   void take_runs(Operand& input, const In* values, TileWriter& out, Out* results)   some of it, at least one element
 // One that takes all runs but those of 1 so has no `take`.
 #pragma once
 

@@ -43,7 +43,7 @@ class Mean {
     double share_after(unsigned n) const { return n == 1 ? decay_ : std::pow(decay_, n); }
     void scale(double share) { mean_ *= share; }
 
-    static constexpr size_t block = 8, most_blocks = 16 * block;  // the latter those that one missing value slows down
+    static constexpr size_t block = 8, most_at_once = 16 * block;  // values: one that is missing slows down the others
     /// Blocks while running, of values none of which is missing; if `keeps_constants`, up to one that begins with the mean
     /// itself, as a constant stays as it is. Each mean is a power of the decay times the mean before the block and what the
     /// block itself adds, so that blocks wait for each other once, not at every value. Returns how many values that were.
@@ -120,7 +120,7 @@ class Smoothing {
  private:
     static Mean run(Mean mean, const double* __restrict x, size_t n, double* __restrict results) {
         for (size_t i = 0; i < n;) {
-            const size_t here = std::min(n - i, Mean::most_blocks);
+            const size_t here = std::min(n - i, Mean::most_at_once);
             size_t taken = 0;
             if (mean.running() && for_cpu<count_missing>(x + i, here) == 0)
                 taken = for_cpu<Mean::next_blocks<true>, CpuLevel::avx512>(mean, x + i, here, results + i);
@@ -143,7 +143,7 @@ class Strength {
 
     void singles(const double* d, size_t n, double* results, uint64_t) {
         for (size_t i = 0; i < n;) {
-            const size_t here = std::min(n - i, Mean::most_blocks);
+            const size_t here = std::min(n - i, Mean::most_at_once);
             size_t taken = 0;
             if (rises_.running() && rises_.mean() + falls_.mean() > 1e-200 && for_cpu<count_missing>(d + i, here) == 0)
                 taken = for_cpu<next_blocks, CpuLevel::avx512>(*this, d + i, here, results + i);
@@ -171,7 +171,7 @@ class Strength {
  private:
     /// Whole blocks of both means, which are far from too small.
     QVO_INLINE static size_t next_blocks(Strength& strength, const double* d, size_t n, double* __restrict results) {
-        double rises[Mean::most_blocks], falls[Mean::most_blocks];
+        double rises[Mean::most_at_once], falls[Mean::most_at_once];
         for (size_t i = 0; i < n; ++i) {
             rises[i] = d[i] > 0 ? d[i] : 0.0;
             falls[i] = d[i] < 0 ? -d[i] : 0.0;

@@ -68,27 +68,11 @@ constexpr size_t size_of(size_t n, size_t entries, size_t width, unsigned bits) 
 }
 
 /// Calls f with a width of up to eight bytes as a constant, 0 for wider ones.
-template <class F> auto with_fixed_width(size_t width, F f) {
-    switch (width) {
-        case 1:
-            return f(std::integral_constant<size_t, 1>{});
-        case 2:
-            return f(std::integral_constant<size_t, 2>{});
-        case 3:
-            return f(std::integral_constant<size_t, 3>{});
-        case 4:
-            return f(std::integral_constant<size_t, 4>{});
-        case 5:
-            return f(std::integral_constant<size_t, 5>{});
-        case 6:
-            return f(std::integral_constant<size_t, 6>{});
-        case 7:
-            return f(std::integral_constant<size_t, 7>{});
-        case 8:
-            return f(std::integral_constant<size_t, 8>{});
-        default:
-            return f(std::integral_constant<size_t, 0>{});
-    }
+template <size_t fixed = 8, class F> auto with_fixed_width(size_t width, const F& f) {
+    if constexpr (fixed == 0)
+        return f(std::integral_constant<size_t, 0>{});
+    else
+        return width == fixed ? f(std::integral_constant<size_t, fixed>{}) : with_fixed_width<fixed - 1>(width, f);
 }
 
 /// Numbers the different values. The table grows with them, so that few are looked for in little memory.

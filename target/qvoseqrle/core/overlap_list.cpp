@@ -55,7 +55,8 @@ template <size_t N> class ListSink {
     size_t n_ = 0;
 };
 
-/// Whether what comes is listed by crossings rather than looked at for stretches, none of which would be long.
+/// Whether what comes is listed by crossings rather than looked at for stretches, none of which would be long. Crossings
+/// take as long as there are positions: with long runs steps one by one are faster.
 template <size_t N> QVO_INLINE bool stretches_are_short(const Operand (&operands)[N], size_t room) {
     constexpr unsigned longest_run = 32, longest_stretch = 32;
     unsigned least = run_word * max_run, most = 0;
