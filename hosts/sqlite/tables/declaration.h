@@ -31,7 +31,7 @@ struct Declaration {
 
     /// Rows of a full chunk: few enough that looking up one of them reads few pages, and enough that the price of a
     /// call does not matter to the chunk's.
-    size_t full_chunk() const { return std::min<size_t>(chunk_rows, 6144); }
+    size_t full_chunk() const { return std::min<size_t>(chunk_rows, 12'288); }
     bool has_order() const { return order >= 0; }
     const Column& order_column() const { return columns[static_cast<size_t>(order)]; }
     size_t order_slot() const { return order_column().slot; }
