@@ -65,7 +65,7 @@ template <class V, class Better> QVO_INLINE size_t best_of(const V* values, size
 template <class Better> class Extremum final : public Kept {
  public:
     void step(Arguments& row) override {
-        if (row.is_directly_stored(0) && row.stored(0).type().type != Type::char_) {
+        if (row.is_directly_stored(0) && row.stored(0).type().width <= sizeof(Extreme)) {
             const Stored& x = row.stored(0);
             meeting_.add_row(row, x.type());
             for (size_t i = 0; i < x.n_tiles(); ++i) {

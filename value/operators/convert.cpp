@@ -258,6 +258,7 @@ Series widened(Plan& plan, const Series& x, ValueType to) {
 
 Series cast(Plan& plan, const Series& x, ValueType to) {
     if (x.type == to) return x;
+    if (to.type == Type::char_ && x.type.type == to.type && x.type.width < to.width) return widened(plan, x, to);
     if (to.type == Type::char_) return to_text(plan, x, to);
     if (x.type.type == Type::char_) return from_text(plan, x, to);
     if (to.type == Type::double_) return widened(plan, x, to);

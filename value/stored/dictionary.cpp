@@ -94,27 +94,30 @@ class Numbering {
  private:
     static constexpr size_t between_looks = 32;  // elements
 
-    /// Whether a value has been seen is often anybody's guess, so there is no branch on it. Whether all of it pays is looked
-    /// at now and then.
+    /// Whether a value has been seen is often anybody's guess, so there is no branch on it; and slots are many, so that few
+    /// hold another value. Whether all of it pays is looked at now and then.
     template <size_t fixed> bool run_as(size_t below) {
         const size_t width = fixed != 0 ? fixed : e_.type.width;
         auto* const indices = reinterpret_cast<uint16_t*>(scratch_.indices.data());
-        uint8_t* const entries = scratch_.entries.extend(e_.n * width);
+        const size_t none = std::min<size_t>(e_.n, UINT16_MAX);
+        uint8_t* const entries = scratch_.entries.extend((e_.n + 1) * width);
         for (size_t i = 0, n = 0; i < e_.n;) {
-            while (2 * (n + between_looks) > n_slots_) grow(entries, n);
+            while (4 * (n + between_looks) > n_slots_) grow(entries, n);
             auto* const slots = reinterpret_cast<uint16_t*>(scratch_.slots.data());
             const size_t mask = n_slots_ - 1;
             const int shift = shift_;
             for (const size_t end = std::min(e_.n, i + between_looks); i < end; ++i) {
                 const uint8_t* const value = e_.values + i * width;
                 size_t at = place_of(key_of(value, width), shift);
-                // What is in no slot would be the next entry.
+                // What is in no slot is the next entry, and is found at the place after all.
                 std::memcpy(entries + n * width, value, width);
-                size_t index = std::min<size_t>(slots[at], n);
-                while (std::memcmp(entries + index * width, value, width) != 0)
-                    index = std::min<size_t>(slots[at = (at + 1) & mask], n);
-                n += index == n;
-                slots[at] = indices[i] = static_cast<uint16_t>(index);
+                std::memcpy(entries + none * width, value, width);
+                size_t entry = std::min<size_t>(slots[at], none);
+                while (std::memcmp(entries + entry * width, value, width) != 0)
+                    entry = std::min<size_t>(slots[at = (at + 1) & mask], none);
+                const bool is_new = entry == none;
+                slots[at] = indices[i] = static_cast<uint16_t>(is_new ? n : entry);
+                n += is_new;
             }
             entries_ = n;
             const bool hopeless = i >= 256 && n > i - i / 8;
