@@ -105,24 +105,25 @@ size_t join(uint8_t* values, ValueType type, uint32_t* runs, bool single, size_t
 }
 
 // Pieces of a run that are written without a look at how many it has: what is too much is written over by the next.
-constexpr size_t some_pieces = 4;
+constexpr uint32_t some_pieces = 4;
 
-/// Cuts runs, and writes up to some_pieces - 1 elements more than come of it.
+/// Cuts runs at a limit of two bytes at most, and writes up to some_pieces - 1 elements more than come of it.
 template <class Mover>
 void cut(const Mover& mover, const uint8_t* values, const uint32_t* runs, size_t n, uint32_t limit,
          uint8_t* __restrict to, uint32_t* __restrict run_to) {
     size_t at = 0;
     for (size_t i = 0; i < n; ++i) {
-        uint32_t left = runs[i];
-        do {
-            for (size_t k = 0; k < some_pieces; ++k) {
-                const uint32_t piece = std::min(left, limit);
-                mover.move(to, at, values, i);
-                run_to[at] = piece;
-                at += piece != 0;
-                left -= piece;
+        for (uint32_t left = runs[i], taken = 0; left != 0; left -= taken) {
+            uint32_t pieces = 0;
+            for (uint32_t k = 0; k < some_pieces; ++k) {
+                const uint32_t rest = left > k * limit ? left - k * limit : 0;
+                run_to[at + k] = std::min(rest, limit);
+                pieces += rest != 0;
+                mover.move(to, at + k, values, i);
             }
-        } while (left != 0);
+            at += pieces;
+            taken = std::min(left, some_pieces * limit);
+        }
     }
 }
 
