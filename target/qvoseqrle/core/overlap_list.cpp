@@ -56,9 +56,9 @@ template <size_t N> class ListSink {
 };
 
 /// Whether what comes is listed by crossings rather than looked at for stretches, none of which would be long. Crossings
-/// take as long as there are positions: with long runs steps one by one are faster.
+/// take as long as there are positions: where overlaps are long steps one by one are faster.
 template <size_t N> QVO_INLINE bool stretches_are_short(const Operand (&operands)[N], size_t room) {
-    constexpr unsigned longest_run = 32, longest_stretch = 32;
+    constexpr unsigned longest_overlap = 16, longest_stretch = 32;
     unsigned least = run_word * max_run, most = 0;
     bool enough = room >= fewest_crossings && crossings_are_cheap(), same = true;
     each<N>([&](auto k) __attribute__((always_inline)) {
@@ -69,7 +69,9 @@ template <size_t N> QVO_INLINE bool stretches_are_short(const Operand (&operands
         enough = enough && enough_to_cross(operands[k].elements_left(), operands[k].run_left());
         same = same && operands[k].taken() == 0 && runs == load_runs(operands[0].runs());
     });
-    return enough && !same && most <= run_word * longest_run && most <= longest_stretch * least;
+    // Runs of m and M positions overlap in mM / (m + M) on average.
+    const bool overlaps_are_short = least * most <= run_word * longest_overlap * (least + most);
+    return enough && !same && overlaps_are_short && most <= longest_stretch * least;
 }
 
 template <size_t N, size_t... K>
