@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 #include "qvowseq.h"
@@ -79,6 +80,14 @@ template <class F> decltype(auto) with_fixed(Type type, F&& f) {
             break;
     }
     return f(elem_double{});
+}
+
+/// Calls f with a width of up to eight bytes as a constant, 0 for wider ones.
+template <size_t fixed = 8, class F> auto with_fixed_width(size_t width, const F& f) {
+    if constexpr (fixed == 0)
+        return f(std::integral_constant<size_t, 0>{});
+    else
+        return width == fixed ? f(std::integral_constant<size_t, fixed>{}) : with_fixed_width<fixed - 1>(width, f);
 }
 
 /// The type with its width; char has none until it is told.

@@ -3,7 +3,6 @@
 #include <cstring>
 #include <limits>
 
-#include "core/move.h"
 #include "evaluate/deliver.h"
 #include "operators/sort.h"
 
@@ -13,8 +12,9 @@ namespace {
 /// Copies the elements with indexes index(0) .. index(n - 1).
 template <class Index> void gather(const Elements& from, size_t n, Index index, char* to) {
     const uint8_t* const values = from.bytes();
-    with_mover(from.width(), [&](auto mover) {
-        for (size_t i = 0; i < n; ++i) mover.move(to, i, values, index(i));
+    with_fixed_width(from.width(), [&](auto fixed) {
+        const size_t width = fixed != 0 ? fixed : from.width();
+        for (size_t i = 0; i < n; ++i) std::memcpy(to + i * width, values + index(i) * width, width);
     });
 }
 

@@ -290,6 +290,20 @@ template <bool descending, class V> Order order_fixed(Plan& plan, const V* value
     return stable_order(plan, keys.get(), n);
 }
 
+constexpr size_t word_bytes = sizeof(uint64_t);
+
+/// Eight bytes of a text from `from` on as a number that compares as they do; those after the text are 0.
+uint64_t text_word(const Elements& elements, size_t i, size_t from) {
+    const size_t bytes = std::min(word_bytes, elements.width() - from);
+    uint64_t word = 0;
+    if ((elements.size() - i) * elements.width() - from < word_bytes) {
+        std::memcpy(&word, elements.element(i) + from, bytes);
+        return __builtin_bswap64(word);
+    }
+    std::memcpy(&word, elements.element(i) + from, sizeof word);
+    return __builtin_bswap64(word) & ~uint64_t{0} << 8 * (word_bytes - bytes);
+}
+
 /// Text by eight bytes at a time: the elements that agree in them are sorted by those that follow.
 class TextOrder {
  public:
@@ -328,13 +342,7 @@ class TextOrder {
     }
 
  private:
-    static constexpr size_t word_bytes = sizeof(uint64_t);
-
-    uint64_t word(size_t i, size_t from) const {
-        uint64_t bytes = 0;
-        std::memcpy(&bytes, elements_.element(i) + from, std::min(word_bytes, width_ - from));
-        return __builtin_bswap64(bytes) ^ turn_;
-    }
+    uint64_t word(size_t i, size_t from) const { return text_word(elements_, i, from) ^ turn_; }
     void sort_few(uint32_t* indexes, size_t n, size_t from) const {
         for (size_t i = 1; i < n; ++i) {
             const uint32_t index = indexes[i];
@@ -356,6 +364,11 @@ class TextOrder {
 
 Order order_text(Plan& plan, const Elements& elements, bool descending) {
     const size_t n = elements.size();
+    if (elements.width() <= word_bytes) {
+        const Words words = new_words(n);
+        for (size_t i = 0; i < n; ++i) words[i] = text_word(elements, i, 0);
+        return descending ? order_fixed<true>(plan, words.get(), n) : order_fixed<false>(plan, words.get(), n);
+    }
     TextOrder text(plan, elements, descending);
     const Monotone found = look_for_order(plan, n, [&](size_t first, size_t last) {
         Monotone here;

@@ -1,6 +1,5 @@
 // Few different values: each once, and small indices to them. For text above all.
 #include <algorithm>
-#include <type_traits>
 
 #include "stored/bits.h"
 #include "stored/coding.h"
@@ -65,14 +64,6 @@ constexpr unsigned index_bits(uint64_t largest) { return std::bit_ceil(bits_for(
 
 constexpr size_t size_of(size_t n, size_t entries, size_t width, unsigned bits) {
     return sizeof(DictionaryHeader) + entries * width + packed_size(n, bits);
-}
-
-/// Calls f with a width of up to eight bytes as a constant, 0 for wider ones.
-template <size_t fixed = 8, class F> auto with_fixed_width(size_t width, const F& f) {
-    if constexpr (fixed == 0)
-        return f(std::integral_constant<size_t, 0>{});
-    else
-        return width == fixed ? f(std::integral_constant<size_t, fixed>{}) : with_fixed_width<fixed - 1>(width, f);
 }
 
 /// Numbers the different values. The table grows with them, so that few are looked for in little memory.

@@ -74,7 +74,8 @@ template <class V> size_t join_fixed(V* values, uint32_t* runs, bool single, siz
     return last + 1;
 }
 
-size_t join_wide(uint8_t* values, size_t width, uint32_t* runs, size_t from, size_t n) {
+template <size_t fixed> size_t join_wide(uint8_t* values, size_t any_width, uint32_t* runs, size_t from, size_t n) {
+    const size_t width = fixed != 0 ? fixed : any_width;
     size_t last = from - 1;
     for (size_t i = from; i < n; ++i) {
         if (std::memcmp(values + i * width, values + last * width, width) == 0) {
@@ -100,7 +101,8 @@ size_t join(uint8_t* values, ValueType type, uint32_t* runs, bool single, size_t
             return join_fixed(reinterpret_cast<bits8*>(values), runs, single, from, n);
         default:
             if (single) std::fill_n(runs, n, 1U);
-            return join_wide(values, type.width, runs, from, n);
+            return with_fixed_width(type.width,
+                                    [&](auto fixed) { return join_wide<fixed>(values, type.width, runs, from, n); });
     }
 }
 
