@@ -65,6 +65,7 @@ template <class V, class Better> QVO_INLINE size_t best_of(const V* values, size
 template <class Better> class Extremum final : public Kept {
  public:
     void step(Arguments& row) override {
+        // The directory holds extremes of so many bytes whole, and of longer text their beginning.
         if (row.is_directly_stored(0) && row.stored(0).type().width <= sizeof(Extreme)) {
             const Stored& x = row.stored(0);
             meeting_.add_row(row, x.type());
