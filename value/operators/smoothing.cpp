@@ -37,10 +37,14 @@ class Mean {
         return mean_;
     }
     void skip(unsigned missing_values) {
-        if (left_ == 0) weight_ *= missing_values == 1 ? decay_ : std::pow(decay_, missing_values);
+        if (left_ == 0) weight_ *= share_after(missing_values);
     }
     /// The share that is left of the mean after n zeros, while running.
-    double share_after(unsigned n) const { return n == 1 ? decay_ : std::pow(decay_, n); }
+    double share_after(unsigned n) const {
+        return n <= most_powers       ? powers_[n - 1]
+               : n <= 2 * most_powers ? powers_[most_powers - 1] * powers_[n - most_powers - 1]
+                                      : std::pow(decay_, n);
+    }
     void scale(double share) { mean_ *= share; }
 
     static constexpr size_t block = 8, most_at_once = 16 * block;  // values: one that is missing slows down the others
@@ -147,20 +151,14 @@ class Strength {
             size_t taken = 0;
             if (rises_.running() && rises_.mean() + falls_.mean() > 1e-200 && for_cpu<count_missing>(d + i, here) == 0)
                 taken = for_cpu<next_blocks, CpuLevel::avx512>(*this, d + i, here, results + i);
+            if (taken != 0) strength_ = results[i + taken - 1];
             for (; taken < here; ++taken) results[i + taken] = next(d[i + taken]);
             i += here;
         }
     }
     Taken take(double d, unsigned run, double* results, size_t room, uint64_t) {
-        if (!is_present(d)) {
-            rises_.skip(run);
-            falls_.skip(run);
-            results[0] = strength();
-            return {1, run};
-        }
-        if (d == 0 && rises_.running()) {
-            stand_still(run);
-            results[0] = strength();
+        if (stays(d, run)) {
+            results[0] = strength_;
             return {1, run};
         }
         const size_t n = std::min<size_t>(run, room);
@@ -181,26 +179,33 @@ class Strength {
         for (size_t i = 0; i < taken; ++i) results[i] = 100.0 * rises[i] / (rises[i] + falls[i]);
         return taken;
     }
-    /// Both means shrink alike, but not so far that their ratio would suffer: they are as good as nothing then beside
-    /// any movement to come.
+    /// Both means shrink alike, and the strength stays; but not so far that their ratio would suffer: they are as good as
+    /// nothing then beside any movement to come.
     void stand_still(unsigned n) {
         const double share = rises_.share_after(n);
+        if (share == 0) strength_ = missing;  // over one difference: nothing is left of both
         if (share != 0 && (rises_.mean() + falls_.mean()) * share < 1e-280) return;
         rises_.scale(share);
         falls_.scale(share);
     }
-    double next(double d) {
-        if (d == 0 && rises_.running()) {
-            stand_still(1);
-            return strength();
+    /// Takes n differences that leave the strength as it is, if they do: none there, or no movement.
+    bool stays(double d, unsigned n) {
+        if (!is_present(d)) {
+            rises_.skip(n);
+            falls_.skip(n);
+            return true;
         }
-        const bool present = is_present(d);
-        rises_.next(present ? std::max(d, 0.0) : missing);
-        falls_.next(present ? std::max(-d, 0.0) : missing);
-        return strength();
+        if (d != 0 || !rises_.running()) return false;
+        stand_still(n);
+        return true;
     }
-    double strength() const { return 100.0 * rises_.mean() / (rises_.mean() + falls_.mean()); }
+    double next(double d) {
+        if (stays(d, 1)) return strength_;
+        const double rise = rises_.next(std::max(d, 0.0)), fall = falls_.next(std::max(-d, 0.0));
+        return strength_ = 100.0 * rise / (rise + fall);
+    }
     Mean rises_, falls_;
+    double strength_ = missing;  // the latest
 };
 
 }  // namespace
