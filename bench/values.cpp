@@ -5,31 +5,13 @@
 #include <cmath>
 #include <memory>
 
-#include "qvovalue.h"
+#include "stored.h"
 #include "support.h"
 
 namespace qvo::bench {
 namespace {
 
 constexpr size_t n_positions = 65'536;
-
-/// A stored sequence, made of an array.
-class StoredColumn {
- public:
-    template <class V> StoredColumn(qvo_type_t type, const std::vector<V>& values) {
-        qvo_expression_t* array = nullptr;
-        qvo_expression_array(type, 0, values.data(), values.size(), nullptr, nullptr, &array, nullptr);
-        qvo_expression_evaluate(array, nullptr, &datum_, nullptr);
-        qvo_expression_release(array);
-    }
-    ~StoredColumn() { qvo_datum_free(&datum_); }
-    StoredColumn(const StoredColumn&) = delete;
-    StoredColumn& operator=(const StoredColumn&) = delete;
-    const qvo_datum_t& datum() const { return datum_; }
-
- private:
-    qvo_datum_t datum_{};
-};
 
 enum class Shape { plain, prices, runs };
 
@@ -56,8 +38,8 @@ void drain(qvo_seq_iterator_t& it) {
     benchmark::DoNotOptimize(result.get());
 }
 
-/// One measured function: its name, whether it is an aggregate, how many of the two columns and which scalar it takes,
-/// and the operator over arrays.
+/// One measured function: its name, how many of the two columns and whether a scalar it takes, and the operator over
+/// arrays.
 struct Row {
     const char* name;
     unsigned n_columns;
@@ -136,40 +118,16 @@ void time_arrays(benchmark::State& state, const Row& row) {
     count(state, positions, positions);
 }
 
-/// Calls the function as a database does. False if that fails.
-bool call(const qvo_function_t* function, bool aggregate, const qvo_datum_t* arguments, size_t n) {
-    qvo_datum_t result{};
-    qvo_value_code_t rc;
-    if (aggregate) {
-        qvo_aggregate_t* folded = nullptr;
-        rc = qvo_aggregate_new(function, &folded, nullptr);
-        if (rc == QVO_VALUE_OK) rc = qvo_aggregate_step(folded, arguments, n, nullptr, nullptr);
-        if (rc == QVO_VALUE_OK) rc = qvo_aggregate_finish(folded, nullptr, &result, nullptr);
-        qvo_aggregate_free(folded);
-    } else {
-        rc = qvo_call(function, arguments, n, nullptr, &result, nullptr);
-    }
-    qvo_datum_free(&result);
-    return rc == QVO_VALUE_OK;
-}
-
 void time_stored(benchmark::State& state, const Row& row, Shape shape) {
     const qvo_function_t* const function = qvo_function_named(row.name);
     if (function == nullptr) return fail(state);
     const StoredColumn x(QVO_TYPE_DOUBLE, values_of(shape)), y(QVO_TYPE_DOUBLE, values_of(shape));
     std::vector<qvo_datum_t> arguments = {x.datum(), y.datum()};
     arguments.resize(row.n_columns);
-    if (row.has_scalar) {
-        arguments.push_back({});
-        arguments.back().kind = QVO_DATUM_REAL;
-        arguments.back().as.real = 50.5;
-    }
-    qvo_function_info_t info;
-    qvo_function_describe(function, &info);
+    if (row.has_scalar) arguments.push_back(real(50.5));
     double positions = 0;
     for (auto _ : state) {
-        if (!call(function, info.kind == QVO_AGGREGATE_FUNCTION, arguments.data(), arguments.size()))
-            return fail(state);
+        if (!call(function, arguments)) return fail(state);
         positions += n_positions;
     }
     // Rates are those of positions: of runs, the elements are a hundredth.

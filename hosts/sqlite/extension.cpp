@@ -32,7 +32,7 @@ struct Arguments {
     bool complete = true;
     Arguments(int n, sqlite3_value** values) {
         for (int i = 0; i < n; ++i) {
-            data[i] = datum_of(values[i]);
+            read_datum(values[i], data[i]);
             const bool bytes = data[i].kind == QVO_DATUM_TEXT || data[i].kind == QVO_DATUM_BYTES;
             if (bytes && data[i].as.bytes.data == nullptr && data[i].as.bytes.size != 0) complete = false;
         }

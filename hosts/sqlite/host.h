@@ -47,8 +47,14 @@ class CallLimits {
     qvo_limits_t limits_;
 };
 
-/// An argument as the value layer sees it; bytes stay the database's.
-qvo_datum_t datum_of(sqlite3_value* value);
+/// Sets an argument as the value layer sees it; bytes stay the database's. In place, member by member: a copy of what has
+/// just been written would wait for it, in every row.
+void read_datum(sqlite3_value* value, qvo_datum_t& datum);
+inline qvo_datum_t datum_of(sqlite3_value* value) {
+    qvo_datum_t datum;
+    read_datum(value, datum);
+    return datum;
+}
 
 /// Hands a result over, with its memory.
 void set_result(sqlite3_context* context, qvo_datum_t& result);

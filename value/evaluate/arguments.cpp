@@ -99,6 +99,15 @@ bool kind_fits(Takes takes, Datum::Kind kind) {
     return false;
 }
 
+bool fits(const Parameter& p, const Argument& argument) {
+    if (argument.expression != nullptr)
+        return p.takes == Takes::sequence || p.takes == Takes::operand || p.takes == Takes::nullable;
+    const Datum& d = argument.datum;
+    if (!kind_fits(p.takes, d.kind)) return false;
+    if (p.takes == Takes::real) return !std::isnan(d.real);
+    return p.takes != Takes::integer || (p.lowest <= d.integer && d.integer <= p.highest);
+}
+
 }  // namespace
 
 std::string described(const Datum& datum) {
@@ -129,14 +138,18 @@ ValueType type_of(const Datum& datum) {
 
 Arguments::Arguments(const Function& function, std::span<const Argument> arguments, Plan& plan)
     : function_(function), arguments_(arguments), plan_(plan) {
-    if (arguments.size() < function.fewest() || arguments.size() > function.most())
+    if (!function.takes(arguments.size()))
         throw Error(Fault::type, "wrong number of arguments: " + std::to_string(arguments.size()));
-    for (size_t i = 0; i < arguments.size(); ++i)
-        if (!is_null(i)) check(i);
+    for (size_t i = 0; i < arguments.size(); ++i) {
+        if (is_null(i))
+            any_null_ |= parameter(i).takes != Takes::nullable;
+        else if (!fits(parameter(i), arguments_[i]))
+            refuse_argument(i);
+    }
 }
 
 const Parameter& Arguments::parameter(size_t i) const {
-    return function_.parameters[std::min(i, function_.n_parameters() - 1)];
+    return function_.parameters[function_.repeats ? std::min(i, function_.n_parameters() - 1) : i];
 }
 
 void Arguments::refuse(size_t i, const std::string& sentence, Fault fault) const {
@@ -148,22 +161,17 @@ void Arguments::refuse_type(size_t i, const std::string& wanted, ValueType came)
            Fault::type);
 }
 
-void Arguments::check(size_t i) const {
+void Arguments::refuse_argument(size_t i) const {
     const Parameter& p = parameter(i);
-    if (const Expression* expression = arguments_[i].expression; expression != nullptr) {
-        if (p.takes != Takes::sequence && p.takes != Takes::operand && p.takes != Takes::nullable)
-            refuse(i, std::string(p.name) + " must be " + wanted(p) + ", got a sequence", Fault::type);
-        return;
-    }
+    const std::string name(p.name);
+    if (arguments_[i].expression != nullptr)
+        refuse(i, name + " must be " + wanted(p) + ", got a sequence", Fault::type);
     const Datum& d = datum(i);
-    if (!kind_fits(p.takes, d.kind))
-        refuse(i, std::string(p.name) + " must be " + wanted(p) + ", got " + described(d), Fault::type);
-    if (p.takes == Takes::real && std::isnan(d.real)) refuse(i, std::string(p.name) + " must be a number, got NaN");
-    if (p.takes != Takes::integer) return;
-    if (d.integer < p.lowest)
-        refuse(i, std::string(p.name) + " must be at least " + std::to_string(p.lowest) + ", got " + described(d));
-    if (d.integer > p.highest)
-        refuse(i, std::string(p.name) + " must be at most " + std::to_string(p.highest) + ", got " + described(d));
+    if (!kind_fits(p.takes, d.kind)) refuse(i, name + " must be " + wanted(p) + ", got " + described(d), Fault::type);
+    if (p.takes == Takes::real) refuse(i, name + " must be a number, got NaN");
+    const bool low = d.integer < p.lowest;
+    refuse(i, name + " must be at " + (low ? "least " : "most ") + std::to_string(low ? p.lowest : p.highest) +
+                  ", got " + described(d));
 }
 
 void Arguments::check_type(size_t i, ValueType type) const {
@@ -173,16 +181,6 @@ void Arguments::check_type(size_t i, ValueType type) const {
            std::string(p.name) + " must be " + wanted(p) + ", got a sequence of " + name_of(type) +
                (p.of == Of::text || type.type == Type::char_ ? "" : "; cast converts it"),
            Fault::type);
-}
-
-bool Arguments::any_null() const {
-    for (size_t i = 0; i < size(); ++i)
-        if (parameter(i).takes != Takes::nullable && is_null(i)) return true;
-    return false;
-}
-
-bool Arguments::is_scalar(size_t i) const {
-    return arguments_[i].expression == nullptr && datum(i).kind != Datum::Kind::bytes;
 }
 
 double Arguments::real(size_t i) const {
@@ -217,7 +215,9 @@ ValueType Arguments::type(size_t i) {
 }
 
 const Stored& Arguments::stored(size_t i) {
-    if (stored_[i]) return *stored_[i];
+    if (!stored_) stored_.emplace();
+    std::optional<Stored>& stored = (*stored_)[i];
+    if (stored) return *stored;
     std::span<const uint8_t> bytes = datum(i).bytes;
     if (const Expression* expression = arguments_[i].expression; expression != nullptr) {
         if (expression->is_stored() && !plan_.describes()) {
@@ -227,12 +227,12 @@ const Stored& Arguments::stored(size_t i) {
         }
     }
     try {
-        stored_[i].emplace(bytes);
+        stored.emplace(bytes);
     } catch (const Error& error) {
         refuse(i, std::string(parameter(i).name) + " must be " + wanted(parameter(i)) + ": " + error.what());
     }
-    check_type(i, stored_[i]->type());
-    return *stored_[i];
+    check_type(i, stored->type());
+    return *stored;
 }
 
 Scalar Arguments::scalar(size_t i, ValueType type) const {

@@ -33,11 +33,13 @@ class Arguments {
     bool has(size_t i) const { return i < arguments_.size(); }
 
     /// True if an argument is NULL whose parameter does not accept that. Then the result is NULL, a row left out.
-    bool any_null() const;
+    bool any_null() const { return any_null_; }
 
     bool is_null(size_t i) const { return arguments_[i].expression == nullptr && datum(i).is_null(); }
     /// True for a scalar, false for a sequence.
-    bool is_scalar(size_t i) const;
+    bool is_scalar(size_t i) const {
+        return arguments_[i].expression == nullptr && datum(i).kind != Datum::Kind::bytes;
+    }
     const Datum& datum(size_t i) const { return arguments_[i].datum; }
 
     int64_t integer(size_t i) const { return datum(i).integer; }
@@ -58,21 +60,24 @@ class Arguments {
     Series operand(size_t i);
 
     /// An error about an argument: `argument 2: ` and the sentence.
-    [[noreturn]] void refuse(size_t i, const std::string& sentence, Fault fault = Fault::argument) const;
+    [[noreturn, gnu::cold]] void refuse(size_t i, const std::string& sentence, Fault fault = Fault::argument) const;
     /// An error about the type of a sequence: `argument 2: u must be a sequence`, what is wanted, what came.
-    [[noreturn]] void refuse_type(size_t i, const std::string& wanted, ValueType came) const;
+    [[noreturn, gnu::cold]] void refuse_type(size_t i, const std::string& wanted, ValueType came) const;
 
  private:
     const Parameter& parameter(size_t i) const;
     /// The values of an argument that is the result of a call before, if they are still at hand.
     std::optional<Array> recent_values(size_t i) const;
-    void check(size_t i) const;
+    /// Says what is wrong with an argument of which something is.
+    [[noreturn, gnu::cold]] void refuse_argument(size_t i) const;
     void check_type(size_t i, ValueType type) const;
 
     const Function& function_;
     std::span<const Argument> arguments_;
     Plan& plan_;
-    std::array<std::optional<Stored>, max_parameters> stored_;  // headers that were read
+    bool any_null_ = false;
+    // Headers that were read; none for a row of numbers, of which there are many.
+    std::optional<std::array<std::optional<Stored>, max_parameters>> stored_;
 };
 
 /// What an argument is, for messages: `text 'abc'`, `a sequence of int4`.

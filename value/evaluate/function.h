@@ -102,6 +102,12 @@ struct Function {
     size_t n_parameters() const;  // as written
     size_t fewest() const;        // arguments
     size_t most() const;
+    /// Whether it takes so many arguments.
+    bool takes(size_t n) const {
+        if (n > max_parameters) return false;
+        const bool more = n < max_parameters && !parameters[n].name.empty() && !parameters[n].optional;
+        return !more && (repeats || n == 0 || !parameters[n - 1].name.empty());
+    }
 };
 
 /// The catalog: the functions of one table of the reference, then all of them. Defined in functions/.

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <compare>
 #include <cstring>
+#include <limits>
 
 #include "base/text.h"
 #include "core/number.h"
@@ -199,11 +200,24 @@ void put_json(std::string& to, const Scalar& scalar) {
     }
 }
 
+namespace {
+
+/// Holds every integer of 64 bits as well as every double.
+using Exact = long double;
+static_assert(std::numeric_limits<Exact>::digits >= 64);
+
+Exact exactly(const Scalar& scalar) {
+    if (is_floating(scalar.type.type)) return scalar.real;
+    return scalar.type.type == Type::uint8 ? static_cast<Exact>(scalar.natural) : static_cast<Exact>(scalar.integer);
+}
+
+}  // namespace
+
 int compare(const Scalar& a, const Scalar& b) {
     const auto order = [](const auto& x, const auto& y) { return x < y ? -1 : y < x ? 1 : 0; };
     if (a.type.type == Type::char_) return order(a.text, b.text);
     if (is_floating(a.type.type) || is_floating(b.type.type)) {
-        const double x = as_double(a), y = as_double(b);
+        const Exact x = exactly(a), y = exactly(b);
         if (std::isnan(x) || std::isnan(y)) return order(std::isnan(x), std::isnan(y));
         return order(x, y);
     }

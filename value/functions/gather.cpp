@@ -6,9 +6,9 @@
 #include "base/text.h"
 #include "evaluate/arguments.h"
 #include "evaluate/deliver.h"
-#include "evaluate/keys.h"
 #include "evaluate/scalar.h"
 #include "evaluate/source.h"
+#include "functions/keys.h"
 #include "operators/convert.h"
 
 namespace qvo::value {
@@ -30,12 +30,8 @@ class Gathering : public Aggregate {
 
  protected:
     [[noreturn]] static void save_nothing() { throw Error(Fault::argument, "argument 1: pack and join have no state"); }
-    /// The rows in the order of their keys.
-    std::vector<size_t> order(size_t n) const {
-        std::vector<size_t> rows = keys_.order();
-        for (size_t i = rows.size(); i < n; ++i) rows.push_back(i);
-        return rows;
-    }
+    /// The order of n rows; as they came, if they have no keys.
+    Order order(Plan& plan, size_t n) const { return keys_.ascending() ? Order(n) : keys_.order(plan); }
     Keys keys_;
 };
 
@@ -57,32 +53,54 @@ class Pack final : public Gathering {
     void finish(Result& result, const Limits& limits) const override {
         if (n_ == 0) return result.set_null();
         const ValueType type = type_ ? finished_type() : deduced_type();
-        Plan(limits).within_budget(n_);
+        Plan plan(limits);
+        plan.within_budget(n_);
         Writer writer(type);
-        const bool patched = !type_ && type.type == Type::double_ && !doubles_;
-        const auto put = [&](size_t i) {
-            uint8_t element[max_char];
-            if (type.type == Type::char_) {
-                const size_t from = i == 0 ? 0 : cells_[i - 1];
-                std::memset(element, 0, type.width);
-                std::memcpy(element, pool_.data() + from, cells_[i] - from);
-            } else if (type_) {
-                std::memcpy(element, elements_.data() + i * type.width, type.width);
-            } else {
-                // Nothing but NULL: all missing.
-                const double missing = std::numeric_limits<double>::quiet_NaN();
-                std::memcpy(element, patched ? static_cast<const void*>(&missing) : &cells_[i], sizeof missing);
-            }
-            writer.put_single(element, 1);
-        };
-        if (keys_.ascending() && type.type != Type::char_ && !patched)
-            writer.put_single(type_ ? elements_.data() : reinterpret_cast<const uint8_t*>(cells_.data()), n_);
-        else
-            for (const size_t i : order(n_)) put(i);
+        const Order rows = order(plan, n_);
+        if (type.type == Type::char_) {
+            put_texts(plan, type.width, rows, writer);
+        } else if (!type_ && type.type == Type::double_ && !doubles_) {
+            // Nothing but NULL: all missing.
+            const double missing = std::numeric_limits<double>::quiet_NaN();
+            writer.put_repeated(&missing, n_);
+        } else {
+            const auto* const cells = reinterpret_cast<const uint8_t*>(cells_.data());
+            put_values(plan, type.width, type_ ? elements_.data() : cells, rows, writer);
+        }
         result.set_bytes(writer.finish());
     }
 
  private:
+    static constexpr size_t block = 512;  // values that are gathered at once
+
+    void put_values(Plan& plan, size_t width, const uint8_t* values, const Order& rows, Writer& writer) const {
+        if (rows.as_they_are()) return writer.put_single(values, n_);
+        alignas(8) uint8_t gathered[block * sizeof(uint64_t)];
+        with_mover(width, [&](auto mover) {
+            for (size_t i = 0; i < n_; i += block) {
+                const size_t here = std::min<size_t>(block, n_ - i);
+                for (size_t k = 0; k < here; ++k) mover.move(gathered, k, values, rows.indexes()[i + k]);
+                writer.put_single(gathered, here);
+                plan.poll();
+            }
+        });
+    }
+
+    void put_texts(Plan& plan, size_t width, const Order& rows, Writer& writer) const {
+        Buffer gathered;
+        for (size_t i = 0; i < n_; i += block) {
+            const size_t here = std::min<size_t>(block, n_ - i);
+            gathered.resize(here * width);
+            std::memset(gathered.data(), 0, here * width);
+            for (size_t k = 0; k < here; ++k) {
+                const size_t row = rows.at(i + k), from = row == 0 ? 0 : cells_[row - 1];
+                std::memcpy(gathered.data() + k * width, pool_.data() + from, cells_[row] - from);
+            }
+            writer.put_single(gathered.data(), here);
+            plan.poll();
+        }
+    }
+
     void name_type(const Arguments& row) {
         type_ = type_named(row.text(2));
         if (!type_) row.refuse(2, "type must be the name of a type, got " + described(row.datum(2)));
@@ -98,9 +116,7 @@ class Pack final : public Gathering {
         scalar.real = std::numeric_limits<double>::quiet_NaN();
         if (!v.is_null()) scalar = row.scalar(0, *type_);
         if (type_->type == Type::char_) return add_text(scalar.text);
-        const size_t at = elements_.size();
-        elements_.resize(at + type_->width);
-        put_element(scalar, elements_.data() + at);
+        put_element(scalar, elements_.extend(type_->width));
     }
 
     void add_text(std::string_view text) {
@@ -110,6 +126,7 @@ class Pack final : public Gathering {
     }
 
     void add(const Arguments& row, const Datum& v) {
+        if (v.kind == Datum::Kind::real && doubles_) return cells_.push_back(std::bit_cast<uint64_t>(v.real));
         texts_ |= v.kind == Datum::Kind::text;
         nulls_ |= v.is_null();
         numbers_ |= v.is_number();
@@ -148,8 +165,9 @@ class Pack final : public Gathering {
 
     std::optional<ValueType> type_;  // if it was named
     uint64_t n_ = 0;
-    std::vector<uint8_t> elements_;  // of a named type but char
-    std::vector<uint64_t> cells_;    // of no named type: integers or the bits of doubles; of text: where each one ends
+    Buffer elements_;  // of a named type but char
+    // Of no named type: integers or the bits of doubles; of text: where each one ends.
+    std::vector<uint64_t, InLargePages<uint64_t>> cells_;
     std::vector<uint64_t> missing_;  // rows whose value is NULL, while there was no real
     std::string pool_;
     size_t longest_ = 1;
@@ -169,10 +187,11 @@ class Join final : public Gathering {
 
     void finish(Result& result, const Limits& limits) const override {
         if (parts_.empty()) return result.set_null();
-        const Plan all(limits);
+        Plan all(limits);
         Writer writer(type_, {.each_tile = [&all] { all.check_interrupt(); }});
-        for (const size_t i : order(parts_.size())) {
-            const Stored part(parts_[i].bytes());
+        const Order rows = order(all, parts_.size());
+        for (size_t i = 0; i < parts_.size(); ++i) {
+            const Stored part(parts_[rows.at(i)].bytes());
             if (part.type() == type_) {
                 writer.put_stored(part);
                 continue;

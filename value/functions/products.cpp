@@ -27,13 +27,13 @@ ScaledProduct power(double x, unsigned run) {
     return {all, once.exponent * int64_t{run}, run};
 }
 
-/// The digits of a value, as if its exponent were 0; of one of whose kind most are: neither 0, nor subnormal, nor infinite
-/// or missing.
+/// The digits of a value, as if its exponent were 0; of an ordinary one: neither 0, nor subnormal, nor infinite or
+/// missing.
 QVO_INLINE double digits_of(uint64_t bits) { return std::bit_cast<double>((bits & ~exponent_bits) | (bias << 52)); }
 QVO_INLINE uint64_t exponent_of(uint64_t bits) { return (bits & exponent_bits) >> 52; }
 
-/// The product of digits from 0.5 to 1 and the sum of exponents, of ordinary values, each as often as its run unless all
-/// are single. `special` is not 0 if some values are not ordinary.
+/// The product of digits from 0.5 to 1 and the sum of exponents, of ordinary values, each as often as its run unless
+/// all are single. `special` is not 0 if some values are not ordinary.
 template <bool single>
 QVO_INLINE ScaledProduct of_ordinary(const double* __restrict values, const uint64_t* __restrict runs, size_t n,
                                      uint64_t& special) {

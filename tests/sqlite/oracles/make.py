@@ -222,7 +222,7 @@ def _key(key):
     return (isinstance(key, str), key)
 
 
-KEYS = [3, 1, 2.5, -7, "b", "a", "2026-01-01", 10**17, 1e17]
+KEYS = [3, 1, 2.5, -7, "b", "a", "2026-01-01", "2026-01-01 12:30:00", "2026-01-01 12:30:01", 10**17, 1e17, 10**17 + 1]
 
 
 def _any_key(rng, case):
@@ -287,10 +287,14 @@ def check_pack(test, host):
     with test.assertRaisesRegex(Exception, "key must not be NULL"):
         host.fold("seq_pack(a, b)", [(1, 1), (2, None)])
     rng = np.random.default_rng(5)
-    for n in (1, 455, 5000):
-        rows = [(float(i), _any_key(rng, None)) for i in range(n)]
-        expected = np.array([row[0] for row in sorted(rows, key=lambda row: _key(row[1]))])
-        np.testing.assert_array_equal(host.fold("seq_pack(a, b)", rows), expected)
+    for kinds in ((int, float, str), (int,), (float,), (str,)):
+        keys = [key for key in KEYS if isinstance(key, kinds)]
+        for n in (1, 455, 5000):
+            for value in (float, int, "{:b}".format):
+                rows = [(value(i), keys[int(rng.integers(0, len(keys)))]) for i in range(n)]
+                expected = np.array([row[0] for row in sorted(rows, key=lambda row: _key(row[1]))])
+                expected = expected.astype("S") if expected.dtype.kind == "U" else expected
+                np.testing.assert_array_equal(host.fold("seq_pack(a, b)", rows), expected)
 
 
 def check_rows(test, host):
