@@ -2,10 +2,10 @@
  * Ticks in a plain SQLite table with an index, or in a table that chunks itself: loading, and the questions that the
  * comparison in tables.py asks. One kind of table a process, so that its peak of memory is that table's.
  *
- *     tables plain|chunks EXTENSION FOLDER ROWS
+ *     tables plain|chunks EXTENSION FOLDER ROWS PAGE
  *
- * FOLDER holds the columns as arrays (symbol.u1, time.i8, price.f8, volume.i4, side.u1) and gets the database. Prints a
- * line for each figure: its name, the median time in seconds or the size, and a result to compare.
+ * FOLDER holds the columns as arrays (symbol.u1, time.i8, price.f8, volume.i4, side.u1) and gets the database, whose pages
+ * are of PAGE bytes. Prints a line for each figure: its name, the median time in seconds or the size, and a result to compare.
  */
 #include <inttypes.h>
 #include <sqlite3.h>
@@ -161,8 +161,8 @@ static double peak_bytes(void) {
 }
 
 int main(int argc, char** argv) {
-    if (argc != 5) {
-        fprintf(stderr, "usage: tables plain|chunks EXTENSION FOLDER ROWS\n");
+    if (argc != 6) {
+        fprintf(stderr, "usage: tables plain|chunks EXTENSION FOLDER ROWS PAGE\n");
         return 2;
     }
     const int chunks = strcmp(argv[1], "chunks") == 0;
@@ -178,7 +178,9 @@ int main(int argc, char** argv) {
         fprintf(stderr, "tables: %s\n", message);
         return 1;
     }
-    run(db, "PRAGMA journal_mode = WAL; PRAGMA synchronous = normal");
+    snprintf(sql, sizeof sql, "PRAGMA page_size = %d; PRAGMA journal_mode = WAL; PRAGMA synchronous = normal",
+             atoi(argv[5]));
+    run(db, sql);
     run(db, chunks ? "CREATE VIRTUAL TABLE ticks USING qvoseq(symbol TEXT KEY, time TIMESTAMP ORDER, price DOUBLE,"
                      " volume INT4, side TEXT)"
                    : "CREATE TABLE ticks(symbol TEXT, time INTEGER, price REAL, volume INTEGER, side TEXT);"

@@ -1,7 +1,9 @@
 """Tables that chunk themselves beside a plain SQLite table with an index and a DuckDB file on one thread: the same ticks,
 the same questions, one run.
 
-    tables.py PROGRAM EXTENSION [ROWS]     PROGRAM: made from tables.c; ROWS: ten million
+    tables.py PROGRAM EXTENSION [ROWS [PAGE]]
+
+PROGRAM: made from tables.c; ROWS: ten million; PAGE: 4096, the bytes of a page of both SQLite files.
 
 tools/tables brings what it takes.
 """
@@ -35,8 +37,9 @@ def ticks(n):
             "side": random.integers(0, 2, n).astype("u1")}
 
 
-def sqlite(program, kind, extension, folder, n):
-    output = subprocess.run([program, kind, extension, folder, str(n)], check=True, stdout=subprocess.PIPE, text=True).stdout
+def sqlite(program, kind, extension, folder, n, page):
+    command = [program, kind, extension, folder, str(n), str(page)]
+    output = subprocess.run(command, check=True, stdout=subprocess.PIPE, text=True).stdout
     return {name: (float(value), float(result)) for name, value, result in map(str.split, output.splitlines())}
 
 
@@ -69,22 +72,23 @@ def duck(columns, folder, n):
 
 def main():
     program, extension, *rest = sys.argv[1:]
-    n = int(rest[0]) if rest else 10_000_000
+    n, page = int(rest[0]) if rest else 10_000_000, int(rest[1]) if len(rest) > 1 else 4096
     with tempfile.TemporaryDirectory(dir=os.environ.get("TMPDIR")) as folder:
         columns = ticks(n)
         for name, kind in NAMES.items():
             columns[name].astype(kind).tofile(os.path.join(folder, f"{name}.{kind}"))
-        found = {"plain": sqlite(program, "plain", extension, folder, n),
-                 "chunks": sqlite(program, "chunks", extension, folder, n), "duckdb": duck(columns, folder, n)}
+        found = {kind: sqlite(program, kind, extension, folder, n, page) for kind in ("plain", "chunks")}
+        found["duckdb"] = duck(columns, folder, n)
     for question in ("filtered", "grouped", "day_filtered", "day_rows", "point", "retention", "delete"):
         results = [figures[question][1] for figures in found.values() if question in figures]
         if max(results) - min(results) > 1e-9 * abs(max(results)):
             sys.exit(f"{question} differs: {results}")
-    show(found, n)
+    show(found, n, page)
 
 
-def show(found, n):
-    print(f"{n} ticks of {SYMBOLS} symbols in {DAYS} days; DuckDB {duckdb.__version__} on one thread")
+def show(found, n, page):
+    print(f"{n} ticks of {SYMBOLS} symbols in {DAYS} days; SQLite's pages of {page} bytes; "
+          f"DuckDB {duckdb.__version__} on one thread")
     print(f"{'':24} {'plain':>10} {'chunks':>10} {'DuckDB':>10}   chunks to plain, to DuckDB")
     scale = {"load": (1e9 / n, "ns a row"), "pack_tail": (1e9 / n, "ns a row"), "size": (1 / n, "bytes a row"),
              "filtered": (1e9 / n, "ns a row"), "grouped": (1e9 / n, "ns a row"), "day_filtered": (1e6, "us"),
