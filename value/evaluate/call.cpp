@@ -38,6 +38,7 @@ void call(const Function& function, std::span<const Argument> arguments, const L
 }
 
 void step(const Function& function, Aggregate& aggregate, std::span<const Argument> arguments, const Limits& limits) {
+    if (aggregate.step_alike(arguments)) return;
     Plan plan(limits);
     Arguments checked(function, arguments, plan);
     if (!checked.any_null()) aggregate.step(checked);

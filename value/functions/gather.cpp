@@ -14,14 +14,6 @@
 namespace qvo::value {
 namespace {
 
-/// The key of a row; its absence must be that of all rows.
-void add_key(Keys& keys, const Arguments& row) {
-    if (!row.has(1)) return;
-    if (row.is_null(1)) row.refuse(1, "key must not be NULL");
-    if (!row.is_scalar(1)) row.refuse(1, "key must be a number or text, got " + described(row.datum(1)));
-    keys.add(row.datum(1));
-}
-
 /// Neither has a state that travels: what they hold is all of their rows.
 class Gathering : public Aggregate {
  public:
@@ -30,8 +22,20 @@ class Gathering : public Aggregate {
 
  protected:
     [[noreturn]] static void save_nothing() { throw Error(Fault::argument, "argument 1: pack and join have no state"); }
+    /// Whether row n has a key, which has to be one.
+    bool has_key(const Arguments& row, size_t n) const {
+        if (n != 0 && row.has(1) == keys_.empty()) row.refuse(1, "key must be there for every row, or for none");
+        if (!row.has(1)) return false;
+        if (row.is_null(1)) row.refuse(1, "key must not be NULL");
+        if (!row.is_scalar(1)) row.refuse(1, "key must be a number or text, got " + described(row.datum(1)));
+        return true;
+    }
     /// The order of n rows; as they came, if they have no keys.
-    Order order(Plan& plan, size_t n) const { return keys_.ascending() ? Order(n) : keys_.order(plan); }
+    Order order(Plan& plan, size_t n) const {
+        if (keys_.ascending()) return Order(n);
+        if (keys_.size() != n) throw std::bad_alloc();  // there was no memory for one of them
+        return keys_.order(plan);
+    }
     Keys keys_;
 };
 
@@ -39,15 +43,33 @@ class Gathering : public Aggregate {
 class Pack final : public Gathering {
  public:
     void step(Arguments& row) override {
-        if (n_ == 0 && row.has(2)) name_type(row);
-        add_key(keys_, row);
+        const bool keyed = has_key(row, n_);
+        if (n_ == 0) name_type(row);
         const Datum& v = row.datum(0);
         if (!row.is_scalar(0)) row.refuse(0, "v must be a number or text, got " + described(v));
         if (type_)
             add_named(row, v);
         else
             add(row, v);
+        if (keyed) keys_.add(row.datum(1));
         ++n_;
+        alike_ = kind_that_fits();
+    }
+
+    /// A real where values are reals, an integer where they are integers, with a key like those before it.
+    bool step_alike(std::span<const Argument> row) override {
+        if (n_ == 0 || row[0].expression != nullptr || row.size() > (type_ ? 3 : 2)) return false;
+        const Datum& v = row[0].datum;
+        if (v.is_null() || v.kind != alike_ || (row.size() == 3 && row[2].datum.kind != Datum::Kind::text))
+            return false;
+        const bool keyed = row.size() > 1;
+        if (keyed == keys_.empty()) return false;
+        if (keyed && (row[1].expression != nullptr || !keys_.add_alike(row[1].datum))) return false;
+        const uint64_t bits =
+            alike_ == Datum::Kind::real ? std::bit_cast<uint64_t>(v.real) : static_cast<uint64_t>(v.integer);
+        type_ ? elements_.append(&bits, sizeof bits) : cells_.push_back(bits);
+        ++n_;
+        return true;
     }
 
     void finish(Result& result, const Limits& limits) const override {
@@ -101,7 +123,16 @@ class Pack final : public Gathering {
         }
     }
 
+    /// The kind of values that are taken as they are, in eight bytes; NULL if there is none.
+    Datum::Kind kind_that_fits() const {
+        if (!type_) return doubles_ ? Datum::Kind::real : numbers_ ? Datum::Kind::integer : Datum::Kind::null;
+        const bool integers = type_->type == Type::int8 || type_->type == Type::timestamp;
+        return type_->type == Type::double_ ? Datum::Kind::real : integers ? Datum::Kind::integer : Datum::Kind::null;
+    }
+
     void name_type(const Arguments& row) {
+        type_.reset();
+        if (!row.has(2)) return;
         type_ = type_named(row.text(2));
         if (!type_) row.refuse(2, "type must be the name of a type, got " + described(row.datum(2)));
     }
@@ -120,23 +151,28 @@ class Pack final : public Gathering {
     }
 
     void add_text(std::string_view text) {
+        pool_.resize(cells_.empty() ? 0 : cells_.back());  // of a text that was refused for want of memory
         pool_ += text;
         cells_.push_back(pool_.size());
         longest_ = std::max(longest_, text.size());
     }
 
     void add(const Arguments& row, const Datum& v) {
-        if (v.kind == Datum::Kind::real && doubles_) return cells_.push_back(std::bit_cast<uint64_t>(v.real));
-        texts_ |= v.kind == Datum::Kind::text;
+        const bool text = v.kind == Datum::Kind::text;
+        if ((texts_ || text) && (nulls_ || v.is_null())) refuse_null(row, "char");
+        if (text ? numbers_ : texts_)
+            row.refuse(0, "v must be all numbers or all text, got " + described(v) + " after the other");
+        if (text) add_text(row.scalar(0, {Type::char_, 0}).text);
+        texts_ |= text;
         nulls_ |= v.is_null();
         numbers_ |= v.is_number();
-        if (texts_ && nulls_) refuse_null(row, "char");
-        if (texts_ && numbers_)
-            row.refuse(0, "v must be all numbers or all text, got " + described(v) + " after the other");
-        if (v.kind == Datum::Kind::text) return add_text(row.scalar(0, {Type::char_, 0}).text);
+        if (text) return;
         if (v.kind == Datum::Kind::real && !doubles_) to_doubles();
-        if (v.is_null() && !doubles_) missing_.push_back(n_);
-        if (!doubles_) return cells_.push_back(static_cast<uint64_t>(v.integer));
+        if (!doubles_) {
+            cells_.push_back(static_cast<uint64_t>(v.integer));
+            if (v.is_null()) missing_.push_back(n_);
+            return;
+        }
         const double real = v.is_null()                      ? std::numeric_limits<double>::quiet_NaN()
                             : v.kind == Datum::Kind::integer ? static_cast<double>(v.integer)
                                                              : v.real;
@@ -171,6 +207,7 @@ class Pack final : public Gathering {
     std::vector<uint64_t> missing_;  // rows whose value is NULL, while there was no real
     std::string pool_;
     size_t longest_ = 1;
+    Datum::Kind alike_ = Datum::Kind::null;
     bool doubles_ = false, texts_ = false, nulls_ = false, numbers_ = false;
 };
 
@@ -180,9 +217,10 @@ class Join final : public Gathering {
         const Stored& x = row.stored(0);
         const std::optional<ValueType> type = parts_.empty() ? x.type() : meet(type_, x.type());
         if (!type) row.refuse_type(0, "that meets " + name_of(type_), x.type());
-        add_key(keys_, row);
-        type_ = *type;
+        const bool keyed = has_key(row, parts_.size());
         parts_.emplace_back(x.bytes());
+        type_ = *type;
+        if (keyed) keys_.add(row.datum(1));
     }
 
     void finish(Result& result, const Limits& limits) const override {

@@ -7,11 +7,12 @@
 namespace qvo::value {
 
 void Keys::add_other(const Datum& key) {
-    const bool integer = key.kind == Datum::Kind::integer, text = key.kind == Datum::Kind::text;
-    if (kind_ == Kind::none && !text) {
+    const bool integer = key.kind == Datum::Kind::integer;
+    if (kind_ == Kind::none && key.is_number()) {
         kind_ = integer ? Kind::integers : Kind::reals;
         return add(key);
     }
+    keys_.reserve(keys_.size() + numbers_.size() + 1);
     for (const uint64_t number : numbers_) {
         Key& k = keys_.emplace_back();
         k.real = kind_ == Kind::reals;
@@ -22,15 +23,21 @@ void Keys::add_other(const Datum& key) {
     }
     numbers_ = {};
     kind_ = Kind::any;
+    add_any(key);
+}
+
+void Keys::add_any(const Datum& key) {
     Key k;
-    k.text = text;
-    k.real = !text && !integer;
-    if (integer) k.integer = key.integer;
-    if (k.real) k.number = key.real;
-    if (text) {
+    k.text = key.kind == Datum::Kind::text;
+    k.real = key.kind == Datum::Kind::real;
+    if (k.text) {
         k.offset = pool_.size();
         k.size = key.text.size();
         pool_ += key.text;
+    } else if (k.real) {
+        k.number = key.real;
+    } else {
+        k.integer = key.integer;
     }
     if (ascending_ && !keys_.empty() && below(k, keys_.back())) ascending_ = false;
     keys_.push_back(k);
@@ -71,7 +78,7 @@ std::vector<uint64_t> Keys::words() const {
 }
 
 Order Keys::order(Plan& plan) const {
-    const size_t n = numbers_.size() + keys_.size();
+    const size_t n = size();
     if (ascending_) return Order(n);
     if (n > ~uint32_t{0}) throw std::length_error("more rows than there are indexes");
     if (kind_ != Kind::any) return stable_order(plan, numbers_.data(), n);

@@ -15,10 +15,19 @@ class Keys {
  public:
     /// Adds the key of the next row: anything but NULL and blobs, which the caller has refused.
     void add(const Datum& key) {
-        if (key.kind == Datum::Kind::integer && kind_ == Kind::integers) return add_number(ascending_key(key.integer));
-        if (key.kind == Datum::Kind::real && kind_ == Kind::reals) return add_number(ascending_key(key.real));
-        add_other(key);
+        if (!add_alike(key)) add_other(key);
     }
+    /// Adds a number after numbers of its kind, or a text after text or keys of several kinds; false if it is something
+    /// else.
+    bool add_alike(const Datum& key) {
+        if (kind_ == Kind::integers && key.kind == Datum::Kind::integer) return add_number(ascending_key(key.integer));
+        if (kind_ == Kind::reals && key.kind == Datum::Kind::real) return add_number(ascending_key(key.real));
+        if (kind_ != Kind::any || key.kind != Datum::Kind::text) return false;
+        add_any(key);
+        return true;
+    }
+    size_t size() const { return numbers_.size() + keys_.size(); }
+    bool empty() const { return kind_ == Kind::none; }
     /// True as long as no key is below the one before it.
     bool ascending() const { return ascending_; }
     /// The rows in the order of their keys.
@@ -36,12 +45,14 @@ class Keys {
         };
         size_t size = 0;
     };
-    void add_number(uint64_t number) {
+    bool add_number(uint64_t number) {
+        numbers_.push_back(number);
         ascending_ = ascending_ && number >= last_;
         last_ = number;
-        numbers_.push_back(number);
+        return true;
     }
     void add_other(const Datum& key);
+    void add_any(const Datum& key);
     std::string_view text(const Key& key) const { return std::string_view(pool_).substr(key.offset, key.size); }
     bool below(const Key& a, const Key& b) const;
     std::vector<uint64_t> words() const;
