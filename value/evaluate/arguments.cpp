@@ -152,6 +152,10 @@ const Parameter& Arguments::parameter(size_t i) const {
     return function_.parameters[function_.repeats ? std::min(i, function_.n_parameters() - 1) : i];
 }
 
+std::string Arguments::described(size_t i) const {
+    return arguments_[i].expression != nullptr ? "a sequence" : value::described(datum(i));
+}
+
 void Arguments::refuse(size_t i, const std::string& sentence, Fault fault) const {
     throw Error(fault, "argument " + std::to_string(i + 1) + ": " + sentence);
 }
@@ -163,15 +167,14 @@ void Arguments::refuse_type(size_t i, const std::string& wanted, ValueType came)
 
 void Arguments::refuse_argument(size_t i) const {
     const Parameter& p = parameter(i);
-    const std::string name(p.name);
-    if (arguments_[i].expression != nullptr)
-        refuse(i, name + " must be " + wanted(p) + ", got a sequence", Fault::type);
     const Datum& d = datum(i);
-    if (!kind_fits(p.takes, d.kind)) refuse(i, name + " must be " + wanted(p) + ", got " + described(d), Fault::type);
+    const std::string name(p.name);
+    if (arguments_[i].expression != nullptr || !kind_fits(p.takes, d.kind))
+        refuse(i, name + " must be " + wanted(p) + ", got " + described(i), Fault::type);
     if (p.takes == Takes::real) refuse(i, name + " must be a number, got NaN");
     const bool low = d.integer < p.lowest;
     refuse(i, name + " must be at " + (low ? "least " : "most ") + std::to_string(low ? p.lowest : p.highest) +
-                  ", got " + described(d));
+                  ", got " + described(i));
 }
 
 void Arguments::check_type(size_t i, ValueType type) const {

@@ -59,6 +59,8 @@ class Arguments {
     /// An operand: the sequence, or the scalar as a constant sequence of the type that scalars of its kind have.
     Series operand(size_t i);
 
+    /// What an argument is, for messages.
+    std::string described(size_t i) const;
     /// An error about an argument: `argument 2: ` and the sentence.
     [[noreturn, gnu::cold]] void refuse(size_t i, const std::string& sentence, Fault fault = Fault::argument) const;
     /// An error about the type of a sequence: `argument 2: u must be a sequence`, what is wanted, what came.

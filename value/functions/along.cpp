@@ -85,7 +85,7 @@ Series interpolate(Plan& plan, Arguments& a) { return interpolated(plan, as_doub
 
 Series ema(Plan& plan, Arguments& a) {
     const double span = a.real(1);
-    if (!(span >= 1)) a.refuse(1, "span must be at least 1, got " + described(a.datum(1)));
+    if (!(span >= 1)) a.refuse(1, "span must be at least 1, got " + a.described(1));
     return smoothed(plan, as_double(plan, a, 0), 2.0 / (span + 1.0), 1);
 }
 

@@ -27,7 +27,7 @@ class Gathering : public Aggregate {
         if (n != 0 && row.has(1) == keys_.empty()) row.refuse(1, "key must be there for every row, or for none");
         if (!row.has(1)) return false;
         if (row.is_null(1)) row.refuse(1, "key must not be NULL");
-        if (!row.is_scalar(1)) row.refuse(1, "key must be a number or text, got " + described(row.datum(1)));
+        if (!row.is_scalar(1)) row.refuse(1, "key must be a number or text, got " + row.described(1));
         return true;
     }
     /// The order of n rows; as they came, if they have no keys.
@@ -46,7 +46,7 @@ class Pack final : public Gathering {
         const bool keyed = has_key(row, n_);
         if (n_ == 0) name_type(row);
         const Datum& v = row.datum(0);
-        if (!row.is_scalar(0)) row.refuse(0, "v must be a number or text, got " + described(v));
+        if (!row.is_scalar(0)) row.refuse(0, "v must be a number or text, got " + row.described(0));
         if (type_)
             add_named(row, v);
         else
@@ -134,7 +134,7 @@ class Pack final : public Gathering {
         type_.reset();
         if (!row.has(2)) return;
         type_ = type_named(row.text(2));
-        if (!type_) row.refuse(2, "type must be the name of a type, got " + described(row.datum(2)));
+        if (!type_) row.refuse(2, "type must be the name of a type, got " + row.described(2));
     }
 
     [[noreturn]] void refuse_null(const Arguments& row, const std::string& type) const {
@@ -161,7 +161,7 @@ class Pack final : public Gathering {
         const bool text = v.kind == Datum::Kind::text;
         if ((texts_ || text) && (nulls_ || v.is_null())) refuse_null(row, "char");
         if (text ? numbers_ : texts_)
-            row.refuse(0, "v must be all numbers or all text, got " + described(v) + " after the other");
+            row.refuse(0, "v must be all numbers or all text, got " + row.described(0) + " after the other");
         if (text) add_text(row.scalar(0, {Type::char_, 0}).text);
         texts_ |= text;
         nulls_ |= v.is_null();

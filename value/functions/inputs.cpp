@@ -16,8 +16,7 @@ Inputs::Inputs(Arguments& arguments, size_t n) : arguments_(arguments), n_(std::
         any_timestamp |= input.type.type == Type::timestamp;
     }
     if (!any_sequence)
-        arguments.refuse(0, "at least one argument must be a sequence, got " + described(arguments.datum(0)),
-                         Fault::type);
+        arguments.refuse(0, "at least one argument must be a sequence, got " + arguments.described(0), Fault::type);
     for (size_t i = 0; i < n_; ++i)
         if (inputs_[i].scalar) {
             const Datum& datum = arguments.datum(i);

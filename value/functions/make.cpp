@@ -21,7 +21,7 @@ ValueType named_type(const Arguments& arguments, size_t i) {
         arguments.refuse(i,
                          "type must be boolean, int1, int2, int4, int8, uint1, uint2, uint4, uint8, float, double, "
                          "timestamp, char or char(n) with n from 1 to 255, got " +
-                             described(arguments.datum(i)));
+                             arguments.described(i));
     return *type;
 }
 
@@ -131,7 +131,7 @@ int64_t time_step(const Arguments& a, size_t i) {
         if (const std::optional<Width> width = width_named(a.text(i));
             width && width->unit == Width::Unit::microseconds)
             return width->n;
-    a.refuse(i, "step must be microseconds or a fixed width such as '15 minutes', got " + described(a.datum(i)));
+    a.refuse(i, "step must be microseconds or a fixed width such as '15 minutes', got " + a.described(i));
 }
 
 void integer_range(Arguments& a, ValueType type, int64_t start, int64_t step, Result& result) {
@@ -152,7 +152,7 @@ void range(Arguments& a, Result& result) {
         return integer_range(a, type_of(Type::timestamp), a.scalar(0, type_of(Type::timestamp)).integer,
                              time_step(a, 2), result);
     }
-    if (a.has(2) && !a.datum(2).is_number()) a.refuse(2, "step must be a number, got " + described(a.datum(2)));
+    if (a.has(2) && !a.datum(2).is_number()) a.refuse(2, "step must be a number, got " + a.described(2));
     const Datum step = a.has(2) ? a.datum(2) : datum_of(int64_t{1});
     if (start.kind == Datum::Kind::integer && step.kind == Datum::Kind::integer)
         return integer_range(a, type_of(Type::int8), start.integer, step.integer, result);

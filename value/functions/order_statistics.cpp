@@ -73,9 +73,9 @@ class Quantile final : public Aggregate {
  private:
     void set_q(const Arguments& row) {
         const double q = row.real(1);
-        if (!(q >= 0 && q <= 1)) row.refuse(1, "q must be from 0 to 1, got " + described(row.datum(1)));
+        if (!(q >= 0 && q <= 1)) row.refuse(1, "q must be from 0 to 1, got " + row.described(1));
         if (q_ && *q_ != q)
-            row.refuse(1, "q must be the same for all rows, got " + described(row.datum(1)) + " after " + shown(*q_));
+            row.refuse(1, "q must be the same for all rows, got " + row.described(1) + " after " + shown(*q_));
         q_ = q;
     }
     void merge_q(double q) {

@@ -50,7 +50,7 @@ size_t expected(Arguments& a) { return a.is_directly_stored(0) ? a.stored(0).ele
 
 bool descends(const Arguments& a) {
     if (!a.has(1) || a.text(1) == "asc") return false;
-    if (a.text(1) != "desc") a.refuse(1, "order must be 'asc' or 'desc', got " + described(a.datum(1)));
+    if (a.text(1) != "desc") a.refuse(1, "order must be 'asc' or 'desc', got " + a.described(1));
     return true;
 }
 

@@ -32,7 +32,7 @@ class State final : public Aggregate {
         if (name.starts_with("seq_")) name.remove_prefix(4);
         function_ = find_function(name);
         if (function_ == nullptr || function_->aggregate == nullptr || !function_->has_state)
-            row.refuse(0, "name must be that of an aggregate with a state, got " + described(row.datum(0)));
+            row.refuse(0, "name must be that of an aggregate with a state, got " + row.described(0));
         aggregate_ = function_->aggregate(*function_);
     }
     const Function* function_ = nullptr;

@@ -17,7 +17,7 @@ template <size_t n> size_t chosen(const Arguments& a, size_t i, const std::strin
         if (a.text(i) == words[k]) return k;
     std::string all;
     for (size_t k = 0; k < n; ++k) all += (k == 0 ? "'" : k + 1 == n ? " or '" : ", '") + std::string(words[k]) + "'";
-    a.refuse(i, std::string(a.function().parameters[i].name) + " must be " + all + ", got " + described(a.datum(i)));
+    a.refuse(i, std::string(a.function().parameters[i].name) + " must be " + all + ", got " + a.described(i));
 }
 
 Fill fill_of(const Arguments& a, size_t i) {
@@ -79,7 +79,7 @@ void set_tolerance(const Arguments& a, size_t i, ValueType type, AsofRule& rule)
     if (!a.is_scalar(i) || !tolerance.is_number() || !(a.real(i) >= 0))
         a.refuse(i, std::string("tolerance must be a number from 0") +
                         (times ? " of microseconds, or a fixed width such as '5 minutes'," : ",") + " got " +
-                        described(tolerance));
+                        a.described(i));
     rule.real_tolerance = a.real(i);
     rule.integer_tolerance = tolerance.kind == Datum::Kind::integer ? static_cast<uint64_t>(tolerance.integer)
                              : tolerance.real < 0x1p63              ? static_cast<uint64_t>(tolerance.real)

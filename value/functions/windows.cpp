@@ -39,8 +39,7 @@ Series rolling_count(Plan& plan, Arguments& a) {
 TimeWindow time_window_of(const Arguments& a) {
     const std::optional<Width> width = width_named(a.text(2));
     if (!width || width->unit != Width::Unit::microseconds)
-        a.refuse(2,
-                 "width must be a fixed width of time such as '15 minutes' or '1 day', got " + described(a.datum(2)));
+        a.refuse(2, "width must be a fixed width of time such as '15 minutes' or '1 day', got " + a.described(2));
     return {width->n, a.has(3) ? static_cast<uint64_t>(a.integer(3)) : 1};
 }
 template <Series (*rolling)(Plan&, const Series&, const Series&, TimeWindow)>
