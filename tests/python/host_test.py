@@ -92,6 +92,8 @@ def test_arguments_are_refused_where_they_are_given_and_values_where_they_are_re
         (lambda: x + 2**64, OverflowError, "seq_add: argument 2: the integer does not fit int8"),
         (lambda: x.where(1, 2), TypeError, "seq_where: argument 1: c must be"),
         (lambda: x + object(), TypeError, "got object"),
+        (lambda: qs.rows("x"), TypeError, "seq_rows: argument 1: x must be a sequence, got text 'x'"),
+        (lambda: qs.pack(x), ValueError, "seq_pack: argument 1: v must be a number or text, got a sequence"),
     ):
         with pytest.raises(error, match=words):
             call()

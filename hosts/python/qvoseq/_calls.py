@@ -111,10 +111,10 @@ def _rows(function: "Callable", data: tuple) -> Any:
     if None in data:
         return iter(())
     row = namedtuple("Row", columns)  # type: ignore[misc]
+    rows = _qvoseq.Rows(function.entry, data, len(columns))  # which refuses what is no sequence
     readers = [_as_it_is] * len(columns)
     if function.repeats:
         readers[1:] = [reader_of(expression) for expression in data]
-    rows = _qvoseq.Rows(function.entry, data, len(columns))
     return (row(*(read(value) for read, value in zip(readers, values))) for values in rows)
 
 
