@@ -58,7 +58,7 @@ template <size_t N> class ListSink {
 /// Whether what comes is listed by crossings rather than looked at for stretches, none of which would be long. Crossings
 /// take as long as there are positions: where overlaps are long steps one by one are faster.
 template <size_t N> QVO_INLINE bool stretches_are_short(const Operand (&operands)[N], size_t room) {
-    constexpr unsigned longest_overlap = 16, longest_stretch = 32;
+    constexpr unsigned longest_overlap = 16, longest_stretch = 16;
     unsigned least = run_word * max_run, most = 0;
     bool enough = room >= fewest_crossings && crossings_are_cheap(), same = true;
     each<N>([&](auto k) __attribute__((always_inline)) {
