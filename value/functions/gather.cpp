@@ -58,7 +58,7 @@ class Pack final : public Gathering {
 
     /// A real where values are reals, an integer where they are integers, with a key like those before it.
     bool step_alike(std::span<const Argument> row) override {
-        if (n_ == 0 || row[0].expression != nullptr || row.size() > (type_ ? 3 : 2)) return false;
+        if (n_ == 0 || row.empty() || row.size() > (type_ ? 3 : 2) || row[0].expression != nullptr) return false;
         const Datum& v = row[0].datum;
         if (v.is_null() || v.kind != alike_ || (row.size() == 3 && row[2].datum.kind != Datum::Kind::text))
             return false;
