@@ -5,7 +5,8 @@
  *     tables plain|chunks EXTENSION FOLDER ROWS PAGE
  *
  * FOLDER holds the columns as arrays (symbol.u1, time.i8, price.f8, volume.i4, side.u1) and gets the database, whose pages
- * are of PAGE bytes. Prints a line for each figure: its name, the median time in seconds or the size, and a result to compare.
+ * are of PAGE bytes. Prints a line for each figure: its name, the median time in seconds or the size, and a result to
+ * compare.
  */
 #include <inttypes.h>
 #include <sqlite3.h>

@@ -202,13 +202,15 @@ void put_json(std::string& to, const Scalar& scalar) {
 
 namespace {
 
-/// Holds every integer of 64 bits as well as every double.
-using Exact = long double;
-static_assert(std::numeric_limits<Exact>::digits >= 64);
-
-Exact exactly(const Scalar& scalar) {
-    if (is_floating(scalar.type.type)) return scalar.real;
-    return scalar.type.type == Type::uint8 ? static_cast<Exact>(scalar.natural) : static_cast<Exact>(scalar.integer);
+/// An integer against a real that is not NaN, neither of which need be a value of the other's type.
+int order_of(const Scalar& integer, double real) {
+    const bool natural = integer.type.type == Type::uint8;
+    if (real >= (natural ? 0x1p64 : 0x1p63)) return -1;
+    if (real < (natural ? 0.0 : -0x1p63)) return 1;
+    const double whole = std::floor(real);
+    const auto order =
+        natural ? integer.natural <=> static_cast<uint64_t>(whole) : integer.integer <=> static_cast<int64_t>(whole);
+    return order < 0 ? -1 : order > 0 ? 1 : -(real > whole);
 }
 
 }  // namespace
@@ -216,10 +218,11 @@ Exact exactly(const Scalar& scalar) {
 int compare(const Scalar& a, const Scalar& b) {
     const auto order = [](const auto& x, const auto& y) { return x < y ? -1 : y < x ? 1 : 0; };
     if (a.type.type == Type::char_) return order(a.text, b.text);
-    if (is_floating(a.type.type) || is_floating(b.type.type)) {
-        const Exact x = exactly(a), y = exactly(b);
-        if (std::isnan(x) || std::isnan(y)) return order(std::isnan(x), std::isnan(y));
-        return order(x, y);
+    const bool real_a = is_floating(a.type.type), real_b = is_floating(b.type.type);
+    if (real_a || real_b) {
+        const bool nan_a = real_a && std::isnan(a.real), nan_b = real_b && std::isnan(b.real);
+        if (nan_a || nan_b) return order(nan_a, nan_b);
+        return !real_a ? order_of(a, b.real) : !real_b ? -order_of(b, a.real) : order(a.real, b.real);
     }
     const bool big_a = a.type.type == Type::uint8 && a.integer < 0, big_b = b.type.type == Type::uint8 && b.integer < 0;
     if (big_a || big_b) return big_a && big_b ? order(a.natural, b.natural) : order(big_a, big_b);

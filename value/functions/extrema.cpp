@@ -3,6 +3,7 @@
 #include "evaluate/scalar.h"
 #include "evaluate/source.h"
 #include "functions/catalog.h"
+#include "functions/keys.h"
 #include "functions/meeting.h"
 #include "operators/extremes.h"
 
@@ -110,8 +111,7 @@ class AtEnd final : public Kept {
     void step(Arguments& row) override {
         std::optional<Scalar> key;
         if (row.has(1)) {
-            if (row.is_null(1)) row.refuse(1, "key must not be NULL");
-            if (!row.is_scalar(1)) row.refuse(1, "key must be a number or text, got " + row.described(1));
+            check_key(row);
             key = row.scalar(1, type_of(row.datum(1)));
         }
         const Series x = row.is_directly_stored(0) ? end_of(row.plan(), row.stored(0)) : row.series(0);

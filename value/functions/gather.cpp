@@ -26,8 +26,7 @@ class Gathering : public Aggregate {
     bool has_key(const Arguments& row, size_t n) const {
         if (n != 0 && row.has(1) == keys_.empty()) row.refuse(1, "key must be there for every row, or for none");
         if (!row.has(1)) return false;
-        if (row.is_null(1)) row.refuse(1, "key must not be NULL");
-        if (!row.is_scalar(1)) row.refuse(1, "key must be a number or text, got " + row.described(1));
+        check_key(row);
         return true;
     }
     /// The order of n rows; as they came, if they have no keys.

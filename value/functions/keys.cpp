@@ -6,6 +6,11 @@
 
 namespace qvo::value {
 
+void check_key(const Arguments& row) {
+    if (row.is_null(1)) row.refuse(1, "key must not be NULL");
+    if (!row.is_scalar(1)) row.refuse(1, "key must be a number or text, got " + row.described(1));
+}
+
 void Keys::add_other(const Datum& key) {
     const bool integer = key.kind == Datum::Kind::integer;
     if (kind_ == Kind::none && key.is_number()) {

@@ -5,10 +5,13 @@
 #include <vector>
 
 #include "base/pages.h"
-#include "evaluate/datum.h"
+#include "evaluate/arguments.h"
 #include "operators/sort.h"
 
 namespace qvo::value {
+
+/// Refuses a row whose second argument is no key.
+void check_key(const Arguments& row);
 
 /// Numbers come before text, text by its bytes, equal keys in the order in which they came.
 class Keys {
