@@ -181,6 +181,14 @@ QVO_VALUE_API void qvo_aggregate_free(qvo_aggregate_t* aggregate);
 /* Folds in a row. After an error the row may be folded in partly: free the aggregate. */
 QVO_VALUE_API qvo_value_code_t qvo_aggregate_step(qvo_aggregate_t* aggregate, const qvo_datum_t* arguments, size_t n,
                                                   const qvo_limits_t* limits, qvo_error_t* error);
+/*
+ * Folds in rows of n arguments each, one row after the other, as so many calls of qvo_aggregate_step do: for functions
+ * that see a row for every value, where the calls cost more than what is done in them. At an error the rows after it are
+ * left out.
+ */
+QVO_VALUE_API qvo_value_code_t qvo_aggregate_step_rows(qvo_aggregate_t* aggregate, const qvo_datum_t* arguments,
+                                                       size_t n, size_t rows, const qvo_limits_t* limits,
+                                                       qvo_error_t* error);
 
 /* The result over the rows so far; may be called again after further rows. */
 QVO_VALUE_API qvo_value_code_t qvo_aggregate_finish(const qvo_aggregate_t* aggregate, const qvo_limits_t* limits,

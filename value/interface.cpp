@@ -114,13 +114,13 @@ template <class F> qvo_value_code_t guarded(std::string_view function, qvo_error
 Datum datum_of_argument(const qvo_datum_t& d) {
     switch (d.kind) {
         case QVO_DATUM_INTEGER:
-            return datum_of(int64_t{d.as.integer});
+            return Datum(int64_t{d.as.integer});
         case QVO_DATUM_REAL:
-            return datum_of(d.as.real);
+            return Datum(d.as.real);
         case QVO_DATUM_TEXT:
-            return datum_of(std::string_view(static_cast<const char*>(d.as.bytes.data), d.as.bytes.size));
+            return Datum(std::string_view(static_cast<const char*>(d.as.bytes.data), d.as.bytes.size));
         case QVO_DATUM_BYTES:
-            return datum_of(std::span(static_cast<const uint8_t*>(d.as.bytes.data), d.as.bytes.size));
+            return Datum(std::span(static_cast<const uint8_t*>(d.as.bytes.data), d.as.bytes.size));
         case QVO_DATUM_NULL:
         case QVO_DATUM_EXPRESSION:
             break;
@@ -144,10 +144,13 @@ class ArgumentList {
     operator std::span<const Argument>() const {
         return {std::launder(reinterpret_cast<const Argument*>(storage_)), n_};
     }
+    size_t size() const { return n_; }
+    /// How many rows of n arguments it holds; one of them in any case, as far as it holds that.
+    static size_t rows_of(size_t n) { return std::max<size_t>(1, most / std::max<size_t>(1, n)); }
 
  private:
-    static constexpr size_t most = max_parameters + 1;
-    static_assert(std::is_trivially_destructible_v<Argument>);
+    static constexpr size_t most = 64;
+    static_assert(most > max_parameters && std::is_trivially_destructible_v<Argument>);
     // Only as many as there are are made: this is run for every row.
     alignas(Argument) std::byte storage_[most * sizeof(Argument)];
     size_t n_;
@@ -345,8 +348,19 @@ QVO_VALUE_API void qvo_aggregate_free(qvo_aggregate_t* aggregate) { delete aggre
 
 QVO_VALUE_API qvo_value_code_t qvo_aggregate_step(qvo_aggregate_t* aggregate, const qvo_datum_t* arguments, size_t n,
                                                   const qvo_limits_t* limits, qvo_error_t* error) {
+    return qvo_aggregate_step_rows(aggregate, arguments, n, 1, limits, error);
+}
+
+QVO_VALUE_API qvo_value_code_t qvo_aggregate_step_rows(qvo_aggregate_t* aggregate, const qvo_datum_t* arguments,
+                                                       size_t n, size_t rows, const qvo_limits_t* limits,
+                                                       qvo_error_t* error) {
     return guarded(aggregate->function->name, error, [&] {
-        step(*aggregate->function, *aggregate->aggregate, ArgumentList(arguments, n), limits_of(limits));
+        const size_t at_once = ArgumentList::rows_of(n);
+        for (size_t i = 0; i < rows; i += at_once) {
+            const size_t here = std::min(at_once, rows - i);
+            const ArgumentList list(arguments + i * n, here * n);
+            step(*aggregate->function, *aggregate->aggregate, list, list.size() / here, here, limits_of(limits));
+        }
     });
 }
 
@@ -537,7 +551,7 @@ QVO_VALUE_API qvo_value_code_t qvo_element_set(const qvo_datum_t* datum, qvo_typ
     return guarded({}, error, [&] {
         const ValueType of = type_of_array(type, width);
         Datum value = datum_of_argument(*datum);
-        if (value.is_null() && is_floating(of.type)) value = datum_of(std::numeric_limits<double>::quiet_NaN());
+        if (value.is_null() && is_floating(of.type)) value = Datum(std::numeric_limits<double>::quiet_NaN());
         std::string fault;
         const std::optional<Scalar> scalar = fit(value, of, fault);
         if (!scalar) throw Error(Fault::argument, fault);

@@ -1,5 +1,7 @@
 // The loadable extension: registers every function of the catalog. What the functions are stands nowhere here.
+#include <iterator>
 #include <new>
+#include <utility>
 
 #include "host.h"
 
@@ -52,42 +54,72 @@ void call(sqlite3_context* context, int n, sqlite3_value** values) {
         set_error(context, error);
 }
 
-/// The aggregate of a group, in the memory that SQLite keeps for it.
-qvo_aggregate_t** aggregate_of(sqlite3_context* context, bool make) {
-    return static_cast<qvo_aggregate_t**>(sqlite3_aggregate_context(context, make ? sizeof(qvo_aggregate_t*) : 0));
-}
+/// The aggregate of a group, in the memory that SQLite keeps for it: zeros at first. Rows of numbers wait until one call
+/// takes them all; text and blobs, which stay SQLite's, end the wait.
+struct Group {
+    qvo_aggregate_t* aggregate;
+    size_t rows, used;  // that wait, and their data
+    qvo_datum_t waiting[64];
+
+    /// Takes a row; false if that failed.
+    bool add(const Registered& r, int n, sqlite3_value** values, qvo_error_t& error) {
+        bool wait = true;
+        for (int i = 0; i < n; ++i) {
+            qvo_datum_t& datum = waiting[used++];
+            read_datum(values[i], datum);
+            if (datum.kind != QVO_DATUM_TEXT && datum.kind != QVO_DATUM_BYTES) continue;
+            wait = false;
+            if (datum.as.bytes.data == nullptr && datum.as.bytes.size != 0) return out_of_memory(error);
+        }
+        ++rows;
+        wait = wait && used + static_cast<size_t>(n) <= std::size(waiting);
+        return wait || settle(r, error);
+    }
+
+    /// Folds in what waits. A group without rows has no aggregate before.
+    bool settle(const Registered& r, qvo_error_t& error) {
+        if (aggregate == nullptr && qvo_aggregate_new(r.function, &aggregate, &error) != QVO_VALUE_OK) return false;
+        const size_t n = rows;
+        rows = 0;
+        return n == 0 || qvo_aggregate_step_rows(aggregate, waiting, std::exchange(used, 0) / n, n,
+                                                 CallLimits(*r.connection), &error) == QVO_VALUE_OK;
+    }
+
+    /// After an error SQLite calls `finish` all the same, which is not to look at what the row left behind.
+    void drop() {
+        qvo_aggregate_free(std::exchange(aggregate, nullptr));
+        rows = used = 0;
+    }
+
+ private:
+    static bool out_of_memory(qvo_error_t& error) {
+        error.code = QVO_VALUE_NOMEM;
+        return false;
+    }
+};
 
 void step(sqlite3_context* context, int n, sqlite3_value** values) {
-    const Registered& r = registered(context);
-    qvo_aggregate_t** const aggregate = aggregate_of(context, true);
-    const Arguments arguments(n, values);
-    if (aggregate == nullptr || !arguments.complete) return sqlite3_result_error_nomem(context);
+    auto* const group = static_cast<Group*>(sqlite3_aggregate_context(context, sizeof(Group)));
+    if (group == nullptr) return sqlite3_result_error_nomem(context);
     qvo_error_t error;
-    if (*aggregate == nullptr && qvo_aggregate_new(r.function, aggregate, &error) != QVO_VALUE_OK)
-        return set_error(context, error);
-    if (qvo_aggregate_step(*aggregate, arguments.data, static_cast<size_t>(n), CallLimits(*r.connection), &error) ==
-        QVO_VALUE_OK)
-        return;
-    // SQLite calls `finish` all the same, which is not to look at what the row left behind.
-    qvo_aggregate_free(*aggregate);
-    *aggregate = nullptr;
+    if (group->add(registered(context), n, values, error)) return;
+    group->drop();
     set_error(context, error);
 }
 
 void finish(sqlite3_context* context) {
     const Registered& r = registered(context);
-    qvo_aggregate_t** const kept = aggregate_of(context, false);
-    qvo_aggregate_t* aggregate = kept == nullptr ? nullptr : *kept;
-    if (kept != nullptr) *kept = nullptr;
+    Group empty{};
+    auto* group = static_cast<Group*>(sqlite3_aggregate_context(context, 0));
+    if (group == nullptr) group = &empty;
     qvo_error_t error;
     qvo_datum_t result{};
-    // A group without rows has no aggregate yet.
-    if ((aggregate != nullptr || qvo_aggregate_new(r.function, &aggregate, &error) == QVO_VALUE_OK) &&
-        qvo_aggregate_finish(aggregate, CallLimits(*r.connection), &result, &error) == QVO_VALUE_OK)
+    if (group->settle(r, error) &&
+        qvo_aggregate_finish(group->aggregate, CallLimits(*r.connection), &result, &error) == QVO_VALUE_OK)
         set_result(context, result);
     else
         set_error(context, error);
-    qvo_aggregate_free(aggregate);
+    group->drop();
 }
 
 /// seq_budget(n): sets how many positions a call may read or expand, and returns the budget before.

@@ -271,6 +271,32 @@ TEST(Interface, AggregatesGoOnAfterTheyAreAsked) {
     EXPECT_EQ(qvo_aggregate_new(named("add"), &sum, &error), QVO_VALUE_ERROR);
 }
 
+// More rows than are taken at once, of values and keys of changing kinds; one of them may be refused.
+TEST(Interface, RowsAtOnceAreRowsOneByOne) {
+    const auto packed = [](const std::vector<qvo_datum_t>& rows, size_t at_once, size_t end) {
+        qvo_aggregate_t* pack = nullptr;
+        EXPECT_EQ(qvo_aggregate_new(named("pack"), &pack, nullptr), QVO_VALUE_OK);
+        std::string errors;
+        for (size_t i = 0; i < end; i += at_once) {
+            qvo_error_t error{};
+            if (qvo_aggregate_step_rows(pack, &rows[2 * i], 2, std::min(at_once, end - i), nullptr, &error) != QVO_VALUE_OK)
+                errors += error.message;
+        }
+        qvo_datum_t result{};
+        EXPECT_EQ(qvo_aggregate_finish(pack, nullptr, &result, nullptr), QVO_VALUE_OK);
+        qvo_aggregate_free(pack);
+        return std::pair(take(result).bytes, errors);
+    };
+    std::vector<qvo_datum_t> rows;
+    for (int64_t i = 0; i < 1000; ++i)
+        for (const int64_t value : {i, i < 700 ? i : -i}) rows.push_back(datum(value));
+    rows[2 * 300] = rows[2 * 600 + 1] = Value{QVO_DATUM_REAL, 0, 0.5, {}}.datum();
+    EXPECT_EQ(packed(rows, 1000, 1000), packed(rows, 1, 1000));
+    rows[2 * 800 + 1] = {};
+    const std::string error = "seq_pack: argument 2: key must not be NULL";
+    EXPECT_EQ(packed(rows, 1000, 1000), std::pair(packed(rows, 1, 800).first, error));
+}
+
 // Workers of a parallel aggregation may have had no rows.
 TEST(Interface, StatesOfNoRowsAreStates) {
     for (size_t i = 0; i < qvo_function_count(); ++i) {

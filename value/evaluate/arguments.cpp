@@ -104,7 +104,7 @@ bool fits(const Parameter& p, const Argument& argument) {
         return p.takes == Takes::sequence || p.takes == Takes::operand || p.takes == Takes::nullable;
     const Datum& d = argument.datum;
     if (!kind_fits(p.takes, d.kind)) return false;
-    if (p.takes == Takes::real) return !std::isnan(d.real);
+    if (p.takes == Takes::real) return d.kind == Datum::Kind::integer || !std::isnan(d.real);
     return p.takes != Takes::integer || (p.lowest <= d.integer && d.integer <= p.highest);
 }
 

@@ -40,17 +40,21 @@ void call(const Function& function, std::span<const Argument> arguments, const L
 namespace {
 
 /// Apart, as a plan is large: the stack is made ready for it on the way in.
-[[gnu::noinline]] void step_checked(const Function& function, Aggregate& aggregate, std::span<const Argument> arguments,
+[[gnu::noinline]] void step_checked(const Function& function, Aggregate& aggregate, std::span<const Argument> row,
                                     const Limits& limits) {
     Plan plan(limits);
-    Arguments checked(function, arguments, plan);
+    Arguments checked(function, row, plan);
     if (!checked.any_null()) aggregate.step(checked);
 }
 
 }  // namespace
 
-void step(const Function& function, Aggregate& aggregate, std::span<const Argument> arguments, const Limits& limits) {
-    if (!aggregate.step_alike(arguments)) step_checked(function, aggregate, arguments, limits);
+void step(const Function& function, Aggregate& aggregate, std::span<const Argument> arguments, size_t n, size_t rows,
+          const Limits& limits) {
+    for (size_t i = 0; i < rows; ++i) {
+        i += aggregate.step_alike(arguments.subspan(i * n), n);
+        if (i < rows) step_checked(function, aggregate, arguments.subspan(i * n, n), limits);
+    }
 }
 
 std::unique_ptr<Rows> open_rows(const Function& function, std::span<const Argument> arguments, Plan& plan) {

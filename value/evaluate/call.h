@@ -11,8 +11,10 @@ Series build_call(const Function& function, std::span<const Argument> arguments,
 /// Calls a scalar function. A NULL argument makes the result NULL, unless the parameter accepts it.
 void call(const Function& function, std::span<const Argument> arguments, const Limits& limits, Result& result);
 
-/// Folds a row into an aggregate; a row with a NULL argument is left out, unless the parameter accepts it.
-void step(const Function& function, Aggregate& aggregate, std::span<const Argument> arguments, const Limits& limits);
+/// Folds rows of n arguments each into an aggregate; a row with a NULL argument is left out, unless the parameter accepts
+/// it.
+void step(const Function& function, Aggregate& aggregate, std::span<const Argument> arguments, size_t n, size_t rows,
+          const Limits& limits);
 
 /// Opens a table; null for a NULL argument: no rows.
 std::unique_ptr<Rows> open_rows(const Function& function, std::span<const Argument> arguments, Plan& plan);

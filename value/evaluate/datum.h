@@ -10,22 +10,26 @@
 
 namespace qvo::value {
 
-/// An argument. Text and bytes belong to the host and stay in place during the call.
+/// An argument. Text and bytes belong to the host and stay in place during the call. Small, as rows of them are many.
 struct Datum {
     enum class Kind : uint8_t { null, integer, real, text, bytes };
     Kind kind = Kind::null;
-    int64_t integer = 0;
-    double real = 0;
-    std::string_view text{};
-    std::span<const uint8_t> bytes{};
+    union {
+        int64_t integer;
+        double real;
+        std::string_view text;
+        std::span<const uint8_t> bytes;
+    };
+
+    Datum() : integer(0) {}
+    explicit Datum(int64_t value) : kind(Kind::integer), integer(value) {}
+    explicit Datum(double value) : kind(Kind::real), real(value) {}
+    explicit Datum(std::string_view value) : kind(Kind::text), text(value) {}
+    explicit Datum(std::span<const uint8_t> value) : kind(Kind::bytes), bytes(value) {}
 
     bool is_null() const { return kind == Kind::null; }
     bool is_number() const { return kind == Kind::integer || kind == Kind::real; }
 };
-inline Datum datum_of(int64_t value) { return {.kind = Datum::Kind::integer, .integer = value}; }
-inline Datum datum_of(double value) { return {.kind = Datum::Kind::real, .real = value}; }
-inline Datum datum_of(std::string_view value) { return {.kind = Datum::Kind::text, .text = value}; }
-inline Datum datum_of(std::span<const uint8_t> value) { return {.kind = Datum::Kind::bytes, .bytes = value}; }
 
 /// A result, which owns what it holds.
 class Result {

@@ -19,7 +19,7 @@ std::shared_ptr<const Expression> Expression::of_stored(std::span<const uint8_t>
     auto expression = std::make_shared<Expression>();
     expression->kind_ = Kind::stored;
     expression->type_ = checked.type();
-    expression->datum_ = datum_of(bytes);
+    expression->datum_ = Datum(bytes);
     expression->keep_ = std::move(keep);
     return expression;
 }
@@ -67,9 +67,11 @@ std::shared_ptr<const Expression> Expression::of_scalar(const Datum& datum) {
     if (datum.kind == Datum::Kind::bytes)
         throw Error(Fault::argument, "a scalar must be a number or text, got " + described(datum));
     auto expression = std::make_shared<Expression>();
-    expression->text_ = datum.text;
     expression->datum_ = datum;
-    expression->datum_.text = expression->text_;
+    if (datum.kind == Datum::Kind::text) {
+        expression->text_ = datum.text;
+        expression->datum_.text = expression->text_;
+    }
     return expression;
 }
 

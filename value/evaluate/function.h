@@ -47,9 +47,9 @@ class Aggregate {
     virtual ~Aggregate() = default;
     /// Folds in a row.
     virtual void step(Arguments& row) = 0;
-    /// Folds in a row before its arguments are checked, if it can tell at a glance that they are like those of the row
-    /// before; false if it cannot. For aggregates that see a row for every value.
-    virtual bool step_alike([[maybe_unused]] std::span<const Argument> row) { return false; }
+    /// Folds in rows of n arguments each before these are checked, as many as it can tell at a glance to be like the row
+    /// before, and returns how many. For aggregates that see a row for every value.
+    virtual size_t step_alike([[maybe_unused]] std::span<const Argument> rows, [[maybe_unused]] size_t n) { return 0; }
     /// The result so far. May be asked for more than once.
     virtual void finish(Result& result, const Limits& limits) const = 0;
     /// Writes the state, and folds in a state that was written: of the same function, checked by the caller. What is

@@ -78,7 +78,8 @@ std::optional<Scalar> fit(const Datum& datum, ValueType type, std::string& fault
             const size_t most = type.width == 0 ? max_char : type.width;
             fits = datum.kind == Datum::Kind::text && datum.text.size() <= most &&
                    datum.text.find('\0') == std::string_view::npos && is_utf8(datum.text);
-            if (fits) scalar.text = datum.text;
+            if (!fits) break;
+            scalar.text = datum.text;
             if (type.width == 0) scalar.type = char_of(std::max<size_t>(datum.text.size(), 1));
             break;
         }
@@ -92,24 +93,24 @@ std::optional<Scalar> fit(const Datum& datum, ValueType type, std::string& fault
 }
 
 std::optional<Scalar> fit_text(std::string_view text, ValueType type, std::string& fault) {
-    Datum datum = datum_of(text);
+    Datum datum(text);
     Scalar scalar = scalar_of(type);
     const char* const end = text.data() + text.size();
     if (type.type == Type::boolean) {
-        if (text == "true" || text == "false") datum = datum_of(int64_t{text == "true"});
+        if (text == "true" || text == "false") datum = Datum(int64_t{text == "true"});
     } else if (is_floating(type.type)) {
         double real = std::numeric_limits<double>::quiet_NaN();
         const auto [stop, error] = std::from_chars(text.data(), end, real);
-        if (text == "null" || (stop == end && error == std::errc{})) datum = datum_of(real);
+        if (text == "null" || (stop == end && error == std::errc{})) datum = Datum(real);
         // 9e999 is how infinity is written.
-        if (stop == end && error == std::errc::result_out_of_range) datum = datum_of(out_of_range(text));
+        if (stop == end && error == std::errc::result_out_of_range) datum = Datum(out_of_range(text));
     } else if (type.type == Type::uint8) {
         const auto [stop, error] = std::from_chars(text.data(), end, scalar.natural);
         if (stop == end && error == std::errc{}) return scalar;
     } else if (is_integer(type.type)) {
         int64_t integer = 0;
         const auto [stop, error] = std::from_chars(text.data(), end, integer);
-        if (stop == end && error == std::errc{}) datum = datum_of(integer);
+        if (stop == end && error == std::errc{}) datum = Datum(integer);
     }
     return fit(datum, type, fault);
 }

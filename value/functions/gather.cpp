@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 
+#include "base/blocks.h"
 #include "base/text.h"
 #include "evaluate/arguments.h"
 #include "evaluate/deliver.h"
@@ -56,19 +57,19 @@ class Pack final : public Gathering {
     }
 
     /// A real where values are reals, an integer where they are integers, with a key like those before it.
-    bool step_alike(std::span<const Argument> row) override {
-        if (n_ == 0 || row.empty() || row.size() > (type_ ? 3 : 2) || row[0].expression != nullptr) return false;
-        const Datum& v = row[0].datum;
-        if (v.is_null() || v.kind != alike_ || (row.size() == 3 && row[2].datum.kind != Datum::Kind::text))
-            return false;
-        const bool keyed = row.size() > 1;
-        if (keyed == keys_.empty()) return false;
-        if (keyed && (row[1].expression != nullptr || !keys_.add_alike(row[1].datum))) return false;
-        const uint64_t bits =
-            alike_ == Datum::Kind::real ? std::bit_cast<uint64_t>(v.real) : static_cast<uint64_t>(v.integer);
-        type_ ? elements_.append(&bits, sizeof bits) : cells_.push_back(bits);
-        ++n_;
-        return true;
+    size_t step_alike(std::span<const Argument> rows, size_t n) override {
+        const bool keyed = n > 1;
+        if (alike_ == Datum::Kind::null || n == 0 || n > (type_ ? 3 : 2) || keyed == keys_.empty()) return 0;
+        const bool real = alike_ == Datum::Kind::real;
+        size_t taken = 0;
+        for (size_t i = 0; i < rows.size(); i += n, ++taken) {
+            const Datum& v = rows[i].datum;  // of an expression NULL
+            if (v.kind != alike_ || (n == 3 && rows[i + 2].datum.kind != Datum::Kind::text)) break;
+            if (keyed && !keys_.add_alike(rows[i + 1].datum)) break;
+            cells_.push_back(real ? std::bit_cast<uint64_t>(v.real) : static_cast<uint64_t>(v.integer));
+            ++n_;
+        }
+        return taken;
     }
 
     void finish(Result& result, const Limits& limits) const override {
@@ -85,8 +86,7 @@ class Pack final : public Gathering {
             const double missing = std::numeric_limits<double>::quiet_NaN();
             writer.put_repeated(&missing, n_);
         } else {
-            const auto* const cells = reinterpret_cast<const uint8_t*>(cells_.data());
-            put_values(plan, type.width, type_ ? elements_.data() : cells, rows, writer);
+            put_values(plan, type.width, rows, writer);
         }
         result.set_bytes(writer.finish());
     }
@@ -94,17 +94,32 @@ class Pack final : public Gathering {
  private:
     static constexpr size_t block = 512;  // values that are gathered at once
 
-    void put_values(Plan& plan, size_t width, const uint8_t* values, const Order& rows, Writer& writer) const {
-        if (rows.as_they_are()) return writer.put_single(values, n_);
-        alignas(8) uint8_t gathered[block * sizeof(uint64_t)];
-        with_mover(width, [&](auto mover) {
-            for (size_t i = 0; i < n_; i += block) {
-                const size_t here = std::min<size_t>(block, n_ - i);
-                for (size_t k = 0; k < here; ++k) mover.move(gathered, k, values, rows.indexes()[i + k]);
-                writer.put_single(gathered, here);
-                plan.poll();
-            }
-        });
+    void put_values(Plan& plan, size_t width, const Order& rows, Writer& writer) const {
+        if (width == sizeof(uint64_t)) {
+            if (rows.as_they_are())
+                return cells_.for_each_block([&](const uint64_t* cells, size_t n) { writer.put_single(cells, n); });
+            return put_in_order<uint64_t>(plan, rows, writer, [this](size_t row) { return cells_[row]; });
+        }
+        if (rows.as_they_are()) return writer.put_single(elements_.data(), n_);
+        with_unsigned(
+            width,
+            [&](auto of_width) {
+                using V = decltype(of_width);
+                const auto* const values = reinterpret_cast<const V*>(elements_.data());
+                put_in_order<V>(plan, rows, writer, [values](size_t row) { return values[row]; });
+            },
+            [] {});
+    }
+
+    template <class V, class Value>
+    void put_in_order(Plan& plan, const Order& rows, Writer& writer, Value value) const {
+        V gathered[block];
+        for (size_t i = 0; i < n_; i += block) {
+            const size_t here = std::min<size_t>(block, n_ - i);
+            for (size_t k = 0; k < here; ++k) gathered[k] = value(rows.indexes()[i + k]);
+            writer.put_single(gathered, here);
+            plan.poll();
+        }
     }
 
     void put_texts(Plan& plan, size_t width, const Order& rows, Writer& writer) const {
@@ -146,11 +161,14 @@ class Pack final : public Gathering {
         scalar.real = std::numeric_limits<double>::quiet_NaN();
         if (!v.is_null()) scalar = row.scalar(0, *type_);
         if (type_->type == Type::char_) return add_text(scalar.text);
-        put_element(scalar, elements_.extend(type_->width));
+        if (type_->width != sizeof(uint64_t)) return put_element(scalar, elements_.extend(type_->width));
+        uint64_t bits;
+        put_element(scalar, &bits);
+        cells_.push_back(bits);
     }
 
     void add_text(std::string_view text) {
-        pool_.resize(cells_.empty() ? 0 : cells_.back());  // of a text that was refused for want of memory
+        pool_.resize(cells_.size() == 0 ? 0 : cells_[cells_.size() - 1]);  // of a text that was refused for want of memory
         pool_ += text;
         cells_.push_back(pool_.size());
         longest_ = std::max(longest_, text.size());
@@ -180,7 +198,8 @@ class Pack final : public Gathering {
 
     void to_doubles() {
         doubles_ = true;
-        for (uint64_t& cell : cells_) cell = std::bit_cast<uint64_t>(static_cast<double>(static_cast<int64_t>(cell)));
+        for (size_t i = 0; i < cells_.size(); ++i)
+            cells_[i] = std::bit_cast<uint64_t>(static_cast<double>(static_cast<int64_t>(cells_[i])));
         for (const uint64_t i : missing_) cells_[i] = std::bit_cast<uint64_t>(std::numeric_limits<double>::quiet_NaN());
         missing_ = {};
     }
@@ -200,9 +219,8 @@ class Pack final : public Gathering {
 
     std::optional<ValueType> type_;  // if it was named
     uint64_t n_ = 0;
-    Buffer elements_;  // of a named type but char
-    // Of no named type: integers or the bits of doubles; of text: where each one ends.
-    std::vector<uint64_t, InLargePages<uint64_t>> cells_;
+    Blocks<uint64_t> cells_;  // values of eight bytes, and where each text ends
+    Buffer elements_;         // of a named type of fewer bytes
     std::vector<uint64_t> missing_;  // rows whose value is NULL, while there was no real
     std::string pool_;
     size_t longest_ = 1;

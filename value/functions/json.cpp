@@ -204,7 +204,7 @@ Buffer from_json(Plan& plan, std::string_view text, std::optional<ValueType> typ
         else if (to.type == Type::timestamp && token.kind == Token::Kind::integer)
             scalar = fit_text(token.text, type_of(Type::int8), fault);
         else if (token.kind == Token::Kind::real && is_integer(to.type))
-            scalar = fit(datum_of(fit_text(token.text, type_of(Type::double_), fault)->real), to, fault);
+            scalar = fit(Datum(fit_text(token.text, type_of(Type::double_), fault)->real), to, fault);
         else if (token.kind == Token::Kind::integer && to.type == Type::boolean)
             scalar = fit_text(token.text == "1" ? "true" : token.text == "0" ? "false" : token.text, to, fault);
         else

@@ -18,14 +18,16 @@ void Keys::add_other(const Datum& key) {
         return add(key);
     }
     keys_.reserve(keys_.size() + numbers_.size() + 1);
-    for (const uint64_t number : numbers_) {
-        Key& k = keys_.emplace_back();
-        k.real = kind_ == Kind::reals;
-        if (k.real)
-            k.number = value_of_key<double>(number);
-        else
-            k.integer = value_of_key<int64_t>(number);
-    }
+    numbers_.for_each_block([this](const uint64_t* numbers, size_t n) {
+        for (size_t i = 0; i < n; ++i) {
+            Key& k = keys_.emplace_back();
+            k.real = kind_ == Kind::reals;
+            if (k.real)
+                k.number = value_of_key<double>(numbers[i]);
+            else
+                k.integer = value_of_key<int64_t>(numbers[i]);
+        }
+    });
     numbers_ = {};
     kind_ = Kind::any;
     add_any(key);
@@ -86,7 +88,7 @@ Order Keys::order(Plan& plan) const {
     const size_t n = size();
     if (ascending_) return Order(n);
     if (n > ~uint32_t{0}) throw std::length_error("more rows than there are indexes");
-    if (kind_ != Kind::any) return stable_order(plan, numbers_.data(), n);
+    if (kind_ != Kind::any) return stable_order(plan, numbers_.copy().get(), n);
     const std::vector<uint64_t> words = this->words();
     const Order by_words = words.empty() ? Order(n) : stable_order(plan, words.data(), n);
     std::unique_ptr<uint32_t[]> rows(new uint32_t[n]);

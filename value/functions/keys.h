@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "base/pages.h"
+#include "base/blocks.h"
 #include "evaluate/arguments.h"
 #include "operators/sort.h"
 
@@ -64,7 +64,7 @@ class Keys {
     bool ascending_ = true;
     uint64_t last_ = 0;
     // Where all keys are integers, or all reals: numbers in the same order. All sorts of keys otherwise.
-    std::vector<uint64_t, InLargePages<uint64_t>> numbers_;
+    Blocks<uint64_t> numbers_;
     std::vector<Key> keys_;
     std::string pool_;  // the texts, one after the other
 };

@@ -153,7 +153,7 @@ void range(Arguments& a, Result& result) {
                              time_step(a, 2), result);
     }
     if (a.has(2) && !a.datum(2).is_number()) a.refuse(2, "step must be a number, got " + a.described(2));
-    const Datum step = a.has(2) ? a.datum(2) : datum_of(int64_t{1});
+    const Datum step = a.has(2) ? a.datum(2) : Datum(int64_t{1});
     if (start.kind == Datum::Kind::integer && step.kind == Datum::Kind::integer)
         return integer_range(a, type_of(Type::int8), start.integer, step.integer, result);
     a.plan().within_budget(static_cast<uint64_t>(n));
