@@ -1,4 +1,5 @@
 // The loadable extension: registers every function of the catalog. What the functions are stands nowhere here.
+#include <cstring>
 #include <iterator>
 #include <new>
 #include <utility>
@@ -54,12 +55,13 @@ void call(sqlite3_context* context, int n, sqlite3_value** values) {
         set_error(context, error);
 }
 
-/// The aggregate of a group, in the memory that SQLite keeps for it: zeros at first. Rows of numbers wait until one call
-/// takes them all; text and blobs, which stay SQLite's, end the wait.
+/// The aggregate of a group, in the memory that SQLite keeps for it: zeros at first. Rows wait until one call takes them
+/// all, with copies of short texts; blobs and long texts, which stay SQLite's, end the wait.
 struct Group {
     qvo_aggregate_t* aggregate;
-    size_t rows, used;  // that wait, and their data
+    size_t rows, used, copied;  // that wait, their data, and the bytes of their texts
     qvo_datum_t waiting[64];
+    char texts[512];
 
     /// Takes a row; false if that failed.
     bool add(const Registered& r, int n, sqlite3_value** values, qvo_error_t& error) {
@@ -68,8 +70,14 @@ struct Group {
             qvo_datum_t& datum = waiting[used++];
             read_datum(values[i], datum);
             if (datum.kind != QVO_DATUM_TEXT && datum.kind != QVO_DATUM_BYTES) continue;
-            wait = false;
-            if (datum.as.bytes.data == nullptr && datum.as.bytes.size != 0) return out_of_memory(error);
+            const auto [data, size] = datum.as.bytes;
+            if (data == nullptr && size != 0) return out_of_memory(error);
+            if (datum.kind == QVO_DATUM_BYTES || size > sizeof texts - copied) {
+                wait = false;
+            } else if (size != 0) {
+                datum.as.bytes.data = std::memcpy(texts + copied, data, size);
+                copied += size;
+            }
         }
         ++rows;
         wait = wait && used + static_cast<size_t>(n) <= std::size(waiting);
@@ -80,7 +88,7 @@ struct Group {
     bool settle(const Registered& r, qvo_error_t& error) {
         if (aggregate == nullptr && qvo_aggregate_new(r.function, &aggregate, &error) != QVO_VALUE_OK) return false;
         const size_t n = rows;
-        rows = 0;
+        rows = copied = 0;
         return n == 0 || qvo_aggregate_step_rows(aggregate, waiting, std::exchange(used, 0) / n, n,
                                                  CallLimits(*r.connection), &error) == QVO_VALUE_OK;
     }
@@ -88,7 +96,7 @@ struct Group {
     /// After an error SQLite calls `finish` all the same, which is not to look at what the row left behind.
     void drop() {
         qvo_aggregate_free(std::exchange(aggregate, nullptr));
-        rows = used = 0;
+        rows = used = copied = 0;
     }
 
  private:
