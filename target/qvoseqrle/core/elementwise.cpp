@@ -88,7 +88,8 @@ QVO_INLINE QVO_RET unary_next(qvo_seq_iterator_h it, UnaryLoop loop, Where where
     return out.finish(walk_elements(
         input, out, where, [&](size_t index, size_t n) __attribute__((always_inline)) {
             loop(it, out.size(), input.values(), index, n);
-            out.put_runs(input.first_run() - index, n);
+            const uint8_t* const runs = input.first_run() - index;
+            out.put_runs(runs, {n, input.single() ? static_cast<unsigned>(n) : sum_runs(runs, n)});
         }));
 }
 

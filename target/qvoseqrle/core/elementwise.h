@@ -125,7 +125,11 @@ template <class L> struct SwappedLoops {
 
     template <unsigned Set>
     static void stretch(qvo_seq_iterator_h it, size_t to, const Values& values, At<2> from, size_t n) {
-        L::template stretch<(Set >> 1) | (Set << 1 & 0b10)>(it, to, {values[1], values[0]}, {from[1], from[0]}, n);
+        const uint8_t* left = values[1];
+        size_t at = from[1];
+        // One by one: a vector of both, turned round, would wait until the two have been stored.
+        __asm__("" : "+r"(left), "+r"(at));
+        L::template stretch<(Set >> 1) | (Set << 1 & 0b10)>(it, to, {left, values[0]}, {at, from[0]}, n);
     }
     static void singles(qvo_seq_iterator_h it, size_t to, const Values& values, const Steps& steps, size_t n) {
         L::singles(it, to, {values[1], values[0]}, {{steps.index[1], steps.index[0]}}, n);

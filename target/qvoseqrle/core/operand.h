@@ -32,6 +32,8 @@ class Operand {
     /// The values and the run byte of element 0.
     QVO_INLINE const uint8_t* values() const { return stretch_.n != 0 ? stretch_.values : values_of<uint8_t>(it_); }
     QVO_INLINE const uint8_t* first_run() const { return runs_; }
+    /// Whether all runs are known to be 1, without a look at them.
+    QVO_INLINE bool single() const { return runs_ == single_runs_of_stretch(); }
     QVO_INLINE size_t elements_left() const { return size_ - index_; }
     /// The run byte of the current element; those of the next ones lie below.
     QVO_INLINE const uint8_t* runs() const { return runs_ - index_; }

@@ -155,15 +155,27 @@ QVO_INLINE bool take_stretch_of(Operand (&operands)[N], Sink& sink) {
         else if constexpr (!Rule::in_step)
             inside &= operands[k].taken() < operands[k].run();
     });
-    RunSpan span{n, N == 1 ? sum_runs(runs, n) : 0};
+    RunSpan span{n, static_cast<unsigned>(n)};
+    bool single = true;  // is known of all that move
     each<N>([&](auto k) __attribute__((always_inline)) {
-        if constexpr ((Set >> k & 1) != 0 && k != first_moving<Set>)
-            span = equal_runs(runs, operands[k].runs(), span.elements);
+        if constexpr ((Set >> k & 1) != 0) single &= operands[k].single();
     });
-    each<N>([&](auto k) __attribute__((always_inline)) {
-        if constexpr ((Set >> k & 1) == 0)
-            span = elements_within(runs, span.elements, operands[k].run_left(), operands[k].value_left());
-    });
+    if (single) {
+        each<N>([&](auto k) __attribute__((always_inline)) {
+            if constexpr ((Set >> k & 1) == 0) span.elements = std::min(span.elements, operands[k].value_left());
+        });
+        span.positions = static_cast<unsigned>(span.elements);
+    } else {
+        if constexpr (N == 1) span.positions = sum_runs(runs, n);
+        each<N>([&](auto k) __attribute__((always_inline)) {
+            if constexpr ((Set >> k & 1) != 0 && k != first_moving<Set>)
+                span = equal_runs(runs, operands[k].runs(), span.elements);
+        });
+        each<N>([&](auto k) __attribute__((always_inline)) {
+            if constexpr ((Set >> k & 1) == 0)
+                span = elements_within(runs, span.elements, operands[k].run_left(), operands[k].value_left());
+        });
+    }
     if (!inside || (span.elements < shortest_stretch && !(all_move && span.elements == n))) return false;
     const RunSpan taken = sink.stretch(Moving<Set>{}, indexes_of(operands), span);
     each<N>([&](auto k) __attribute__((always_inline)) {
