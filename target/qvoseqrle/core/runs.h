@@ -123,22 +123,23 @@ class BlockSum {
     uint64_t lanes_[words] = {};
 };
 
-/// The sum of whole blocks of run bytes from the lowest address up. A function of its own, as the compiler does not
+/// The sum of n run bytes, a block at least, from the lowest address up. A function of its own, as the compiler does not
 /// make vector code of it in the midst of others.
-unsigned sum_blocks(const uint8_t* lowest, size_t n_blocks);
+unsigned sum_many(const uint8_t* lowest, size_t n);
 
-/// The positions covered by `n` elements of one tile.
-QVO_INLINE unsigned sum_runs(const uint8_t* runs, size_t n) {
-    const uint8_t* byte = runs - n + 1;  // the order does not matter: from the lowest address up
-    const uint8_t* const end = runs + 1;
+/// The same of fewer than a block, or of any number where there is nothing better.
+QVO_INLINE unsigned sum_words(const uint8_t* byte, size_t n) {
+    const uint8_t* const end = byte + n;
     unsigned total = 0;
-    if (const size_t n_blocks = n / run_block; n_blocks != 0) {
-        total = sum_blocks(byte, n_blocks);
-        byte += n_blocks * run_block;
-    }
     for (; static_cast<size_t>(end - byte) >= run_word; byte += run_word) total += lane_sum(pair_sums(load_word(byte)));
     for (; byte != end; ++byte) total += *byte;
     return total;
+}
+
+/// The positions covered by `n` elements of one tile.
+QVO_INLINE unsigned sum_runs(const uint8_t* runs, size_t n) {
+    const uint8_t* const lowest = runs - n + 1;  // the order does not matter
+    return n < run_block ? sum_words(lowest, n) : sum_many(lowest, n);
 }
 
 /// Neighbouring elements of one tile, and the positions that they cover.

@@ -57,8 +57,10 @@ concept WalkSink = requires(Sink sink, At<N> at, RunSpan span, size_t i, unsigne
 // A stretch shorter than this is not worth a loop of its own.
 inline constexpr size_t shortest_stretch = 6;
 
-// Single steps between two looks for a stretch: few after a stretch was found, more each time none was.
+// Single steps between two looks for a stretch: few after a stretch was found, more each time none was. Where a run of
+// one that stayed ends within one of those that moved, two steps are in between.
 inline constexpr size_t fewest_single_steps = 8;
+inline constexpr size_t steps_over_an_end = 2;
 inline constexpr size_t most_single_steps = 128;
 
 // The same for rows of steps over short runs that cross, each of which costs a fraction of one.
@@ -187,8 +189,8 @@ QVO_INLINE bool take_stretch_of(Operand (&operands)[N], Sink& sink) {
     return true;
 }
 
-/// Takes a stretch of any shape, if there is one worth it.
-template <class Rule, size_t N, class Sink> QVO_INLINE bool take_stretch(Operand (&operands)[N], Sink& sink) {
+/// Takes a stretch of any shape, if there is one worth it; the operands that moved, 0 if none did.
+template <class Rule, size_t N, class Sink> QVO_INLINE unsigned take_stretch(Operand (&operands)[N], Sink& sink) {
     unsigned least = Rule::of(operands[0]), moving = 0;
     each<N>([&](auto k) __attribute__((always_inline)) { least = std::min(least, Rule::of(operands[k])); });
     bool ends = false;  // with the next step, an element that was entered before
@@ -197,12 +199,12 @@ template <class Rule, size_t N, class Sink> QVO_INLINE bool take_stretch(Operand
         moving |= unsigned{shortest && fresh} << k;
         ends |= shortest && !fresh;
     });
-    if (ends) return false;
+    if (ends) return 0;
     bool taken = false;
     each<(size_t{1} << N) - 1>([&](auto k) __attribute__((always_inline)) {
         if (moving == k + 1) taken = take_stretch_of<k + 1, Rule>(operands, sink);
     });
-    return taken;
+    return taken ? moving : 0;
 }
 
 /// Takes a row of single steps over short runs that cross, `room` of them at most.
@@ -221,8 +223,8 @@ QVO_INLINE void take_crossings(Operand (&operands)[N], CrossingRow<N> row, size_
 /// `single` is the number of single steps to take, kept from one call to the next.
 template <class Rule = RunsLeft, size_t N, class Sink>
 QVO_INLINE void walk_stretch(Operand (&operands)[N], size_t room, size_t& single, Sink& sink) {
-    if (take_stretch<Rule>(operands, sink)) {
-        single = fewest_single_steps;
+    if (const unsigned moved = take_stretch<Rule>(operands, sink); moved != 0) {
+        single = moved == (1U << N) - 1 ? fewest_single_steps : steps_over_an_end;
         return;
     }
     if constexpr (Rule::in_step && requires { sink.crossing_row(); }) {
