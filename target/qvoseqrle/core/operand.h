@@ -86,7 +86,7 @@ class Operand {
 
     /// Pulls the next tile. The position must have been stored. On a failure it stays.
     QVO_INLINE QVO_RET pull(Where where) {
-        if (anywhere_)
+        if (anywhere_ && is_array_source(it_))
             if (const ArrayStretch next = next_of_array(it_); next.n != 0) {
                 stretch_ = next;
                 runs_ = single_runs_of_stretch();

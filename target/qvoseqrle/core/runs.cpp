@@ -38,6 +38,28 @@ QVO_AVX2 unsigned sum_vectors(const uint8_t* lowest, size_t n) {
     const __m128i half = _mm_add_epi64(_mm256_castsi256_si128(sums), _mm256_extracti128_si256(sums, 1));
     return static_cast<unsigned>(_mm_cvtsi128_si64(half) + _mm_extract_epi64(half, 1));
 }
+
+/// A bit for each of 32 bytes, whether they are equal.
+QVO_AVX2 QVO_INLINE uint32_t equal_bytes(const uint8_t* from, __m256i to) {
+    return static_cast<uint32_t>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(load_vector(from), to)));
+}
+
+QVO_AVX2 size_t leading_same_by_vectors(const uint8_t* runs, unsigned run, size_t n) {
+    constexpr size_t width = sizeof(__m256i), many = 4 * width;
+    const __m256i wanted = _mm256_set1_epi8(static_cast<char>(run));
+    size_t i = 0;
+    for (; i + many <= n; i += many) {
+        const uint8_t* const lowest = runs - (i + many - 1);
+        __m256i differs = _mm256_setzero_si256();
+        for (size_t k = 0; k < many; k += width)
+            differs = _mm256_or_si256(differs, _mm256_xor_si256(load_vector(lowest + k), wanted));
+        if (!_mm256_testz_si256(differs, differs)) break;
+    }
+    for (; i < n; i += width)
+        if (const uint32_t equal = equal_bytes(runs - (i + width - 1), wanted); ~equal != 0)
+            return std::min(n, i + static_cast<size_t>(std::countl_one(equal)));
+    return n;
+}
 #endif
 
 }  // namespace
@@ -47,6 +69,13 @@ unsigned sum_many(const uint8_t* lowest, size_t n) {
     if (cpu_level >= CpuLevel::avx2) return sum_vectors(lowest, n);
 #endif
     return sum_blocks(lowest, n);
+}
+
+size_t leading_same_of_many(const uint8_t* runs, unsigned run, size_t n) {
+#if QVO_WIDE_X86
+    if (cpu_level >= CpuLevel::avx2) return leading_same_by_vectors(runs, run, n);
+#endif
+    return leading_equal(runs, SameRun{ones_word * run}, n);
 }
 
 }  // namespace qvo

@@ -73,10 +73,9 @@ QVO_INLINE bool block_differs(With with, size_t below, const uint8_t* runs, Othe
     return (half[0] | half[1]) != 0;
 }
 
-/// The number of leading elements, of `n` at most, whose run bytes are equal to what they are compared with.
-template <class With> QVO_INLINE size_t leading_equal(const uint8_t* runs, With with, size_t n) {
-    size_t i = 0;
-    while (i < n && !block_differs(with, i + run_block - 1, runs)) i += run_block;
+/// The number of leading elements, of `n` at most, whose run bytes are equal to what they are compared with; of the first
+/// i it is known.
+template <class With> QVO_INLINE size_t leading_words(const uint8_t* runs, With with, size_t i, size_t n) {
     for (; i < n; i += run_word) {
         uint64_t word = load_word(runs - (i + run_word - 1)) ^ with.word(i + run_word - 1);
         if constexpr (std::endian::native == std::endian::big) word = __builtin_bswap64(word);
@@ -87,11 +86,22 @@ template <class With> QVO_INLINE size_t leading_equal(const uint8_t* runs, With 
     }
     return std::min(i, n);
 }
-
-/// Leading elements of run 1.
-QVO_INLINE size_t leading_single_runs(const uint8_t* runs, size_t n) {
-    return leading_equal(runs, SameRun{ones_word}, n);
+template <class With> QVO_INLINE size_t leading_equal(const uint8_t* runs, With with, size_t n) {
+    size_t i = 0;
+    while (i < n && !block_differs(with, i + run_block - 1, runs)) i += run_block;
+    return leading_words(runs, with, i, n);
 }
+
+/// Leading elements with the same run, of a block at least. A function of its own, for vectors of what width there is.
+size_t leading_same_of_many(const uint8_t* runs, unsigned run, size_t n);
+
+/// Leading elements with the same run, and those of run 1.
+QVO_INLINE size_t leading_same_runs(const uint8_t* runs, unsigned run, size_t n) {
+    const SameRun same{ones_word * run};
+    if (n < run_block || load_runs(runs) != same.splat) return leading_words(runs, same, 0, n);
+    return leading_same_of_many(runs, run, n);
+}
+QVO_INLINE size_t leading_single_runs(const uint8_t* runs, size_t n) { return leading_same_runs(runs, 1, n); }
 
 /// Sums of neighbouring run bytes in four 16-bit lanes.
 QVO_INLINE uint64_t pair_sums(uint64_t word) {

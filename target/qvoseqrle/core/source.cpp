@@ -66,12 +66,12 @@ QVO_RET constant_next(qvo_seq_iterator_h it) {
     return out.finish(QVO_S_OK);
 }
 
-/// Whether the iterator is an array source of a fixed type as its constructor has made it.
-bool is_array(const qvo_seq_iterator_t* it) {
+/// Whether an array source is as its constructor has made it, and its elements can be read where they lie.
+bool can_be_read_in_place(const qvo_seq_iterator_t* it) {
     switch (it->elem_type) {
-#define CASE(type)                                                                               \
-    case elem_##type::code:                                                                      \
-        return it->next == qvo_seq_unget_##type##_next && it->elem_size == elem_##type::width && \
+#define CASE(type)                                   \
+    case elem_##type::code:                          \
+        return it->elem_size == elem_##type::width && \
                reinterpret_cast<uintptr_t>(it->buf) % alignof(qvo_##type) == 0;
         QVO_SEQ_FOR_FIXED_TYPES(CASE)
 #undef CASE
@@ -89,21 +89,18 @@ constexpr auto make_single_runs() {
 }
 const std::array<uint8_t, ArrayStretch::most + run_block> single_runs = make_single_runs();
 
-bool is_constant(const qvo_seq_iterator_t* it) {
-    switch (it->elem_type) {
-#define CASE(type)          \
-    case elem_##type::code: \
-        return it->next == qvo_seq_const_##type##_next;
-        QVO_SEQ_FOR_FIXED_TYPES(CASE)
-#undef CASE
-        default:
-            return false;
-    }
+constexpr auto make_source_nexts() {
+    std::array<SourceNexts, QVO_DD_DATETIME + 1> nexts{};
+#define ENTRY(type) nexts[elem_##type::code] = {qvo_seq_const_##type##_next, qvo_seq_unget_##type##_next};
+    QVO_SEQ_FOR_FIXED_TYPES(ENTRY)
+#undef ENTRY
+    return nexts;
 }
+const std::array<SourceNexts, QVO_DD_DATETIME + 1> source_nexts = make_source_nexts();
 
 ArrayStretch next_of_array(qvo_seq_iterator_h it) {
     const qvo_seq_no_t first = it->next_seq_no, last = it->last_seq_no;
-    if (!is_array(it) || last == ~qvo_seq_no_t{0} || first > last) return {};
+    if (!can_be_read_in_place(it) || last == ~qvo_seq_no_t{0} || first > last) return {};
     const size_t capacity = capacity_of(it->elem_size), whole_tiles = ArrayStretch::most / capacity * capacity;
     const size_t n = std::min<qvo_seq_no_t>(capacity, last - first + 1);
     fill_runs(runs_of(it), n, 1);
@@ -135,7 +132,7 @@ void restore_tile(qvo_seq_iterator_h it, ArrayStretch stretch) {
 ArrayTiles::ArrayTiles(qvo_seq_iterator_h it)
     : it_(it), it_values_(static_cast<const uint8_t*>(it->buf)), size_(capacity_of(it->elem_size)) {
     const qvo_seq_no_t first = it->next_seq_no, last = it->last_seq_no;
-    if (is_array(it) && last != ~qvo_seq_no_t{0} && first <= last) left_ = (last - first) / size_;
+    if (is_array_source(it) && can_be_read_in_place(it) && last != ~qvo_seq_no_t{0} && first <= last) left_ = (last - first) / size_;
 }
 
 #define STAMP(type)                                                                                      \

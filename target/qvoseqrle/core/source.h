@@ -32,12 +32,24 @@ struct ArrayStretch {
 extern const std::array<uint8_t, ArrayStretch::most + run_block> single_runs;
 QVO_INLINE const uint8_t* single_runs_of_stretch() { return single_runs.data() + single_runs.size() - 1; }
 
-/// Whether the iterator is a constant of a fixed type: every element has the same value, and the longest run.
-bool is_constant(const qvo_seq_iterator_t* it);
+/// What the sources of a fixed type are known by.
+struct SourceNexts {
+    qvo_seq_iterator_next_t constant, array;
+};
+/// By the code of the type; of codes in between there are none.
+extern const std::array<SourceNexts, QVO_DD_DATETIME + 1> source_nexts;
 
-/// The elements that come next, if the iterator is an array source with any left, whose array is aligned as its type
-/// asks. Its record is then as after a call of its `next`, but for the values in its tile. Else there are none, and
-/// nothing has changed.
+/// Whether the iterator is a constant of a fixed type: every element has the same value, and the longest run.
+QVO_INLINE bool is_constant(const qvo_seq_iterator_t* it) {
+    return it->elem_type < source_nexts.size() && it->next == source_nexts[it->elem_type].constant;
+}
+/// Whether it is an array source of a fixed type.
+QVO_INLINE bool is_array_source(const qvo_seq_iterator_t* it) {
+    return it->elem_type < source_nexts.size() && it->next == source_nexts[it->elem_type].array;
+}
+
+/// The elements of an array source that come next, if there are any and its array is aligned as its type asks. Its record
+/// is then as after a call of its `next`, but for the values in its tile. Else there are none, and nothing has changed.
 ArrayStretch next_of_array(qvo_seq_iterator_h it);
 
 /// Writes to the record that the consumer has come to an element of the stretch: where it is the first of a tile, to the

@@ -155,7 +155,7 @@ struct Supply {
         : step(0), limit(operand.run_left() / run_of_all), run(run_of_all) {
         if (operand.run() != run || operand.taken() != 0) return;
         step = width;
-        limit = leading_equal(operand.runs(), SameRun{ones_word * run}, std::min(operand.elements_left(), wanted));
+        limit = leading_same_runs(operand.runs(), run, std::min(operand.elements_left(), wanted));
     }
     void take(Operand& operand, size_t n) const {
         if (step == 0)
@@ -169,7 +169,7 @@ struct Supply {
 bool deal_stretch(Choice& c) {
     const unsigned run = c.condition.run();
     if (run == 0 || c.condition.taken() != 0) return false;
-    size_t n = leading_equal(c.condition.runs(), SameRun{ones_word * run},
+    size_t n = leading_same_runs(c.condition.runs(), run,
                              std::min(c.out.room(), c.condition.elements_left()));
     if (n < shortest_stretch) return false;
     const Supply from_left(c.left, c.width, n, run), from_right(c.right, c.width, n, run);
