@@ -64,7 +64,7 @@ struct Group {
     char texts[512];
 
     /// Takes a row; false if that failed.
-    bool add(const Registered& r, int n, sqlite3_value** values, qvo_error_t& error) {
+    bool add(sqlite3_context* context, int n, sqlite3_value** values, qvo_error_t& error) {
         bool wait = true;
         for (int i = 0; i < n; ++i) {
             qvo_datum_t& datum = waiting[used++];
@@ -81,7 +81,7 @@ struct Group {
         }
         ++rows;
         wait = wait && used + static_cast<size_t>(n) <= std::size(waiting);
-        return wait || settle(r, error);
+        return wait || settle(registered(context), error);
     }
 
     /// Folds in what waits. A group without rows has no aggregate before.
@@ -110,7 +110,7 @@ void step(sqlite3_context* context, int n, sqlite3_value** values) {
     auto* const group = static_cast<Group*>(sqlite3_aggregate_context(context, sizeof(Group)));
     if (group == nullptr) return sqlite3_result_error_nomem(context);
     qvo_error_t error;
-    if (group->add(registered(context), n, values, error)) return;
+    if (group->add(context, n, values, error)) return;
     group->drop();
     set_error(context, error);
 }

@@ -49,7 +49,30 @@ class CallLimits {
 
 /// Sets an argument as the value layer sees it; bytes stay the database's. In place, member by member: a copy of what has
 /// just been written would wait for it, in every row.
-void read_datum(sqlite3_value* value, qvo_datum_t& datum);
+inline void read_datum(sqlite3_value* value, qvo_datum_t& datum) {
+    switch (sqlite3_value_type(value)) {
+        case SQLITE_INTEGER:
+            datum.as.integer = sqlite3_value_int64(value);
+            datum.kind = QVO_DATUM_INTEGER;
+            break;
+        case SQLITE_FLOAT:
+            datum.as.real = sqlite3_value_double(value);
+            datum.kind = QVO_DATUM_REAL;
+            break;
+        case SQLITE_TEXT:
+            datum.as.bytes.data = sqlite3_value_text(value);
+            datum.as.bytes.size = static_cast<size_t>(sqlite3_value_bytes(value));
+            datum.kind = QVO_DATUM_TEXT;
+            break;
+        case SQLITE_BLOB:
+            datum.as.bytes.data = sqlite3_value_blob(value);
+            datum.as.bytes.size = static_cast<size_t>(sqlite3_value_bytes(value));
+            datum.kind = QVO_DATUM_BYTES;
+            break;
+        default:
+            datum.kind = QVO_DATUM_NULL;
+    }
+}
 inline qvo_datum_t datum_of(sqlite3_value* value) {
     qvo_datum_t datum;
     read_datum(value, datum);

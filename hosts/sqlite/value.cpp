@@ -39,31 +39,6 @@ int CallLimits::interrupted(void* self) {
     return end ? 1 : 0;
 }
 
-void read_datum(sqlite3_value* value, qvo_datum_t& datum) {
-    switch (sqlite3_value_type(value)) {
-        case SQLITE_INTEGER:
-            datum.as.integer = sqlite3_value_int64(value);
-            datum.kind = QVO_DATUM_INTEGER;
-            break;
-        case SQLITE_FLOAT:
-            datum.as.real = sqlite3_value_double(value);
-            datum.kind = QVO_DATUM_REAL;
-            break;
-        case SQLITE_TEXT:
-            datum.as.bytes.data = sqlite3_value_text(value);
-            datum.as.bytes.size = static_cast<size_t>(sqlite3_value_bytes(value));
-            datum.kind = QVO_DATUM_TEXT;
-            break;
-        case SQLITE_BLOB:
-            datum.as.bytes.data = sqlite3_value_blob(value);
-            datum.as.bytes.size = static_cast<size_t>(sqlite3_value_bytes(value));
-            datum.kind = QVO_DATUM_BYTES;
-            break;
-        default:
-            datum.kind = QVO_DATUM_NULL;
-    }
-}
-
 void set_result(sqlite3_context* context, qvo_datum_t& result) {
     void* const data = const_cast<void*>(result.as.bytes.data);
     switch (result.kind) {

@@ -279,7 +279,8 @@ TEST(Interface, RowsAtOnceAreRowsOneByOne) {
         std::string errors;
         for (size_t i = 0; i < end; i += at_once) {
             qvo_error_t error{};
-            if (qvo_aggregate_step_rows(pack, &rows[2 * i], 2, std::min(at_once, end - i), nullptr, &error) != QVO_VALUE_OK)
+            if (qvo_aggregate_step_rows(pack, &rows[2 * i], 2, std::min(at_once, end - i), nullptr, &error) !=
+                QVO_VALUE_OK)
                 errors += error.message;
         }
         qvo_datum_t result{};

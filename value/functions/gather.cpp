@@ -78,6 +78,7 @@ class Pack final : public Gathering {
         Plan plan(limits);
         plan.within_budget(n_);
         Writer writer(type);
+        writer.expect(n_);
         const Order rows = order(plan, n_);
         if (type.type == Type::char_) {
             put_texts(plan, type.width, rows, writer);
@@ -168,7 +169,8 @@ class Pack final : public Gathering {
     }
 
     void add_text(std::string_view text) {
-        pool_.resize(cells_.size() == 0 ? 0 : cells_[cells_.size() - 1]);  // of a text that was refused for want of memory
+        // More than the last end belongs to a text that was refused for want of memory.
+        pool_.resize(cells_.size() == 0 ? 0 : cells_[cells_.size() - 1]);
         pool_ += text;
         cells_.push_back(pool_.size());
         longest_ = std::max(longest_, text.size());
@@ -219,8 +221,8 @@ class Pack final : public Gathering {
 
     std::optional<ValueType> type_;  // if it was named
     uint64_t n_ = 0;
-    Blocks<uint64_t> cells_;  // values of eight bytes, and where each text ends
-    Buffer elements_;         // of a named type of fewer bytes
+    Blocks<uint64_t> cells_;         // values of eight bytes, and where each text ends
+    Buffer elements_;                // of a named type of fewer bytes
     std::vector<uint64_t> missing_;  // rows whose value is NULL, while there was no real
     std::string pool_;
     size_t longest_ = 1;

@@ -69,10 +69,9 @@ QVO_RET constant_next(qvo_seq_iterator_h it) {
 /// Whether an array source is as its constructor has made it, and its elements can be read where they lie.
 bool can_be_read_in_place(const qvo_seq_iterator_t* it) {
     switch (it->elem_type) {
-#define CASE(type)                                   \
-    case elem_##type::code:                          \
-        return it->elem_size == elem_##type::width && \
-               reinterpret_cast<uintptr_t>(it->buf) % alignof(qvo_##type) == 0;
+#define CASE(type)          \
+    case elem_##type::code: \
+        return it->elem_size == elem_##type::width && reinterpret_cast<uintptr_t>(it->buf) % alignof(qvo_##type) == 0;
         QVO_SEQ_FOR_FIXED_TYPES(CASE)
 #undef CASE
         default:
@@ -132,7 +131,8 @@ void restore_tile(qvo_seq_iterator_h it, ArrayStretch stretch) {
 ArrayTiles::ArrayTiles(qvo_seq_iterator_h it)
     : it_(it), it_values_(static_cast<const uint8_t*>(it->buf)), size_(capacity_of(it->elem_size)) {
     const qvo_seq_no_t first = it->next_seq_no, last = it->last_seq_no;
-    if (is_array_source(it) && can_be_read_in_place(it) && last != ~qvo_seq_no_t{0} && first <= last) left_ = (last - first) / size_;
+    if (is_array_source(it) && can_be_read_in_place(it) && last != ~qvo_seq_no_t{0} && first <= last)
+        left_ = (last - first) / size_;
 }
 
 #define STAMP(type)                                                                                      \

@@ -169,8 +169,7 @@ struct Supply {
 bool deal_stretch(Choice& c) {
     const unsigned run = c.condition.run();
     if (run == 0 || c.condition.taken() != 0) return false;
-    size_t n = leading_same_runs(c.condition.runs(), run,
-                             std::min(c.out.room(), c.condition.elements_left()));
+    size_t n = leading_same_runs(c.condition.runs(), run, std::min(c.out.room(), c.condition.elements_left()));
     if (n < shortest_stretch) return false;
     const Supply from_left(c.left, c.width, n, run), from_right(c.right, c.width, n, run);
     n = std::min({n, from_left.limit, from_right.limit});
