@@ -44,6 +44,7 @@ QVO_AVX2 QVO_INLINE uint32_t equal_bytes(const uint8_t* from, __m256i to) {
     return static_cast<uint32_t>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(load_vector(from), to)));
 }
 
+/// Four vectors at a time as long as all are equal, then one by one.
 QVO_AVX2 size_t leading_same_by_vectors(const uint8_t* runs, unsigned run, size_t n) {
     constexpr size_t width = sizeof(__m256i), many = 4 * width;
     const __m256i wanted = _mm256_set1_epi8(static_cast<char>(run));

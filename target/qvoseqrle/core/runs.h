@@ -73,8 +73,8 @@ QVO_INLINE bool block_differs(With with, size_t below, const uint8_t* runs, Othe
     return (half[0] | half[1]) != 0;
 }
 
-/// The number of leading elements, of `n` at most, whose run bytes are equal to what they are compared with; of the first
-/// i it is known.
+/// The number of leading elements, of `n` at most, whose run bytes are equal to what they are compared with; those of the
+/// first i are known to be. A word at a time, and by blocks from the first one on.
 template <class With> QVO_INLINE size_t leading_words(const uint8_t* runs, With with, size_t i, size_t n) {
     for (; i < n; i += run_word) {
         uint64_t word = load_word(runs - (i + run_word - 1)) ^ with.word(i + run_word - 1);
@@ -137,7 +137,7 @@ class BlockSum {
 /// make vector code of it in the midst of others.
 unsigned sum_many(const uint8_t* lowest, size_t n);
 
-/// The same of fewer than a block, or of any number where there is nothing better.
+/// The same a word at a time, for fewer than a block.
 QVO_INLINE unsigned sum_words(const uint8_t* byte, size_t n) {
     const uint8_t* const end = byte + n;
     unsigned total = 0;
