@@ -186,6 +186,26 @@ template <class E> struct SumLoops {
     static constexpr GroupMember member{fold, close};
 };
 
+/// The sums of the groups' values, and those of their squares, after what the open group has come to.
+template <class E>
+[[gnu::noinline]] void add_up_moments(const GroupSteps& steps, const GroupBounds& groups, Context& context,
+                                      const typename E::value* values, GroupNumbers<double>& sums,
+                                      GroupNumbers<double>& squares) {
+    double& open = context.accumulator.val_double;
+    if (!steps.plain || groups.n <= steps.n / 32) {
+        add_up<WeightedDouble<E>>(steps, groups, open, sums, values);
+        add_up<Square<E>>(steps, groups, context.norm, squares, values);
+        return;
+    }
+    // Terms are the values themselves, so that their squares need not be read.
+    GroupNumbers<double> terms;
+    terms.of[0] = open;
+    Terms<WeightedDouble<E>, double, typename E::value>::make(terms.of + 1, steps.run, steps.n, values);
+    add_squares(terms, context.norm, groups, sums, squares);
+    open = sums.of[groups.n - 1];
+    context.norm = squares.of[groups.n - 1];
+}
+
 /// The statistics of floating numbers by their sum, and by that of their squares if they take it.
 template <class E, class Statistic> struct MomentLoops {
     static void fold(qvo_seq_iterator_h it, const GroupSteps& steps, size_t to) {
@@ -194,8 +214,10 @@ template <class E, class Statistic> struct MomentLoops {
         const StepValues<typename E::value> values(it->opd[0], steps, steps.value);
         GroupNumbers<double> sums, squares;
         GroupNumbers<uint64_t> counts;
-        add_up<WeightedDouble<E>>(steps, groups, context.accumulator.val_double, sums, values.get());
-        if constexpr (Statistic::takes_squares) add_up<Square<E>>(steps, groups, context.norm, squares, values.get());
+        if constexpr (Statistic::takes_squares)
+            add_up_moments<E>(steps, groups, context, values.get(), sums, squares);
+        else
+            add_up<WeightedDouble<E>>(steps, groups, context.accumulator.val_double, sums, values.get());
         count_positions(steps, groups, context.count, counts);
         for (size_t j = 0; j < groups.ended; ++j)
             values_of<double>(it)[to + j] = Statistic::of(sums.of[j], Statistic::takes_squares ? squares.of[j] : 0,

@@ -35,6 +35,20 @@ template <class T> QVO_INLINE void add_in_turn(const T* terms, const uint16_t* b
     }
 }
 
+/// Both sums, whose additions do not wait for each other. `open_square` stands for the square of term 0.
+QVO_INLINE void add_squares_in_turn(const double* terms, double open_square, const uint16_t* bounds, size_t n,
+                                    double* sums, double* squares) {
+    for (size_t j = 0; j < n; ++j) {
+        double sum = terms[bounds[j]], square = bounds[j] == 0 ? open_square : sum * sum;
+        for (size_t i = bounds[j] + size_t{1}; i < bounds[j + 1]; ++i) {
+            sum += terms[i];
+            square += terms[i] * terms[i];
+        }
+        sums[j] = sum;
+        squares[j] = square;
+    }
+}
+
 #if QVO_WIDE_X86
 constexpr size_t lanes = 8;
 
@@ -52,31 +66,70 @@ QVO_AVX512 inline __m512i add(__m512i sums, __mmask8 some, __m512i terms) {
     return _mm512_mask_add_epi64(sums, some, sums, terms);
 }
 
-/// Eight groups side by side, a lane for each: as many rounds as the longest one has terms. Where that is much longer
-/// than the others they are added up in turn.
+/// Up to eight groups side by side, a lane for each, and where their next terms are.
+struct GroupLanes {
+    __m256i at, left;  // terms left, or none
+    __mmask8 all;
+    int longest;
+
+    QVO_AVX512 QVO_INLINE GroupLanes(const uint16_t* bounds, size_t n) : all(static_cast<__mmask8>((1U << n) - 1)) {
+        at = _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(bounds)));
+        const __m256i end = _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(bounds + 1)));
+        left = _mm256_maskz_sub_epi32(all, end, at);
+        longest = _mm512_reduce_max_epi32(_mm512_zextsi256_si512(left));
+    }
+    /// Whether the longest is much longer than the others: then they are sooner added up in turn. Cycles are those of a
+    /// round of all lanes, of a term and of a group by itself.
+    QVO_AVX512 QVO_INLINE bool uneven(const uint16_t* bounds, size_t n, int round, int term) const {
+        constexpr int group = 15;
+        return round * longest > term * (bounds[n] - bounds[0]) + group * static_cast<int>(n);
+    }
+    /// Goes on to the next terms; which lanes have one.
+    QVO_AVX512 QVO_INLINE __mmask8 next() {
+        const __m256i one = _mm256_set1_epi32(1);
+        at = _mm256_add_epi32(at, one);
+        left = _mm256_sub_epi32(left, one);
+        return _mm256_cmpgt_epi32_mask(left, _mm256_setzero_si256());
+    }
+};
+
+/// As many rounds as the longest group has terms.
 template <class T> QVO_AVX512 void add_in_lanes(const T* terms, const uint16_t* bounds, size_t n, T* sums) {
-    constexpr int round = 6, term = std::is_integral_v<T> ? 1 : 2, group = 15;  // about as many cycles
-    const __m256i one = _mm256_set1_epi32(1);
     for (size_t j = 0; j < n; j += lanes) {
         const size_t here = std::min(n - j, lanes);
-        const __mmask8 all = static_cast<__mmask8>((1U << here) - 1);
-        __m256i at = _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(bounds + j)));
-        const __m256i end = _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(bounds + j + 1)));
-        const __m256i lengths = _mm256_maskz_sub_epi32(all, end, at);
-        const int longest = _mm512_reduce_max_epi32(_mm512_zextsi256_si512(lengths));
-        if (round * longest > term * (bounds[j + here] - bounds[j]) + group * static_cast<int>(here)) {
+        GroupLanes groups(bounds + j, here);
+        if (groups.uneven(bounds + j, here, 6, std::is_integral_v<T> ? 1 : 2)) {
             add_in_turn(terms, bounds + j, here, sums + j);
             continue;
         }
-        auto sum = take(all, at, terms);
-        __m256i left = _mm256_sub_epi32(lengths, one);
-        for (int k = 1; k < longest; ++k) {
-            const __mmask8 some = _mm256_cmpgt_epi32_mask(left, _mm256_setzero_si256());
-            at = _mm256_add_epi32(at, one);
-            sum = add(sum, some, take(some, at, terms));
-            left = _mm256_sub_epi32(left, one);
+        auto sum = take(groups.all, groups.at, terms);
+        for (int k = 1; k < groups.longest; ++k) {
+            const __mmask8 some = groups.next();
+            sum = add(sum, some, take(some, groups.at, terms));
         }
         std::memcpy(sums + j, &sum, sizeof sum);
+    }
+}
+
+QVO_AVX512 void add_squares_in_lanes(const double* terms, double open_square, const uint16_t* bounds, size_t n,
+                                     double* sums, double* squares) {
+    for (size_t j = 0; j < n; j += lanes) {
+        const size_t here = std::min(n - j, lanes);
+        GroupLanes groups(bounds + j, here);
+        if (groups.uneven(bounds + j, here, 6, 2)) {
+            add_squares_in_turn(terms, open_square, bounds + j, here, sums + j, squares + j);
+            continue;
+        }
+        __m512d sum = take(groups.all, groups.at, terms), square = _mm512_mul_pd(sum, sum);
+        if (bounds[j] == 0) square = _mm512_mask_mov_pd(square, 1, _mm512_set1_pd(open_square));
+        for (int k = 1; k < groups.longest; ++k) {
+            const __mmask8 some = groups.next();
+            const __m512d term = take(some, groups.at, terms);
+            sum = add(sum, some, term);
+            square = add(square, some, _mm512_mul_pd(term, term));
+        }
+        std::memcpy(sums + j, &sum, sizeof sum);
+        std::memcpy(squares + j, &square, sizeof square);
     }
 }
 
@@ -182,6 +235,15 @@ void add_terms(const GroupNumbers<double>& terms, const GroupBounds& groups, Gro
 }
 void add_terms(const GroupNumbers<uint64_t>& terms, const GroupBounds& groups, GroupNumbers<uint64_t>& sums) {
     add_all(terms, groups, sums);
+}
+
+void add_squares(const GroupNumbers<double>& terms, double open_square, const GroupBounds& groups,
+                 GroupNumbers<double>& sums, GroupNumbers<double>& squares) {
+#if QVO_WIDE_X86
+    if (cpu_level >= CpuLevel::avx512)
+        return add_squares_in_lanes(terms.of, open_square, groups.bounds, groups.n, sums.of, squares.of);
+#endif
+    add_squares_in_turn(terms.of, open_square, groups.bounds, groups.n, sums.of, squares.of);
 }
 
 void count_positions(const GroupSteps& steps, const GroupBounds& groups, uint64_t open,

@@ -29,6 +29,10 @@ template <class T> struct GroupNumbers { T of[GroupBounds::most_terms + GroupSte
 void add_terms(const GroupNumbers<double>& terms, const GroupBounds& groups, GroupNumbers<double>& sums);
 void add_terms(const GroupNumbers<uint64_t>& terms, const GroupBounds& groups, GroupNumbers<uint64_t>& sums);
 
+/// The sums of terms and those of their squares, of which the open group has come to `open_square`.
+void add_squares(const GroupNumbers<double>& terms, double open_square, const GroupBounds& groups,
+                 GroupNumbers<double>& sums, GroupNumbers<double>& squares);
+
 /// The positions of the groups, `open` of which were there before the batch.
 void count_positions(const GroupSteps& steps, const GroupBounds& groups, uint64_t open, GroupNumbers<uint64_t>& counts);
 
