@@ -55,9 +55,13 @@ template <class Op, size_t... Step, class W, class... V>
 QVO_INLINE void apply_steps(W* __restrict out, size_t n, const V* __restrict... from) {
     size_t i = 0;
     if (n >= chunk) {
-        for (;;) {
+        size_t step = chunk;
+        // Wide results, which are many bytes, from the second chunk on to where no vector lies across two cache lines.
+        if constexpr (sizeof(W) == 8 && ((sizeof(V) == 8) && ...))
+            step -= reinterpret_cast<uintptr_t>(out) / sizeof(W) % 4;
+        for (;; step = chunk) {
             for (size_t k = 0; k < chunk; ++k) out[i + k] = static_cast<W>(Op::apply(from[(i + k) * Step]...));
-            i += chunk;
+            i += step;
             if (i == n) return;
             if (i > n - chunk) i = n - chunk;
         }
