@@ -192,18 +192,18 @@ template <class E>
                                       const typename E::value* values, GroupNumbers<double>& sums,
                                       GroupNumbers<double>& squares) {
     double& open = context.accumulator.val_double;
-    if (!steps.plain || groups.n <= steps.n / 32) {
-        add_up<WeightedDouble<E>>(steps, groups, open, sums, values);
-        add_up<Square<E>>(steps, groups, context.norm, squares, values);
-        return;
-    }
-    // Terms are the values themselves, so that their squares need not be read.
-    GroupNumbers<double> terms;
-    terms.of[0] = open;
-    Terms<WeightedDouble<E>, double, typename E::value>::make(terms.of + 1, steps.run, steps.n, values);
-    add_squares(terms, context.norm, groups, sums, squares);
-    open = sums.of[groups.n - 1];
-    context.norm = squares.of[groups.n - 1];
+    if constexpr (E::is_floating)
+        if (steps.plain && groups.n > steps.n / 32) {  // terms are the values, so that their squares need not be read
+            GroupNumbers<double> terms;
+            terms.of[0] = open;
+            Terms<WeightedDouble<E>, double, typename E::value>::make(terms.of + 1, steps.run, steps.n, values);
+            add_squares(terms, context.norm, groups, sums, squares);
+            open = sums.of[groups.n - 1];
+            context.norm = squares.of[groups.n - 1];
+            return;
+        }
+    add_up<WeightedDouble<E>>(steps, groups, open, sums, values);
+    add_up<Square<E>>(steps, groups, context.norm, squares, values);
 }
 
 /// The statistics of floating numbers by their sum, and by that of their squares if they take it.
