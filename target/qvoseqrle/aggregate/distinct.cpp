@@ -43,7 +43,7 @@ uint8_t* registers_of(qvo_seq_iterator_h it) { return key_in_history(it).bytes; 
 void fold_hashes(qvo_seq_iterator_h it, const GroupSteps& steps, size_t to, const uint32_t* hashes, size_t first) {
     uint8_t* registers = registers_of(it);
     qvo_uint4* out = values_of<qvo_uint4>(it) + to;
-    const auto add = [&](size_t i) { add_hash(hashes[steps.value[i] - first], registers); };
+    const auto add = [&](size_t i) { add_hash(hashes[steps.value.index[i] - first], registers); };
     walk_groups(
         steps, state<Context>(it).count,
         [&](size_t i) {
@@ -56,15 +56,15 @@ void fold_hashes(qvo_seq_iterator_h it, const GroupSteps& steps, size_t to, cons
 void fold_values(qvo_seq_iterator_h it, const GroupSteps& steps, size_t to) {
     uint32_t hashes[OverlapList<2>::most];
     const qvo_seq_iterator_h input = it->opd[0];
-    const size_t width = input->elem_size, first = steps.value[0];
+    const size_t width = input->elem_size, first = steps.value.index[0];
     // A group that ends with the very first step leaves none to fold.
-    const size_t n = steps.n == 0 ? 0 : steps.value[steps.n - 1] - first + 1;
-    hash_values(values_of<uint8_t>(input) + first * width, width, n, hash_seed, hashes);
+    const size_t n = steps.n == 0 ? 0 : steps.value.index[steps.n - 1] - first + 1;
+    hash_values(steps.value.values + first * width, width, n, hash_seed, hashes);
     fold_hashes(it, steps, to, hashes, first);
 }
 
 void fold_given_hashes(qvo_seq_iterator_h it, const GroupSteps& steps, size_t to) {
-    fold_hashes(it, steps, to, values_of<qvo_uint4>(it->opd[0]), 0);
+    fold_hashes(it, steps, to, steps.value.as<qvo_uint4>(), 0);
 }
 
 void close_group(qvo_seq_iterator_h it, size_t to) { values_of<qvo_uint4>(it)[to] = estimate(registers_of(it)); }

@@ -32,11 +32,11 @@ template <class Kept> struct KeptLoops {
 
     static void fold(qvo_seq_iterator_h it, const GroupSteps& steps, size_t to) {
         Context& context = state<Context>(it);
-        const auto* values = values_of<V>(it->opd[0]);
+        const auto* values = steps.value.as<V>();
         V* out = values_of<V>(it) + to;
         V a;
         std::memcpy(&a, &context.accumulator, sizeof a);
-        const auto value = [&](size_t i) __attribute__((always_inline)) { return values[steps.value[i]]; };
+        const auto value = [&](size_t i) __attribute__((always_inline)) { return values[steps.value.index[i]]; };
         const auto end = [&](uint64_t) __attribute__((always_inline)) { *out++ = a; };
         if (steps.mixed) {
             V ended[GroupSteps::most + 1];
@@ -45,7 +45,7 @@ template <class Kept> struct KeptLoops {
                 value, [&](V b, size_t i) __attribute__((always_inline)) { return Kept::fold(b, value(i)); });
             std::memcpy(out, ended, steps.n_ends * sizeof(V));
         } else if (steps.plain) {
-            values += steps.value[0];
+            values += steps.value.index[0];
             walk_groups(
                 steps, context.count,
                 [](size_t) { return 1U; }, [&](size_t i) __attribute__((always_inline)) { a = values[i]; },
@@ -68,10 +68,9 @@ template <class Kept> struct KeptLoops {
 /// The values of the steps from a tile, side by side.
 template <class V> class StepValues {
  public:
-    StepValues(qvo_seq_iterator_h from, const GroupSteps& steps, const uint16_t* index)
-        : values_(values_of<V>(from) + index[0]) {
+    StepValues(const GroupSteps& steps, StepElements from) : values_(from.as<V>() + from.index[0]) {
         if (steps.plain) return;
-        spread_values(values_of<uint8_t>(from), sizeof(V), index, steps.n, reinterpret_cast<uint8_t*>(room_.of));
+        spread_values(from.values, sizeof(V), from.index, steps.n, reinterpret_cast<uint8_t*>(room_.of));
         values_ = room_.of;
     }
     StepValues(const StepValues&) = delete;
@@ -176,7 +175,7 @@ template <class E> struct SumLoops {
     static void fold(qvo_seq_iterator_h it, const GroupSteps& steps, size_t to) {
         Context& context = state<Context>(it);
         const GroupBounds groups(steps, context.count != 0);
-        const StepValues<typename E::value> values(it->opd[0], steps, steps.value);
+        const StepValues<typename E::value> values(steps, steps.value);
         GroupNumbers<T> sums;
         add_up<Weighted<E>>(steps, groups, accumulator<T>(context), sums, values.get());
         std::memcpy(values_of<T>(it) + to, sums.of, steps.n_ends * sizeof(T));
@@ -211,7 +210,7 @@ template <class E, class Statistic> struct MomentLoops {
     static void fold(qvo_seq_iterator_h it, const GroupSteps& steps, size_t to) {
         Context& context = state<Context>(it);
         const GroupBounds groups(steps, context.count != 0);
-        const StepValues<typename E::value> values(it->opd[0], steps, steps.value);
+        const StepValues<typename E::value> values(steps, steps.value);
         GroupNumbers<double> sums, squares;
         GroupNumbers<uint64_t> counts;
         if constexpr (Statistic::takes_squares)
@@ -237,7 +236,7 @@ template <> struct MomentLoops<elem_datetime, Average> {
     static void fold(qvo_seq_iterator_h it, const GroupSteps& steps, size_t to) {
         Context& context = state<Context>(it);
         const GroupBounds groups(steps, context.count != 0);
-        const StepValues<uint64_t> values(it->opd[0], steps, steps.value);
+        const StepValues<uint64_t> values(steps, steps.value);
         GroupNumbers<uint64_t> sums, counts;
         add_up<Weighted<elem_datetime>>(steps, groups, context.accumulator.val_uint8, sums, values.get());
         count_positions(steps, groups, context.count, counts);
@@ -267,7 +266,7 @@ template <class E> struct WeightedLoops {
     static void fold(qvo_seq_iterator_h it, const GroupSteps& steps, size_t to) {
         Context& context = state<Context>(it);
         const GroupBounds groups(steps, context.count != 0);
-        const StepValues<V> values(it->opd[0], steps, steps.value), weights(it->opd[1], steps, steps.second);
+        const StepValues<V> values(steps, steps.value), weights(steps, steps.second);
         GroupNumbers<double> norms;
         GroupNumbers<R> last;  // of each term
         add_up<Product<E>>(steps, groups, context.norm, norms, values.get(), weights.get());

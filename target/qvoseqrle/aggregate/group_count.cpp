@@ -80,7 +80,7 @@ size_t count_some(qvo_seq_iterator_h it, TileWriter& out, uint64_t& count, size_
         count = n_ends == 0 ? count + keys.n : keys.n - ends[n_ends - 1];
     } else {
         copy_in_order(in_order, runs, n);
-        const GroupSteps steps{index, nullptr, in_order, keys.n, ends, n_ends, false, false, false};
+        const GroupSteps steps{{}, {}, in_order, keys.n, ends, n_ends, false, false, false};
         const GroupBounds groups(steps, count != 0);
         GroupNumbers<uint64_t> counts;
         count_positions(steps, groups, count, counts);

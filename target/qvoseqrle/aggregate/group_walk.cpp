@@ -100,19 +100,27 @@ template <class Bits> QVO_AVX512 inline uint32_t changes(const Bits* keys) {
     return static_cast<uint32_t>(changed);
 }
 
-/// 32 steps at a time: steps with another element than the one before take the changes of these in turn. Reads up to 32
-/// keys beyond, which lie in the tile, and writes as many ends.
+/// 32 steps at a time: steps with another element than the one before take the changes of these in turn, which are all of
+/// them where the elements are neighbours. Reads up to 32 keys beyond (ArrayStretch::slack), and writes as many ends.
 template <class Bits> QVO_AVX512 void look_by_vectors(KeySearch<Bits>& search, size_t i, size_t n) {
+    const KeySearch<Bits> here = search;  // in registers
+    const bool neighbours = size_t{here.index[n - 1]} - here.index[0] == n - 1;
     const __m512i numbers = _mm512_loadu_si512(numbers_up.data());
+    size_t n_ends = here.n_ends;
     for (; i < n; i += block) {
-        const __m512i now = _mm512_loadu_si512(search.index + i), before = _mm512_loadu_si512(search.index + i - 1);
-        const uint32_t here = ~uint32_t{0} >> (block - std::min(n - i, block));
-        const uint32_t moves = _mm512_cmpneq_epi16_mask(now, before) & here;
-        const uint32_t found = _pdep_u32(changes(search.keys + search.index[i - 1] + 1), moves);
+        uint32_t found = changes(here.keys + here.index[i - 1] + 1);
+        uint32_t moves = _bzhi_u32(~uint32_t{0}, static_cast<unsigned>(n - i));  // all if there are 32 or up to 255
+        if (!neighbours) {
+            const __m512i now = _mm512_loadu_si512(here.index + i), before = _mm512_loadu_si512(here.index + i - 1);
+            moves &= _mm512_cmpneq_epi16_mask(now, before);
+            found = _pdep_u32(found, moves);
+        }
+        found &= moves;
         const __m512i steps = _mm512_add_epi16(numbers, _mm512_set1_epi16(static_cast<short>(i)));
-        _mm512_storeu_si512(search.ends + search.n_ends, _mm512_maskz_compress_epi16(found, steps));
-        search.n_ends += static_cast<size_t>(_mm_popcnt_u32(found));
+        _mm512_storeu_si512(here.ends + n_ends, _mm512_maskz_compress_epi16(found, steps));
+        n_ends += static_cast<size_t>(_mm_popcnt_u32(found));
     }
+    search.n_ends = n_ends;
 }
 #endif
 
@@ -190,7 +198,8 @@ template <size_t N> bool collect(OverlapList<N>& list, Operand (&operands)[N], s
     constexpr size_t fewest = 2 * block;
     size_t n = most;
     for (const Operand& operand : operands) n = operand.taken() != 0 ? 0 : std::min(n, operand.elements_left());
-    for (const Operand& operand : operands) n = n < fewest ? 0 : leading_single_runs(operand.runs(), n);
+    for (const Operand& operand : operands)
+        n = n < fewest ? 0 : operand.single() ? n : leading_single_runs(operand.runs(), n);
     if (n < fewest) {
         list.collect(operands, most);
         return N == 2 && size_t{list.index[0][list.n - 1]} - list.index[0][0] == list.n - 1 &&
@@ -232,14 +241,12 @@ QVO_RET next_groups(qvo_seq_iterator_h it, Operand (&operands)[N], const GroupMe
         const bool plain = collect(list, operands, steps_to_fill(most - k, ends_before, steps_before));
         const bool any_empty = !plain && std::memchr(list.run, 0, list.n) != nullptr, words = has_words(width);
         const bool open = context.count != 0;
-        KeySteps keys{values_of<uint8_t>(group_by), width, list.index[N - 1], list.n, inside, open, most - k};
+        KeySteps keys{operands[N - 1].values(), width, list.index[N - 1], list.n, inside, open, most - k};
         const size_t n_ends = words && !any_empty ? find_ends(keys, kept.bytes, ends)
                                                   : find_ends_step_by_step(keys, kept.bytes, ends, list.run, k, words);
         const bool mixed = !any_empty && n_ends > keys.n / (plain ? 4 : 32) + 1 && n_ends < keys.n - keys.n / 8;
-        member.fold(
-            it,
-            {list.index[0], N == 3 ? list.index[1] : nullptr, list.run, keys.n, ends, n_ends, plain, mixed, any_empty},
-            k);
+        const auto elements = [&](size_t slot) { return StepElements{operands[slot].values(), list.index[slot]}; };
+        member.fold(it, {elements(0), elements(1), list.run, keys.n, ends, n_ends, plain, mixed, any_empty}, k);
         out.put_equal_runs(n_ends, 1);
         ends_before = n_ends;
         steps_before = keys.n;
@@ -248,7 +255,7 @@ QVO_RET next_groups(qvo_seq_iterator_h it, Operand (&operands)[N], const GroupMe
         list.set_back(operands, keys.n);
         break;
     }
-    for (const Operand& operand : operands) operand.store();
+    for (const Operand& operand : operands) operand.leave();
     if (rc == QVO_S_CURSOR_END && context.count != 0) {
         member.close(it, out.size());
         context.count = 0;
@@ -287,12 +294,14 @@ QVO_RET fill_group(qvo_seq_iterator_h result, ElementLayout layout, std::initial
 }
 
 QVO_RET group_next(qvo_seq_iterator_h it, const GroupMember& member, KeptKey kept, Where where) {
-    Operand operands[] = {Operand(it->opd[0]), Operand(it->opd[1])};
+    constexpr auto from = Operand::Values::anywhere_with_slack;
+    Operand operands[] = {Operand(it->opd[0], from), Operand(it->opd[1], from)};
     return next_groups(it, operands, member, kept, where);
 }
 
 QVO_RET group_pair_next(qvo_seq_iterator_h it, const GroupMember& member, KeptKey kept, Where where) {
-    Operand operands[] = {Operand(it->opd[0]), Operand(it->opd[1]), Operand(it->opd[2])};
+    constexpr auto from = Operand::Values::anywhere_with_slack;
+    Operand operands[] = {Operand(it->opd[0], from), Operand(it->opd[1], from), Operand(it->opd[2], from)};
     return next_groups(it, operands, member, kept, where);
 }
 

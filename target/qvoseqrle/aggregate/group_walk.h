@@ -8,11 +8,17 @@
 
 namespace qvo {
 
-/// Steps over the current tiles of the operands. Step ends[j] is the first of a new group.
+/// The steps' elements of an operand.
+struct StepElements {
+    const uint8_t* values;  // element 0
+    const uint16_t* index;  // of each step
+    template <class V> QVO_INLINE const V* as() const { return reinterpret_cast<const V*>(values); }
+};
+
+/// Steps over elements of the operands. Step ends[j] is the first of a new group.
 struct GroupSteps {
-    const uint16_t* value;   // indexes of the values
-    const uint16_t* second;  // and of the second operand's; null if there is none
-    const uint8_t* run;      // positions
+    StepElements value, second;  // second: of members with two values
+    const uint8_t* run;          // positions
     size_t n;
     const uint16_t* ends;
     size_t n_ends;
@@ -66,7 +72,7 @@ bool has_words(size_t width);
 
 /// Where groups end among steps by their keys, which are words; every step has positions.
 struct KeySteps {
-    const uint8_t* values;  // the tile of the keys
+    const uint8_t* values;  // key 0
     size_t width;
     const uint16_t* index;
     size_t n;

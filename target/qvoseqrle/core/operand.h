@@ -12,10 +12,11 @@ namespace qvo {
 /// consumer returns; in between it is kept here, in registers (see TileWriter). Whoever moves it calls `store`.
 ///
 /// A family reads the values at values_of<T>(it)[index()]; or, if it says so, at values(), which need not be in the tile
-/// (core/source.h): then it takes the run bytes from here as well, and ends with `leave`.
+/// (core/source.h): then it takes the run bytes from here as well, and ends with `leave`. With slack, ArrayStretch::slack
+/// elements beyond the last can be read.
 class Operand {
  public:
-    enum class Values { in_tile, anywhere };
+    enum class Values { in_tile, anywhere, anywhere_with_slack };
 
     QVO_INLINE explicit Operand(qvo_seq_iterator_h it, Values values = Values::in_tile)
         : it_(it),
@@ -23,7 +24,8 @@ class Operand {
           index_(it->tile_offs),
           size_(it->tile_size),
           taken_(it->rle_offs),
-          anywhere_(values == Values::anywhere),
+          anywhere_(values != Values::in_tile),
+          slack_(values == Values::anywhere_with_slack ? ArrayStretch::slack : 0),
           constant_(anywhere_ && is_constant(it)) {}
 
     QVO_INLINE qvo_seq_iterator_h iterator() const { return it_; }
@@ -64,6 +66,11 @@ class Operand {
         taken_ = (taken_ + positions) % max_run;
     }
 
+    /// Goes back to the first element of a tile, or further: it has been asked for, as those behind it have.
+    QVO_INLINE void set_back_to(size_t index, unsigned taken) {
+        asked_for_ = index;
+        move_to(index, taken);
+    }
     /// Sets the position outright.
     QVO_INLINE void move_to(size_t index, unsigned taken) {
         index_ = index;
@@ -87,7 +94,7 @@ class Operand {
     /// Pulls the next tile. The position must have been stored. On a failure it stays.
     QVO_INLINE QVO_RET pull(Where where) {
         if (anywhere_ && is_array_source(it_))
-            if (const ArrayStretch next = next_of_array(it_); next.n != 0) {
+            if (const ArrayStretch next = next_of_array(it_, slack_); next.n != 0) {
                 stretch_ = next;
                 runs_ = single_runs_of_stretch();
                 index_ = it_->tile_offs = 0;
@@ -126,7 +133,9 @@ class Operand {
     size_t index_;
     size_t size_;
     unsigned taken_;
-    bool anywhere_, constant_;
+    bool anywhere_;
+    size_t slack_;
+    bool constant_;
     ArrayStretch stretch_;  // empty: the elements are in the tile
     size_t asked_for_ = 0;  // the element of the stretch at which a tile was last asked for
 };

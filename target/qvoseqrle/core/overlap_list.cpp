@@ -9,7 +9,7 @@ namespace {
 template <size_t N> class ListSink {
  public:
     QVO_INLINE ListSink(OverlapList<N>& list, const Operand (&operands)[N], size_t room) : list_(list), room_(room) {
-        each<N>([&](auto k) __attribute__((always_inline)) { runs_[k] = runs_of(operands[k].iterator()); });
+        each<N>([&](auto k) __attribute__((always_inline)) { runs_[k] = operands[k].first_run(); });
     }
 
     QVO_INLINE size_t size() const { return n_; }
@@ -106,7 +106,7 @@ template <size_t N> void OverlapList<N>::set_back(Operand* operands, size_t i) c
         const uint16_t* indexes = index[k];
         unsigned before = indexes[i] == indexes[0] ? taken[k] : 0;
         for (size_t j = i; j != 0 && indexes[j - 1] == indexes[i]; --j) before += run[j - 1];
-        operands[k].move_to(indexes[i], before);
+        operands[k].set_back_to(indexes[i], before);
     }
 }
 

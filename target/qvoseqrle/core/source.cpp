@@ -97,18 +97,24 @@ constexpr auto make_source_nexts() {
 }
 const std::array<SourceNexts, QVO_DD_DATETIME + 1> source_nexts = make_source_nexts();
 
-ArrayStretch next_of_array(qvo_seq_iterator_h it) {
+ArrayStretch next_of_array(qvo_seq_iterator_h it, size_t slack) {
     const qvo_seq_no_t first = it->next_seq_no, last = it->last_seq_no;
     if (!can_be_read_in_place(it) || last == ~qvo_seq_no_t{0} || first > last) return {};
+    const uint64_t left = last - first + 1;
     const size_t capacity = capacity_of(it->elem_size), whole_tiles = ArrayStretch::most / capacity * capacity;
-    const size_t n = std::min<qvo_seq_no_t>(capacity, last - first + 1);
+    uint64_t taken = std::min<uint64_t>(whole_tiles, left);
+    if (slack != 0) {
+        taken = std::min<uint64_t>(taken, left < slack ? 0 : left - slack) / capacity * capacity;
+        if (taken == 0) return {};
+    }
+    const size_t n = std::min<uint64_t>(capacity, left);
     fill_runs(runs_of(it), n, 1);
     it->tile_size = static_cast<uint16_t>(n);
     it->next_seq_no = first + n;
     const uint8_t* const values = static_cast<const uint8_t*>(it->buf) + first * it->elem_size;
     if (it->buf_size > near_bytes)
-        prefetch_tile(values + n * it->elem_size, std::min<qvo_seq_no_t>(n, last - first + 1 - n) * it->elem_size);
-    return {values, std::min<qvo_seq_no_t>(whole_tiles, last - first + 1)};
+        prefetch_tile(values + n * it->elem_size, std::min<uint64_t>(n, left - n) * it->elem_size);
+    return {values, taken};
 }
 
 void store_in_array(qvo_seq_iterator_h it, ArrayStretch stretch, size_t index, bool asked_for) {

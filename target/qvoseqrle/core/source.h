@@ -21,6 +21,7 @@ struct ArrayStretch {
     size_t n = 0;
 
     static constexpr size_t most = 2048;
+    static constexpr size_t slack = 64;  // for who reads beyond
     /// The number of the first one in the array of its source, which is of a fixed type.
     QVO_INLINE uint64_t first(const qvo_seq_iterator_t* source) const {
         const auto bytes = static_cast<uint64_t>(values - static_cast<const uint8_t*>(source->buf));
@@ -48,9 +49,10 @@ QVO_INLINE bool is_array_source(const qvo_seq_iterator_t* it) {
     return it->elem_type < source_nexts.size() && it->next == source_nexts[it->elem_type].array;
 }
 
-/// The elements of an array source that come next, if there are any and its array is aligned as its type asks. Its record
-/// is then as after a call of its `next`, but for the values in its tile. Else there are none, and nothing has changed.
-ArrayStretch next_of_array(qvo_seq_iterator_h it);
+/// The elements of an array source that come next, if there are any and its array is aligned as its type asks; with
+/// `slack` only such as have that many more behind them. Its record is then as after a call of its `next`, but for the
+/// values in its tile. Else there are none, and nothing has changed.
+ArrayStretch next_of_array(qvo_seq_iterator_h it, size_t slack);
 
 /// Writes to the record that the consumer has come to an element of the stretch: where it is the first of a tile, to the
 /// end of the tile before, or to that tile itself if it has been asked for.
