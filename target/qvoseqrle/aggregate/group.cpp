@@ -268,13 +268,17 @@ template <class E> struct WeightedLoops {
         const GroupBounds groups(steps, context.count != 0);
         const StepValues<V> values(steps, steps.value), weights(steps, steps.second);
         GroupNumbers<double> norms;
-        GroupNumbers<R> last;  // of each term
         add_up<Product<E>>(steps, groups, context.norm, norms, values.get(), weights.get());
-        std::memcpy(last.of, &context.accumulator, sizeof(R));
-        Terms<Weighted<E>, R, V>::make(last.of + 1, steps.run, steps.n, values.get());
+        R open;
+        std::memcpy(&open, &context.accumulator, sizeof open);
+        // Term 0 is what was open before the steps.
+        const auto term = [&](size_t i) {
+            return i == 0 ? open : static_cast<R>(Weighted<E>::of(values.get()[i - 1], steps.run[i - 1]));
+        };
         for (size_t j = 0; j < groups.ended; ++j)
-            values_of<R>(it)[to + j] = finish(norms.of[j], last.of[groups.bounds[j + 1] - 1]);
-        std::memcpy(&context.accumulator, &last.of[steps.n], sizeof(R));
+            values_of<R>(it)[to + j] = finish(norms.of[j], term(groups.bounds[j + 1] - size_t{1}));
+        open = term(steps.n);
+        std::memcpy(&context.accumulator, &open, sizeof open);
         context.count = positions_left_open(steps, context.count);
     }
     static void close(qvo_seq_iterator_h it, size_t to) {
