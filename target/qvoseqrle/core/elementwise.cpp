@@ -32,7 +32,11 @@ template <size_t N> class LoopSink {
     template <unsigned Set> QVO_INLINE RunSpan stretch(Moving<Set>, At<N> at, RunSpan span) {
         const auto values = values_;  // so that nobody else knows of the sink, which then stays in registers
         loops_.stretch[Set](it_, out_.size(), values, at, span.elements);
-        out_.put_runs(runs_[first_moving<Set>] - at[first_moving<Set>], span);
+        const uint8_t* const runs = runs_[first_moving<Set>];
+        if (runs == single_runs_of_stretch())
+            out_.put_equal_runs(span.elements, 1);
+        else
+            out_.put_runs(runs - at[first_moving<Set>], span);
         return span;
     }
     QVO_INLINE void one(size_t i, At<N> at, unsigned run) {
@@ -88,8 +92,7 @@ QVO_INLINE QVO_RET unary_next(qvo_seq_iterator_h it, UnaryLoop loop, Where where
     return out.finish(walk_elements(
         input, out, where, [&](size_t index, size_t n) __attribute__((always_inline)) {
             loop(it, out.size(), input.values(), index, n);
-            const uint8_t* const runs = input.first_run() - index;
-            out.put_runs(runs, {n, input.single() ? static_cast<unsigned>(n) : sum_runs(runs, n)});
+            input.single() ? out.put_equal_runs(n, 1) : out.put_runs(input.first_run() - index, n);
         }));
 }
 
