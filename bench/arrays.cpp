@@ -1,6 +1,5 @@
 // Whole jobs over ten million rows that lie in arrays, which operators read where they are, beside plain loops over the
 // same arrays. (The filtered average is the pipeline's, in pipeline.cpp.)
-#include <tuple>
 #include <unordered_map>
 #include <utility>
 

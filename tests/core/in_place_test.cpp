@@ -105,6 +105,8 @@ const Case cases[] = {
     CASE(qvo_seq_filter_pos, "b"),
     CASE(qvo_seq_agg_min_max_double, "d"),
     CASE(qvo_seq_group_agg_sum_int4, "ib"),
+    CASE(qvo_seq_group_agg_sum_int4, "cb"),
+    CASE(qvo_seq_group_agg_sum_double, "dc"),
     CASE(qvo_seq_group_agg_sum_double, "di"),
     CASE(qvo_seq_group_agg_var_double, "db"),
     CASE(qvo_seq_group_agg_max_int4, "ib"),
@@ -161,11 +163,11 @@ TEST(InPlace, IsAsIfItWereCopied) {
 
 /// Beside operands of other kinds, whose runs cross, whose tiles are short and which may end with an error.
 TEST(InPlace, BesideOperandsThatArePulled) {
-    for (unsigned seed = 0; seed < 100; ++seed) {
+    for (unsigned seed = 0; seed < 200; ++seed) {
         SCOPED_TRACE(seed);
         Random random(seed);
         std::vector<qvo_uint2> values(random_length(random));
-        for (auto& value : values) value = static_cast<qvo_uint2>(random.below(1000));
+        for (auto& value : values) value = static_cast<qvo_uint2>(random.below(seed % 8 == 3 ? 2 : 1000));
         const auto items = random_items<t_uint2>(random, random_length(random) + 4);
         const Script script = random_script(random, seed);
         std::vector<std::unique_ptr<Source>> sources;
@@ -174,7 +176,9 @@ TEST(InPlace, BesideOperandsThatArePulled) {
         };
         const MakeOperand known = ARRAY(uint2)(values);
         const auto subtract = [](auto r, auto& o) { return qvo_seq_sub_uint2(r, o[0], o[1]); };
-        check(subtract, seed % 2 == 0 ? std::vector{known, other} : std::vector{other, known});
+        const auto group = [](auto r, auto& o) { return qvo_seq_group_agg_sum_uint2(r, o[0], o[1]); };
+        check(seed % 4 < 2 ? Construct(subtract) : Construct(group),
+              seed % 2 == 0 ? std::vector{known, other} : std::vector{other, known});
         if (HasFatalFailure()) return;
     }
 }

@@ -65,7 +65,7 @@ template <class Kept> struct KeptLoops {
 
 // ---- Sums, and what is made of them ----
 
-/// The values of the steps from a tile, side by side.
+/// The values of the steps, side by side.
 template <class V> class StepValues {
  public:
     StepValues(const GroupSteps& steps, StepElements from) : values_(from.as<V>() + from.index[0]) {

@@ -12,11 +12,11 @@ namespace qvo {
 /// consumer returns; in between it is kept here, in registers (see TileWriter). Whoever moves it calls `store`.
 ///
 /// A family reads the values at values_of<T>(it)[index()]; or, if it says so, at values(), which need not be in the tile
-/// (core/source.h): then it takes the run bytes from here as well, and ends with `leave`. With slack, ArrayStretch::slack
-/// elements beyond the last can be read.
+/// (core/source.h): then it takes the run bytes from here as well, and ends with `leave`. For lists of steps,
+/// ArrayStretch::slack elements beyond the last can be read, and constants are as their tiles are, a step within a run.
 class Operand {
  public:
-    enum class Values { in_tile, anywhere, anywhere_with_slack };
+    enum class Values { in_tile, anywhere, anywhere_for_lists };
 
     QVO_INLINE explicit Operand(qvo_seq_iterator_h it, Values values = Values::in_tile)
         : it_(it),
@@ -25,8 +25,8 @@ class Operand {
           size_(it->tile_size),
           taken_(it->rle_offs),
           anywhere_(values != Values::in_tile),
-          slack_(values == Values::anywhere_with_slack ? ArrayStretch::slack : 0),
-          constant_(anywhere_ && is_constant(it)) {}
+          slack_(values == Values::anywhere_for_lists ? ArrayStretch::slack : 0),
+          constant_(values == Values::anywhere && is_constant(it)) {}
 
     QVO_INLINE qvo_seq_iterator_h iterator() const { return it_; }
     QVO_INLINE bool used_up() const { return index_ >= size_; }
