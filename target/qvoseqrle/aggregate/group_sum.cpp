@@ -78,10 +78,10 @@ struct GroupLanes {
         left = _mm256_maskz_sub_epi32(all, end, at);
         longest = _mm512_reduce_max_epi32(_mm512_zextsi256_si512(left));
     }
-    /// Whether the longest is much longer than the others: then they are sooner added up in turn. Cycles are those of a
-    /// round of all lanes, of a term and of a group by itself.
-    QVO_AVX512 QVO_INLINE bool uneven(const uint16_t* bounds, size_t n, int round, int term) const {
-        constexpr int group = 15;
+    /// Whether the longest is much longer than the others, so that they are sooner added up in turn, with `term` cycles for
+    /// each of their terms.
+    QVO_AVX512 QVO_INLINE bool uneven(const uint16_t* bounds, size_t n, int term) const {
+        constexpr int round = 6, group = 15;  // about as many cycles: all lanes once, and a group besides its terms
         return round * longest > term * (bounds[n] - bounds[0]) + group * static_cast<int>(n);
     }
     /// Goes on to the next terms; which lanes have one.
@@ -98,7 +98,7 @@ template <class T> QVO_AVX512 void add_in_lanes(const T* terms, const uint16_t* 
     for (size_t j = 0; j < n; j += lanes) {
         const size_t here = std::min(n - j, lanes);
         GroupLanes groups(bounds + j, here);
-        if (groups.uneven(bounds + j, here, 6, std::is_integral_v<T> ? 1 : 2)) {
+        if (groups.uneven(bounds + j, here, std::is_integral_v<T> ? 1 : 2)) {
             add_in_turn(terms, bounds + j, here, sums + j);
             continue;
         }
@@ -116,7 +116,7 @@ QVO_AVX512 void add_squares_in_lanes(const double* terms, double open_square, co
     for (size_t j = 0; j < n; j += lanes) {
         const size_t here = std::min(n - j, lanes);
         GroupLanes groups(bounds + j, here);
-        if (groups.uneven(bounds + j, here, 6, 2)) {
+        if (groups.uneven(bounds + j, here, 2)) {
             add_squares_in_turn(terms, open_square, bounds + j, here, sums + j, squares + j);
             continue;
         }
