@@ -176,6 +176,33 @@ template <size_t N> QVO_AVX512 RunSpan cross_by_vectors(const CrossingRow<N>& ro
     return cross(row, sides, list_by_vectors<N>);
 }
 
+/// Those of 32 overlaps at a time, whose conditions are no more than that.
+QVO_AVX512 RunSpan keep_true_by_vectors(const CrossingRow<2> row, const uint8_t* conditions, size_t n) {
+    uint16_t *const condition = row.index[0], *const element = row.index[1];
+    RunSpan kept{0, 0};
+    for (size_t i = 0; i < n; i += ranked) {
+        const size_t some = std::min(n - i, ranked);
+        const unsigned first = condition[i], last = condition[i + some - 1];
+        const auto there = static_cast<uint32_t>(first_bits(static_cast<unsigned>(some)));
+        const __m256i near =
+            _mm256_maskz_loadu_epi8(static_cast<uint32_t>(first_bits(last - first + 1)), conditions + first);
+        const __m512i offsets =
+            _mm512_sub_epi16(_mm512_loadu_si512(condition + i), _mm512_set1_epi16(static_cast<short>(first)));
+        const __m256i each = _mm256_maskz_permutexvar_epi8(there, _mm512_maskz_cvtepi16_epi8(there, offsets), near);
+        const uint32_t trues = _mm256_test_epi8_mask(each, each);
+        const __m512i elements = _mm512_maskz_compress_epi16(trues, _mm512_loadu_si512(element + i));
+        const __m256i runs =
+            _mm256_maskz_compress_epi8(trues, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(row.run + i)));
+        _mm512_storeu_si512(element + kept.elements, elements);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(row.run + kept.elements), runs);
+        const __m256i sums = _mm256_sad_epu8(runs, _mm256_setzero_si256());
+        const __m128i halves = _mm_add_epi64(_mm256_castsi256_si128(sums), _mm256_extracti128_si256(sums, 1));
+        kept.positions += static_cast<unsigned>(_mm_extract_epi64(halves, 0) + _mm_extract_epi64(halves, 1));
+        kept.elements += static_cast<size_t>(_mm_popcnt_u32(trues));
+    }
+    return kept;
+}
+
 }  // namespace
 
 template <size_t N> RunSpan cross_runs(const CrossingRow<N>& row, CrossingSide (&sides)[N]) {
@@ -184,6 +211,23 @@ template <size_t N> RunSpan cross_runs(const CrossingRow<N>& row, CrossingSide (
 #else
 template <size_t N> RunSpan cross_runs(const CrossingRow<N>&, CrossingSide (&)[N]) { return {0, 0}; }
 #endif
+
+RunSpan keep_true(const CrossingRow<2>& row, const uint8_t* conditions, size_t n) {
+#if QVO_WIDE_X86
+    if (cpu_level >= CpuLevel::avx512) return keep_true_by_vectors(row, conditions, n);
+#endif
+    RunSpan kept{0, 0};
+    for (size_t i = 0; i < n; ++i) {
+        const uint16_t element = row.index[1][i];
+        const uint8_t run = row.run[i];
+        const bool is_true = conditions[row.index[0][i]] != 0;
+        row.index[1][kept.elements] = element;
+        row.run[kept.elements] = run;
+        kept.elements += is_true;
+        kept.positions += is_true ? run : 0;
+    }
+    return kept;
+}
 
 template RunSpan cross_runs(const CrossingRow<2>& row, CrossingSide (&sides)[2]);
 template RunSpan cross_runs(const CrossingRow<3>& row, CrossingSide (&sides)[3]);

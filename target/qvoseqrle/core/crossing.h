@@ -42,6 +42,10 @@ QVO_INLINE bool runs_are_short(const uint8_t* runs, size_t left, unsigned run_le
 /// Lists the next overlaps, at least one. Where cross_runs is there.
 template <size_t N> RunSpan cross_runs(const CrossingRow<N>& row, CrossingSide (&sides)[N]);
 
+/// Of the `n` overlaps that are listed, keeps those of a condition that holds, which is operand 0: the elements of
+/// operand 1 and the positions shared.
+RunSpan keep_true(const CrossingRow<2>& row, const uint8_t* conditions, size_t n);
+
 #if QVO_WIDE_X86
 QVO_INLINE bool can_cross_runs() { return cpu_level >= CpuLevel::avx2; }
 /// Whether it is so fast that stretches of a few steps, which nothing foretells, are better taken as crossings.

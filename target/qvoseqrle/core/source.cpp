@@ -1,5 +1,6 @@
 // The simplest sources: the caller's array, and a constant. Both move values without looking at them, so that the
-// members differ in what their constructors note down and share one `next`.
+// members differ in what their constructors note down and share one `next`. (Arrays are not prefetched: processors see
+// by themselves that they are read in order, and wait where they are told.)
 #include "core/source.h"
 
 #include "core/construct.h"
@@ -11,12 +12,6 @@ namespace {
 // No element of a wider sequence fits into a tile.
 constexpr qvo_size_t max_width = payload_bytes - 1;
 
-// Bytes that memory hands over at once; where it is more, some of the prefetches are idle.
-constexpr size_t cache_line = 64;
-
-// An array of no more than this is near, or soon will be: to ask for what comes next costs more than it brings.
-constexpr qvo_size_t near_bytes = 1024 * 1024;
-
 // Nothing is ever written to the array; it is kept where buffers are.
 void construct_array(qvo_seq_iterator_h result, ElementLayout layout, const void* values, qvo_size_t count,
                      qvo_seq_iterator_next_t next) {
@@ -27,19 +22,12 @@ void construct_array(qvo_seq_iterator_h result, ElementLayout layout, const void
     result->owned_buf = 1;
 }
 
-/// The next tile of a long array is on its way from memory while this one is worked on.
-QVO_INLINE void prefetch_tile(const uint8_t* values, size_t bytes) {
-    for (size_t at = 0; at < bytes; at += cache_line) __builtin_prefetch(values + at);
-}
-
 QVO_RET array_next(qvo_seq_iterator_h it) {
     const qvo_seq_no_t from = it->next_seq_no, last = it->last_seq_no;
     if (last == ~qvo_seq_no_t{0} || from > last) return QVO_S_CURSOR_END;
     const size_t width = it->elem_size;
     const size_t n = std::min<qvo_seq_no_t>(capacity_of(width), last - from + 1);
-    const uint8_t* const values = static_cast<const uint8_t*>(it->buf) + from * width;
-    std::memcpy(values_of<uint8_t>(it), values, n * width);
-    prefetch_tile(values + n * width, std::min<qvo_seq_no_t>(n, last - from + 1 - n) * width);
+    std::memcpy(values_of<uint8_t>(it), static_cast<const uint8_t*>(it->buf) + from * width, n * width);
     TileWriter out(it);
     out.put_equal_runs(n, 1);
     return out.finish(QVO_S_OK);
@@ -111,10 +99,7 @@ ArrayStretch next_of_array(qvo_seq_iterator_h it, size_t slack) {
     fill_runs(runs_of(it), n, 1);
     it->tile_size = static_cast<uint16_t>(n);
     it->next_seq_no = first + n;
-    const uint8_t* const values = static_cast<const uint8_t*>(it->buf) + first * it->elem_size;
-    if (it->buf_size > near_bytes)
-        prefetch_tile(values + n * it->elem_size, std::min<uint64_t>(n, left - n) * it->elem_size);
-    return {values, taken};
+    return {static_cast<const uint8_t*>(it->buf) + first * it->elem_size, taken};
 }
 
 void store_in_array(qvo_seq_iterator_h it, ArrayStretch stretch, size_t index, bool asked_for) {

@@ -92,14 +92,7 @@ class FilterSink {
     }
     QVO_INLINE CrossingRow<2> crossing_row() { return {{row_.condition, row_.input}, row_.run, Row::most}; }
     QVO_INLINE void end_crossings(RunSpan span) {
-        RunSpan kept{0, 0};
-        for (size_t i = 0; i < span.elements; ++i) {
-            const bool is_true = conditions_[row_.condition[i]] != 0;
-            row_.input[kept.elements] = row_.input[i];
-            row_.run[kept.elements] = row_.run[i];
-            kept.elements += is_true;
-            kept.positions += is_true ? row_.run[i] : 0;
-        }
+        const RunSpan kept = keep_true(crossing_row(), conditions_, span.elements);
         gather_values(it_, out_.size(), inputs_, row_.input, kept.elements);
         put_in_tile(runs_of(it_) - out_.size(), row_.run, kept.elements);
         out_.advance(kept);
