@@ -118,6 +118,9 @@ const Case cases[] = {
     CASE(qvo_seq_double_to_int1, "d"),
     CASE(qvo_seq_int4_to_uint4, "i"),
     CASE(qvo_seq_norm_int4, "i"),
+    CASE(qvo_seq_cum_agg_sum_int4, "i"),
+    {"a window", [](auto r, auto& o) { return qvo_seq_window_agg_max_double(r, o[0], 20); }, "d"},
+    CASE(qvo_seq_rle_decode, "i"),
 };
 
 /// Lengths about the ends of tiles, and of several.
