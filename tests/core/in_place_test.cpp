@@ -119,8 +119,8 @@ const Case cases[] = {
     CASE(qvo_seq_int4_to_uint4, "i"),
     CASE(qvo_seq_norm_int4, "i"),
     CASE(qvo_seq_cum_agg_sum_int4, "i"),
-    {"a window", [](auto r, auto& o) { return qvo_seq_window_agg_max_double(r, o[0], 20); }, "d"},
-    CASE(qvo_seq_rle_decode, "i"),
+    CASE(qvo_seq_cum_agg_avg_int4, "i"),
+    {"qvo_seq_window_agg_max_double", [](auto r, auto& o) { return qvo_seq_window_agg_max_double(r, o[0], 20); }, "d"},
 };
 
 /// Lengths about the ends of tiles, and of several.

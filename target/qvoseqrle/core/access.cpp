@@ -42,9 +42,8 @@ template <class Width> QVO_INLINE QVO_RET next_position(qvo_seq_iterator_h it, u
 QVO_RET get_positions(qvo_seq_iterator_h it, uint8_t code, size_t width, void* values, qvo_size_t* count, Where where) {
     if (const QVO_RET rc = check_reader(it, code); rc != QVO_S_OK) return rc;
     uint64_t got;
-    // The caller, who owns the reader, may look at the tile for what it has just read.
-    const QVO_RET rc =
-        read_positions(it, width, static_cast<uint8_t*>(values), *count, &got, where, Operand::Values::in_tile);
+    // The caller, whose reader it is, may look at the tile for what it has just read.
+    const QVO_RET rc = read_tiles(it, width, static_cast<uint8_t*>(values), *count, &got, where);
     if (rc != QVO_S_OK && (rc != QVO_S_CURSOR_END || got == 0)) return rc;
     *count = got;
     return QVO_S_OK;

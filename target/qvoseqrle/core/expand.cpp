@@ -18,8 +18,8 @@ constexpr size_t most_stepped = 64;
 /// Expands whole elements as long as neither the tile nor the room ends near; returns the positions written. Steps
 /// reach beyond a run: the elements after it, each of which has a position, overwrite that.
 template <class Mover> QVO_INLINE uint64_t expand_in_steps(Mover mover, Operand& input, uint8_t* to, uint64_t room) {
-    const uint8_t* const from = input.values();
-    const uint8_t* const runs = input.first_run();
+    const uint8_t* const from = values_of<uint8_t>(input.iterator());
+    const uint8_t* const runs = runs_of(input.iterator());
     if (input.taken() != 0 || input.elements_left() <= step) return 0;
     size_t i = input.index();
     const size_t end = i + std::min(input.elements_left() - step, most_stepped);
@@ -38,12 +38,12 @@ template <class Mover> QVO_INLINE uint64_t expand_in_steps(Mover mover, Operand&
 /// Reads what the current tile holds, up to `wanted` positions; returns how many were read.
 template <class Mover> QVO_INLINE uint64_t read_tile(Mover mover, Operand& input, uint8_t* to, uint64_t wanted) {
     const size_t width = mover.width();
-    const uint8_t* const from = input.values();
+    const uint8_t* const from = values_of<uint8_t>(input.iterator());
     uint64_t read = 0;
     while (read < wanted && !input.used_up()) {
-        const size_t elements = input.elements_left(), most = std::min<uint64_t>(elements, wanted - read);
-        if (input.single() || (elements >= run_word && input.taken() == 0 && load_runs(input.runs()) == ones_word)) {
-            const size_t n = input.single() ? most : leading_single_runs(input.runs(), most);
+        const size_t elements = input.elements_left();
+        if (elements >= run_word && input.taken() == 0 && load_runs(input.runs()) == ones_word) {
+            const size_t n = leading_single_runs(input.runs(), std::min<uint64_t>(elements, wanted - read));
             std::memcpy(to + read * width, from + input.index() * width, n * width);
             input.skip(n);
             read += n;
@@ -65,11 +65,42 @@ template <class Mover> QVO_INLINE uint64_t read_tile(Mover mover, Operand& input
     return read;
 }
 
+/// Whether what comes next are elements of an array, each of which is a position.
+bool is_at_array(const qvo_seq_iterator_t* operand) {
+    if (!is_array_source(operand) || operand->rle_offs != 0) return false;
+    const size_t at = operand->tile_offs, end = operand->tile_size;
+    return at >= end ||
+           leading_single_runs(runs_of(const_cast<qvo_seq_iterator_h>(operand)) - at, end - at) == end - at;
+}
+
+/// read_positions of an array.
+QVO_RET read_array(qvo_seq_iterator_h operand, size_t width, uint8_t* to, uint64_t wanted, uint64_t* got, Where where) {
+    Operand input(operand, Operand::Values::anywhere);
+    QVO_RET rc = QVO_S_OK;
+    uint64_t read = 0;
+    while (read < wanted) {
+        if (rc = input.refill(where); rc != QVO_S_OK) break;
+        if (rc = check_width(operand, width); rc != QVO_S_OK) break;
+        const size_t n = std::min<uint64_t>(input.elements_left(), wanted - read), tile_width = operand->elem_size;
+        std::memcpy(to + read * tile_width, input.values() + input.index() * tile_width, n * tile_width);
+        input.skip(n);
+        read += n;
+    }
+    input.leave();
+    *got = read;
+    return rc;
+}
+
 }  // namespace
 
 QVO_RET read_positions(qvo_seq_iterator_h operand, size_t width, uint8_t* to, uint64_t wanted, uint64_t* got,
-                       Where where, Operand::Values from) {
-    Operand input(operand, from);
+                       Where where) {
+    if (is_at_array(operand)) return read_array(operand, width, to, wanted, got, where);
+    return read_tiles(operand, width, to, wanted, got, where);
+}
+
+QVO_RET read_tiles(qvo_seq_iterator_h operand, size_t width, uint8_t* to, uint64_t wanted, uint64_t* got, Where where) {
+    Operand input(operand);
     QVO_RET rc = QVO_S_OK;
     uint64_t read = 0;
     while (read < wanted) {
@@ -79,7 +110,7 @@ QVO_RET read_positions(qvo_seq_iterator_h operand, size_t width, uint8_t* to, ui
         read += with_mover(tile_width,
                            [&](auto mover) { return read_tile(mover, input, to + read * tile_width, wanted - read); });
     }
-    input.leave();
+    input.store();
     *got = read;
     return rc;
 }

@@ -10,6 +10,9 @@ namespace qvo {
 /// not as wide as expected. Nothing is written after the positions that were read; the operand's position is in its
 /// record.
 QVO_RET read_positions(qvo_seq_iterator_h operand, size_t width, uint8_t* to, uint64_t wanted, uint64_t* got,
-                       Where where, Operand::Values from = Operand::Values::anywhere);
+                       Where where);
+
+/// The same, through the operand's tiles also where it is an array: what has been read stays in the last one.
+QVO_RET read_tiles(qvo_seq_iterator_h operand, size_t width, uint8_t* to, uint64_t wanted, uint64_t* got, Where where);
 
 }  // namespace qvo

@@ -105,7 +105,7 @@ constexpr size_t most_decoded = 8 * sizeof(qvo_seq_tile_t::null_bitmap);
 QVO_RET rle_decode_next(qvo_seq_iterator_h it, Where where) {
     const size_t room = std::min(most_decoded, capacity_of(it->elem_size));
     uint64_t n;
-    const QVO_RET rc = read_positions(it->opd[0], it->elem_size, values_of<uint8_t>(it), room, &n, where);
+    const QVO_RET rc = read_tiles(it->opd[0], it->elem_size, values_of<uint8_t>(it), room, &n, where);
     TileWriter out(it, room);
     out.advance({n, 0});
     return out.finish(rc, Counted::elements);
