@@ -67,7 +67,8 @@ def duck(columns, folder, n):
             took.append(time.perf_counter() - start)
         figures[name] = (statistics.median(took[1:]), sum(row[-1] for row in rows))
     db.close()
-    return figures
+    # Its blocks stay in memory as they are.
+    return figures | {f"{name}_cached": figures[name] for name in ("filtered", "grouped")}
 
 
 def main():
@@ -79,7 +80,8 @@ def main():
             columns[name].astype(kind).tofile(os.path.join(folder, f"{name}.{kind}"))
         found = {kind: sqlite(program, kind, extension, folder, n, page) for kind in ("plain", "chunks")}
         found["duckdb"] = duck(columns, folder, n)
-    for question in ("filtered", "grouped", "day_filtered", "day_rows", "point", "retention", "delete"):
+    for question in ("filtered", "grouped", "filtered_cached", "grouped_cached", "day_filtered", "day_rows", "point",
+                     "retention", "delete"):
         results = [figures[question][1] for figures in found.values() if question in figures]
         if max(results) - min(results) > 1e-9 * abs(max(results)):
             sys.exit(f"{question} differs: {results}")
@@ -88,12 +90,14 @@ def main():
 
 def show(found, n, page):
     print(f"{n} ticks of {SYMBOLS} symbols in {DAYS} days; SQLite's pages of {page} bytes; "
-          f"DuckDB {duckdb.__version__} on one thread")
+          f"DuckDB {duckdb.__version__} on one thread; cached: with 32 MB for SQLite's pages, not 2")
     print(f"{'':24} {'plain':>10} {'chunks':>10} {'DuckDB':>10}   chunks to plain, to DuckDB")
     scale = {"load": (1e9 / n, "ns a row"), "pack_tail": (1e9 / n, "ns a row"), "size": (1 / n, "bytes a row"),
-             "filtered": (1e9 / n, "ns a row"), "grouped": (1e9 / n, "ns a row"), "day_filtered": (1e6, "us"),
+             "filtered": (1e9 / n, "ns a row"), "grouped": (1e9 / n, "ns a row"),
+             "filtered_cached": (1e9 / n, "ns a row"), "grouped_cached": (1e9 / n, "ns a row"), "day_filtered": (1e6, "us"),
              "day_rows": (1e6, "us"), "point": (1e6, "us"), "retention": (2e9 / n, "ns a row"),
-             "delete": (4e9 / n, "ns a row"), "load_memory": (2**-20, "MB at most"), "memory": (2**-20, "MB at most")}
+             "delete": (4e9 / n, "ns a row"), "load_memory": (2**-20, "MB at most"), "memory": (2**-20, "MB at most"),
+             "memory_cached": (2**-20, "MB at most")}
     for name, (factor, unit) in scale.items():
         values = [found[kind][name][0] * factor if name in found[kind] else None for kind in ("plain", "chunks", "duckdb")]
         cells = " ".join(f"{'–' if v is None else format(v, '.2f'):>10}" for v in values)
