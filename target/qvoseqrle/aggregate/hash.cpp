@@ -25,12 +25,17 @@ template <class Fold> struct FoldLoops {
     static void fold(qvo_seq_iterator_h input, const uint16_t* index, const uint8_t* run, HashElem* const* elems,
                      size_t n, const uint16_t* created) {
         const auto* values = values_of<typename Fold::V>(input);
+        // (It is read when it changes alone: no step waits for the look at the one before.)
+        size_t next_new = *created;
         for (size_t i = 0; i < n;) {
             HashElem* const elem = elems[i];
-            const bool is_new = i == *created;
-            created += is_new;
-            A a = is_new ? Fold::first(values[index[i]], run[i])
-                         : Fold::fold(load_aggregate<A>(*elem), values[index[i]], run[i]);
+            A a;
+            if (i == next_new) {
+                a = Fold::first(values[index[i]], run[i]);
+                next_new = *++created;
+            } else {
+                a = Fold::fold(load_aggregate<A>(*elem), values[index[i]], run[i]);
+            }
             uint64_t count = elem->count + run[i];
             // Steps for the same group in a row stay in registers.
             for (++i; i < n && elems[i] == elem; ++i) {

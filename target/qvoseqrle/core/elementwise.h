@@ -88,11 +88,10 @@ template <class Op, class W, class... V> struct OperationLoops {
     static constexpr CpuLevel level = sizeof(W) == 1 && ((sizeof(V) >= 4) && ...) ? CpuLevel::avx512 : CpuLevel::avx2;
 
     template <unsigned Set>
-    QVO_INLINE static void stretch_loop(qvo_seq_iterator_h it, size_t to, const Values& values, At<n_operands> from,
-                                        size_t n) {
+    QVO_INLINE static void loop(qvo_seq_iterator_h it, size_t to, const Values& values, At<n_operands> from, size_t n) {
         stretch_of<Set>(it, to, values, from, n, std::index_sequence_for<V...>{});
     }
-    template <unsigned Set> static constexpr auto stretch = for_cpu<stretch_loop<Set>, level>;
+    template <unsigned Set> static constexpr auto stretch = for_cpu<loop<Set>, level>;
     static void singles(qvo_seq_iterator_h it, size_t to, const Values& values, const Steps& steps, size_t n) {
         singles_of(it, to, values, steps, n, std::index_sequence_for<V...>{});
     }

@@ -69,8 +69,9 @@ template <class Mover> QVO_INLINE uint64_t read_tile(Mover mover, Operand& input
 bool is_at_array(const qvo_seq_iterator_t* operand) {
     if (!is_array_source(operand) || operand->rle_offs != 0) return false;
     const size_t at = operand->tile_offs, end = operand->tile_size;
-    return at >= end ||
-           leading_single_runs(runs_of(const_cast<qvo_seq_iterator_h>(operand)) - at, end - at) == end - at;
+    if (at >= end) return true;
+    const uint8_t* const after = operand->tile.u.arr_uint1 + payload_bytes;
+    return end - at <= single_runs.size() && std::memcmp(after - end, single_runs.data(), end - at) == 0;
 }
 
 /// read_positions of an array.

@@ -37,7 +37,7 @@ template <class Bits> struct ChoiceLoops {
     using Values = Loops<3>::Values;
 
     template <unsigned Set>
-    QVO_INLINE static void stretch_loop(qvo_seq_iterator_h it, size_t to, const Values& values, At<3> from, size_t n) {
+    QVO_INLINE static void loop(qvo_seq_iterator_h it, size_t to, const Values& values, At<3> from, size_t n) {
         constexpr size_t left_step = Set >> 1 & 1, right_step = Set >> 2 & 1;
         const size_t width = it->elem_size;
         const auto value = [&](size_t k) { return values[k] + from[k] * width; };
@@ -59,7 +59,7 @@ template <class Bits> struct ChoiceLoops {
             blend<Bits, left_step, right_step>(out, conditions, value(1), value(2), n);
         }
     }
-    template <unsigned Set> static constexpr auto stretch = for_cpu<stretch_loop<Set>>;
+    template <unsigned Set> static constexpr auto stretch = for_cpu<loop<Set>>;
     static void singles(qvo_seq_iterator_h it, size_t to, const Values& values, const Loops<3>::Steps& steps,
                         size_t n) {
         const uint8_t *const conditions = values[0], *const left = values[1], *const right = values[2];
