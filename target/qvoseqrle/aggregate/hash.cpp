@@ -25,7 +25,7 @@ template <class Fold> struct FoldLoops {
     static void fold(qvo_seq_iterator_h input, const uint16_t* index, const uint8_t* run, HashElem* const* elems,
                      size_t n, const uint16_t* created) {
         const auto* values = values_of<typename Fold::V>(input);
-        // (It is read when it changes alone: no step waits for the look at the one before.)
+        // Read only when it changes, so that no step waits for the look whether the one before is new.
         size_t next_new = *created;
         for (size_t i = 0; i < n;) {
             HashElem* const elem = elems[i];

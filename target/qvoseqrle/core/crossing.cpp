@@ -176,7 +176,7 @@ template <size_t N> QVO_AVX512 RunSpan cross_by_vectors(const CrossingRow<N>& ro
     return cross(row, sides, list_by_vectors<N>);
 }
 
-/// Those of 32 overlaps at a time, whose conditions are no more than that.
+/// keep_true for 32 overlaps at a time, which have no more conditions than that.
 QVO_AVX512 RunSpan keep_true_by_vectors(const CrossingRow<2> row, const uint8_t* conditions, size_t n) {
     uint16_t *const condition = row.index[0], *const element = row.index[1];
     RunSpan kept{0, 0};

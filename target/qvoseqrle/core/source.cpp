@@ -1,6 +1,6 @@
 // The simplest sources: the caller's array, and a constant. Both move values without looking at them, so that the
 // members differ in what their constructors note down and share one `next`. (Arrays are not prefetched: processors see
-// by themselves that they are read in order, and wait where they are told.)
+// by themselves that they are read in order, and are held up by being told.)
 #include "core/source.h"
 
 #include "core/construct.h"
