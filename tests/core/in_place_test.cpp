@@ -19,6 +19,8 @@ template <class T, auto construct, auto next> MakeOperand array(const std::vecto
         return it;
     };
 }
+/// The operand before, once more.
+const MakeOperand again = [](auto& records, bool) { return records.back()->get(); };
 #define ARRAY(type) array<t_##type, qvo_seq_unget_##type, qvo_seq_unget_##type##_next>
 
 MakeOperand constant(qvo_int4 value) {
@@ -76,7 +78,7 @@ void check(const Construct& construct, const std::vector<MakeOperand>& make, siz
 struct Case {
     const char* name;
     Construct construct;
-    std::string operands;  // d: double, i: int4, b: boolean, c: a constant
+    std::string operands;  // d: double, i: int4, b: boolean, c: a constant, =: the one before once more
 };
 /// A constructor of operands alone, over so many of a list.
 template <class... H> Construct over(QVO_RET (*construct)(qvo_seq_iterator_h, H...)) {
@@ -120,6 +122,12 @@ const Case cases[] = {
     CASE(qvo_seq_norm_int4, "i"),
     CASE(qvo_seq_cum_agg_sum_int4, "i"),
     CASE(qvo_seq_cum_agg_avg_int4, "i"),
+    CASE(qvo_seq_add_double, "d="),
+    CASE(qvo_seq_filter_uint1, "b="),
+    CASE(qvo_seq_iif_int4, "bi="),
+    CASE(qvo_seq_corr_double, "d="),
+    CASE(qvo_seq_group_agg_wavg_double, "d=b"),
+    CASE(qvo_seq_group_agg_wavg_int4, "ii="),
     {"qvo_seq_window_agg_max_double", [](auto r, auto& o) { return qvo_seq_window_agg_max_double(r, o[0], 20); }, "d"},
 };
 
@@ -154,8 +162,11 @@ TEST(InPlace, IsAsIfItWereCopied) {
                 case 'b':
                     make.push_back(ARRAY(uint1)(conditions));
                     break;
-                default:
+                case 'c':
                     make.push_back(constant(7));
+                    break;
+                default:
+                    make.push_back(again);
             }
         }
         const bool inside = c.operands[0] != 'b' && random.chance(30);

@@ -294,13 +294,13 @@ QVO_RET fill_group(qvo_seq_iterator_h result, ElementLayout layout, std::initial
 }
 
 QVO_RET group_next(qvo_seq_iterator_h it, const GroupMember& member, KeptKey kept, Where where) {
-    constexpr auto from = Operand::Values::anywhere_for_lists;
+    const auto from = values_from(Operand::Values::anywhere_for_lists, it->opd[0], it->opd[1]);
     Operand operands[] = {Operand(it->opd[0], from), Operand(it->opd[1], from)};
     return next_groups(it, operands, member, kept, where);
 }
 
 QVO_RET group_pair_next(qvo_seq_iterator_h it, const GroupMember& member, KeptKey kept, Where where) {
-    constexpr auto from = Operand::Values::anywhere_for_lists;
+    const auto from = values_from(Operand::Values::anywhere_for_lists, it->opd[0], it->opd[1], it->opd[2]);
     Operand operands[] = {Operand(it->opd[0], from), Operand(it->opd[1], from), Operand(it->opd[2], from)};
     return next_groups(it, operands, member, kept, where);
 }

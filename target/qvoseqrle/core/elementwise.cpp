@@ -75,7 +75,8 @@ template <size_t N> class LoopSink {
 
 template <class Rule, size_t N, size_t... Slot>
 QVO_INLINE QVO_RET loops_over(qvo_seq_iterator_h it, const Loops<N>& loops, Where where, std::index_sequence<Slot...>) {
-    Operand operands[] = {Operand(it->opd[Slot], loops.from)...};
+    const auto from = values_from(loops.from, it->opd[Slot]...);
+    Operand operands[] = {Operand(it->opd[Slot], from)...};
     TileWriter out(it);
     typename LoopSink<N>::Row row;
     LoopSink<N> sink(it, out, loops, row);

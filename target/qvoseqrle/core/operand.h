@@ -140,6 +140,16 @@ class Operand {
     size_t asked_for_ = 0;  // the element of the stretch at which a tile was last asked for
 };
 
+/// Where the operands of one operator take their values from, if it can do with `from`. An iterator that is there twice
+/// gives each side a part of its tiles: each pull changes what the other side reads.
+QVO_INLINE Operand::Values values_from(Operand::Values from, qvo_seq_iterator_h a, qvo_seq_iterator_h b) {
+    return a == b ? Operand::Values::in_tile : from;
+}
+QVO_INLINE Operand::Values values_from(Operand::Values from, qvo_seq_iterator_h a, qvo_seq_iterator_h b,
+                                       qvo_seq_iterator_h c) {
+    return a == c || b == c ? Operand::Values::in_tile : values_from(from, a, b);
+}
+
 /// Refills the operands in order, up to the first that stops. An operand's `next` finds the positions of all of them in
 /// the records.
 template <class... Operands> QVO_INLINE QVO_RET refill_all(Where where, Operands&... operands) {

@@ -109,8 +109,8 @@ template <class Mover> class FoldSink {
 template <class Mover>
 QVO_INLINE QVO_RET reduce_with(Mover mover, qvo_seq_iterator_h it, void* state, qvo_seq_count_t& count, FoldPairs fold,
                                Where where) {
-    Operand operands[] = {Operand(it->opd[0], Operand::Values::anywhere),
-                          Operand(it->opd[1], Operand::Values::anywhere)};
+    const auto from = values_from(Operand::Values::anywhere, it->opd[0], it->opd[1]);
+    Operand operands[] = {Operand(it->opd[0], from), Operand(it->opd[1], from)};
     FoldSink sink(state, fold, mover);
     const QVO_RET rc = walk(operands, sink, where);
     if (rc != QVO_S_CURSOR_END || sink.positions() == 0) return rc;

@@ -125,8 +125,8 @@ class FilterSink {
 };
 
 QVO_INLINE QVO_RET filter_next(qvo_seq_iterator_h it, Where where) {
-    Operand operands[] = {Operand(it->opd[0], Operand::Values::anywhere),
-                          Operand(it->opd[1], Operand::Values::anywhere)};
+    const auto from = values_from(Operand::Values::anywhere, it->opd[0], it->opd[1]);
+    Operand operands[] = {Operand(it->opd[0], from), Operand(it->opd[1], from)};
     TileWriter out(it);
     FilterSink::Singles singles;
     FilterSink::Row row;
