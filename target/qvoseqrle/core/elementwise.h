@@ -55,10 +55,16 @@ template <class Op, size_t... Step, class W, class... V>
 QVO_INLINE void apply_steps(W* __restrict out, size_t n, const V* __restrict... from) {
     size_t i = 0;
     if (n >= chunk) {
+        // A chunk of bytes is one vector: more of them at once.
+        constexpr size_t many = chunk * 4 / std::min<size_t>(4, std::max({sizeof(W), sizeof(V)...}));
+        if constexpr (many != chunk)
+            for (; i + many < n; i += many)
+                for (size_t k = 0; k < many; ++k) out[i + k] = static_cast<W>(Op::apply(from[(i + k) * Step]...));
         size_t step = chunk;
         // Wide results, which are many bytes, from the second chunk on to where no vector lies across two cache lines.
         if constexpr (sizeof(W) == 8 && ((sizeof(V) == 8) && ...))
             step -= reinterpret_cast<uintptr_t>(out) / sizeof(W) % 4;
+        if (many != chunk && i > n - chunk) i = n - chunk;
         for (;; step = chunk) {
             for (size_t k = 0; k < chunk; ++k) out[i + k] = static_cast<W>(Op::apply(from[(i + k) * Step]...));
             i += step;

@@ -61,6 +61,25 @@ QVO_AVX2 size_t leading_same_by_vectors(const uint8_t* runs, unsigned run, size_
             return std::min(n, i + static_cast<size_t>(std::countl_one(equal)));
     return n;
 }
+
+/// A bit for each of 64 bytes, whether they are not equal.
+QVO_AVX512 QVO_INLINE uint64_t other_bytes(const uint8_t* from, __m512i to) {
+    return _mm512_cmpneq_epi8_mask(_mm512_loadu_si512(from), to);
+}
+
+/// The same by wide vectors, two at a time.
+QVO_AVX512 size_t leading_same_by_wide_vectors(const uint8_t* runs, unsigned run, size_t n) {
+    constexpr size_t width = sizeof(__m512i);
+    const __m512i wanted = _mm512_set1_epi8(static_cast<char>(run));
+    const uint8_t* const last = runs - (width - 1);  // of the first vector, the lowest byte
+    size_t i = 0;
+    while (i + 2 * width <= n && (other_bytes(last - i, wanted) | other_bytes(last - i - width, wanted)) == 0)
+        i += 2 * width;
+    for (; i < n; i += width)
+        if (const uint64_t other = other_bytes(last - i, wanted); other != 0)
+            return std::min(n, i + static_cast<size_t>(std::countl_zero(other)));
+    return n;
+}
 #endif
 
 }  // namespace
@@ -74,6 +93,7 @@ unsigned sum_many(const uint8_t* lowest, size_t n) {
 
 size_t leading_same_of_many(const uint8_t* runs, unsigned run, size_t n) {
 #if QVO_WIDE_X86
+    if (cpu_level >= CpuLevel::avx512) return leading_same_by_wide_vectors(runs, run, n);
     if (cpu_level >= CpuLevel::avx2) return leading_same_by_vectors(runs, run, n);
 #endif
     return leading_equal(runs, SameRun{ones_word * run}, n);

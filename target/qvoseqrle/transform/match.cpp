@@ -152,8 +152,13 @@ QVO_INLINE bool match_one(qvo_seq_match_context_t& context, const char* tile, si
     return matches;
 }
 
-/// Strings of one byte: each byte is matched once and looked up from there on.
+/// Strings of one byte: each byte is matched once and looked up from there on; a substring of one byte is compared.
 void match_bytes(const qvo_seq_match_context_t& context, const char* tile, qvo_seq_bool* out, size_t to, size_t n) {
+    if (context.match == qvo_seq_match_substring && context.pn == 3) {
+        const char byte = context.pattern[1];
+        for (size_t i = to; i < to + n; ++i) out[i] = tile[i] == byte && byte != '\0';
+        return;
+    }
     qvo_seq_bool matches[256];
     for (unsigned byte = 0; byte < sizeof matches; ++byte) {
         const char string = static_cast<char>(byte);

@@ -121,9 +121,23 @@ template <class V> struct TrendOf {
     }
 };
 
-/// A zero takes the direction before it; returns the last one.
+/// A zero takes the direction before it; returns the last one. Eight at a time: from those one, two and four before.
 int8_t fill_flat_stretches(int8_t* directions, size_t n, int8_t last) {
-    for (size_t i = 0; i < n; ++i) {
+    constexpr size_t many = sizeof(uint64_t);
+    const auto fill = [](uint64_t to, uint64_t from) __attribute__((always_inline)) {
+        return to | (from & ~((to & ones_word) * 0xff));  // a direction is odd
+    };
+    size_t i = 0;
+    if constexpr (std::endian::native == std::endian::little)
+        for (; i + many <= n; i += many) {
+            uint64_t some;
+            std::memcpy(&some, directions + i, many);
+            for (const unsigned bits : {8, 16, 32}) some = fill(some, some << bits);
+            some = fill(some, ones_word * static_cast<uint8_t>(last));
+            std::memcpy(directions + i, &some, many);
+            last = static_cast<int8_t>(some >> 56);
+        }
+    for (; i < n; ++i) {
         last = directions[i] != 0 ? directions[i] : last;
         directions[i] = last;
     }
