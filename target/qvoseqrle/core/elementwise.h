@@ -125,35 +125,6 @@ template <class Op, class W, class... V> struct OperationLoops {
 };
 template <class V, class W, class Op> using ValueLoops = OperationLoops<Op, W, V, V>;
 
-/// The loops of a member of two operands, from those of the member that takes them in the other order.
-template <class L> struct SwappedLoops {
-    static constexpr size_t n_operands = 2;
-    static constexpr auto from = L::from;
-    using Values = typename Loops<2>::Values;
-    using Steps = typename Loops<2>::Steps;
-
-    template <unsigned Set>
-    static void stretch(qvo_seq_iterator_h it, size_t to, const Values& values, At<2> from, size_t n) {
-        const uint8_t* left = values[1];
-        size_t at = from[1];
-        // One by one: a vector of both, turned round, would wait until the two have been stored.
-        __asm__("" : "+r"(left), "+r"(at));
-        L::template stretch<(Set >> 1) | (Set << 1 & 0b10)>(it, to, {left, values[0]}, {at, from[0]}, n);
-    }
-    static void singles(qvo_seq_iterator_h it, size_t to, const Values& values, const Steps& steps, size_t n) {
-        L::singles(it, to, {values[1], values[0]}, {{steps.index[1], steps.index[0]}}, n);
-    }
-};
-
-/// The loops of an operation of two operands; they are those of the one that it is with its operands swapped, if it
-/// names one, as less code is better for the caches.
-template <class Op, class W, class V> struct BinaryOperation { using Loops = OperationLoops<Op, W, V, V>; };
-template <class Op, class W, class V>
-requires requires { typename Op::Swapped; }
-struct BinaryOperation<Op, W, V> {
-    using Loops = SwappedLoops<OperationLoops<typename Op::Swapped, W, V, V>>;
-};
-
 /// The loops of a member without vector code: Map is constructed from the iterator, and map(to, element ...) writes one
 /// result element from the operands' elements with these indexes.
 template <class Map, size_t N = 2> struct MappedLoops {
@@ -190,7 +161,7 @@ inline constexpr Loops<L::n_operands> loops_of =
 /// `next` of a two- and of a three-operand member: operands of E, results of R.
 template <class E, class R, class Op> QVO_RET binary_next(qvo_seq_iterator_h it, Where where = Where::here()) {
     using V = typename E::value;
-    return overlap_next(it, loops_of<typename BinaryOperation<Op, typename R::value, V>::Loops>, where);
+    return overlap_next(it, loops_of<OperationLoops<Op, typename R::value, V, V>>, where);
 }
 template <class E, class R, class Op> QVO_RET ternary_next(qvo_seq_iterator_h it, Where where = Where::here()) {
     using V = typename E::value;

@@ -14,14 +14,12 @@ struct Ge {
     template <class V> QVO_INLINE static bool apply(V a, V b) { return a >= b; }
 };
 struct Le {
-    using Swapped = Ge;
     template <class V> QVO_INLINE static bool apply(V a, V b) { return a <= b; }
 };
 struct Gt {
     template <class V> QVO_INLINE static bool apply(V a, V b) { return a > b; }
 };
 struct Lt {
-    using Swapped = Gt;
     template <class V> QVO_INLINE static bool apply(V a, V b) { return a < b; }
 };
 
