@@ -99,7 +99,7 @@ size_t leading_same_of_many(const uint8_t* runs, unsigned run, size_t n);
 QVO_INLINE size_t leading_same_runs(const uint8_t* runs, unsigned run, size_t n) {
     const SameRun same{ones_word * run};
     if (n < run_block || load_runs(runs) != same.splat) return leading_words(runs, same, 0, n);
-    if (n <= max_run) return leading_equal(runs, same, n);
+    if (n <= max_run) return leading_equal(runs, same, n);  // beside one run: not worth the call
     return leading_same_of_many(runs, run, n);
 }
 QVO_INLINE size_t leading_single_runs(const uint8_t* runs, size_t n) { return leading_same_runs(runs, 1, n); }
