@@ -150,6 +150,14 @@ static void report_delete(sqlite3* db, const char* name, const char* what, int64
     sqlite3_finalize(statement);
 }
 
+/* A million rows as a sequence in the order of a column, in which they come or do not, beside SQLite's own aggregates
+ * of the same columns. */
+static void report_packing(sqlite3* db) {
+    report(db, "own_aggregates", "SELECT avg(price) + avg(time) FROM ticks WHERE rowid <= 1000000");
+    report(db, "pack_in_order", "SELECT seq_length(seq_pack(price, time)) FROM ticks WHERE rowid <= 1000000");
+    report(db, "pack_out_of_order", "SELECT seq_length(seq_pack(time, price)) FROM ticks WHERE rowid <= 1000000");
+}
+
 /* Most memory that this program had at a time. (What getrusage tells begins with the peak of who started it.) */
 static double peak_bytes(void) {
     FILE* const status = fopen("/proc/self/status", "r");
@@ -227,6 +235,7 @@ int main(int argc, char** argv) {
     report(db, "grouped_cached", grouped);
     printf("memory_cached %.0f 0\n", peak_bytes());
     run(db, "PRAGMA cache_size = -2000");
+    if (!chunks) report_packing(db);
     /* Half of the rows go with the chunks that hold them, then a quarter row by row. */
     report_delete(db, "retention", chunks ? "ticks_seq WHERE last =" : "ticks WHERE time <", from + 7 * day);
     report_delete(db, "delete", "ticks WHERE time <", from + 12 * day);
