@@ -132,7 +132,7 @@ int8_t fill_flat_stretches(int8_t* directions, size_t n, int8_t last) {
         for (; i + many <= n; i += many) {
             uint64_t some;
             std::memcpy(&some, directions + i, many);
-            for (const unsigned bits : {8, 16, 32}) some = fill(some, some << bits);
+            for (const unsigned bits : {8U, 16U, 32U}) some = fill(some, some << bits);
             some = fill(some, ones_word * static_cast<uint8_t>(last));
             std::memcpy(directions + i, &some, many);
             last = static_cast<int8_t>(some >> 56);
