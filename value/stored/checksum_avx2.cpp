@@ -14,6 +14,7 @@
 #pragma GCC push_options
 #pragma GCC target("avx2")
 #endif
+#define XXH_NO_PREFETCH  // what is read in order comes by itself
 #define XXH_INLINE_ALL
 #define XXH_VECTOR XXH_AVX2
 #include <xxhash.h>
