@@ -178,7 +178,7 @@ class ServerTest(unittest.TestCase):
         asked = []
 
         def later():
-            time.sleep(0.25)
+            time.sleep(0.15)
             asked.append(self.busy())
             self.host.db.cancel()
 
