@@ -3,6 +3,7 @@
 
 #include <bit>
 #include <numeric>
+#include <utility>
 
 #include "core/move.h"
 #include "stored/bits.h"
@@ -143,12 +144,16 @@ bool worth_joining(const Elements& elements, const Profile& profile) {
     return range == 0 || bits > 2 || 2 * bits * elements.n >= (bits + 8) * (elements.n - profile.equal);
 }
 
-uint8_t* Stage::append(const void* values, size_t n) {
-    if (values_.size() < capacity_ * type_.width) values_.resize(capacity_ * type_.width);
-    uint8_t* const to = values_.data() + n_ * type_.width;
-    std::memcpy(to, values, n * type_.width);
+void Stage::append(const void* values, size_t n) {
+    if (lent_ == nullptr && values_.size() < capacity_ * type_.width) values_.resize(capacity_ * type_.width);
+    std::memcpy(this->values() + n_ * type_.width, values, n * type_.width);
     has_profile_ = false;
-    return to;
+}
+
+void Stage::come_home() {
+    if (lent_ == nullptr) return;
+    values_.resize(capacity_ * type_.width);
+    std::memcpy(values_.data(), std::exchange(lent_, nullptr), n_ * type_.width);
 }
 
 /// With room for so many more than there are elements: seldom is a stage with runs filled to its end.
@@ -194,7 +199,7 @@ void Stage::settle() {
     }
     if (worth) {
         runs_.resize(n_ * sizeof(uint32_t));
-        n_ = join(values_.data(), type_, reinterpret_cast<uint32_t*>(runs_.data()), !has_runs_, from, n_);
+        n_ = join(values(), type_, reinterpret_cast<uint32_t*>(runs_.data()), !has_runs_, from, n_);
         has_runs_ = true;
         has_profile_ = false;
     }
@@ -213,9 +218,10 @@ void Stage::cut_runs(uint32_t limit) {
     values.resize(room * type_.width);
     runs.resize(room * sizeof(uint32_t));
     with_mover(type_.width, [&](auto mover) {
-        cut(mover, values_.data(), this->runs(), n_, limit, values.data(), reinterpret_cast<uint32_t*>(runs.data()));
+        cut(mover, this->values(), this->runs(), n_, limit, values.data(), reinterpret_cast<uint32_t*>(runs.data()));
     });
     values_ = std::move(values);
+    lent_ = nullptr;
     runs_ = std::move(runs);
     n_ = settled_ = n;
     has_runs_ = limit != 1;
@@ -225,6 +231,7 @@ void Stage::cut_runs(uint32_t limit) {
 void Stage::clear() {
     n_ = settled_ = 0;
     positions_ = 0;
+    lent_ = nullptr;
     has_runs_ = has_profile_ = false;
 }
 

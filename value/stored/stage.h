@@ -19,7 +19,7 @@ class Stage {
     size_t size() const { return n_; }
     size_t room() const { return capacity_ - n_; }
     uint64_t positions() const { return positions_; }
-    Elements elements() const { return {type_, values_.data(), n_}; }
+    Elements elements() const { return {type_, values(), n_}; }
     /// Run lengths, or null if all are 1.
     const uint32_t* runs() const { return has_runs_ ? reinterpret_cast<const uint32_t*>(runs_.data()) : nullptr; }
 
@@ -27,6 +27,11 @@ class Stage {
     bool takes(uint64_t positions) const {
         return positions <= most_positions && positions_ + positions <= most_positions;
     }
+
+    /// Puts the values of the elements to come, while it has none, into memory with room for all, until clear().
+    void lie_in(uint8_t* memory) { lent_ = memory; }
+    /// Takes them into memory of its own again.
+    void come_home();
 
     void add_single(const void* values, size_t n);
     void add_with_runs(const void* values, const uint8_t* first_run, size_t n);
@@ -45,12 +50,15 @@ class Stage {
  private:
     static constexpr uint64_t most_positions = uint64_t{1} << 31;
 
-    uint8_t* append(const void* values, size_t n);
+    const uint8_t* values() const { return lent_ != nullptr ? lent_ : values_.data(); }
+    uint8_t* values() { return lent_ != nullptr ? lent_ : values_.data(); }
+    void append(const void* values, size_t n);
     uint32_t* need_runs(size_t more);
 
     ValueType type_;
     size_t capacity_;
     Buffer values_, runs_;
+    uint8_t* lent_ = nullptr;  // where the values lie instead
     size_t n_ = 0, settled_ = 0;
     uint64_t positions_ = 0;
     bool has_runs_ = false, has_profile_ = false;

@@ -35,9 +35,10 @@ struct Writer::State {
     Scratch scratch;
     Buffer tile_scratch;
     std::unique_ptr<ZSTD_CCtx, FreeContext> context;
-    uint64_t written = 0;   // positions
-    uint64_t staged = 0;    // positions of the first tile, if they lay in the stage one by one
-    uint64_t expected = 0;  // positions, of which most will be like the first tile's
+    uint64_t written = 0;      // positions
+    uint64_t staged = 0;       // positions of the first tile, if they lay in the stage one by one
+    uint64_t expected = 0;     // positions, of which most will be like the first tile's
+    bool after_plain = false;  // the last tile lies where it was written, with its values as they are
 
     // The tile that waits: a constant or a progression, if it has any positions.
     struct {
@@ -68,6 +69,7 @@ struct Writer::State {
             }
             const size_t some = std::min(n, stage.room());
             if (!stage.takes(some)) close();
+            begin();
             stage.add_single(from, some);
             from += some * type.width;
             n -= some;
@@ -80,6 +82,7 @@ struct Writer::State {
         while (n != 0) {
             const size_t some = std::min(n, stage.room());
             if (!stage.takes(255 * some)) close();
+            begin();
             stage.add_with_runs(from, first_run, some);
             from += some * type.width;
             first_run -= some;
@@ -115,6 +118,7 @@ struct Writer::State {
     void put_stored(const Stored& stored) {
         if (!(stored.type() == type))
             throw Error(Fault::argument, name_of(stored.type()) + " cannot be joined to " + name_of(type));
+        stage.come_home();  // as the bytes written may move
         out.reserve(stored.bytes().size());
         size_t i = 0;
         check_room(stored.positions());
@@ -175,6 +179,13 @@ struct Writer::State {
     }
 
     // --- tiles
+
+    /// Before elements are staged: after a plain tile comes another most often, so they are staged where it will lie.
+    void begin() {
+        if (!after_plain || stage.size() != 0 || waiting.positions != 0 || expected != 0) return;
+        out.reserve(padded(full_tile_values) + sizeof(Entry));
+        stage.lie_in(out.data() + out.size());
+    }
 
     /// The stage is full: unless joining made room, it becomes a tile.
     void full() {
@@ -298,10 +309,18 @@ struct Writer::State {
         entry.offset = out.size();
 
         const size_t size = plan.size + elements.n * run_width;
+        after_plain = plan.encoding == Encoding::plain && run_width == 0 && !options.compress;
+        const bool there = out.data() + out.size() == elements.values;
+        Elements from = elements;
+        if (there && !after_plain) {  // staged there in vain: the bytes written would overlap it, and may move
+            tile_scratch.resize(0);
+            tile_scratch.append(elements.values, elements.n * type.width);
+            from.values = tile_scratch.data();
+        }
         if (expected > positions) reserve_for(size, positions);
         out.reserve(padded(size) + sizeof(Entry));  // the directory of a short sequence included
         uint8_t* const to = out.extend(padded(size));
-        coding_of(plan.encoding).write(elements, plan, scratch, to);
+        if (!there || !after_plain) coding_of(plan.encoding).write(from, plan, scratch, to);
         if (run_width != 0) write_runs(runs, elements.n, run_width, to + plan.size);
         std::memset(to + size, 0, padded(size) - size);
         entry.size = static_cast<uint32_t>(size);
