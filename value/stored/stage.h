@@ -30,6 +30,7 @@ class Stage {
 
     /// Puts the values of the elements to come, while it has none, into memory with room for all, until clear().
     void lie_in(uint8_t* memory) { lent_ = memory; }
+    bool lent() const { return lent_ != nullptr; }
     /// Takes them into memory of its own again.
     void come_home();
 

@@ -310,17 +310,15 @@ struct Writer::State {
 
         const size_t size = plan.size + elements.n * run_width;
         after_plain = plan.encoding == Encoding::plain && run_width == 0 && !options.compress;
-        const bool there = out.data() + out.size() == elements.values;
         Elements from = elements;
-        if (there && !after_plain) {  // staged there in vain: the bytes written would overlap it, and may move
-            tile_scratch.resize(0);
-            tile_scratch.append(elements.values, elements.n * type.width);
-            from.values = tile_scratch.data();
+        if (stage.lent() && !after_plain) {  // what is written would overlap them
+            stage.come_home();
+            from = stage.elements();
         }
         if (expected > positions) reserve_for(size, positions);
         out.reserve(padded(size) + sizeof(Entry));  // the directory of a short sequence included
         uint8_t* const to = out.extend(padded(size));
-        if (!there || !after_plain) coding_of(plan.encoding).write(from, plan, scratch, to);
+        if (!stage.lent()) coding_of(plan.encoding).write(from, plan, scratch, to);
         if (run_width != 0) write_runs(runs, elements.n, run_width, to + plan.size);
         std::memset(to + size, 0, padded(size) - size);
         entry.size = static_cast<uint32_t>(size);
